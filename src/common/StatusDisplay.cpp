@@ -1,0 +1,11 @@
+#include "common/StatusDisplay.h"
+
+namespace fieldpost {
+
+void StatusDisplay::ShowStatusLine(std::string_view) {}
+void StatusDisplay::SetLabel(std::string_view) {}
+void StatusDisplay::SetRange(std::size_t) {}
+void StatusDisplay::SetPosition(std::size_t) {}
+void StatusDisplay::LetEventsRun() {}
+
+}  // namespace fieldpost

@@ -1,0 +1,35 @@
+// How a long step shows where it is.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace fieldpost {
+
+/// Status line, label and progress bar of the window that drives a step. The windows implement it; as it
+/// stands it is the unattended run's: nothing is shown.
+class StatusDisplay {
+ public:
+  StatusDisplay() = default;
+  StatusDisplay(const StatusDisplay&) = delete;
+  StatusDisplay& operator=(const StatusDisplay&) = delete;
+  virtual ~StatusDisplay() = default;
+
+  /// Adds a line (or several, separated by CR LF) to the list of what happened.
+  virtual void ShowStatusLine(std::string_view text);
+
+  /// Sets the label beside the bar.
+  virtual void SetLabel(std::string_view text);
+
+  /// Sets how many steps the bar has.
+  virtual void SetRange(std::size_t steps);
+
+  /// Sets how many steps are done.
+  virtual void SetPosition(std::size_t done);
+
+  /// Lets pending window events run. Long loops call it after each item; the implementation keeps time, so
+  /// that calling it often costs nothing.
+  virtual void LetEventsRun();
+};
+
+}  // namespace fieldpost

@@ -1,0 +1,90 @@
+#include "common/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace fieldpost {
+namespace {
+
+char LowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool SameNoCase(char left, char right) {
+  return LowerAscii(left) == LowerAscii(right);
+}
+
+bool IsLetterOrDigit(char c) {
+  const char lower = LowerAscii(c);
+  return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9');
+}
+
+bool IsControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+}  // namespace
+
+std::string ToLowerAscii(std::string_view text) {
+  std::string result(text);
+  std::transform(result.begin(), result.end(), result.begin(), LowerAscii);
+  return result;
+}
+
+bool EqualNoCase(std::string_view left, std::string_view right) {
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(), SameNoCase);
+}
+
+bool ContainsNoCase(std::string_view text, std::string_view part) {
+  return std::search(text.begin(), text.end(), part.begin(), part.end(), SameNoCase) != text.end() ||
+         part.empty();
+}
+
+bool EndsWithNoCase(std::string_view text, std::string_view ending) {
+  return text.size() >= ending.size() && EqualNoCase(text.substr(text.size() - ending.size()), ending);
+}
+
+std::string_view Trimmed(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
+std::string Visible(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (const char c : text) {
+    if (IsControl(c)) {
+      result += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
+    } else {
+      result += c;
+    }
+  }
+  return result;
+}
+
+std::string LettersAndDigits(std::string_view text) {
+  std::string result;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(result), IsLetterOrDigit);
+  return result;
+}
+
+std::string Replaced(std::string_view text, std::string_view what, std::string_view with) {
+  std::string result;
+  result.reserve(text.size());
+  std::size_t from = 0;
+  for (std::size_t at = text.find(what); at != std::string_view::npos; at = text.find(what, from)) {
+    result.append(text.substr(from, at - from)).append(with);
+    from = at + what.size();
+  }
+  return result.append(text.substr(from));
+}
+
+std::size_t CountCharacters(std::string_view text) {
+  const auto startsCharacter = [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; };
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), startsCharacter));
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,52 @@
+#include "platform/FileSystem.h"
+
+#include <array>
+
+#include "common/PathText.h"
+#include "common/Text.h"
+
+namespace fieldpost {
+namespace {
+
+constexpr std::string_view TemporaryEnding = ".fieldpost-new";
+
+}  // namespace
+
+FileError::FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason)
+    : std::runtime_error(std::string(action) + " " + Visible(Utf8FromPath(path)) + ": " + std::string(reason)) {}
+
+std::filesystem::path TemporaryNameFor(const std::filesystem::path& path) {
+  constexpr std::size_t longestName = 255;
+  std::string name = "." + Utf8FromPath(path.filename());
+  name.resize(std::min(name.size(), longestName - TemporaryEnding.size()));
+  return path.parent_path() / PathFromUtf8(name.append(TemporaryEnding));
+}
+
+bool IsTemporaryName(std::string_view fileName) {
+  return fileName.starts_with('.') && fileName.ends_with(TemporaryEnding);
+}
+
+void FileSystem::SaveAtomically(const std::filesystem::path& path, std::string_view bytes, FileAccess access) {
+  const std::filesystem::path temporary = TemporaryNameFor(path);
+  Remove(temporary);
+  WriteNew(temporary, bytes, access);
+  try {
+    if (access == FileAccess::ByUmask && IsFile(path)) CopyPermissions(path, temporary);
+    const std::array folder{path.parent_path()};
+    Flush(folder);
+    Rename(temporary, path);
+    Flush(folder);
+  } catch (const FileError&) {
+    if (Exists(temporary)) Remove(temporary);
+    throw;
+  }
+}
+
+void FileSystem::CreateFolders(const std::filesystem::path& path, FileAccess access) {
+  if (path.empty() || IsFolder(path)) return;
+  const std::filesystem::path plain = path.has_filename() ? path : path.parent_path();
+  if (plain.has_relative_path()) CreateFolders(plain.parent_path(), access);
+  CreateFolder(plain, access);
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,166 @@
+// Files and folders: the one seam between the program and the disk.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fieldpost {
+
+/// A file operation failed. `what()` is one plain line: what was tried, the path, the system's reason.
+class FileError : public std::runtime_error {
+ public:
+  FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason);
+};
+
+/// Who may read a file that the program creates.
+enum class FileAccess {
+  ByUmask,    ///< as the system's settings for the user say
+  OwnerOnly,  ///< nobody but the owner, from the moment the file exists
+};
+
+/// What tells one state of a file from another.
+struct FileStamp {
+  std::uint64_t size = 0;            ///< bytes
+  std::int64_t modifiedNanoseconds = 0;  ///< since 1970, UTC
+  std::uint64_t device = 0;
+  std::uint64_t file = 0;            ///< with `device`, which file it is, by whatever name
+
+  bool operator==(const FileStamp&) const = default;
+};
+
+/// A file open for reading from front to back.
+class FileReader {
+ public:
+  FileReader() = default;
+  FileReader(const FileReader&) = delete;
+  FileReader& operator=(const FileReader&) = delete;
+  virtual ~FileReader() = default;
+
+  /// Reads up to `buffer.size()` bytes. Returns how many; 0 at the end. Throws FileError.
+  virtual std::size_t Read(std::span<char> buffer) = 0;
+};
+
+/// Held while a folder is this program's alone; ends with the object, or with the process.
+class FolderLock {
+ public:
+  FolderLock() = default;
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+  virtual ~FolderLock() = default;
+};
+
+/// Every operation that can fail throws FileError, unless it says otherwise.
+class FileSystem {
+ public:
+  FileSystem() = default;
+  FileSystem(const FileSystem&) = delete;
+  FileSystem& operator=(const FileSystem&) = delete;
+  virtual ~FileSystem() = default;
+
+  /// A plain file of that name is there (a link is none). Never throws.
+  [[nodiscard]] virtual bool IsFile(const std::filesystem::path& path) const = 0;
+
+  /// A folder, or a link to one, of that name is there. Never throws.
+  [[nodiscard]] virtual bool IsFolder(const std::filesystem::path& path) const = 0;
+
+  /// Anything of that name is there, a dangling link too. Never throws.
+  [[nodiscard]] virtual bool Exists(const std::filesystem::path& path) const = 0;
+
+  /// The stamp of the file behind `path` (links followed).
+  [[nodiscard]] virtual FileStamp Stamp(const std::filesystem::path& path) const = 0;
+
+  /// Names of the plain files in a folder that end in `ending`, compared without regard to the case of ASCII
+  /// letters, in the order of their bytes. Links, pipes, devices and folders are left out.
+  [[nodiscard]] virtual std::vector<std::string> ListFiles(const std::filesystem::path& folder,
+                                                           std::string_view ending) const = 0;
+
+  /// The whole content of a plain file; a link is refused. A file of more than `maxBytes` bytes is refused.
+  [[nodiscard]] virtual std::string ReadWhole(const std::filesystem::path& path, std::uint64_t maxBytes) const = 0;
+
+  /// Opens a file for reading from front to back (links followed).
+  [[nodiscard]] virtual std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const = 0;
+
+  /// Creates a file that must not be there yet and writes it. What was begun is removed when it fails.
+  virtual void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) = 0;
+
+  /// Writes at the end of a file, creating it (by the umask) when it is missing.
+  virtual void Append(const std::filesystem::path& path, std::string_view bytes) = 0;
+
+  /// Gives a file a new name on the same file system; what bore that name is replaced in one step.
+  virtual void Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+
+  /// Moves a file to a name that is free, across file systems too.
+  virtual void Move(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+
+  /// Removes a file or a link; one that is missing already is no error.
+  virtual void Remove(const std::filesystem::path& path) = 0;
+
+  /// Creates one folder whose parent is there; one that is there already is no error.
+  virtual void CreateFolder(const std::filesystem::path& path, FileAccess access) = 0;
+
+  /// Returns once everything written below these folders, contents and names, would survive a power cut.
+  virtual void Flush(std::span<const std::filesystem::path> folders) = 0;
+
+  /// Another process holds the file open for writing. False where the system cannot tell. Never throws.
+  [[nodiscard]] virtual bool IsOpenForWriting(const std::filesystem::path& path) const = 0;
+
+  /// Files of this folder can be removed by this user. Never throws.
+  [[nodiscard]] virtual bool MayRemoveFrom(const std::filesystem::path& folder) const = 0;
+
+  /// Takes a folder for this process alone. Empty when another process has it. A folder that does not exist
+  /// or cannot be opened throws.
+  [[nodiscard]] virtual std::unique_ptr<FolderLock> TryLock(const std::filesystem::path& folder) = 0;
+
+  /// Replaces a file whole, or creates it: temporary file beside it, flush, rename, flush of the folder.
+  /// A file that is there keeps its permissions, unless `access` asks for the owner alone.
+  /// On failure the old file is as it was.
+  void SaveAtomically(const std::filesystem::path& path, std::string_view bytes,
+                      FileAccess access = FileAccess::ByUmask);
+
+  /// Creates a folder and those above it that are missing, one level at a time.
+  void CreateFolders(const std::filesystem::path& path, FileAccess access = FileAccess::ByUmask);
+
+ protected:
+  /// Gives `path` the permissions that `model` has.
+  virtual void CopyPermissions(const std::filesystem::path& model, const std::filesystem::path& path) = 0;
+};
+
+/// The name under which a file is written before it is given its own: beside it, and never "*.xml" or "*.zip".
+std::filesystem::path TemporaryNameFor(const std::filesystem::path& path);
+
+/// Whether a file name is one of those that TemporaryNameFor makes.
+bool IsTemporaryName(std::string_view fileName);
+
+/// The machine's own disks.
+class DiskFileSystem final : public FileSystem {
+ public:
+  [[nodiscard]] bool IsFile(const std::filesystem::path& path) const override;
+  [[nodiscard]] bool IsFolder(const std::filesystem::path& path) const override;
+  [[nodiscard]] bool Exists(const std::filesystem::path& path) const override;
+  [[nodiscard]] FileStamp Stamp(const std::filesystem::path& path) const override;
+  [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
+                                                   std::string_view ending) const override;
+  [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path, std::uint64_t maxBytes) const override;
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const override;
+  void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) override;
+  void Append(const std::filesystem::path& path, std::string_view bytes) override;
+  void Rename(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  void Move(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  void Remove(const std::filesystem::path& path) override;
+  void CreateFolder(const std::filesystem::path& path, FileAccess access) override;
+  void Flush(std::span<const std::filesystem::path> folders) override;
+  [[nodiscard]] bool IsOpenForWriting(const std::filesystem::path& path) const override;
+  [[nodiscard]] bool MayRemoveFrom(const std::filesystem::path& folder) const override;
+  [[nodiscard]] std::unique_ptr<FolderLock> TryLock(const std::filesystem::path& folder) override;
+
+ protected:
+  void CopyPermissions(const std::filesystem::path& model, const std::filesystem::path& path) override;
+};
+
+}  // namespace fieldpost
