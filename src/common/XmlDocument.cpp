@@ -1,0 +1,284 @@
+#include "common/XmlDocument.h"
+
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#include <libxml/xmlreader.h>
+#include <libxml/xmlsave.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "common/Text.h"
+
+namespace fieldpost {
+namespace {
+
+constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOBLANKS | XML_PARSE_COMPACT |
+                             XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
+
+struct FreeContext {
+  void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
+};
+struct FreeText {
+  void operator()(xmlChar* text) const { xmlFree(text); }
+};
+struct FreeReader {
+  void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
+};
+using ParserContext = std::unique_ptr<xmlParserCtxt, FreeContext>;
+using XmlText = std::unique_ptr<xmlChar, FreeText>;
+
+const xmlChar* ToXml(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
+
+std::string_view FromXml(const xmlChar* text) {
+  return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+
+/// Keeps the first complaint: later ones are mostly its consequences.
+void NoteError(void* context, xmlError* error) {
+  auto* reason = static_cast<std::string*>(static_cast<xmlParserCtxt*>(context)->_private);
+  if (!reason->empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
+  *reason = fmt::format("line {}: {}", error->line, Visible(Trimmed(error->message)));
+}
+
+/// An entity that lies outside the document is not declared at all, so that a reference to it is an error
+/// instead of a file that is opened.
+void DeclareInternalEntity(void* context, const xmlChar* name, int type, const xmlChar* publicId,
+                           const xmlChar* systemId, xmlChar* content) {
+  if (type != XML_INTERNAL_GENERAL_ENTITY && type != XML_INTERNAL_PARAMETER_ENTITY) return;
+  xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+}
+
+ParserContext NewContext(std::string& reason) {
+  ParserContext context(xmlNewParserCtxt());
+  if (!context) return context;
+  context->_private = &reason;
+  context->sax->serror = NoteError;
+  context->sax->entityDecl = DeclareInternalEntity;
+  return context;
+}
+
+bool FitsParser(std::string_view bytes) {
+  return !bytes.empty() && bytes.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
+}
+
+/// The node after `node` in document order, without what is in `node` when `skipChildren`.
+xmlNode* NextInDocument(xmlNode* node, int& depth, bool skipChildren = false) {
+  if (!skipChildren && node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+    ++depth;
+    return node->children;
+  }
+  while (node != nullptr && node->next == nullptr) {
+    node = node->parent;
+    --depth;
+    if (node == nullptr || node->type != XML_ELEMENT_NODE) return nullptr;
+  }
+  return node == nullptr ? nullptr : node->next;
+}
+
+bool IsBlankText(const xmlNode* node) {
+  return node->type == XML_TEXT_NODE && xmlIsBlankNode(node) == 1 && xmlNodeGetSpacePreserve(node->parent) != 1;
+}
+
+int AppendToString(void* target, const char* bytes, int count) {
+  static_cast<std::string*>(target)->append(bytes, static_cast<std::size_t>(count));
+  return count;
+}
+
+int CloseNothing(void*) { return 0; }
+
+void AppendNode(xmlNode* node, std::string& target) {
+  xmlOutputBuffer* const buffer = xmlOutputBufferCreateIO(AppendToString, CloseNothing, &target, nullptr);
+  if (buffer == nullptr) throw std::bad_alloc();
+  xmlNodeDumpOutput(buffer, node->doc, node, 0, 0, "UTF-8");
+  if (xmlOutputBufferClose(buffer) < 0) throw std::bad_alloc();
+}
+
+void DeclareNamespacesFromAbove(xmlNode* node) {
+  if (node->parent == nullptr || node->parent->type != XML_ELEMENT_NODE) return;
+  xmlNs** const inScope = xmlGetNsList(node->doc, node);
+  if (inScope == nullptr) return;
+  for (xmlNs** ns = inScope; *ns != nullptr; ++ns) {
+    xmlNewNs(node, (*ns)->href, (*ns)->prefix);  // leaves alone what the element itself declares
+  }
+  xmlFree(inScope);
+}
+
+}  // namespace
+
+std::string XmlElement::Text() const {
+  const xmlNode* const only = node_->children;
+  if (only != nullptr && only->next == nullptr && only->type == XML_TEXT_NODE) {
+    return std::string(Trimmed(FromXml(only->content)));
+  }
+  const XmlText content(xmlNodeGetContent(node_));
+  return std::string(Trimmed(FromXml(content.get())));
+}
+
+void XmlElement::SetText(std::string_view text) {
+  while (node_->children != nullptr) {
+    xmlNode* const child = node_->children;
+    xmlUnlinkNode(child);
+    xmlFreeNode(child);
+  }
+  if (text.empty()) return;
+  xmlAddChild(node_, xmlNewDocText(node_->doc, ToXml(std::string(text))));
+}
+
+std::optional<std::string> XmlElement::Attribute(std::string_view name) const {
+  const XmlText value(xmlGetNoNsProp(node_, ToXml(std::string(name))));
+  if (!value) return std::nullopt;
+  return std::string(FromXml(value.get()));
+}
+
+void XmlElement::SetAttribute(std::string_view name, std::string_view value) {
+  xmlSetNsProp(node_, nullptr, ToXml(std::string(name)), ToXml(std::string(value)));
+}
+
+void XmlElement::SetFirstAttribute(std::string_view value) {
+  if (node_->properties == nullptr) return;
+  xmlSetNsProp(node_, node_->properties->ns, node_->properties->name, ToXml(std::string(value)));
+}
+
+void XmlElement::AppendCopyOf(const XmlElement& element) {
+  xmlNode* const copy = xmlDocCopyNode(element.node_, node_->doc, 1);
+  if (copy == nullptr) throw std::bad_alloc();
+  xmlAddChild(node_, copy);
+}
+
+std::string XmlElement::Xml() const {
+  DeclareNamespacesFromAbove(node_);
+  std::string result;
+  AppendNode(node_, result);
+  return result;
+}
+
+void XmlDocument::Free::operator()(_xmlDoc* document) const { xmlFreeDoc(document); }
+
+bool XmlDocument::Load(std::string_view bytes) {
+  document_.reset();
+  reason_.clear();
+  const ParserContext context = NewContext(reason_);
+  if (!context || !FitsParser(bytes)) {
+    reason_ = bytes.empty() ? "the file is empty" : "too large for the XML parser";
+    return false;
+  }
+  document_.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
+                                    ParseOptions));
+  if (document_ && context->nsWellFormed == 1 && Tidy()) return true;
+  if (reason_.empty()) reason_ = "not well-formed";
+  document_.reset();
+  return false;
+}
+
+bool XmlDocument::Tidy() {
+  xmlNode* node = xmlDocGetRootElement(document_.get());
+  for (int depth = 1; node != nullptr;) {
+    if (depth > MaxDepth) {
+      reason_ = fmt::format("nested deeper than {} levels", MaxDepth);
+      return false;
+    }
+    if (node->type == XML_ENTITY_REF_NODE) {
+      reason_ = fmt::format("line {}: entity \"{}\" is not declared in the file", xmlGetLineNo(node),
+                            Visible(FromXml(node->name)));
+      return false;
+    }
+    xmlNode* const blank = IsBlankText(node) ? node : nullptr;
+    node = NextInDocument(node, depth);
+    if (blank == nullptr) continue;
+    xmlUnlinkNode(blank);
+    xmlFreeNode(blank);
+  }
+  return true;
+}
+
+bool XmlDocument::IsUtf8() const {
+  const std::string_view encoding = FromXml(document_->encoding);
+  return encoding.empty() || EqualNoCase(encoding, "utf-8");
+}
+
+XmlElement XmlDocument::Root() const { return XmlElement(xmlDocGetRootElement(document_.get())); }
+
+std::vector<XmlElement> XmlDocument::ElementsByTagName(std::string_view name) const {
+  return std::move(ElementsByTagNames({name}).front());
+}
+
+std::vector<std::vector<XmlElement>> XmlDocument::ElementsByTagNames(
+    const std::vector<std::string_view>& names) const {
+  std::vector<std::vector<XmlElement>> found(names.size());
+  int depth = 1;
+  for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;
+       node = NextInDocument(node, depth)) {
+    if (node->type != XML_ELEMENT_NODE) continue;
+    if (node->ns != nullptr && node->ns->prefix != nullptr) continue;
+    const auto name = std::find(names.begin(), names.end(), FromXml(node->name));
+    if (name == names.end()) continue;
+    found[static_cast<std::size_t>(name - names.begin())].emplace_back(node);
+  }
+  return found;
+}
+
+std::string XmlDocument::Xml() const { return IsUtf8() ? Xml(Root().Xml()) : Xml({}); }
+
+std::string XmlDocument::Xml(std::string_view rootXml) const {
+  std::string result;
+  if (!IsUtf8()) {
+    const char* const encoding = reinterpret_cast<const char*>(document_->encoding);
+    xmlSaveCtxt* const save = xmlSaveToIO(AppendToString, CloseNothing, &result, encoding, 0);
+    if (save == nullptr) throw std::bad_alloc();
+    xmlSaveDoc(save, document_.get());
+    if (xmlSaveClose(save) < 0) throw std::bad_alloc();
+    return result;
+  }
+  const xmlNode* const root = xmlDocGetRootElement(document_.get());
+  result.reserve(rootXml.size() + 128);
+  result += fmt::format("<?xml version=\"{}\"{}{}?>\n", FromXml(document_->version),
+                        document_->encoding == nullptr ? "" : " encoding=\"UTF-8\"",
+                        document_->standalone == 1 ? " standalone=\"yes\"" : "");
+  for (xmlNode* node = document_->children; node != nullptr; node = node->next) {
+    if (node == root) {
+      result += rootXml;
+    } else {
+      AppendNode(node, result);
+    }
+    result += '\n';
+  }
+  return result;
+}
+
+bool IsWellFormedXml(std::string_view bytes) {
+  if (!FitsParser(bytes)) return false;
+  std::string reason;
+  const ParserContext context = NewContext(reason);
+  if (!context) return false;
+  context->sax->startElementNs = nullptr;
+  context->sax->endElementNs = nullptr;
+  context->sax->characters = nullptr;
+  context->sax->ignorableWhitespace = nullptr;
+  context->sax->cdataBlock = nullptr;
+  context->sax->comment = nullptr;
+  context->sax->processingInstruction = nullptr;
+  xmlFreeDoc(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
+                               ParseOptions & ~XML_PARSE_NOBLANKS));
+  return context->wellFormed == 1 && context->nsWellFormed == 1;
+}
+
+std::optional<std::string> RootAttribute(std::string_view bytes, std::string_view name) {
+  if (!FitsParser(bytes)) return std::nullopt;
+  const std::unique_ptr<xmlTextReader, FreeReader> reader(
+      xmlReaderForMemory(bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
+                         XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
+  if (!reader) return std::nullopt;
+  while (xmlTextReaderRead(reader.get()) == 1) {
+    if (xmlTextReaderNodeType(reader.get()) != XML_READER_TYPE_ELEMENT) continue;
+    const XmlText value(xmlTextReaderGetAttribute(reader.get(), ToXml(std::string(name))));
+    if (!value) return std::nullopt;
+    return std::string(FromXml(value.get()));
+  }
+  return std::nullopt;
+}
+
+}  // namespace fieldpost
