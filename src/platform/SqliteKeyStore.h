@@ -1,0 +1,80 @@
+// The key store in an SQLite file, for systems that have no registry.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "platform/FileSystem.h"
+#include "platform/KeyStore.h"
+
+struct sqlite3;
+
+namespace fieldpost {
+
+/// Reading a file that is not there finds nothing and makes nothing. The first write makes the file, readable
+/// by its owner alone from the first moment on, and the folders above it that are missing. Several processes
+/// may use one file at once; a write that finds another at work waits up to ten seconds. A file that is
+/// damaged, of a later version or no key store at all is neither read nor written.
+class SqliteKeyStore final : public KeyStore {
+ public:
+  /// Opens nothing yet. `file` is a full path.
+  SqliteKeyStore(FileSystem& files, std::filesystem::path file);
+  ~SqliteKeyStore() override;
+
+  [[nodiscard]] KeyStatus OpenKey(KeyHandle parent, std::string_view name, std::uint32_t access,
+                                  KeyHandle& opened) override;
+  [[nodiscard]] KeyStatus CreateKey(KeyHandle parent, std::string_view name, std::uint32_t access,
+                                    KeyHandle& opened) override;
+  [[nodiscard]] KeyStatus QueryValue(KeyHandle key, std::string_view name, KeyData& data) override;
+  [[nodiscard]] KeyStatus SetValue(KeyHandle key, std::string_view name, std::uint32_t type,
+                                   std::string_view bytes) override;
+  [[nodiscard]] KeyStatus DeleteKey(KeyHandle parent, std::string_view name) override;
+  [[nodiscard]] KeyStatus DeleteTree(KeyHandle parent, std::string_view name) override;
+  [[nodiscard]] KeyStatus DeleteValue(KeyHandle key, std::string_view name) override;
+  [[nodiscard]] KeyStatus ListSubkeys(KeyHandle key, std::vector<std::string>& names) override;
+  [[nodiscard]] KeyStatus ListValues(KeyHandle key, std::vector<NamedKeyData>& values) override;
+  KeyStatus CloseKey(KeyHandle key) override;
+  [[nodiscard]] KeyStatus Check() override;
+  [[nodiscard]] std::string Problem() const override { return problem_; }
+
+ private:
+  /// A key that somebody has open.
+  struct OpenEntry {
+    std::int64_t row = 0;
+    std::uint32_t access = 0;
+  };
+  struct CloseDatabase {
+    void operator()(sqlite3* database) const;
+  };
+
+  template <typename Work>
+  KeyStatus Guarded(Work work);
+  template <typename Work>
+  void InTransaction(Work work);
+
+  bool OpenExisting();
+  void OpenOrMake();
+  void Connect();
+  void CheckVersion();
+  void MakeTables();
+
+  [[nodiscard]] OpenEntry Entry(KeyHandle key) const;
+  [[nodiscard]] std::int64_t RowOf(KeyHandle key, std::uint32_t neededAccess) const;
+  [[nodiscard]] std::optional<std::int64_t> FindKey(std::int64_t parent, std::string_view name) const;
+  [[nodiscard]] std::int64_t ExistingKey(std::int64_t parent, std::string_view name) const;
+  std::int64_t FindOrMakeKey(std::int64_t parent, std::string_view name);
+  KeyHandle Remember(std::int64_t row, std::uint32_t access);
+
+  FileSystem& files_;
+  std::filesystem::path file_;
+  std::unique_ptr<sqlite3, CloseDatabase> database_;
+  FileStamp connected_;  ///< which file the connection is to
+  bool ready_ = false;   ///< the tables are there and of our version
+  std::map<KeyHandle, OpenEntry> open_;
+  std::uintptr_t lastHandle_ = 0;
+  std::string problem_;
+};
+
+}  // namespace fieldpost
