@@ -3,13 +3,11 @@
 
 #include <filesystem>
 #include <map>
-#include <memory>
 #include <optional>
 
 #include "platform/FileSystem.h"
 #include "platform/KeyStore.h"
-
-struct sqlite3;
+#include "platform/SqliteKeyFile.h"
 
 namespace fieldpost {
 
@@ -21,7 +19,6 @@ class SqliteKeyStore final : public KeyStore {
  public:
   /// Opens nothing yet. `file` is a full path.
   SqliteKeyStore(FileSystem& files, std::filesystem::path file);
-  ~SqliteKeyStore() override;
 
   [[nodiscard]] KeyStatus OpenKey(KeyHandle parent, std::string_view name, std::uint32_t access,
                                   KeyHandle& opened) override;
@@ -44,34 +41,27 @@ class SqliteKeyStore final : public KeyStore {
   struct OpenEntry {
     std::int64_t row = 0;
     std::uint32_t access = 0;
+    int generation = 0;  ///< of the connection that it was opened on
   };
-  struct CloseDatabase {
-    void operator()(sqlite3* database) const;
-  };
+
+  enum class Subkeys { Refused, Deleted };
 
   template <typename Work>
   KeyStatus Guarded(Work work);
-  template <typename Work>
-  void InTransaction(Work work);
 
-  bool OpenExisting();
-  void OpenOrMake();
-  void Connect();
-  void CheckVersion();
-  void MakeTables();
-
-  [[nodiscard]] OpenEntry Entry(KeyHandle key) const;
+  [[nodiscard]] sqlite3* Database() const { return file_.Database(); }
   [[nodiscard]] std::int64_t RowOf(KeyHandle key, std::uint32_t neededAccess) const;
   [[nodiscard]] std::optional<std::int64_t> FindKey(std::int64_t parent, std::string_view name) const;
-  [[nodiscard]] std::int64_t ExistingKey(std::int64_t parent, std::string_view name) const;
   std::int64_t FindOrMakeKey(std::int64_t parent, std::string_view name);
+  bool Reach(KeyHandle key);
   KeyHandle Remember(std::int64_t row, std::uint32_t access);
+  void Delete(KeyHandle parent, std::string_view name, Subkeys subkeys);
+  [[nodiscard]] bool HasSubkeys(std::int64_t row) const;
+  [[nodiscard]] bool StandsAlready(std::int64_t row, std::string_view name, std::uint32_t type,
+                                   std::string_view data) const;
 
-  FileSystem& files_;
-  std::filesystem::path file_;
-  std::unique_ptr<sqlite3, CloseDatabase> database_;
-  FileStamp connected_;  ///< which file the connection is to
-  bool ready_ = false;   ///< the tables are there and of our version
+  std::filesystem::path path_;
+  SqliteKeyFile file_;
   std::map<KeyHandle, OpenEntry> open_;
   std::uintptr_t lastHandle_ = 0;
   std::string problem_;
