@@ -43,6 +43,9 @@ bool WriteIniValue(FileSystem& files, const std::filesystem::path& file, std::st
 bool WriteIniValues(FileSystem& files, const std::filesystem::path& file, std::string_view section,
                     std::span<const IniEntry> entries, FileAccess access);
 
+/// One line on why a file cannot be read as an INI file; empty when it can, or is missing. Never throws.
+std::string IniFileProblem(const FileSystem& files, const std::filesystem::path& file);
+
 /// The path of the plain file in `folder` that bears `name` without regard to case: first the one spelt
 /// exactly so, then the first by its bytes. `folder / name` when there is none. Never throws.
 std::filesystem::path FindFileNoCase(const FileSystem& files, const std::filesystem::path& folder,
