@@ -47,9 +47,10 @@ class OptionsStore {
   bool SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath);
 
  private:
+  void TakeMailOptions(const MailSettings& shown);
+  bool SaveSettings();
   bool SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath);
   bool SaveRecipient(std::string_view key, const std::string& address);
-  bool SaveLatestFolders(const PathList& folders);
 
   FileSystem& files_;
   KeyStore& keys_;

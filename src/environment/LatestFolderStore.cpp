@@ -1,0 +1,73 @@
+#include "environment/LatestFolderStore.h"
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "common/PathText.h"
+
+namespace fieldpost {
+namespace {
+
+constexpr std::uint64_t LargestFile = 16U << 20U;
+constexpr std::string_view Utf8ByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view Unstorable("\r\n\0", 3);
+
+PathList FoldersOf(std::string_view text) {
+  PathList folders;
+  if (text.starts_with(Utf8ByteOrderMark)) text.remove_prefix(Utf8ByteOrderMark.size());
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view line = text.substr(0, end);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    if (!line.empty()) folders.push_back(PathFromUtf8(WithSeparator(line)));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return folders;
+}
+
+/// One folder a line; nothing when a name cannot be a line.
+std::optional<std::string> TextOf(const PathList& folders) {
+  std::string text;
+  for (const std::filesystem::path& folder : folders) {
+    const std::string name = Utf8FromPath(folder);
+    if (name.find_first_of(Unstorable) != std::string::npos) return std::nullopt;
+    if (!name.empty()) text.append(name).append("\n");
+  }
+  return text;
+}
+
+}  // namespace
+
+LatestFolderStore::LatestFolderStore(FileSystem& files, std::filesystem::path ownFolder)
+    : files_(files), file_(std::move(ownFolder) / LatestListFileName) {}
+
+void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
+  folders.clear();
+  try {
+    if (IsStored()) folders = FoldersOf(files_.ReadWhole(file_, LargestFile));
+  } catch (const FileError&) {
+    // what cannot be read holds no folders
+  }
+}
+
+bool LatestFolderStore::SaveLatestFolders(const PathList& folders) {
+  const std::optional<std::string> text = TextOf(folders);
+  if (!text) return false;
+  try {
+    // A list that cannot be read now may be readable again tomorrow: it is not to be replaced unseen.
+    const bool stored = IsStored();
+    if (stored && files_.ReadWhole(file_, LargestFile) == *text) return true;
+    files_.SaveAtomically(file_, *text);
+    return true;
+  } catch (const FileError&) {
+    return false;
+  }
+}
+
+bool LatestFolderStore::IsStored() const {
+  return files_.Exists(file_);
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,109 @@
+#include "environment/OptionsStore.h"
+
+#include <utility>
+
+#include "environment/DefaultRecipients.h"
+#include "environment/EditWinReg.h"
+#include "platform/IniFile.h"
+
+namespace fieldpost {
+namespace {
+
+void FillIfEmpty(std::string& text, std::string_view value) {
+  if (text.empty()) text = value;
+}
+
+std::string_view WithoutTrailingBlanks(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+std::string Recipient(KeyStore& keys, std::string_view key, std::string_view builtIn) {
+  std::string address = EditWinReg(keys).QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue);
+  FillIfEmpty(address, builtIn);
+  return address;
+}
+
+}  // namespace
+
+OptionsStore::OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& settings, PathList& latestFolders,
+                           std::filesystem::path ownFolder)
+    : files_(files),
+      keys_(keys),
+      settings_(settings),
+      latestFolders_(latestFolders),
+      settingsStore_(files, ownFolder),
+      latestStore_(files, std::move(ownFolder)) {}
+
+OptionsValues OptionsStore::LoadOptions(const std::filesystem::path& installPath) {
+  OptionsValues values{
+      .settings = settings_,
+      .faultlogRecipient = Recipient(keys_, FaultlogRecipientKey, DefaultFaultlogRecipient()),
+      .ppcRecipient = Recipient(keys_, PpcRecipientKey, DefaultPpcRecipient()),
+      .latestFolders = latestFolders_,
+  };
+  FillIfEmpty(values.settings.SMTPPort, DefaultSmtpPort);
+  FillIfEmpty(values.settings.TryCount, DefaultTryCount);
+  FillIfEmpty(values.settings.Timeout, DefaultTimeoutSeconds);
+  values.settings.PartnerID = LoadPartnerID(installPath);
+  return values;
+}
+
+std::string OptionsStore::LoadPartnerID(const std::filesystem::path& installPath) {
+  const std::filesystem::path suiteFile = FindFileNoCase(files_, installPath, FaultlogIniName);
+  const std::string found = ReadIniValue(files_, suiteFile, PlaceInfoSection, PartnerIdKey);
+  if (found.empty()) return settings_.PartnerID;
+  settings_.PartnerID = WithoutTrailingBlanks(found);
+  SavePartnerID(settings_.PartnerID, installPath);
+  return settings_.PartnerID;
+}
+
+bool OptionsStore::SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath) {
+  settings_.ArchiveFolder = values.settings.ArchiveFolder;
+  settings_.ProcessFolder = values.settings.ProcessFolder;
+  bool saved = SaveSettings();
+  const std::string& partnerID = values.settings.PartnerID;
+  if (!partnerID.empty()) saved = SavePartnerID(partnerID, installPath) && saved;
+  TakeMailOptions(values.settings);
+  saved = SaveSettings() && saved;
+  saved = SaveRecipient(FaultlogRecipientKey, values.faultlogRecipient) && saved;
+  saved = SaveRecipient(PpcRecipientKey, values.ppcRecipient) && saved;
+  settings_.MailPassword = values.settings.MailPassword;
+  saved = SaveSettings() && saved;
+  latestFolders_ = values.latestFolders;
+  return latestStore_.SaveLatestFolders(latestFolders_) && saved;
+}
+
+/// Everything on the mail pages except the password, which has a step of its own.
+void OptionsStore::TakeMailOptions(const MailSettings& shown) {
+  MailSettings taken = shown;
+  taken.ArchiveFolder = settings_.ArchiveFolder;
+  taken.ProcessFolder = settings_.ProcessFolder;
+  taken.MailPassword = settings_.MailPassword;
+  taken.TlsMode = settings_.TlsMode;
+  taken.TlsCaFile = settings_.TlsCaFile;
+  settings_ = std::move(taken);
+}
+
+/// An emptied partner ID is none in this run, but leaves the one in the file alone.
+bool OptionsStore::SaveSettings() {
+  MailSettings stored = settings_;
+  if (stored.PartnerID.empty()) stored.PartnerID = settingsStore_.Load().PartnerID;
+  return settingsStore_.Save(stored);
+}
+
+bool OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath) {
+  const bool own = WriteIniValue(files_, settingsStore_.File(), MailOptionsSection, PartnerIdKey, partnerID,
+                                 FileAccess::OwnerOnly);
+  const bool suite = WriteIniValue(files_, FindFileNoCase(files_, installPath, FaultlogIniName),
+                                   PlaceInfoSection, PartnerIdKey, partnerID, FileAccess::ByUmask);
+  return own && suite;
+}
+
+bool OptionsStore::SaveRecipient(std::string_view key, const std::string& address) {
+  EditWinReg registry(keys_);
+  registry.CreateNewKey(HKEY_LOCAL_MACHINE, key);
+  registry.SetKeyValue(HKEY_LOCAL_MACHINE, key, DefaultValue, address, REG_SZ);
+  return registry.QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue) == address;
+}
+
+}  // namespace fieldpost
