@@ -1,0 +1,94 @@
+#include "environment/LatestFolderStore.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/TempFolder.h"
+
+namespace fieldpost::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class LatestFolderStoreTest : public testing::Test {
+ protected:
+  PathList Load() const {
+    PathList folders{"left over"};
+    LatestFolderStore(files_, folder_.Path()).LoadLatestFolders(folders);
+    return folders;
+  }
+
+  TempFolder folder_;
+  mutable DiskFileSystem files_;
+  LatestFolderStore store_{files_, folder_.Path()};
+  fs::path file_ = folder_.Path() / "LatestList.dat";
+};
+
+TEST_F(LatestFolderStoreTest, Loading) {
+  struct Case {
+    const char* name;
+    std::string content;
+    PathList folders;
+  };
+  const std::vector<Case> cases{
+      {"nothing", "", {}},
+      {"in order, repeated ones too", "/b/\n/a/\n/b/\n", {"/b/", "/a/", "/b/"}},
+      {"CR LF", "/a/\r\n/b/\r\n", {"/a/", "/b/"}},
+      {"no end at the last line", "/a/\n/b/", {"/a/", "/b/"}},
+      {"a byte order mark", "\xEF\xBB\xBF/a/\n", {"/a/"}},
+      {"empty lines", "\n\r\n/a/\n\n", {"/a/"}},
+      {"without the last separator", "/a\n/b c\n", {"/a/", "/b c/"}},
+      {"blanks belong to the name", " /a /\n", {" /a /"}},
+      {"not UTF-8", "/na\xEFve/\n", {fs::path("/na\xEFve/")}},
+  };
+  for (const Case& given : cases) {
+    folder_.Write("LatestList.dat", given.content);
+    EXPECT_EQ(Load(), given.folders) << given.name;
+  }
+}
+
+TEST_F(LatestFolderStoreTest, NothingStored) {
+  EXPECT_THAT(Load(), testing::IsEmpty());
+  EXPECT_FALSE(store_.IsStored());
+  EXPECT_THAT(Names(folder_.Path()), testing::IsEmpty());
+}
+
+TEST_F(LatestFolderStoreTest, WhatIsSavedComesBack) {
+  const PathList folders{"/srv/b/", "/srv/a/", "/srv/ blanks /", "/srv/Größe/", fs::path("/srv/\xFF\xFE/")};
+  ASSERT_TRUE(store_.SaveLatestFolders(folders));
+  EXPECT_EQ(Load(), folders);
+  EXPECT_EQ(ReadFile(file_), "/srv/b/\n/srv/a/\n/srv/ blanks /\n/srv/Größe/\n/srv/\xFF\xFE/\n");
+  ASSERT_TRUE(store_.SaveLatestFolders({}));
+  EXPECT_THAT(Load(), testing::IsEmpty());
+  EXPECT_TRUE(store_.IsStored()) << "an empty list is a list";
+}
+
+TEST_F(LatestFolderStoreTest, AsTypedIsAsStored) {
+  ASSERT_TRUE(store_.SaveLatestFolders({"/srv/a", ""}));
+  EXPECT_EQ(ReadFile(file_), "/srv/a\n");
+  EXPECT_THAT(Load(), testing::ElementsAre("/srv/a/"));
+}
+
+TEST_F(LatestFolderStoreTest, NamesThatCannotBeALineAreRefused) {
+  ASSERT_TRUE(store_.SaveLatestFolders({"/old/"}));
+  for (const std::string name : {"/a\nb/", "/a\rb/", "/a\r"}) {
+    EXPECT_FALSE(store_.SaveLatestFolders({"/new/", name}));
+    EXPECT_THAT(Load(), testing::ElementsAre("/old/"));
+  }
+  EXPECT_FALSE(store_.SaveLatestFolders({fs::path(std::string("/a\0b", 4))}));
+}
+
+TEST_F(LatestFolderStoreTest, WhatCannotBeReadIsNotReplaced) {
+  folder_.Folder("LatestList.dat");
+  EXPECT_THAT(Load(), testing::IsEmpty());
+  EXPECT_FALSE(store_.SaveLatestFolders({"/a/"}));
+  EXPECT_TRUE(fs::is_directory(file_));
+}
+
+TEST_F(LatestFolderStoreTest, AMissingFolderIsAFailureNotAnError) {
+  LatestFolderStore store(files_, folder_.Path() / "no");
+  EXPECT_FALSE(store.SaveLatestFolders({"/a/"}));
+}
+
+}  // namespace
+}  // namespace fieldpost::test
