@@ -125,10 +125,11 @@ std::int64_t SqliteKeyStore::RowOf(KeyHandle key, std::uint32_t neededAccess) co
 
 std::optional<std::int64_t> SqliteKeyStore::FindKey(std::int64_t parent, std::string_view name) const {
   std::int64_t row = parent;
+  SqliteStatement statement(Database(), "SELECT id FROM keys WHERE parent = ? AND name = ?");
   for (const std::string_view part : KeyNames(name)) {
-    SqliteStatement statement(Database(), "SELECT id FROM keys WHERE parent = ? AND name = ?");
     if (!statement.Bind(1, row).BindText(2, part).Step()) return std::nullopt;
     row = statement.Number(0);
+    statement.Reset();
   }
   return row;
 }
@@ -159,6 +160,8 @@ KeyStatus SqliteKeyStore::OpenKey(KeyHandle parent, std::string_view name, std::
   return Guarded([&] {
     RefuseBadKeyName(name);
     if (!Reach(parent)) throw KeyCallFailed(KeyMissing);
+    // One transaction for the whole way down spares locking and unlocking the file at each level.
+    const SqliteTransaction reading(Database(), "BEGIN");
     const std::optional<std::int64_t> row = FindKey(RowOf(parent, 0), name);
     if (!row) throw KeyCallFailed(KeyMissing);
     opened = Remember(*row, access);

@@ -59,6 +59,9 @@ class SqliteStatement {
     return status == SQLITE_ROW;
   }
 
+  /// Makes the statement ready to be bound and stepped once more.
+  void Reset() { sqlite3_reset(statement_.get()); }
+
   /// A column of the row, from 0.
   [[nodiscard]] std::int64_t Number(int column) const {
     return sqlite3_column_int64(statement_.get(), column);

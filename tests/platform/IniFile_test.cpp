@@ -62,6 +62,7 @@ TEST_F(IniFileTest, Reading) {
       {"no key before the equals sign", "[S]\n=1\nK=2\n", "2"},
       {"a longer key", "[S]\nKK=1\nK=2\n", "2"},
       {"text behind the section", "[S] ; the section\nK=v\n", "v"},
+      {"brackets behind the section", "[S] ; [the] section\nK=v\n", "v"},
       {"a section that is not closed", "[T]\nK=1\n[S\nK=2\n", ""},
       {"a byte order mark", "\xEF\xBB\xBF[S]\nK=v\n", "v"},
       {"a NUL in the value", "[S]\nK=a\0b\n"s, "a"},
