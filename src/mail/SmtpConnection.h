@@ -1,0 +1,103 @@
+// A connection to a mail server, encrypted and logged in as the settings say.
+#pragma once
+
+#include <curl/curl.h>
+
+#include <array>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "common/StatusDisplay.h"
+#include "mail/MailTransport.h"
+#include "mail/SmtpLogin.h"
+#include "platform/Clock.h"
+#include "platform/LocalAddress.h"
+
+namespace fieldpost {
+
+/// What the settings do not say about a connection.
+struct SmtpLimits {
+  std::chrono::seconds finalAnswer{600};  ///< for the answer to the end of the data (RFC 5321, 4.5.3.2.6)
+  std::chrono::seconds farewell{2};       ///< for the answer to QUIT
+  std::int32_t implicitTlsPort = ImplicitTlsPort;
+  std::function<bool(const std::string&)> isThisMachine = IsThisMachine;
+};
+
+/// libcurl finds the server, connects, encrypts and logs in. The few commands that carry a mail then go over
+/// its connection from here, because libcurl itself stands still while it waits for the last answer, and
+/// window events with it. Every wait lets events run, at the latest after 50 ms. What fails throws SmtpFault.
+class SmtpConnection {
+ public:
+  /// Connects, which takes as long as the settings' time-out allows. `server` has passed CheckMail; it, the
+  /// clock and the display must outlive the connection.
+  SmtpConnection(const MailServer& server, const SmtpLimits& limits, const Clock& clock,
+                 StatusDisplay& display);
+  SmtpConnection(const SmtpConnection&) = delete;
+  SmtpConnection& operator=(const SmtpConnection&) = delete;
+  ~SmtpConnection();
+
+  /// Whether the server takes the size of a message with its sender.
+  [[nodiscard]] bool OffersSize() const { return login_.OffersSize(); }
+
+  /// Sends all of `bytes`.
+  void Send(std::string_view bytes);
+
+  /// The next reply. Throws when none comes for `limit`, or for the settings' time-out when there is none.
+  SmtpReply AwaitReply(std::optional<std::chrono::seconds> limit = std::nullopt);
+
+  /// Throws when the server has said something that it was not asked for.
+  void ExpectSilence();
+
+  /// Takes leave of the server. Never throws: nothing that happens now changes what became of a mail.
+  void Quit();
+
+ private:
+  struct CleanEasy {
+    void operator()(CURL* easy) const { ::curl_easy_cleanup(easy); }
+  };
+  struct CleanMulti {
+    void operator()(CURLM* multi) const { ::curl_multi_cleanup(multi); }
+  };
+  using Seconds = std::chrono::seconds;
+
+  void SetUp();
+  void SetUpTls();
+  void SetUpCallbacks();
+  template <typename Value>
+  void Set(CURLoption option, Value value);
+  void Open();
+  [[nodiscard]] std::optional<CURLcode> Result();
+  void NoteProgress();
+  void Progress() { lastProgress_ = clock_.Steady(); }
+  void Wait(short events, Seconds limit);
+  bool Receive();
+  std::optional<std::string> TakeLine();
+  std::optional<SmtpReply> TakeReply();
+  [[nodiscard]] SmtpFault Broken();
+  [[nodiscard]] SmtpFault FaultOf(CURLcode code) const;
+  [[nodiscard]] SmtpFault Silence(Seconds limit) const;
+  [[nodiscard]] std::string CertificateFault() const;
+
+  const MailServer& server_;
+  const SmtpLimits& limits_;
+  const Clock& clock_;
+  StatusDisplay& display_;
+  Seconds timeout_;
+  TlsPlan plan_;
+  SmtpLogin login_;
+  std::array<char, CURL_ERROR_SIZE> detail_{};
+  std::unique_ptr<CURLM, CleanMulti> multi_;
+  std::unique_ptr<CURL, CleanEasy> easy_;
+  curl_socket_t socket_ = CURL_SOCKET_BAD;
+  std::chrono::steady_clock::time_point lastProgress_;
+  std::size_t seenSteps_ = 0;
+  std::string input_;
+  bool closed_ = false;
+  SmtpReplyReader replies_;
+};
+
+}  // namespace fieldpost

@@ -1,0 +1,39 @@
+// Sends mails by SMTP.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "common/StatusDisplay.h"
+#include "mail/MailTransport.h"
+#include "mail/MimeMessage.h"
+#include "mail/SmtpConnection.h"
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+
+namespace fieldpost {
+
+/// One connection a mail. While it waits it lets window events run, at the latest after 50 ms.
+class SmtpMail final : public MailTransport {
+ public:
+  /// `files`, `clock` and `display` must outlive the object.
+  SmtpMail(const FileSystem& files, const Clock& clock, StatusDisplay& display, SmtpLimits limits = {});
+  ~SmtpMail() override;
+
+  bool Send(const MailServer& server, const Mail& mail) override;
+  [[nodiscard]] std::string StatusText() const override { return statusText_; }
+
+ private:
+  [[nodiscard]] std::string Deliver(const MailServer& server, const Mail& mail) const;
+  [[nodiscard]] std::unique_ptr<SmtpConnection> Connect(const MailServer& server) const;
+  [[nodiscard]] std::string Submit(SmtpConnection& connection, const Mail& mail, MimeMessage& message) const;
+  [[nodiscard]] std::string Finish(SmtpConnection& connection) const;
+
+  const FileSystem& files_;
+  const Clock& clock_;
+  StatusDisplay& display_;
+  SmtpLimits limits_;
+  std::string statusText_;
+};
+
+}  // namespace fieldpost
