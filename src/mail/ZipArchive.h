@@ -1,0 +1,27 @@
+// Packs files into a zip.
+#pragma once
+
+#include <filesystem>
+#include <span>
+#include <string>
+
+#include "common/StatusDisplay.h"
+#include "platform/FileSystem.h"
+
+namespace fieldpost {
+
+/// How a packing ended.
+struct ZipResult {
+  int code = 0;             ///< 0 is success, anything else the zip library's number of the error
+  std::string description;  ///< one line; empty on success
+};
+
+/// Packs `files` into a zip (deflate, level 6), each under its file name alone; of several with the same name
+/// (but for the case of ASCII letters) the later ones become "name (2).xml" and so on. The zip takes the
+/// place of `zipFile` when it is complete; on failure nothing has changed. One file that cannot be read fails
+/// the packing, as does an empty list. The same files give the same bytes, as their times are the entries'
+/// times. Memory stays flat; window events are let run all the while. Never throws.
+ZipResult WriteZip(FileSystem& files, std::span<const std::filesystem::path> paths,
+                   const std::filesystem::path& zipFile, StatusDisplay& display);
+
+}  // namespace fieldpost
