@@ -1,0 +1,49 @@
+// Certificates that a test makes for itself.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "support/TempFolder.h"
+
+namespace fieldpost::test {
+
+/// A certification authority and certificates of its making, in a folder of their own.
+class Certificates {
+ public:
+  Certificates() {
+    Run("req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj '/CN=Test CA'"
+        " -keyout ca.key -out ca.pem");
+  }
+
+  [[nodiscard]] std::string CaFile() const { return (folder_.Path() / "ca.pem").native(); }
+  [[nodiscard]] std::string Key(const std::string& name) const {
+    return (folder_.Path() / name).native() + ".key";
+  }
+  [[nodiscard]] std::string Pem(const std::string& name) const {
+    return (folder_.Path() / name).native() + ".pem";
+  }
+
+  /// Makes "NAME.pem" and "NAME.key" for `alternativeName`, such as "IP:127.0.0.1", valid for `days` from
+  /// now; with -1 it has expired.
+  void Make(const std::string& name, const std::string& alternativeName, int days = 2) const {
+    folder_.Write(name + ".ext", "subjectAltName=" + alternativeName + "\n");
+    Run("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " + name +
+        ".key -out " + name + ".csr");
+    Run("x509 -req -in " + name + ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -days " +
+        std::to_string(days) + " -extfile " + name + ".ext -out " + name + ".pem");
+  }
+
+ private:
+  void Run(const std::string& arguments) const {
+    const std::string command =
+        "cd '" + folder_.Path().native() + "' && openssl " + arguments + " 2>/dev/null";
+    if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
+  }
+
+  TempFolder folder_;
+};
+
+}  // namespace fieldpost::test

@@ -1,0 +1,315 @@
+#!/usr/bin/python3
+"""A mail server for tests, on the loopback interface, that can misbehave in many ways.
+
+    smtp_server.py --folder FOLDER [--port 0] [--mode MODE] [--fail-mail K]
+                   [--auth USER:PASSWORD] [--tls starttls|implicit --cert PEM --key PEM]
+                   [--delay SECONDS]
+
+It prints its port and a line end on standard output as soon as it can be connected to, and ends when its
+standard input is closed: it never outlives the test that started it.
+
+Into FOLDER it writes each mail that it accepts as "mail-0001.eml", "mail-0002.eml" ... (as it came, dots
+undone), before it says so to the client, and the dialogue as "transcript.txt": lines "C: ..." and "S: ...",
+"C: (N bytes of data)", "-- connected", "-- tls" and "-- closed".
+
+MODE is one of:
+    ok                  does everything right (default)
+    refuse-421          greets with 421 and closes
+    refuse-554          greets with 554 and closes
+    error-zero          greets with "554 Error: 0 of us like you" and closes
+    silent              never greets
+    stall-at-hello      greets, then never answers
+    stall-in-data       takes the first 64 KB of the data, then neither reads nor answers
+    stall-at-end        never answers to the end of the data
+    stall-at-quit       never answers to QUIT
+    late-at-end         answers to the end of the data after --delay seconds
+    slow                takes the data in pieces of 256 KB, with --delay seconds between them
+    slow-hello          sends each line of the answer to EHLO --delay seconds after the one before
+    hang-up-in-data     closes after the first 64 KB of the data
+    answer-in-data      says 552 after the first 64 KB of the data and closes
+    hang-up-at-end      closes instead of answering to the end of the data
+    cut-after-accept    accepts the mail, then resets the connection at once
+    refuse-sender       550 to MAIL
+    refuse-recipient    550 to RCPT
+    refuse-data         554 to the end of the data, in three lines with control characters
+    starttls-refused    offers STARTTLS and answers it with 454
+    auth-without-ask    offers AUTH, never STARTTLS, and accepts any password
+    echo-login          answers a login with 535 and what the client sent
+    busy-login          answers a login with 454
+    hello-refused       answers EHLO with 502; HELO works
+    garbage-greeting    greets with what is no SMTP
+    garbage-answer      answers MAIL with what is no SMTP
+    endless-line        answers MAIL with a line that has no end
+    endless-reply       answers MAIL with a reply that has no end
+    endless-hello       answers EHLO with a line that has no end
+"--fail-mail K" answers 451 to the end of the data of the K-th mail, whatever the mode.
+"""
+
+import argparse
+import asyncio
+import base64
+import os
+import pathlib
+import socket
+import ssl
+import struct
+import sys
+
+PIECE = 64 * 1024
+
+
+class Server:
+    """What all connections share."""
+
+    def __init__(self, options):
+        self.options = options
+        self.folder = pathlib.Path(options.folder)
+        self.mails = 0
+        self.transcript = open(self.folder / "transcript.txt", "a", encoding="utf-8", errors="replace", buffering=1)
+        self.tls = None
+        if options.tls:
+            self.tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            self.tls.load_cert_chain(options.cert, options.key)
+
+    def note(self, text):
+        self.transcript.write(text + "\n")
+
+    async def connected(self, reader, writer):
+        self.note("-- connected")
+        try:
+            await Session(self, reader, writer).run()
+        except (ConnectionError, asyncio.IncompleteReadError, ssl.SSLError):
+            pass
+        self.note("-- closed")
+        writer.close()
+
+
+class Session:
+    """One connection."""
+
+    def __init__(self, server, reader, writer):
+        self.server = server
+        self.mode = server.options.mode
+        self.delay = server.options.delay
+        self.reader = reader
+        self.writer = writer
+        self.encrypted = server.options.tls == "implicit"
+        self.logged_in = server.options.auth is None
+        self.open = True
+
+    async def say(self, *lines):
+        for line in lines:
+            self.server.note("S: " + line)
+            self.writer.write(line.encode("latin-1") + b"\r\n")
+            await self.writer.drain()
+
+    async def line(self):
+        line = await self.reader.readline()
+        if not line:
+            raise ConnectionError
+        text = line.decode("latin-1").rstrip("\r\n")
+        self.server.note("C: " + text)
+        return text
+
+    async def stall(self):
+        await asyncio.sleep(3600)
+
+    async def flood(self, piece):
+        while True:
+            self.writer.write(piece)
+            await self.writer.drain()
+
+    async def run(self):
+        if not await self.greet():
+            return
+        while self.open:
+            line = await self.line()
+            verb = line.split(" ")[0].upper()
+            handler = getattr(self, "do_" + verb.lower(), None)
+            if handler is None:
+                await self.say("500 unknown command")
+            else:
+                await handler(line)
+
+    async def greet(self):
+        greetings = {"refuse-421": "421 too busy", "refuse-554": "554 no service here",
+                     "error-zero": "554 Error: 0 of us like you"}
+        if self.mode in greetings:
+            await self.say(greetings[self.mode])
+            return False
+        if self.mode == "silent":
+            await self.stall()
+        await self.say("hello there" if self.mode == "garbage-greeting" else "220 test.example ready")
+        return True
+
+    async def do_ehlo(self, _):
+        if self.mode == "stall-at-hello":
+            await self.stall()
+        if self.mode == "endless-hello":
+            await self.flood(b"x" * PIECE)
+        if self.mode == "hello-refused":
+            await self.say("502 not here")
+            return
+        lines = ["test.example", "SIZE 100000000", "8BITMIME"]
+        offers_tls = self.server.options.tls == "starttls" and not self.encrypted
+        if offers_tls or self.mode == "starttls-refused":
+            lines.append("STARTTLS")
+        if not offers_tls and (self.server.options.auth or self.mode == "auth-without-ask"):
+            lines.append("AUTH GSSAPI PLAIN LOGIN")
+        for text in lines[:-1]:
+            await self.say("250-" + text)
+            if self.mode == "slow-hello":
+                await asyncio.sleep(self.delay)
+        await self.say("250 " + lines[-1])
+
+    async def do_helo(self, _):
+        await self.say("250 test.example")
+
+    async def do_starttls(self, _):
+        if self.mode == "starttls-refused":
+            await self.say("454 TLS not available")
+            return
+        await self.say("220 go ahead")
+        await self.writer.start_tls(self.server.tls)
+        self.encrypted = True
+        self.server.note("-- tls")
+
+    async def ask(self, prompt):
+        await self.say("334 " + base64.b64encode(prompt.encode()).decode())
+        return await self.line()
+
+    async def do_auth(self, line):
+        words = line.split(" ")
+        if words[1].upper() == "PLAIN":
+            sent = words[2] if len(words) > 2 else await self.ask("")
+            given = base64.b64decode(sent).decode().split("\0")[1:]
+        else:
+            sent = words[2] if len(words) > 2 else await self.ask("Username:")
+            sent2 = await self.ask("Password:")
+            given = [base64.b64decode(sent).decode(), base64.b64decode(sent2).decode()]
+            sent = sent + " " + sent2
+        if self.mode == "echo-login":
+            await self.say("535 5.7.8 wrong: %s is %s" % (sent, ":".join(given)))
+        elif self.mode == "busy-login":
+            await self.say("454 4.7.0 try again later")
+        elif self.mode == "auth-without-ask" or ":".join(given) == self.server.options.auth:
+            self.logged_in = True
+            await self.say("235 2.7.0 welcome")
+        else:
+            await self.say("535 5.7.8 wrong user name or password")
+
+    async def do_mail(self, _):
+        if self.mode == "garbage-answer":
+            await self.say("certainly, sir")
+        elif self.mode == "endless-line":
+            await self.flood(b"2" * PIECE)
+        elif self.mode == "endless-reply":
+            await self.flood(b"250-and so on\r\n" * 1000)
+        elif self.mode == "refuse-sender":
+            await self.say("550 5.7.1 not you")
+        elif not self.logged_in:
+            await self.say("530 5.7.0 log in first")
+        else:
+            await self.say("250 2.1.0 sender ok")
+
+    async def do_rcpt(self, _):
+        await self.say("550 5.1.1 nobody of that name" if self.mode == "refuse-recipient" else "250 2.1.5 recipient ok")
+
+    async def do_data(self, _):
+        await self.say("354 go on")
+        if self.mode in ("stall-in-data", "hang-up-in-data", "answer-in-data"):
+            await self.reader.readexactly(PIECE)
+            if self.mode == "stall-in-data":
+                await self.stall()
+            if self.mode == "answer-in-data":
+                await self.say("552 5.3.4 that is too much")
+            self.open = False
+            return
+        data = await self.data()
+        self.server.note("C: (%d bytes of data)" % len(data))
+        await self.end_of_data(data)
+
+    async def data(self):
+        data = bytearray()
+        while not data.endswith(b"\r\n.\r\n"):
+            piece = await self.reader.read(256 * 1024)
+            if not piece:
+                raise ConnectionError
+            data += piece
+            if self.mode == "slow":
+                await asyncio.sleep(self.delay)
+        return bytes(data[:-3]).replace(b"\r\n..", b"\r\n.")
+
+    async def end_of_data(self, data):
+        self.server.mails += 1
+        if self.mode == "stall-at-end":
+            await self.stall()
+        if self.mode == "late-at-end":
+            await asyncio.sleep(self.delay)
+        if self.mode == "hang-up-at-end":
+            self.open = False
+        elif self.mode == "refuse-data":
+            await self.say("554-we do not", "554-\x07want\x1b[2J", "554 this")
+        elif self.server.options.fail_mail == self.server.mails:
+            await self.say("451 4.3.0 not now")
+        else:
+            self.keep(data)
+            await self.say("250 2.0.0 taken as %d" % self.server.mails)
+        if self.mode == "cut-after-accept":
+            raw = self.writer.get_extra_info("socket")
+            raw.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+            self.open = False
+
+    def keep(self, data):
+        path = self.server.folder / ("mail-%04d.eml" % self.server.mails)
+        path.with_suffix(".part").write_bytes(data)
+        path.with_suffix(".part").rename(path)
+
+    async def do_noop(self, _):
+        await self.say("250 ok")
+
+    do_rset = do_noop
+
+    async def do_quit(self, _):
+        if self.mode == "stall-at-quit":
+            await self.stall()
+        await self.say("221 bye")
+        self.open = False
+
+
+def parse():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--folder", required=True)
+    parser.add_argument("--port", type=int, default=0)
+    parser.add_argument("--mode", default="ok")
+    parser.add_argument("--fail-mail", type=int, default=0)
+    parser.add_argument("--auth")
+    parser.add_argument("--tls", choices=["starttls", "implicit"])
+    parser.add_argument("--cert")
+    parser.add_argument("--key")
+    parser.add_argument("--delay", type=float, default=0.0)
+    options = parser.parse_args()
+    if options.mode not in __doc__.replace("(default)", "").split():
+        parser.error("unknown mode " + options.mode)
+    return options
+
+
+async def serve(options):
+    server = Server(options)
+    implicit = server.tls if options.tls == "implicit" else None
+    listener = await asyncio.start_server(server.connected, "127.0.0.1", options.port, limit=4 * PIECE, ssl=implicit)
+    print(listener.sockets[0].getsockname()[1], flush=True)
+    await asyncio.get_running_loop().run_in_executor(None, sys.stdin.read)
+
+
+async def main():
+    loop = asyncio.get_running_loop()
+    # What a client does to its own connection is no news.
+    loop.set_exception_handler(lambda *_: None)
+    await serve(parse())
+    # Stalled sessions are simply dropped.
+    os._exit(0)
+
+
+if __name__ == "__main__":
+    asyncio.run(main())
