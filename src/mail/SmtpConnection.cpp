@@ -196,7 +196,10 @@ SmtpReply SmtpConnection::AwaitReply(std::optional<Seconds> limit) {
 
 void SmtpConnection::ExpectSilence() {
   Receive();
-  if (std::optional<SmtpReply> reply = TakeReply()) throw SmtpFault(CURLE_SEND_ERROR, reply->text);
+  if (const std::optional<SmtpReply> reply = TakeReply()) {
+    if (reply->code >= 400) throw SmtpFault(CURLE_SEND_ERROR, reply->text);
+    throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "the server answered out of turn: " + reply->text);
+  }
   if (closed_ || !input_.empty() || replies_.IsWithinReply()) throw Broken();
 }
 

@@ -1,3 +1,9 @@
+#include "mail/SmtpLogin.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include "support/Certificates.h"
 #include "support/SmtpMailTest.h"
 
@@ -6,10 +12,59 @@ namespace {
 
 using testing::HasSubstr;
 
+/// A login whose lines are played to the watch one by one.
+class LoginWatchTest : public testing::Test {
+ protected:
+  /// Plays lines "C: ..." and "S: ...". True when all of them pass.
+  static bool Passes(SmtpLogin& login, const std::vector<std::string>& lines) {
+    return std::all_of(lines.begin(), lines.end(), [&](const std::string& line) {
+      if (line.starts_with("S: ")) return login.SawLine(line.substr(3));
+      login.SawCommand(line.substr(3) + "\r\n");
+      return true;
+    });
+  }
+
+  static bool NotHere() { return false; }
+};
+
+TEST_F(LoginWatchTest, WhenAPasswordMayFollow) {
+  using Lines = std::vector<std::string>;
+  const Lines plain{"S: 220 x", "C: EHLO a", "S: 250-x", "S: 250 AUTH PLAIN"};
+  const Lines offered{"S: 220 x", "C: EHLO a", "S: 250-x", "S: 250-starttls", "S: 250 AUTH PLAIN"};
+  const Lines unoffered{"S: 220 x", "C: EHLO a", "S: 250 x", "C: AUTH PLAIN", "S: 334 "};
+  const Lines upgraded{"S: 220 x",      "C: EHLO a",           "S: 250 STARTTLS", "C: STARTTLS",
+                       "S: 220 go",     "C: EHLO a",           "S: 250-x",        "S: 250 AUTH LOGIN",
+                       "C: AUTH LOGIN", "S: 334 VXNlcm5hbWU6", "C: STARTTLS",     "S: 334 UGFzc3dvcmQ6"};
+  const Lines refused{"S: 220 x", "C: EHLO a", "S: 250 STARTTLS", "C: STARTTLS", "S: 501 no"};
+  struct Case {
+    TlsPlan plan;
+    bool hasPassword;
+    const Lines& lines;
+    bool passes;
+  };
+  for (const Case& given :
+       {Case{TlsPlan::IfOffered, true, plain, false}, Case{TlsPlan::IfOffered, false, plain, true},
+        Case{TlsPlan::Never, true, plain, true}, Case{TlsPlan::FromTheStart, true, plain, true},
+        Case{TlsPlan::IfOffered, true, offered, true}, Case{TlsPlan::IfOffered, true, unoffered, false},
+        Case{TlsPlan::IfOffered, true, upgraded, true}, Case{TlsPlan::Required, true, upgraded, true},
+        Case{TlsPlan::IfOffered, false, refused, false}, Case{TlsPlan::Required, true, refused, false}}) {
+    SmtpLogin login(given.plan, given.hasPassword, NotHere);
+    EXPECT_EQ(Passes(login, given.lines), given.passes) << given.lines.back();
+    EXPECT_EQ(login.Fault().has_value(), !given.passes);
+  }
+}
+
+TEST_F(LoginWatchTest, OnThisMachineAPasswordMayGoUnencrypted) {
+  SmtpLogin login(TlsPlan::IfOffered, true, [] { return true; });
+  EXPECT_TRUE(Passes(login, {"S: 220 x", "C: EHLO a", "S: 250 AUTH PLAIN", "C: AUTH PLAIN", "S: 334 "}));
+}
+
 TEST_F(SmtpMailTest, RightPasswordLogsIn) {
   const SmtpServer sink({"--auth", "user@partner.example:pass word"});
   LogIn("user@partner.example", "pass word");
   EXPECT_TRUE(Send(sink)) << status;
+  // The last gate before an unencrypted password is the server's question for it.
+  EXPECT_EQ(sink.Count("C: AUTH PLAIN\n"), 1U) << "no password with the command itself";
 }
 
 TEST_F(SmtpMailTest, WrongPasswordIsRefusedAndNotTriedAgain) {
@@ -34,7 +89,7 @@ TEST_F(SmtpMailTest, WithoutAUserNameNobodyLogsIn) {
   LogIn("", "right-password");
   EXPECT_FALSE(Send(sink));
   EXPECT_THAT(status, HasSubstr("530 5.7.0 log in first"));
-  EXPECT_EQ(sink.Count("AUTH PLAIN\n"), 0U);
+  EXPECT_EQ(sink.Count("C: AUTH"), 0U);
 }
 
 TEST_F(SmtpMailTest, APasswordThatTheServerRepeatsIsNotShown) {

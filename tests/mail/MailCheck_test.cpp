@@ -1,0 +1,59 @@
+#include "mail/MailCheck.h"
+
+#include <gtest/gtest.h>
+
+namespace fieldpost::test {
+namespace {
+
+TEST(DecideTlsTest, PortAndMode) {
+  struct Case {
+    std::int32_t port;
+    TlsMode mode;
+    TlsPlan expected;
+  };
+  for (const Case& given :
+       {Case{25, TlsMode::Auto, TlsPlan::IfOffered}, Case{587, TlsMode::Auto, TlsPlan::IfOffered},
+        Case{25, TlsMode::Required, TlsPlan::Required}, Case{25, TlsMode::None, TlsPlan::Never},
+        Case{465, TlsMode::Auto, TlsPlan::FromTheStart}, Case{465, TlsMode::Required, TlsPlan::FromTheStart},
+        Case{465, TlsMode::None, TlsPlan::FromTheStart}}) {
+    EXPECT_EQ(DecideTls(given.port, given.mode), given.expected) << given.port;
+  }
+}
+
+TEST(ServerUrlTest, NameAddressAndHostName) {
+  struct Case {
+    const char* server;
+    std::int32_t port;
+    const char* hostName;
+    TlsPlan plan;
+    const char* expected;
+  };
+  for (const Case& given :
+       {Case{"mail.example", 25, "", TlsPlan::IfOffered, "smtp://mail.example:25/"},
+        Case{"mail.example", 465, "pc-17.example", TlsPlan::FromTheStart,
+             "smtps://mail.example:465/pc-17.example"},
+        Case{"10.0.0.1", 25, "[10.0.0.2]", TlsPlan::Never, "smtp://10.0.0.1:25/%5B10.0.0.2%5D"},
+        Case{"::1", 25, "a/../b?c#d%", TlsPlan::Never, "smtp://[::1]:25/a%2F..%2Fb%3Fc%23d%25"},
+        Case{"[fe80::1%eth0]", 25, "", TlsPlan::Never, "smtp://[fe80::1%25eth0]:25/"}}) {
+    MailServer server;
+    server.server = given.server;
+    server.port = given.port;
+    server.hostName = given.hostName;
+    EXPECT_EQ(ServerUrl(server, given.plan), given.expected);
+  }
+}
+
+TEST(CheckMailTest, LetsUsualSettingsPass) {
+  MailServer server;
+  Mail mail;
+  mail.sender = "o'neil+site@partner.example";
+  mail.recipient = "fault_log@[10.0.0.1]";
+  mail.messageId = "<FLog.4711.1@partner.example>";
+  for (const char* name : {"mail.example", "mail_1", "10.0.0.1", "::1", "[::1]", "fe80::1%eth0"}) {
+    server.server = name;
+    EXPECT_EQ(CheckMail(server, mail), "") << name;
+  }
+}
+
+}  // namespace
+}  // namespace fieldpost::test
