@@ -184,6 +184,15 @@ TEST_F(SmtpTlsTest, ThePortOfImplicitTlsIsEncryptedFromTheStart) {
   EXPECT_EQ(sink.Mails().size(), 1U);
 }
 
+TEST_F(SmtpTlsTest, AnEncryptedConnectionThatBreaksOffIsAFailureAndNoSignal) {
+  std::vector<std::string> arguments = Arguments("starttls");
+  arguments.insert(arguments.end(), {"--mode", "hang-up-in-data"});
+  const SmtpServer sink(arguments);
+  AttachBytes(20'000'000);
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, HasSubstr("broke off"));
+}
+
 TEST_F(SmtpTlsTest, AnUnknownAuthorityIsNotTrusted) {
   const SmtpServer sink(Arguments("starttls"));
   const Certificates others;

@@ -48,7 +48,7 @@ class ZipArchiveTest : public testing::Test {
 
 TEST_F(ZipArchiveTest, HoldsEveryFileUnderItsNameAlone) {
   std::string bytes;
-  for (int i = 0; i < 300'000; ++i) bytes += static_cast<char>(i * i >> 3);
+  for (unsigned i = 0; i < 300'000; ++i) bytes += static_cast<char>(i * i >> 3U);
   const ZipResult result = Pack({folder.Write("one/a.xml", bytes), folder.Write("two/b.xml", ""),
                                  folder.Write("two/Prüfung.xml", "<a/>")});
   EXPECT_EQ(result.code, 0) << result.description;
