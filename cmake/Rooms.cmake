@@ -13,6 +13,7 @@ endif()
 # fp_core(ROOM LIBRARIES...): the library fp_ROOM from every source of the current folder.
 function(fp_core room)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   if(NOT sources)
     add_library(fp_${room} INTERFACE)
     target_include_directories(fp_${room} INTERFACE ${PROJECT_SOURCE_DIR}/src)

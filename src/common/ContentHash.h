@@ -2,8 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
+
+struct XXH3_state_s;  // xxHash's own name
 
 namespace fieldpost {
 
@@ -20,5 +23,22 @@ ContentHash HashContent(std::string_view bytes);
 
 /// 32 lower-case hexadecimal digits.
 std::string ToHex(const ContentHash& hash);
+
+/// The hash of a content that comes in pieces.
+class ContentHasher {
+ public:
+  ContentHasher();
+
+  void Add(std::string_view bytes);
+
+  /// The hash of all that was added so far.
+  [[nodiscard]] ContentHash Hash() const;
+
+ private:
+  struct Free {
+    void operator()(XXH3_state_s* state) const;
+  };
+  std::unique_ptr<XXH3_state_s, Free> state_;
+};
 
 }  // namespace fieldpost

@@ -12,7 +12,9 @@ namespace {
 constexpr std::string_view XmlEnding = ".xml";
 constexpr int HighestCounted = 98;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 /// The two digits just before ".xml" of a name that begins with `stem`.
 std::optional<int> NumberOf(std::string_view stem, std::string_view name) {
@@ -25,15 +27,21 @@ std::optional<int> NumberOf(std::string_view stem, std::string_view name) {
 
 }  // namespace
 
-std::string SitePart(std::string_view partnerId) { return LettersAndDigits(partnerId); }
+std::string SitePart(std::string_view partnerId) {
+  return LettersAndDigits(partnerId);
+}
 
 std::string DocumentStem(std::string_view prefix, std::string_view partnerId, const LocalTime& time) {
   return fmt::format("{}{}.{}", prefix, SitePart(partnerId), HourStamp(time));
 }
 
-std::string DocumentName(std::string_view stem, int number) { return fmt::format("{}{:02}.xml", stem, number); }
+std::string DocumentName(std::string_view stem, int number) {
+  return fmt::format("{}{:02}.xml", stem, number);
+}
 
-std::string ZipName(std::string_view stem) { return fmt::format("{}00.zip", stem); }
+std::string ZipName(std::string_view stem) {
+  return fmt::format("{}00.zip", stem);
+}
 
 int NextDocumentNumber(std::string_view stem, std::span<const std::string> names) {
   int highest = 0;
@@ -44,6 +52,8 @@ int NextDocumentNumber(std::string_view stem, std::span<const std::string> names
   return highest + 1;
 }
 
-std::string LogFileName(const LocalTime& time) { return fmt::format("FPProg_{}.log", LogDay(time)); }
+std::string LogFileName(const LocalTime& time) {
+  return fmt::format("FPProg_{}.log", LogDay(time));
+}
 
 }  // namespace fieldpost

@@ -14,8 +14,8 @@ namespace fieldpost {
 inline constexpr std::string_view FaultlogPrefix = "FLog.";
 inline constexpr std::string_view PpcPrefix = "PPC.";
 
-/// The site's part of a name: the letters and digits of its partner ID. Nothing else of that setting may reach
-/// a file name or a mail header. Empty when there are none.
+/// The site's part of a name: the letters and digits of its partner ID. Nothing else of that setting may
+/// reach a file name or a mail header. Empty when there are none.
 std::string SitePart(std::string_view partnerId);
 
 /// PREFIX SITE "." yyyymmddhh: what the documents that a site writes within one hour have in common.

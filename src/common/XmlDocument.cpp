@@ -31,7 +31,9 @@ struct FreeReader {
 using ParserContext = std::unique_ptr<xmlParserCtxt, FreeContext>;
 using XmlText = std::unique_ptr<xmlChar, FreeText>;
 
-const xmlChar* ToXml(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
+const xmlChar* ToXml(const std::string& text) {
+  return reinterpret_cast<const xmlChar*>(text.c_str());
+}
 
 std::string_view FromXml(const xmlChar* text) {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
@@ -80,7 +82,8 @@ xmlNode* NextInDocument(xmlNode* node, int& depth, bool skipChildren = false) {
 }
 
 bool IsBlankText(const xmlNode* node) {
-  return node->type == XML_TEXT_NODE && xmlIsBlankNode(node) == 1 && xmlNodeGetSpacePreserve(node->parent) != 1;
+  return node->type == XML_TEXT_NODE && xmlIsBlankNode(node) == 1 &&
+         xmlNodeGetSpacePreserve(node->parent) != 1;
 }
 
 int AppendToString(void* target, const char* bytes, int count) {
@@ -88,7 +91,9 @@ int AppendToString(void* target, const char* bytes, int count) {
   return count;
 }
 
-int CloseNothing(void*) { return 0; }
+int CloseNothing(void*) {
+  return 0;
+}
 
 void AppendNode(xmlNode* node, std::string& target) {
   xmlOutputBuffer* const buffer = xmlOutputBufferCreateIO(AppendToString, CloseNothing, &target, nullptr);
@@ -156,7 +161,9 @@ std::string XmlElement::Xml() const {
   return result;
 }
 
-void XmlDocument::Free::operator()(_xmlDoc* document) const { xmlFreeDoc(document); }
+void XmlDocument::Free::operator()(_xmlDoc* document) const {
+  xmlFreeDoc(document);
+}
 
 bool XmlDocument::Load(std::string_view bytes) {
   document_.reset();
@@ -166,8 +173,8 @@ bool XmlDocument::Load(std::string_view bytes) {
     reason_ = bytes.empty() ? "the file is empty" : "too large for the XML parser";
     return false;
   }
-  document_.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
-                                    ParseOptions));
+  document_.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                    nullptr, ParseOptions));
   if (document_ && context->nsWellFormed == 1 && Tidy()) return true;
   if (reason_.empty()) reason_ = "not well-formed";
   document_.reset();
@@ -200,7 +207,9 @@ bool XmlDocument::IsUtf8() const {
   return encoding.empty() || EqualNoCase(encoding, "utf-8");
 }
 
-XmlElement XmlDocument::Root() const { return XmlElement(xmlDocGetRootElement(document_.get())); }
+XmlElement XmlDocument::Root() const {
+  return XmlElement(xmlDocGetRootElement(document_.get()));
+}
 
 std::vector<XmlElement> XmlDocument::ElementsByTagName(std::string_view name) const {
   return std::move(ElementsByTagNames({name}).front());
@@ -221,7 +230,9 @@ std::vector<std::vector<XmlElement>> XmlDocument::ElementsByTagNames(
   return found;
 }
 
-std::string XmlDocument::Xml() const { return IsUtf8() ? Xml(Root().Xml()) : Xml({}); }
+std::string XmlDocument::Xml() const {
+  return IsUtf8() ? Xml(Root().Xml()) : Xml({});
+}
 
 std::string XmlDocument::Xml(std::string_view rootXml) const {
   std::string result;

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-struct _xmlDoc;   // libxml2's own names
+struct _xmlDoc;  // libxml2's own names
 struct _xmlNode;
 
 namespace fieldpost {

@@ -18,6 +18,8 @@ LocalTime SystemClock::Now() const {
           .offsetMinutes = static_cast<int>(local.tm_gmtoff / 60)};
 }
 
-std::chrono::steady_clock::time_point SystemClock::Steady() const { return std::chrono::steady_clock::now(); }
+std::chrono::steady_clock::time_point SystemClock::Steady() const {
+  return std::chrono::steady_clock::now();
+}
 
 }  // namespace fieldpost

@@ -13,7 +13,11 @@ constexpr std::string_view TemporaryEnding = ".fieldpost-new";
 }  // namespace
 
 FileError::FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason)
-    : std::runtime_error(std::string(action) + " " + Visible(Utf8FromPath(path)) + ": " + std::string(reason)) {}
+    : std::runtime_error(std::string(action) + " " + Visible(Utf8FromPath(path)) + ": " +
+                         std::string(reason)) {}
+
+FileTooLarge::FileTooLarge(const std::filesystem::path& path, std::uint64_t maxBytes)
+    : FileError("cannot read", path, "larger than " + std::to_string(maxBytes) + " bytes") {}
 
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& path) {
   constexpr std::size_t longestName = 255;
@@ -26,7 +30,8 @@ bool IsTemporaryName(std::string_view fileName) {
   return fileName.starts_with('.') && fileName.ends_with(TemporaryEnding);
 }
 
-void FileSystem::SaveAtomically(const std::filesystem::path& path, std::string_view bytes, FileAccess access) {
+void FileSystem::SaveAtomically(const std::filesystem::path& path, std::string_view bytes,
+                                FileAccess access) {
   const std::filesystem::path temporary = TemporaryNameFor(path);
   Remove(temporary);
   WriteNew(temporary, bytes, access);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -18,6 +19,12 @@ class FileError : public std::runtime_error {
   FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason);
 };
 
+/// A file is larger than the program is willing to read.
+class FileTooLarge : public FileError {
+ public:
+  FileTooLarge(const std::filesystem::path& path, std::uint64_t maxBytes);
+};
+
 /// Who may read a file that the program creates.
 enum class FileAccess {
   ByUmask,    ///< as the system's settings for the user say
@@ -26,12 +33,18 @@ enum class FileAccess {
 
 /// What tells one state of a file from another.
 struct FileStamp {
-  std::uint64_t size = 0;            ///< bytes
+  std::uint64_t size = 0;                ///< bytes
   std::int64_t modifiedNanoseconds = 0;  ///< since 1970, UTC
   std::uint64_t device = 0;
-  std::uint64_t file = 0;            ///< with `device`, which file it is, by whatever name
+  std::uint64_t file = 0;  ///< with `device`, which file it is, by whatever name
 
   bool operator==(const FileStamp&) const = default;
+};
+
+/// A file's content, and the state that it was read in.
+struct FileContent {
+  std::string bytes;
+  FileStamp stamp;
 };
 
 /// A file open for reading from front to back.
@@ -75,16 +88,27 @@ class FileSystem {
   /// The stamp of the file behind `path` (links followed).
   [[nodiscard]] virtual FileStamp Stamp(const std::filesystem::path& path) const = 0;
 
+  /// The stamp of a plain file (a link is none); empty when there is no plain file of that name.
+  [[nodiscard]] virtual std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const = 0;
+
   /// Names of the plain files in a folder that end in `ending`, compared without regard to the case of ASCII
   /// letters, in the order of their bytes. Links, pipes, devices and folders are left out.
   [[nodiscard]] virtual std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                            std::string_view ending) const = 0;
 
-  /// The whole content of a plain file; a link is refused. A file of more than `maxBytes` bytes is refused.
-  [[nodiscard]] virtual std::string ReadWhole(const std::filesystem::path& path, std::uint64_t maxBytes) const = 0;
+  /// The whole content of a plain file; a link is refused. A file of more than `maxBytes` bytes is refused
+  /// with FileTooLarge.
+  [[nodiscard]] virtual std::string ReadWhole(const std::filesystem::path& path,
+                                              std::uint64_t maxBytes) const = 0;
+
+  /// The same for a file that somebody else writes. Empty while another process has it open for writing;
+  /// where the system cannot tell, nobody has.
+  [[nodiscard]] virtual std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
+                                                                std::uint64_t maxBytes) const = 0;
 
   /// Opens a file for reading from front to back (links followed).
-  [[nodiscard]] virtual std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const = 0;
+  [[nodiscard]] virtual std::unique_ptr<FileReader> OpenForReading(
+      const std::filesystem::path& path) const = 0;
 
   /// Creates a file that must not be there yet and writes it. What was begun is removed when it fails.
   virtual void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) = 0;
@@ -107,9 +131,6 @@ class FileSystem {
   /// Returns once everything written below these folders, contents and names, would survive a power cut.
   virtual void Flush(std::span<const std::filesystem::path> folders) = 0;
 
-  /// Another process holds the file open for writing. False where the system cannot tell. Never throws.
-  [[nodiscard]] virtual bool IsOpenForWriting(const std::filesystem::path& path) const = 0;
-
   /// Files of this folder can be removed by this user. Never throws.
   [[nodiscard]] virtual bool MayRemoveFrom(const std::filesystem::path& folder) const = 0;
 
@@ -131,7 +152,8 @@ class FileSystem {
   virtual void CopyPermissions(const std::filesystem::path& model, const std::filesystem::path& path) = 0;
 };
 
-/// The name under which a file is written before it is given its own: beside it, and never "*.xml" or "*.zip".
+/// The name under which a file is written before it is given its own: beside it, and never "*.xml" or
+/// "*.zip".
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& path);
 
 /// Whether a file name is one of those that TemporaryNameFor makes.
@@ -140,13 +162,19 @@ bool IsTemporaryName(std::string_view fileName);
 /// The machine's own disks.
 class DiskFileSystem final : public FileSystem {
  public:
+  DiskFileSystem();
+
   [[nodiscard]] bool IsFile(const std::filesystem::path& path) const override;
   [[nodiscard]] bool IsFolder(const std::filesystem::path& path) const override;
   [[nodiscard]] bool Exists(const std::filesystem::path& path) const override;
   [[nodiscard]] FileStamp Stamp(const std::filesystem::path& path) const override;
+  [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const override;
   [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                    std::string_view ending) const override;
-  [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path, std::uint64_t maxBytes) const override;
+  [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
+                                      std::uint64_t maxBytes) const override;
+  [[nodiscard]] std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
+                                                        std::uint64_t maxBytes) const override;
   [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const override;
   void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) override;
   void Append(const std::filesystem::path& path, std::string_view bytes) override;
@@ -155,7 +183,6 @@ class DiskFileSystem final : public FileSystem {
   void Remove(const std::filesystem::path& path) override;
   void CreateFolder(const std::filesystem::path& path, FileAccess access) override;
   void Flush(std::span<const std::filesystem::path> folders) override;
-  [[nodiscard]] bool IsOpenForWriting(const std::filesystem::path& path) const override;
   [[nodiscard]] bool MayRemoveFrom(const std::filesystem::path& folder) const override;
   [[nodiscard]] std::unique_ptr<FolderLock> TryLock(const std::filesystem::path& folder) override;
 

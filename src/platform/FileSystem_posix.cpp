@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -52,6 +53,18 @@ Descriptor Open(const fs::path& path, int flags, std::string_view action, mode_t
   return Descriptor(number);
 }
 
+/// O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
+Descriptor OpenPlainFile(const fs::path& path) {
+  return Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open");
+}
+
+FileStamp StampOf(const struct stat& state) {
+  return {.size = static_cast<std::uint64_t>(state.st_size),
+          .modifiedNanoseconds = std::int64_t{state.st_mtim.tv_sec} * 1'000'000'000 + state.st_mtim.tv_nsec,
+          .device = state.st_dev,
+          .file = state.st_ino};
+}
+
 std::size_t ReadSome(int number, std::span<char> buffer, const fs::path& path) {
   ssize_t got = -1;
   do {
@@ -59,6 +72,26 @@ std::size_t ReadSome(int number, std::span<char> buffer, const fs::path& path) {
   } while (got < 0 && errno == EINTR);
   if (got < 0) Fail("cannot read", path);
   return static_cast<std::size_t>(got);
+}
+
+FileContent ReadPlainFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
+  struct stat state {};
+  if (::fstat(file.Number(), &state) != 0) Fail("cannot look at", path);
+  if (!S_ISREG(state.st_mode)) throw FileError("cannot read", path, "not a plain file");
+  if (static_cast<std::uint64_t>(state.st_size) > maxBytes) throw FileTooLarge(path, maxBytes);
+
+  // One byte more than the file has: of a plain file, the read that returns less than it was asked for is the
+  // last.
+  std::string content(static_cast<std::size_t>(state.st_size) + 1, '\0');
+  std::size_t filled = 0;
+  for (;;) {
+    filled += ReadSome(file.Number(), std::span(content).subspan(filled), path);
+    if (filled > maxBytes) throw FileTooLarge(path, maxBytes);
+    if (filled < content.size()) break;
+    content.resize(filled * 2);
+  }
+  content.resize(filled);
+  return {.bytes = std::move(content), .stamp = StampOf(state)};
 }
 
 void WriteAll(int number, std::string_view bytes, const fs::path& path) {
@@ -103,6 +136,12 @@ bool IsPlainFile(int folder, const dirent& entry) {
 
 }  // namespace
 
+DiskFileSystem::DiskFileSystem() {
+  // Who opens a file for writing while ReadFinished holds its lease makes the system send this signal, and
+  // its default is to end the program. The lease is over a moment later in any case.
+  std::signal(SIGIO, SIG_IGN);
+}
+
 bool DiskFileSystem::IsFile(const fs::path& path) const {
   struct stat state {};
   return ::lstat(path.c_str(), &state) == 0 && S_ISREG(state.st_mode);
@@ -121,10 +160,13 @@ bool DiskFileSystem::Exists(const fs::path& path) const {
 FileStamp DiskFileSystem::Stamp(const fs::path& path) const {
   struct stat state {};
   if (::stat(path.c_str(), &state) != 0) Fail("cannot look at", path);
-  return {.size = static_cast<std::uint64_t>(state.st_size),
-          .modifiedNanoseconds = std::int64_t{state.st_mtim.tv_sec} * 1'000'000'000 + state.st_mtim.tv_nsec,
-          .device = state.st_dev,
-          .file = state.st_ino};
+  return StampOf(state);
+}
+
+std::optional<FileStamp> DiskFileSystem::PlainFileStamp(const fs::path& path) const {
+  struct stat state {};
+  if (::lstat(path.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) return std::nullopt;
+  return StampOf(state);
 }
 
 std::vector<std::string> DiskFileSystem::ListFiles(const fs::path& folder, std::string_view ending) const {
@@ -144,28 +186,15 @@ std::vector<std::string> DiskFileSystem::ListFiles(const fs::path& folder, std::
 }
 
 std::string DiskFileSystem::ReadWhole(const fs::path& path, std::uint64_t maxBytes) const {
-  // O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
-  const Descriptor file = Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open");
-  struct stat state {};
-  if (::fstat(file.Number(), &state) != 0) Fail("cannot look at", path);
-  if (!S_ISREG(state.st_mode)) throw FileError("cannot read", path, "not a plain file");
-  const auto tooLarge = [&] {
-    return FileError("cannot read", path, "larger than " + std::to_string(maxBytes) + " bytes");
-  };
-  if (static_cast<std::uint64_t>(state.st_size) > maxBytes) throw tooLarge();
+  return ReadPlainFile(OpenPlainFile(path), path, maxBytes).bytes;
+}
 
-  // One byte more than the file has: the read that returns less than it was asked for is the last one.
-  std::string content(static_cast<std::size_t>(state.st_size) + 1, '\0');
-  std::size_t filled = 0;
-  for (;;) {
-    const std::size_t got = ReadSome(file.Number(), std::span(content).subspan(filled), path);
-    filled += got;
-    if (got == 0) break;
-    if (filled > maxBytes) throw tooLarge();
-    if (filled == content.size()) content.resize(filled * 2);
-  }
-  content.resize(filled);
-  return content;
+std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, std::uint64_t maxBytes) const {
+  const Descriptor file = OpenPlainFile(path);
+  // A read lease is refused with EAGAIN while anybody has the file open for writing (fcntl(2)); any other
+  // refusal says nothing about writers. It ends when the file is closed.
+  if (::fcntl(file.Number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN) return std::nullopt;
+  return ReadPlainFile(file, path, maxBytes);
 }
 
 std::unique_ptr<FileReader> DiskFileSystem::OpenForReading(const fs::path& path) const {
@@ -232,29 +261,17 @@ void DiskFileSystem::CreateFolder(const fs::path& path, FileAccess access) {
 }
 
 void DiskFileSystem::Flush(std::span<const fs::path> folders) {
-  // One call flushes a whole file system, names included: measured, it costs a group of files what fsync costs
-  // a few of them. It reports write errors since Linux 5.8.
+  // One call flushes a whole file system, names included: measured, it costs a group of files what fsync
+  // costs a few of them. It reports write errors since Linux 5.8.
   std::set<dev_t> flushed;
   for (const fs::path& folder : folders) {
-    const Descriptor descriptor = Open(folder.empty() ? fs::path(".") : folder, O_RDONLY | O_DIRECTORY, "cannot flush");
+    const Descriptor descriptor =
+        Open(folder.empty() ? fs::path(".") : folder, O_RDONLY | O_DIRECTORY, "cannot flush");
     struct stat state {};
     if (::fstat(descriptor.Number(), &state) != 0) Fail("cannot flush", folder);
     if (!flushed.insert(state.st_dev).second) continue;
     if (::syncfs(descriptor.Number()) != 0) Fail("cannot flush", folder);
   }
-}
-
-bool DiskFileSystem::IsOpenForWriting(const fs::path& path) const {
-  // A read lease is refused with EAGAIN while anybody has the file open for writing (fcntl(2)). Any other
-  // refusal says nothing about writers.
-  const int number = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-  if (number < 0) return false;
-  const Descriptor file(number);
-  if (::fcntl(number, F_SETLEASE, F_RDLCK) == 0) {
-    ::fcntl(number, F_SETLEASE, F_UNLCK);
-    return false;
-  }
-  return errno == EAGAIN;
 }
 
 bool DiskFileSystem::MayRemoveFrom(const fs::path& folder) const {

@@ -10,8 +10,14 @@
 namespace fieldpost {
 namespace {
 
-constexpr LocalTime Afternoon{.year = 2004, .month = 3, .day = 15, .hour = 14, .minute = 7, .second = 9,
-                              .weekday = 1, .offsetMinutes = 60};
+constexpr LocalTime Afternoon{.year = 2004,
+                              .month = 3,
+                              .day = 15,
+                              .hour = 14,
+                              .minute = 7,
+                              .second = 9,
+                              .weekday = 1,
+                              .offsetMinutes = 60};
 
 TEST(DateText, HasItsForms) {
   EXPECT_EQ(CompactDate(Afternoon), "20040315");
@@ -75,7 +81,9 @@ TEST(FormatCharMask, LaysDigitsInFromTheRight) {
            Row{512, "@@@@@@@@.@@@", "        .512"},
            Row{42, "@@@@@@@@.@@@", "        . 42"},
            Row{0, "@@@@@@@@.@@@", "        .  0"},
-           Row{123456789012, "@@@@@@@@.@@@", "1" "23456789.012"},
+           Row{123456789012, "@@@@@@@@.@@@",
+               "1"
+               "23456789.012"},
            Row{2147483647, "@@@@@@@.@@@", "2147483.647"},
            Row{7, "", "7"},
            Row{7, "abc", "7abc"},

@@ -46,7 +46,8 @@ TEST(XmlDocument, GivesTheTextOfAnElementAsPeopleReadIt) {
 
 TEST(XmlDocument, KeepsNoTextThatIsOnlyWhiteSpace) {
   EXPECT_EQ(Loaded("<a>\n <b> </b>\n x <c/> </a>").Root().Xml(), "<a><b/>\n x <c/></a>");
-  EXPECT_EQ(Loaded("<a xml:space=\"preserve\"> <b/> </a>").Root().Xml(), "<a xml:space=\"preserve\"> <b/> </a>");
+  EXPECT_EQ(Loaded("<a xml:space=\"preserve\"> <b/> </a>").Root().Xml(),
+            "<a xml:space=\"preserve\"> <b/> </a>");
 }
 
 TEST(XmlDocument, SaysInOneLineWhyItDidNotLoad) {
@@ -161,8 +162,8 @@ TEST(XmlDocument, CopiesElementsBetweenDocuments) {
 }
 
 TEST(XmlDocument, GivesAnElementThatCanBeReadOnItsOwn) {
-  const XmlDocument document = Loaded(
-      "<!DOCTYPE r [<!ENTITY e 'v'>]><r xmlns:p='u' xmlns='d'><f p:k='&e;'><p:g>&e;</p:g></f></r>");
+  const XmlDocument document =
+      Loaded("<!DOCTYPE r [<!ENTITY e 'v'>]><r xmlns:p='u' xmlns='d'><f p:k='&e;'><p:g>&e;</p:g></f></r>");
   const std::string xml = document.ElementsByTagName("f")[0].Xml();
   EXPECT_TRUE(IsWellFormedXml(xml)) << xml;
   EXPECT_THAT(xml, HasSubstr("p:k=\"v\""));
@@ -174,7 +175,8 @@ TEST(IsWellFormedXml, AgreesWithLoading) {
                                       "<!DOCTYPE a [<!ENTITY e 'v'>]><a k='&e;'>&e;</a>"}) {
     EXPECT_TRUE(IsWellFormedXml(good)) << good;
   }
-  for (const std::string_view bad : {"", "x", "<a>", "<a/><b/>", "<p:a/>", "<a>&e;</a>", "<a b='1' b='2'/>"}) {
+  for (const std::string_view bad :
+       {"", "x", "<a>", "<a/><b/>", "<p:a/>", "<a>&e;</a>", "<a b='1' b='2'/>"}) {
     EXPECT_FALSE(IsWellFormedXml(bad)) << bad;
   }
 }
