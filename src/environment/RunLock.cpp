@@ -1,0 +1,35 @@
+#include "environment/RunLock.h"
+
+#include <fmt/format.h>
+
+#include <set>
+#include <utility>
+
+#include "common/PathText.h"
+#include "common/Text.h"
+
+namespace fieldpost {
+
+std::string RunLock::TryTake(FileSystem& files, const PathList& folders) {
+  std::vector<std::unique_ptr<FolderLock>> taken;
+  std::set<std::pair<std::uint64_t, std::uint64_t>>
+      known;  // one folder may stand in the list under two names
+  try {
+    for (const std::filesystem::path& folder : folders) {
+      if (!files.IsFolder(folder)) continue;
+      const FileStamp stamp = files.Stamp(folder);
+      if (!known.emplace(stamp.device, stamp.file).second) continue;
+      taken.push_back(files.TryLock(folder));
+      if (!taken.back()) {
+        return fmt::format("Another run of Fieldpost is working in {}; this one ends without doing anything",
+                           Visible(Utf8FromPath(folder)));
+      }
+    }
+  } catch (const FileError& error) {
+    return error.what();
+  }
+  locks_ = std::move(taken);
+  return {};
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,24 @@
+// Keeps two runs from working on the same files.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "common/RunLists.h"
+#include "platform/FileSystem.h"
+
+namespace fieldpost {
+
+/// The folders of one run, held until the object ends, or its process does.
+class RunLock {
+ public:
+  /// Takes every folder that exists, or none. Empty on success, else one line that says which folder another
+  /// run has, or cannot be taken. Two programs that share any folder exclude each other.
+  [[nodiscard]] std::string TryTake(FileSystem& files, const PathList& folders);
+
+ private:
+  std::vector<std::unique_ptr<FolderLock>> locks_;
+};
+
+}  // namespace fieldpost
