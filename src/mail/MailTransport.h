@@ -20,13 +20,13 @@ enum class TlsMode {
 struct MailServer {
   std::string server;  ///< name or address
   std::int32_t port = 25;
-  std::int32_t tryCount = 2;          ///< attempts to connect, greet, encrypt and log in
-  std::int32_t timeoutSeconds = 10;   ///< for the connection, and for each stretch without progress
-  std::string userName;               ///< empty: no AUTH
+  std::int32_t tryCount = 2;         ///< attempts to connect, greet, encrypt and log in
+  std::int32_t timeoutSeconds = 10;  ///< for the connection, and for each stretch without progress
+  std::string userName;              ///< empty: no AUTH
   std::string password;
-  std::string hostName;               ///< announced in EHLO; empty: this machine's name
+  std::string hostName;  ///< announced in EHLO; empty: this machine's name
   TlsMode tlsMode = TlsMode::Auto;
-  std::string tlsCaFile;              ///< PEM file of trusted certificates; empty: the system's
+  std::string tlsCaFile;  ///< PEM file of trusted certificates; empty: the system's
 };
 
 /// One mail. All texts are UTF-8.
@@ -35,8 +35,8 @@ struct Mail {
   std::string recipient;     ///< envelope recipient and To
   std::string organization;  ///< empty: no such header
   std::string subject;
-  std::string body;          ///< lines end in CR LF
-  std::string messageId;     ///< with its angle brackets; the same mail sent again bears the same one
+  std::string body;       ///< lines end in CR LF
+  std::string messageId;  ///< with its angle brackets; the same mail sent again bears the same one
   LocalTime date;
   PathList attachments;
 };

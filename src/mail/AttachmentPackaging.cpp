@@ -1,0 +1,103 @@
+#include "mail/AttachmentPackaging.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "common/DocumentNames.h"
+#include "common/Numbers.h"
+#include "common/PathText.h"
+#include "mail/ZipArchive.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t NoLimit = 10;
+constexpr std::int32_t HighestChoice = 9;
+
+}  // namespace
+
+AttachmentPackaging::AttachmentPackaging(FileSystem& files, const Clock& clock, const InstallPaths& paths,
+                                         const MailSettings& settings, const RunFlags& flags, RunLists& lists,
+                                         ModWriteLogFile& log, StatusDisplay& display)
+    : files_(files),
+      clock_(clock),
+      paths_(paths),
+      settings_(settings),
+      flags_(flags),
+      lists_(lists),
+      log_(log),
+      display_(display) {}
+
+std::size_t AttachmentPackaging::ConfiguredPerMail() const {
+  return static_cast<std::size_t>(NumberOr(settings_.NumAttachments, 0, HighestChoice, 0)) + 1;
+}
+
+int AttachmentPackaging::CountMails() const {
+  const std::size_t count = lists_.Attachments.size();
+  const std::size_t perMail = ConfiguredPerMail();
+  if (count <= perMail || perMail == NoLimit) return 1;
+  return static_cast<int>((count + perMail - 1) / perMail);
+}
+
+std::size_t AttachmentPackaging::AttachmentsPerMail() const {
+  const std::size_t perMail = ConfiguredPerMail();
+  return perMail == NoLimit ? std::max<std::size_t>(lists_.Attachments.size(), 1) : perMail;
+}
+
+bool AttachmentPackaging::ZipAttachments(PathList& list) {
+  const fs::path folder = ZipFolder();
+  if (!files_.IsFolder(folder)) {
+    log_.WriteLog("Process directory dosen't found", LogCategory::Error);
+    return false;
+  }
+  if (list.empty()) return false;
+
+  PathList present;
+  std::copy_if(list.begin(), list.end(), std::back_inserter(present),
+               [this](const fs::path& file) { return files_.IsFile(file); });
+  lists_.PackedFiles.insert(lists_.PackedFiles.end(), list.begin(), list.end());
+  list.clear();
+
+  const std::string_view prefix = flags_.SendingPPC ? PpcPrefix : FaultlogPrefix;
+  const fs::path zip = folder / ZipName(DocumentStem(prefix, settings_.PartnerID, clock_.Now()));
+  const ZipResult result = WriteZip(files_, present, zip, display_);
+  lastZipResult_ = result.code;
+  if (result.code != 0) {
+    log_.WriteLog(result.description, LogCategory::Error);
+    return false;
+  }
+  list.push_back(zip);
+  return true;
+}
+
+fs::path AttachmentPackaging::ZipFolder() const {
+  return flags_.SendingPPC ? paths_.FaultlogFolder("PPCTemp") : PathFromUtf8(settings_.ProcessFolder);
+}
+
+void AttachmentPackaging::ClearPPCTemp() {
+  DeleteFiles(paths_.FaultlogFolder("PPCTemp"), "");
+}
+
+void AttachmentPackaging::DeleteZipFiles() {
+  DeleteFiles(PathFromUtf8(settings_.ProcessFolder), ".zip");
+}
+
+void AttachmentPackaging::DeleteFiles(const fs::path& folder, std::string_view ending) {
+  if (!files_.IsFolder(folder)) {
+    log_.WriteLog(fmt::format("Path not found ({})", Utf8FromPath(folder)), LogCategory::Error);
+    return;
+  }
+  try {
+    for (const std::string& name : files_.ListFiles(folder, ending))
+      files_.Remove(folder / PathFromUtf8(name));
+  } catch (const FileError& error) {
+    log_.WriteLog(error.what(), LogCategory::Error);
+  }
+}
+
+}  // namespace fieldpost

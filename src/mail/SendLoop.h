@@ -1,0 +1,70 @@
+// Mails what waits, and marks it as sent.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "common/RunFlags.h"
+#include "common/RunLists.h"
+#include "common/StatusDisplay.h"
+#include "common/UserPrompt.h"
+#include "environment/MailSettings.h"
+#include "environment/ModWriteLogFile.h"
+#include "mail/AttachmentPackaging.h"
+#include "mail/MailSettingsCheck.h"
+#include "mail/MailTransport.h"
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+
+namespace fieldpost {
+
+/// Sends the attachment list in numbered mails. A set is marked as sent when all of its mails went, and only
+/// then; after a failure the whole set is offered again by the next run.
+class SendLoop {
+ public:
+  SendLoop(FileSystem& files, const Clock& clock, const MailSettings& settings, const RunFlags& flags,
+           RunLists& lists, ModWriteLogFile& log, const MailSettingsCheck& check,
+           AttachmentPackaging& packaging, MailTransport& transport, UserPrompt& prompt,
+           StatusDisplay& display);
+
+  /// Fills the attachment list with the documents that wait in the process folder and those of
+  /// `PendingFiles`, each once, and sends it. False when something went wrong; nothing to send is nothing
+  /// wrong.
+  bool SendQueuedFaultlogs();
+
+  /// Packs the attachment list where the settings ask for it, and sends it. True when mail was sent.
+  bool SendData();
+
+  /// Sends the attachment list as numbered mails. True when all went.
+  bool SendMail();
+
+  /// Sends one mail and logs what became of it. True when the server took it.
+  bool SendOneMail(const Mail& mail);
+
+  /// Marks the documents of the packed-files list and of the attachment list as sent, and empties both. False
+  /// when a document could not be written; it will be sent again.
+  bool MarkSent();
+
+ private:
+  void CollectWaiting();
+  [[nodiscard]] bool IsWaiting(const std::filesystem::path& document) const;
+  [[nodiscard]] MailServer Server() const;
+  [[nodiscard]] PathList FilesOfMail(int number) const;
+  [[nodiscard]] Mail MailOf(int number, int count);
+  [[nodiscard]] std::string MessageIdOf(const Mail& mail, int number, int count) const;
+  bool MarkFile(const std::filesystem::path& path);
+
+  FileSystem& files_;
+  const Clock& clock_;
+  const MailSettings& settings_;
+  const RunFlags& flags_;
+  RunLists& lists_;
+  ModWriteLogFile& log_;
+  const MailSettingsCheck& check_;
+  AttachmentPackaging& packaging_;
+  MailTransport& transport_;
+  UserPrompt& prompt_;
+  StatusDisplay& display_;
+};
+
+}  // namespace fieldpost
