@@ -1,0 +1,193 @@
+#include "faultlog/FilingBatch.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <unordered_set>
+#include <utility>
+
+#include "common/PathText.h"
+#include "common/Text.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view JournalName = "FLog.journal";
+constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
+
+}  // namespace
+
+FilingBatch::FilingBatch(FileSystem& files, fs::path archiveFolder, fs::path processFolder)
+    : files_(files), archiveFolder_(std::move(archiveFolder)), processFolder_(std::move(processFolder)) {}
+
+FilingBatch::~FilingBatch() {
+  Drop();
+}
+
+void FilingBatch::Accept(FaultloggerFile& file, const FileContent& content, const fs::path& source,
+                         const fs::path& target) {
+  const bool onDisk = files_.Exists(target);
+  if (onDisk) RefuseTheSameFile(content.stamp, source, target);
+  const bool open = openArchived_ && openArchived_->target == target;
+  if (open || onDisk || stagedByTarget_.contains(target.native())) {
+    if (!open) OpenForMerging(target);
+    openArchived_->changed = openArchived_->file.MergeIntoArchived(file);
+  } else {
+    MakeFolderOf(target);
+    StageArchived(target, file.Xml());
+  }
+  journal_.sources.push_back({.path = source, .content = HashContent(content.bytes), .stamp = content.stamp});
+}
+
+void FilingBatch::RefuseTheSameFile(const FileStamp& stamp, const fs::path& source,
+                                    const fs::path& target) const {
+  const FileStamp archived = files_.Stamp(target);
+  if (archived.device != stamp.device || archived.file != stamp.file) return;
+  throw FileError("cannot file", source, "it is the archived file itself");
+}
+
+void FilingBatch::OpenForMerging(const fs::path& target) {
+  StageOpenArchived();
+  const auto staged = stagedByTarget_.find(target.native());
+  const fs::path& where =
+      staged == stagedByTarget_.end() ? target : journal_.staged[staged->second].temporary;
+  OpenArchived opened{.target = target, .file = {}};
+  if (!opened.file.Load(files_.ReadWhole(where, AnySize))) {
+    throw FileError("cannot merge into", target, opened.file.Reason());
+  }
+  openArchived_ = std::move(opened);
+}
+
+void FilingBatch::StageOpenArchived() {
+  if (!openArchived_ || !openArchived_->changed) return;
+  StageArchived(openArchived_->target, openArchived_->file.Xml());
+  openArchived_->changed = false;
+}
+
+void FilingBatch::MakeFolderOf(const fs::path& target) {
+  fs::path folder = target.parent_path();
+  if (knownFolders_.contains(folder.native())) return;
+  if (!files_.IsFolder(folder)) files_.CreateFolder(folder, FileAccess::ByUmask);
+  knownFolders_.insert(std::move(folder).native());
+}
+
+void FilingBatch::StageArchived(const fs::path& target, std::string_view bytes) {
+  // Temporary files lie in the Archive folder itself, never in a product folder: what an interrupted run left
+  // is found there without a search through the whole archive.
+  const fs::path temporary = TemporaryNameFor(archiveFolder_ / std::to_string(++temporaryNumber_));
+  files_.WriteNew(temporary, bytes, FileAccess::ByUmask);
+  const auto [place, isNew] = stagedByTarget_.try_emplace(target.native(), journal_.staged.size());
+  if (isNew) {
+    journal_.staged.push_back({.temporary = temporary, .target = target});
+    return;
+  }
+  files_.Remove(std::exchange(journal_.staged[place->second].temporary, temporary));
+}
+
+void FilingBatch::StageBeside(const fs::path& target, std::string_view bytes) {
+  const fs::path temporary = TemporaryNameFor(target);
+  files_.Remove(temporary);
+  files_.WriteNew(temporary, bytes, FileAccess::ByUmask);
+  journal_.staged.push_back({.temporary = temporary, .target = target});
+}
+
+std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text) {
+  try {
+    StageOpenArchived();
+    StageBeside(document, text);
+    journal_.document = document;
+    Decide();
+  } catch (const FileError&) {
+    Drop();
+    throw;
+  }
+  // From here on the journal on disk speaks for the batch, whatever fails.
+  const FilingJournal journal = std::exchange(journal_, {});
+  stagedByTarget_.clear();
+  knownFolders_.clear();
+  for (const auto& [temporary, target] : journal.staged) files_.Rename(temporary, target);
+  RemoveSources(journal);
+  return journal.sources.size();
+}
+
+void FilingBatch::Decide() {
+  try {
+    files_.WriteNew(JournalPath(), journal_.ToBytes(), FileAccess::OwnerOnly);
+    files_.Flush(FoldersOf(journal_));
+  } catch (const FileError&) {
+    files_.Remove(JournalPath());
+    throw;
+  }
+}
+
+void FilingBatch::Drop() noexcept {
+  const FilingJournal dropped = std::exchange(journal_, {});
+  stagedByTarget_.clear();
+  knownFolders_.clear();
+  openArchived_.reset();
+  try {
+    for (const FilingJournal::Staged& file : dropped.staged) files_.Remove(file.temporary);
+  } catch (const std::exception&) {
+    // The next run removes them: without a journal they mean nothing.
+  }
+}
+
+std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
+  const std::optional<FilingJournal> journal =
+      files_.IsFile(JournalPath()) ? FilingJournal::FromBytes(files_.ReadWhole(JournalPath(), AnySize))
+                                   : std::nullopt;
+  if (journal) {
+    for (const auto& [temporary, target] : journal->staged) {
+      MakeFolderOf(target);
+      if (files_.Exists(temporary)) files_.Rename(temporary, target);
+    }
+    RemoveSources(*journal);
+    documents.push_back(journal->document);
+  }
+  files_.Remove(JournalPath());
+  RemoveLeftovers(archiveFolder_);
+  RemoveLeftovers(processFolder_);
+  return journal ? journal->sources.size() : 0;
+}
+
+void FilingBatch::RemoveSources(const FilingJournal& journal) {
+  const PathList folders = FoldersOf(journal);
+  files_.Flush(folders);
+  for (const FilingJournal::Source& source : journal.sources) {
+    if (IsWhatWasFiled(source)) files_.Remove(source.path);
+  }
+  files_.Flush(folders);
+  files_.Remove(JournalPath());
+}
+
+bool FilingBatch::IsWhatWasFiled(const FilingJournal::Source& source) const {
+  // A file that its device has written anew meanwhile is another one.
+  const std::optional<FileStamp> stamp = files_.PlainFileStamp(source.path);
+  if (!stamp || source.stamp) return stamp && stamp == source.stamp;
+  return HashContent(files_.ReadWhole(source.path, AnySize)) == source.content;
+}
+
+void FilingBatch::RemoveLeftovers(const fs::path& folder) {
+  for (const std::string& name : files_.ListFiles(folder, "")) {
+    if (IsTemporaryName(name)) files_.Remove(folder / name);
+  }
+}
+
+PathList FilingBatch::FoldersOf(const FilingJournal& journal) const {
+  std::unordered_set<fs::path::string_type> folders{archiveFolder_.native(), processFolder_.native()};
+  for (const FilingJournal::Staged& file : journal.staged) folders.insert(file.target.parent_path().native());
+  for (const FilingJournal::Source& source : journal.sources)
+    folders.insert(source.path.parent_path().native());
+  PathList result;
+  std::copy_if(folders.begin(), folders.end(), std::back_inserter(result),
+               [this](const fs::path& folder) { return files_.IsFolder(folder); });
+  return result;
+}
+
+fs::path FilingBatch::JournalPath() const {
+  return processFolder_ / JournalName;
+}
+
+}  // namespace fieldpost

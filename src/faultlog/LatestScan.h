@@ -1,0 +1,94 @@
+// The heart of faultlog processing: from the Latest folders into the Archive.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "common/RunFlags.h"
+#include "common/RunLists.h"
+#include "common/StatusDisplay.h"
+#include "common/UserPrompt.h"
+#include "environment/FolderTree.h"
+#include "environment/MailSettings.h"
+#include "environment/ModWriteLogFile.h"
+#include "faultlog/CombinedDocument.h"
+#include "faultlog/FilingBatch.h"
+#include "mail/MailSettingsCheck.h"
+#include "mail/SendLoop.h"
+#include "platform/Clock.h"
+#include "platform/FileSystem.h"
+
+namespace fieldpost {
+
+/// The largest file of a device that is read. Real ones are small; the parser needs many times a file's size.
+inline constexpr std::uint64_t MaxFaultloggerFileBytes = 8 * 1024 * 1024;
+
+/// Files every ready file of the Latest folders into the Archive by product code and into combined documents,
+/// moves what cannot be read to the Error folder, and reports.
+class LatestScan {
+ public:
+  LatestScan(FileSystem& files, const Clock& clock, const InstallPaths& paths, const MailSettings& settings,
+             const RunFlags& flags, RunLists& lists, FolderTree& tree, ModWriteLogFile& log,
+             MailSettingsCheck& check, SendLoop& sendLoop, UserPrompt& prompt);
+
+  /// The whole scan; `display` is touched only when messages may be shown. Then sends what was queued, when
+  /// the run is to do that. What it did is told by the log and Succeeded().
+  void ProcessLatestFiles(StatusDisplay& display);
+
+  /// Finds the files to process. True when there are any.
+  bool CollectLatestFiles();
+
+  /// Ends what an interrupted run had begun, and gives documents that had to make room for others a name
+  /// again. False when that could not be done; nothing may be filed then.
+  bool FinishInterruptedRun();
+
+  /// Whether everything that this scan set out to do was done. Files that were moved to the Error folder, or
+  /// that are not ready yet, are no failure.
+  [[nodiscard]] bool Succeeded() const { return succeeded_; }
+
+ private:
+  struct LatestFile {
+    std::uint32_t folder;  ///< place in LatestFolderList
+    std::string name;
+  };
+
+  void FileAll(StatusDisplay& shown);
+  bool ProcessFile(const LatestFile& latest, FilingBatch& batch, CombinedDocument& combined,
+                   StatusDisplay& shown);
+  bool MoveToError(const std::filesystem::path& source, std::string_view reason, StatusDisplay& shown);
+  void ShowStatus(std::string_view text, StatusDisplay& shown) const;
+  void Report(StatusDisplay& shown);
+  void Fail(std::string_view text);
+  [[nodiscard]] std::filesystem::path SourcePath(const LatestFile& file) const;
+  [[nodiscard]] std::filesystem::path ProcessFolder() const;
+  static std::vector<LatestFile> NamesakesTogether(std::vector<LatestFile> files);
+
+  FileSystem& files_;
+  const Clock& clock_;
+  const InstallPaths& paths_;
+  const MailSettings& settings_;
+  const RunFlags& flags_;
+  RunLists& lists_;
+  FolderTree& tree_;
+  ModWriteLogFile& log_;
+  MailSettingsCheck& check_;
+  SendLoop& sendLoop_;
+  UserPrompt& prompt_;
+  std::vector<LatestFile> latestFiles_;
+  std::vector<bool> mayRemove_;  // for each Latest folder
+  std::string archive_;          // the Archive folder, with its separator
+  std::size_t okCount_ = 0;
+  std::size_t errorCount_ = 0;
+  bool succeeded_ = true;
+};
+
+/// Why a product code cannot name a folder of the Archive; empty when it can. It must be one plain folder
+/// name on every system that the program runs on.
+std::string_view ProductCodeFault(std::string_view productCode);
+
+}  // namespace fieldpost
