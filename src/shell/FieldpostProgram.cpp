@@ -1,0 +1,21 @@
+#include "shell/FieldpostProgram.h"
+
+namespace fieldpost {
+
+FieldpostProgram::FieldpostProgram(const Ports& given, const std::filesystem::path& ownFolder)
+    : ports(given),
+      registry(ports.keys),
+      paths(ports.files, registry, ownFolder),
+      log(ports.files, ports.clock, paths),
+      settingsStore(ports.files, ownFolder),
+      settings(settingsStore.Load()),
+      latestStore(ports.files, ownFolder),
+      tree(ports.files, paths, settings, settingsStore, latestStore, lists, log),
+      check(settings, settingsStore, flags, registry, log, ports.prompt, ports.display),
+      packaging(ports.files, ports.clock, paths, settings, flags, lists, log, ports.display),
+      sendLoop(ports.files, ports.clock, settings, flags, lists, log, check, packaging, ports.transport,
+               ports.prompt, ports.display),
+      scan(ports.files, ports.clock, paths, settings, flags, lists, tree, log, check, sendLoop,
+           ports.prompt) {}
+
+}  // namespace fieldpost

@@ -1,0 +1,42 @@
+// The unattended run: the switches of the command line.
+#pragma once
+
+#include <string_view>
+
+#include "environment/RunLock.h"
+#include "shell/FieldpostProgram.h"
+
+namespace fieldpost {
+
+/// Does the whole job that a switch stands for, without a window.
+class ModFPHide {
+ public:
+  explicit ModFPHide(FieldpostProgram& program) : program_(program) {}
+
+  /// True when the line is one of the switches, in any letter case but otherwise to the letter; the run is
+  /// then over, well or not. False, with nothing done, for any other line.
+  bool RunCommandLine(std::string_view commandLine);
+
+  /// Whether the run did all that it set out to do.
+  [[nodiscard]] bool Succeeded() const { return succeeded_; }
+
+ private:
+  enum class Step { CollectFaultlogs, SendWaitingFaultlogs };
+  struct Switch {
+    std::string_view text;
+    bool sendAfterCollect;
+    bool checksMail;
+    Step step;
+  };
+  static const Switch* Find(std::string_view commandLine);
+
+  bool Prepare();
+  bool Do(Step step);
+  bool Refuse(std::string_view reason);
+
+  FieldpostProgram& program_;
+  RunLock lock_;
+  bool succeeded_ = true;
+};
+
+}  // namespace fieldpost
