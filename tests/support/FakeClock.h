@@ -7,7 +7,13 @@ namespace fieldpost::test {
 
 class FakeClock final : public Clock {
  public:
-  LocalTime now{.year = 2004, .month = 3, .day = 15, .hour = 14, .minute = 37, .second = 9, .weekday = 1,
+  LocalTime now{.year = 2004,
+                .month = 3,
+                .day = 15,
+                .hour = 14,
+                .minute = 37,
+                .second = 9,
+                .weekday = 1,
                 .offsetMinutes = 60};
   std::chrono::steady_clock::time_point steady{};
 

@@ -1,0 +1,272 @@
+#include "mail/SendLoop.h"
+
+#include <gmock/gmock.h>
+
+#include "common/DocumentMode.h"
+#include "support/TestSite.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr std::string_view Waiting = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"><A/></FLFILE>\r\n";
+constexpr std::string_view Sent = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sent\"><A/></FLFILE>\r\n";
+
+struct SendSite : test::ReadySite {
+  fs::path Document(std::string_view name, std::string_view content = Waiting) {
+    return folder.Write("home/Faultlog/Process/" + std::string(name), content);
+  }
+  std::vector<fs::path> Documents(int count) {
+    std::vector<fs::path> result;
+    for (int i = 1; i <= count; ++i)
+      result.push_back(Document(fmt::format("FLog.4711.2004031514{:02}.xml", i)));
+    return result;
+  }
+};
+
+TEST(SendQueuedFaultlogs, CollectsWhatSaysNotSent) {
+  struct Row {
+    const char* name;
+    std::string content;
+    bool waits;
+  };
+  for (const Row& row : {
+           Row{"waiting", std::string(Waiting), true},
+           Row{"sent", std::string(Sent), false},
+           Row{"in other case", "<a Mode='nOT sENT'/>", true},
+           Row{"deep in the text", "<a>" + std::string(200000, 'x') + "Not Sent</a>", true},
+           Row{"across two pieces that are read", "<a>" + std::string(4096 - 6, 'x') + "Not Sent</a>", true},
+           Row{"not XML at all", "not sent", true},
+           Row{"sent, with an entry that says otherwise", "<a Mode='Sent'><b>Not Sent</b></a>", false},
+           Row{"empty", "", false},
+           Row{"nothing said", "<a/>", false},
+       }) {
+    SendSite site;
+    site.Document("a.xml", row.content);
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs()) << row.name;
+    EXPECT_EQ(site.transport.mails.size(), row.waits ? 1U : 0U) << row.name;
+  }
+}
+
+TEST(SendQueuedFaultlogs, TakesEachDocumentOnceInOrderOfNames) {
+  SendSite site;
+  const fs::path b = site.Document("b.xml");
+  const fs::path a = site.Document("A.XML");
+  const fs::path elsewhere = site.folder.Write("elsewhere.xml", Waiting);
+  site.program.lists.PendingFiles = {b, elsewhere, site.folder.Path() / "gone.xml"};
+  site.program.lists.Attachments = {"/left/over.xml"};
+  site.program.lists.PackedFiles = {"/left/over.xml"};
+  site.program.settings.NumAttachments = "9";
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(a, b, elsewhere));
+  EXPECT_THAT(site.program.lists.PendingFiles, IsEmpty());
+}
+
+TEST(SendQueuedFaultlogs, SendsNothingWhenNothingWaits) {
+  SendSite site;
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+  EXPECT_THAT(site.transport.mails, IsEmpty());
+  EXPECT_THAT(site.Log(), IsEmpty());
+}
+
+TEST(SendData, HasNothingToDoWithoutAttachments) {
+  SendSite site;
+  site.Document("old.zip", "");
+  EXPECT_FALSE(site.program.sendLoop.SendData());
+  EXPECT_THAT(test::Names(site.Tree("Process")), IsEmpty()) << "old zips are gone all the same";
+}
+
+TEST(SendMail, NumbersItsMails) {
+  SendSite site;
+  site.program.settings.NumAttachments = "4";
+  site.program.lists.Attachments = site.Documents(7);
+  EXPECT_TRUE(site.program.sendLoop.SendMail());
+  ASSERT_EQ(site.transport.mails.size(), 2U);
+  EXPECT_EQ(site.transport.mails[0].subject, "1/2   Partner ID:4711  Sent:15.03.2004 14:37:09");
+  EXPECT_EQ(site.transport.mails[1].subject, "2/2   Partner ID:4711  Sent:15.03.2004 14:37:09");
+  EXPECT_THAT(site.transport.mails[0].body, StartsWith("1/2\r\n\r\n[Faultlog Files]\r\nTotal=5\r\n"));
+  EXPECT_THAT(site.transport.mails[1].body, StartsWith("2/2\r\n\r\n[Faultlog Files]\r\nTotal=2\r\n"));
+  EXPECT_EQ(site.transport.mails[1].attachments.size(), 2U);
+  EXPECT_THAT(site.Log(), ElementsAre("[Mail]:Mail Sent", "[Mail]:Mail Sent"));
+}
+
+TEST(SendMail, OfOneFileIsOneOfOne) {
+  SendSite site;
+  site.program.lists.Attachments = site.Documents(1);
+  EXPECT_TRUE(site.program.sendLoop.SendMail());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].subject, StartsWith("1/1   Partner ID:4711  Sent:"));
+}
+
+TEST(SendMail, LeavesOutWhatIsMissing) {
+  SendSite site;
+  site.program.settings.NumAttachments = "9";
+  const fs::path there = site.Document("a.xml");
+  const fs::path gone = site.Tree("Process") / "gone.xml";
+  site.program.lists.Attachments = {gone, there};
+  EXPECT_TRUE(site.program.sendLoop.SendMail());
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(there));
+  EXPECT_THAT(site.Log(),
+              ElementsAre("[Error]:File not found (" + Utf8FromPath(gone) + ")", "[Mail]:Mail Sent"));
+}
+
+TEST(SendMail, StopsAtTheFirstFailure) {
+  SendSite site;
+  site.transport.failing = {2};
+  const std::vector<fs::path> documents = site.Documents(3);
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  EXPECT_EQ(site.transport.mails.size(), 2U) << "the third is not attempted";
+  EXPECT_THAT(site.Log(), ElementsAre("[Mail]:Mail Sent", "[Mail]:Error: 7 refused"));
+  for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Waiting);
+
+  site.transport.failing.clear();
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 5U) << "the whole set is offered again";
+  EXPECT_EQ(site.transport.mails[2].messageId, site.transport.mails[0].messageId);
+  EXPECT_NE(site.transport.mails[2].messageId, site.transport.mails[3].messageId);
+  for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);
+}
+
+TEST(SendData, ShowsWhatBecameOfItToSomebodyAtTheScreen) {
+  SendSite good;
+  good.program.flags.ShowMessages = true;
+  good.Documents(1);
+  good.program.sendLoop.SendQueuedFaultlogs();
+  EXPECT_THAT(good.prompt.messages,
+              ElementsAre(test::ShownMessage{"Mail(s) has been Sent!", MessageIcon::Information, ""}));
+  EXPECT_THAT(good.Log(), ElementsAre("[Mail]:Mail Sent"));
+
+  SendSite bad;
+  bad.program.flags.ShowMessages = true;
+  bad.transport.failing = {1};
+  bad.Documents(1);
+  bad.program.sendLoop.SendQueuedFaultlogs();
+  EXPECT_THAT(bad.prompt.messages,
+              ElementsAre(test::ShownMessage{"Mail to faultlog@fieldpost.example\r\nError: 7 refused",
+                                             MessageIcon::Critical, "Error"}));
+}
+
+TEST(SendData, MarksPackedDocumentsAndRemovesTheZip) {
+  SendSite site;
+  site.program.settings.UseZip = "True";
+  const std::vector<fs::path> documents = site.Documents(3);
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments,
+              ElementsAre(site.Tree("Process") / "FLog.4711.200403151400.zip"));
+  for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);
+  EXPECT_EQ(test::Names(site.Tree("Process")).size(), 3U);
+}
+
+TEST(SendData, SendsNothingWhenPackingFails) {
+  SendSite site;
+  site.program.settings.UseZip = "true";
+  site.folder.Folder("home/Faultlog/Process/FLog.4711.200403151400.zip/in the way");
+  const fs::path document = site.Documents(1)[0];
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  EXPECT_THAT(site.transport.mails, IsEmpty());
+  EXPECT_EQ(test::ReadFile(document), Waiting);
+}
+
+TEST(SendData, EmptiesPpcTempOnlyAfterSuccess) {
+  for (const bool fails : {true, false}) {
+    SendSite site;
+    site.program.flags.SendingPPC = true;
+    if (fails) site.transport.failing = {1};
+    const fs::path document = site.folder.Write("home/Faultlog/PPCTemp/PPC.1.xml", "<a/>");
+    site.program.lists.Attachments = {document};
+    EXPECT_EQ(site.program.sendLoop.SendData(), !fails);
+    EXPECT_EQ(fs::exists(document), fails);
+    EXPECT_EQ(site.transport.mails[0].recipient, "ppc@fieldpost.example");
+    EXPECT_THAT(site.transport.mails[0].body, testing::HasSubstr("[PPC Files]"));
+  }
+}
+
+TEST(MarkSent, ChangesTheRootAlone) {
+  struct Row {
+    const char* name;
+    std::string given;
+    std::string expected;
+  };
+  for (const Row& row : {
+           Row{"a document of ours", std::string(Waiting), std::string(Sent)},
+           Row{"one with a common root",
+               "<?xml version=\"1.0\"?>\r\n<FLFILES Mode=\"Not Sent\">\r\n<FLFILE>Not "
+               "Sent</FLFILE>\r\n</FLFILES>\r\n",
+               "<?xml version=\"1.0\"?>\r\n<FLFILES Mode=\"Sent\">\r\n<FLFILE>Not "
+               "Sent</FLFILE>\r\n</FLFILES>\r\n"},
+           Row{"one written by others", "<a x='1' Mode='Not Sent'>ä</a>",
+               "<?xml version=\"1.0\"?>\n<a x=\"1\" Mode=\"Sent\">ä</a>\n"},
+           Row{"one without the attribute", "<a>not sent</a>",
+               "<?xml version=\"1.0\"?>\n<a Mode=\"Sent\">not sent</a>\n"},
+           Row{"one that does not load", "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\">",
+               "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\">"},
+       }) {
+    SendSite site;
+    const fs::path document = site.Document("a.xml", row.given);
+    site.program.lists.Attachments = {document};
+    EXPECT_TRUE(site.program.sendLoop.MarkSent()) << row.name;
+    EXPECT_EQ(test::ReadFile(document), row.expected) << row.name;
+    EXPECT_THAT(site.program.lists.Attachments, IsEmpty()) << row.name;
+  }
+}
+
+TEST(SendOneMail, HandsOverTheSettings) {
+  SendSite site;
+  MailSettings& settings = site.program.settings;
+  settings.SMTPPort = "587";
+  settings.TryCount = "3";
+  settings.Timeout = "20";
+  settings.MailUserName = "user";
+  settings.MailPassword = "secret";
+  settings.MailHostName = "host.example";
+  settings.Organization = "Partner & Co";
+  settings.TlsMode = "Required";
+  settings.TlsCaFile = "/ca.pem";
+  site.Documents(1);
+  site.program.sendLoop.SendQueuedFaultlogs();
+  ASSERT_EQ(site.transport.servers.size(), 1U);
+  const MailServer& server = site.transport.servers[0];
+  EXPECT_EQ(server.server, "mail.example");
+  EXPECT_EQ(server.port, 587);
+  EXPECT_EQ(server.tryCount, 3);
+  EXPECT_EQ(server.timeoutSeconds, 20);
+  EXPECT_EQ(server.userName, "user");
+  EXPECT_EQ(server.password, "secret");
+  EXPECT_EQ(server.hostName, "host.example");
+  EXPECT_EQ(server.tlsMode, TlsMode::Required);
+  EXPECT_EQ(server.tlsCaFile, "/ca.pem");
+  const Mail& mail = site.transport.mails[0];
+  EXPECT_EQ(mail.sender, "site@partner.example");
+  EXPECT_EQ(mail.recipient, "faultlog@fieldpost.example");
+  EXPECT_EQ(mail.organization, "Partner & Co");
+  EXPECT_THAT(mail.messageId, testing::MatchesRegex("<[0-9a-f]+@partner\\.example>"));
+}
+
+TEST(SendOneMail, TakesDefaultsForNumbersThatAreNone) {
+  for (const char* text : {"", "x", "0", "-1", "99999999999", "25x"}) {
+    SendSite site;
+    site.program.settings.SMTPPort = site.program.settings.TryCount = site.program.settings.Timeout = text;
+    site.Documents(1);
+    site.program.sendLoop.SendQueuedFaultlogs();
+    EXPECT_EQ(site.transport.servers[0].port, 25) << text;
+    EXPECT_EQ(site.transport.servers[0].tryCount, 2) << text;
+    EXPECT_EQ(site.transport.servers[0].timeoutSeconds, 10) << text;
+  }
+}
+
+TEST(SendMail, KeepsOtherCharactersOfThePartnerIdOutOfTheSubject) {
+  SendSite site;
+  site.program.settings.PartnerID = "47\r\nBcc: x/11";
+  site.Documents(1);
+  site.program.sendLoop.SendQueuedFaultlogs();
+  EXPECT_EQ(site.transport.mails[0].subject, "1/1   Partner ID:47Bccx11  Sent:15.03.2004 14:37:09");
+}
+
+}  // namespace
+}  // namespace fieldpost

@@ -1,0 +1,93 @@
+// A file system under a program that is killed at its n-th change.
+#pragma once
+
+#include <cstddef>
+#include <limits>
+
+#include "platform/FileSystem.h"
+
+namespace fieldpost::test {
+
+/// What a killed program never gets to handle.
+struct Killed {};
+
+/// The disk, until the change with the given number: that one and all later ones do not happen. The first
+/// throws Killed; the others, from destructors on the way out, are silently left out, as they would be.
+class DyingFileSystem final : public FileSystem {
+ public:
+  std::size_t changesLeft = std::numeric_limits<std::size_t>::max();
+  std::size_t changes = 0;
+
+  [[nodiscard]] bool IsFile(const std::filesystem::path& path) const override { return disk_.IsFile(path); }
+  [[nodiscard]] bool IsFolder(const std::filesystem::path& path) const override {
+    return disk_.IsFolder(path);
+  }
+  [[nodiscard]] bool Exists(const std::filesystem::path& path) const override { return disk_.Exists(path); }
+  [[nodiscard]] FileStamp Stamp(const std::filesystem::path& path) const override {
+    return disk_.Stamp(path);
+  }
+  [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const override {
+    return disk_.PlainFileStamp(path);
+  }
+  [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
+                                                   std::string_view ending) const override {
+    return disk_.ListFiles(folder, ending);
+  }
+  [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
+                                      std::uint64_t maxBytes) const override {
+    return disk_.ReadWhole(path, maxBytes);
+  }
+  [[nodiscard]] std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
+                                                        std::uint64_t maxBytes) const override {
+    return disk_.ReadFinished(path, maxBytes);
+  }
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const override {
+    return disk_.OpenForReading(path);
+  }
+  [[nodiscard]] bool MayRemoveFrom(const std::filesystem::path& folder) const override {
+    return disk_.MayRemoveFrom(folder);
+  }
+  [[nodiscard]] std::unique_ptr<FolderLock> TryLock(const std::filesystem::path& folder) override {
+    return disk_.TryLock(folder);
+  }
+  void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) override {
+    if (Lives()) disk_.WriteNew(path, bytes, access);
+  }
+  void Append(const std::filesystem::path& path, std::string_view bytes) override {
+    if (Lives()) disk_.Append(path, bytes);
+  }
+  void Rename(const std::filesystem::path& from, const std::filesystem::path& to) override {
+    if (Lives()) disk_.Rename(from, to);
+  }
+  void Move(const std::filesystem::path& from, const std::filesystem::path& to) override {
+    if (Lives()) disk_.Move(from, to);
+  }
+  void Remove(const std::filesystem::path& path) override {
+    if (Lives()) disk_.Remove(path);
+  }
+  void CreateFolder(const std::filesystem::path& path, FileAccess access) override {
+    if (Lives()) disk_.CreateFolder(path, access);
+  }
+  void Flush(std::span<const std::filesystem::path> folders) override {
+    if (Lives()) disk_.Flush(folders);
+  }
+
+ protected:
+  void CopyPermissions(const std::filesystem::path& model, const std::filesystem::path& path) override {
+    if (Lives()) std::filesystem::permissions(path, std::filesystem::status(model).permissions());
+  }
+
+ private:
+  bool Lives() {
+    ++changes;
+    if (dead_) return false;
+    if (changesLeft-- > 0) return true;
+    dead_ = true;
+    throw Killed();
+  }
+
+  DiskFileSystem disk_;
+  bool dead_ = false;
+};
+
+}  // namespace fieldpost::test

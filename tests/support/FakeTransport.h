@@ -1,0 +1,35 @@
+// A mail transport that keeps the mails, and fails those that the test says.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "mail/MailTransport.h"
+
+namespace fieldpost::test {
+
+class FakeTransport final : public MailTransport {
+ public:
+  std::vector<MailServer> servers;
+  std::vector<Mail> mails;        ///< all that were tried
+  std::set<std::size_t> failing;  ///< which of them fail, counted from 1
+  std::string failure = "Error: 7 refused";
+
+  bool Send(const MailServer& server, const Mail& mail) override {
+    servers.push_back(server);
+    mails.push_back(mail);
+    sent_ = !failing.contains(mails.size());
+    return sent_;
+  }
+  [[nodiscard]] std::string StatusText() const override {
+    return fmt::format("Mail to {}\r\n{}", mails.back().recipient, sent_ ? "Error: 0 250 OK" : failure);
+  }
+
+ private:
+  bool sent_ = false;
+};
+
+}  // namespace fieldpost::test

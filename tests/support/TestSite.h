@@ -1,0 +1,88 @@
+// A whole program on a folder of its own, with a clock, a mail transport and a screen that the test sees.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <string>
+#include <vector>
+
+#include "common/PathText.h"
+#include "platform/SqliteKeyStore.h"
+#include "shell/FieldpostProgram.h"
+#include "support/DyingFileSystem.h"
+#include "support/FakeClock.h"
+#include "support/FakeTransport.h"
+#include "support/RecordingUi.h"
+#include "support/TempFolder.h"
+
+namespace fieldpost::test {
+
+struct TestSite {
+  TempFolder folder;
+  DyingFileSystem files;  ///< immortal unless the test says otherwise
+  FakeClock clock;
+  std::filesystem::path home = folder.Folder("home");
+  SqliteKeyStore keys{files, folder.Path() / "registry.sqlite"};
+  FakeTransport transport;
+  RecordingPrompt prompt;
+  RecordingDisplay display;
+  FieldpostProgram program{{files, clock, keys, transport, prompt, display}, home};
+
+  [[nodiscard]] std::filesystem::path Tree(std::string_view name) const {
+    return home / "Faultlog" / PathFromUtf8(name);
+  }
+
+  /// Puts a file into the Latest folder of the tree.
+  std::filesystem::path Latest(std::string_view name, std::string_view content) const {
+    return folder.Write("home/Faultlog/Latest/" + std::string(name), content);
+  }
+
+  void SetRegistry(std::string_view key, std::string_view valueName, std::string_view text) {
+    program.registry.CreateNewKey(HKEY_LOCAL_MACHINE, key);
+    program.registry.SetKeyValue(HKEY_LOCAL_MACHINE, key, valueName, std::string(text), REG_SZ);
+  }
+
+  /// The lines of today's log, each without its stamp.
+  [[nodiscard]] std::vector<std::string> Log() const {
+    std::vector<std::string> lines;
+    const std::string text = ReadFile(program.log.TodaysFile());
+    for (std::size_t from = 0; from < text.size();) {
+      const std::size_t end = text.find("\r\n", from);
+      if (end == std::string::npos) {
+        lines.push_back("unfinished: " + text.substr(from));
+        break;
+      }
+      lines.push_back(text.substr(std::min(text.find("  ", from) + 2, end), end - text.find("  ", from) - 2));
+      from = end + 2;
+    }
+    return lines;
+  }
+};
+
+/// A site as it stands after its first start, with the settings that a send needs, and no log yet today.
+struct ReadySite : TestSite {
+  ReadySite() {
+    program.tree.CreateFolderTree();
+    std::filesystem::remove(program.log.TodaysFile());
+    program.settings.SMTPServer = "mail.example";
+    program.settings.SenderAddress = "site@partner.example";
+    program.settings.PartnerID = "4711";
+  }
+};
+
+/// A faultlogger file with one entry for each mode letter.
+inline std::string FaultlogXml(std::string_view productCode, std::string_view modes = "F",
+                               std::string_view date = "20040101", std::string_view text = "text") {
+  std::string entries;
+  int number = 0;
+  for (const char mode : modes) {
+    entries += fmt::format(
+        "<FAULTLOG No=\"{}\"><MODEIND>{}</MODEIND><CONDATE>{}</CONDATE><TEXT>{}</TEXT></FAULTLOG>", ++number,
+        mode, date, text);
+  }
+  return fmt::format(
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<FLFILE><PRODCODE>{}</PRODCODE>{}</FLFILE>\n", productCode,
+      entries);
+}
+
+}  // namespace fieldpost::test
