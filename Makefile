@@ -1,0 +1,44 @@
+# A thin face for the CMake presets: `make` builds, `make run` shows the program at work on a sample site,
+# `make test` passes every test.
+
+BUILD := build
+PYTHON := /usr/bin/python3 -B
+JOBS := $(shell nproc)
+LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+
+.PHONY: all packages configure run test bench format lint install clean
+
+all: configure
+	@cmake --build --preset release -j$(JOBS)
+
+packages:
+	@tools/install-packages
+
+configure: packages
+	@cmake --preset release $(LAUNCHER) --log-level=NOTICE > /dev/null
+
+run: all
+	@$(PYTHON) tools/run-sample
+
+test: all
+	@ctest --preset release -j$(JOBS)
+
+# QUICK=1 takes small sizes alone; BENCH_DIR=/dev/shm/bench puts the files into another folder.
+bench: all
+	@$(PYTHON) tests/bench/run_benchmarks.py $(if $(QUICK),--quick) $(if $(BENCH_DIR),--folder $(BENCH_DIR))
+
+format: packages
+	@$(PYTHON) tests/tools/check_format.py clang-format --fix
+
+lint: configure
+	@tools/install-packages clang-tidy
+	@$(PYTHON) tests/tools/check_format.py clang-format
+	@$(PYTHON) tests/tools/check_text.py
+	@$(PYTHON) tests/tools/check_layers.py
+	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) 'src/.*\.cpp$$'
+
+install: all
+	@cmake --install $(BUILD)
+
+clean:
+	@rm -rf $(BUILD)
