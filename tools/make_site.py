@@ -1,0 +1,222 @@
+"""Makes Fieldpost sites and faultlogger files: for the sample run, the tests and the benchmarks."""
+
+import dataclasses
+import datetime
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import uuid
+import xml.etree.ElementTree as ElementTree
+from xml.sax.saxutils import escape
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+# What each encoding can hold beyond ASCII.
+SPECIMENS = {
+    "UTF-8": "Grüße, Čeština, Ελλάδα, 測試, 🔧 & <Klammern>",
+    "UTF-16": "Grüße, Čeština, Ελλάδα, 測試, 🔧 & <Klammern>",
+    "ISO-8859-1": "Prüfgerät, été, señal, ½ & <Klammern>",
+    "windows-1252": "Prüfgerät – „Störung“ 5 € … & <Klammern>",
+}
+
+
+@dataclasses.dataclass
+class Entry:
+    """One fault log entry. `uid` tells it from every other one."""
+
+    condate: str = "20040305"
+    mode: str = "A"
+    text: str = "Line voltage low"
+    uid: str = dataclasses.field(default_factory=lambda: uuid.uuid4().hex)
+
+
+def today():
+    return datetime.date.today().strftime("%Y%m%d")
+
+
+def entry_xml(number, entry):
+    return (f'  <FAULTLOG NR="{number}" UID="{entry.uid}">\n'
+            f"    <CONDATE>{entry.condate}</CONDATE>\n"
+            f"    <MODEIND>{entry.mode}</MODEIND>\n"
+            f"    <TEXT>{escape(entry.text)}</TEXT>\n"
+            f"  </FAULTLOG>\n")
+
+
+def fault_file(entries, prodcode="4711", encoding="UTF-8", size=0):
+    """The bytes of a faultlogger file; filled up to `size` bytes (of UTF-8) when it would be smaller."""
+    head = (f'<?xml version="1.0" encoding="{encoding}"?>\n<FLFILE>\n'
+            f"  <PRODCODE>{escape(prodcode)}</PRODCODE>\n")
+    body = "".join(entry_xml(number, entry) for number, entry in enumerate(entries, 1))
+    missing = size - len(head) - len(body.encode()) - len("  <DUMP></DUMP>\n</FLFILE>\n")
+    dump = f"  <DUMP>{filling(missing)}</DUMP>\n" if missing > 0 else ""
+    return (head + body + dump + "</FLFILE>\n").encode(encoding)
+
+
+def filling(length):
+    """Text that is as easy to compress as the memory dumps of devices are: lines of hexadecimal digits."""
+    words = []
+    state = 12345
+    while len(words) * 9 < length:
+        state = (state * 1103515245 + 12345) & 0xFFFFFFFF
+        words.append(f"{state & 0xFF00FFFF:08X}")
+    return " ".join(words)[:length]
+
+
+class Site:
+    """A whole site in a folder: the program's own folder, the suite's folder, the Latest folders."""
+
+    def __init__(self, root, bin_folder=None):
+        self.root = pathlib.Path(root)
+        self.home = self.root / "home"
+        self.suite = self.root / "suite"
+        bin_folder = pathlib.Path(bin_folder or ROOT / "build" / "bin")
+        self.program = os.environ.get("FIELDPOST_BIN") or str(bin_folder / "fieldpost")
+        self.registry_tool = os.environ.get("FIELDPOST_REG_BIN") or str(bin_folder / "fieldpost-reg")
+        self.latest = [self.faultlog / "Latest"]
+        self.options = {}
+
+    @property
+    def faultlog(self):
+        return self.suite / "Faultlog"
+
+    @property
+    def archive(self):
+        return self.faultlog / "Archive"
+
+    @property
+    def process(self):
+        return self.faultlog / "Process"
+
+    @property
+    def error(self):
+        return self.faultlog / "Error"
+
+    def set_up(self, options, latest=None, recipient=None):
+        """Makes the site anew.
+
+        options: keys and values of Options.ini. latest: names of the Latest folders below the site's own
+        folder; None leaves the list to the program. recipient: mailbox for faultlogger data.
+        """
+        shutil.rmtree(self.root, ignore_errors=True)
+        self.home.mkdir(parents=True, mode=0o700)
+        self.suite.mkdir()
+        self.registry("add", r"HKLM\SOFTWARE\Kestrel\OrvikShared\Common\InstPath", "--ve", "--data",
+                      str(self.suite))
+        if recipient is not None:
+            self.registry("add", r"HKLM\SOFTWARE\Kestrel\Fieldpost\Common\Mail\Faultlog", "--ve", "--data",
+                          recipient)
+        self.set_options(**options)
+        if latest is not None:
+            self.latest = [self.root / name for name in latest]
+            (self.home / "LatestList.dat").write_text("".join(f"{path}/\n" for path in self.latest))
+        for folder in self.latest:
+            folder.mkdir(parents=True)
+
+    def set_options(self, **changed):
+        """Changes settings in Options.ini; None takes a key out."""
+        self.options.update(changed)
+        lines = [f"{key}={value}\n" for key, value in self.options.items() if value is not None]
+        path = self.home / "Options.ini"
+        path.write_text("[Mail Options]\n" + "".join(lines), encoding="utf-8")
+        path.chmod(0o600)
+
+    def environment(self):
+        result = {key: value for key, value in os.environ.items()
+                  if not key.startswith(("FIELDPOST_", "XDG_", "LD_PRELOAD", "FAKETIME"))}
+        result.update(FIELDPOST_HOME=str(self.home), HOME=str(self.root))
+        return result
+
+    def registry(self, *arguments):
+        done = subprocess.run([self.registry_tool, *arguments], env=self.environment(), text=True,
+                              capture_output=True, timeout=60, check=False)
+        if done.returncode != 0:
+            raise RuntimeError(f"fieldpost-reg {arguments}: {done.returncode} {done.stderr}")
+        return done.stdout
+
+    def start(self, *switches, moment=None):
+        """Starts the program. moment: "YYYY-MM-DD hh:mm:ss" at which its clock begins to run."""
+        command = [self.program, *switches]
+        environment = self.environment()
+        if moment is not None:
+            command = ["faketime", "-f", f"@{moment}", *command]
+            environment["ASAN_OPTIONS"] = "verify_asan_link_order=0"
+        return subprocess.Popen(command, env=environment, cwd=self.root, stdin=subprocess.DEVNULL,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+
+    def run(self, *switches, moment=None, timeout=100):
+        """Runs the program to its end. Returns its exit status; what it printed is in `printed`."""
+        process = self.start(*switches, moment=moment)
+        try:
+            self.printed = "".join(process.communicate(timeout=timeout))
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.communicate()
+            raise
+        return process.returncode
+
+    def drop(self, name, content, folder=0):
+        """Leaves a file in a Latest folder the way a device does: whole, and closed."""
+        path = self.latest[folder] / name
+        path.write_bytes(content)
+        return path
+
+    def queue(self, name, entries, mode="Not Sent", size=0):
+        """Puts a combined document into the Process folder, as an earlier run would have left it."""
+        self.process.mkdir(parents=True, exist_ok=True)
+        text = fault_file(entries, size=size).decode()
+        text = text.replace('<?xml version="1.0" encoding="UTF-8"?>', '<?xml version="1.0"?>')
+        text = text.replace("<FLFILE>", f'<FLFILE Mode="{mode}">', 1).replace("<MODEIND>A<", "<MODEIND>P<")
+        path = self.process / name
+        path.write_bytes(text.encode())
+        return path
+
+    def documents(self):
+        """The combined documents, in name order."""
+        return sorted(path for path in self.process.glob("*.xml") if path.is_file())
+
+    def archived(self):
+        return sorted(path for path in self.archive.glob("*/*") if path.is_file())
+
+    def waiting(self):
+        """What still lies in the Latest folders, in name order."""
+        return sorted(path for folder in self.latest for path in folder.iterdir())
+
+    def log_files(self):
+        def day(path):
+            return path.stem[-4:] + path.stem[-6:-4] + path.stem[-8:-6]
+        return sorted((self.faultlog / "Log").glob("FPProg_*.log"), key=day)
+
+    def log(self):
+        """The log's lines without date and time: tag and text. A line of another form is an error."""
+        lines = []
+        for path in self.log_files():
+            for line in path.read_bytes().decode("utf-8").split("\r\n")[:-1]:
+                found = re.fullmatch(r"\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d  (\[[^\]]*\]:?.*)", line, re.DOTALL)
+                if not found or "\n" in line:
+                    raise ValueError(f"not a line of the log: {line!r}")
+                lines.append(found[1])
+        return lines
+
+
+def parse(source):
+    """The root element of an XML file or text."""
+    if isinstance(source, (str, bytes)):
+        return ElementTree.fromstring(source)
+    return ElementTree.fromstring(source.read_bytes())
+
+
+def entries_of(source):
+    """The entries of a document as {uid: text}; one that is there twice is an error."""
+    result = {}
+    for element in parse(source).iter("FAULTLOG"):
+        uid = element.get("UID")
+        if uid in result:
+            raise ValueError(f"entry {uid} is there twice")
+        result[uid] = element.findtext("TEXT")
+    return result
+
+
+def mode_of(path):
+    return parse(path).get("Mode")
