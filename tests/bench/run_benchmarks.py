@@ -1,0 +1,153 @@
+#!/usr/bin/python3
+"""Measures the built program beside plain loops that do the least the same work could cost.
+
+Both run in turn on freshly made files, several times; medians are compared. Times are wall-clock seconds and
+processor seconds (user and system, of the process alone: the mail server's are not counted). Peak memory is never
+shown below that of this script, about 20 MB, because the system counts from before the program is loaded.
+"""
+
+import argparse
+import dataclasses
+import math
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.path.insert(0, str(ROOT / "tools"))
+from make_site import Entry, Site, fault_file  # noqa: E402
+
+TOOLS = ROOT / "build" / "tests" / "bench"
+FILE_SIZE = 10_000
+OPTIONS = {"SMTPServer": "127.0.0.1", "SenderAddress": "bench@partner.example", "PartnerID": "4711",
+           "NumAttachments": "9", "TryCount": "1", "Timeout": "60"}
+
+
+@dataclasses.dataclass
+class Cost:
+    wall: float
+    processor: float
+    peak_mb: float
+
+
+def measure(command, environment=None):
+    """Runs a command to its end and says what it cost. A failure ends the measurements."""
+    os.sync()
+    begin = time.monotonic()
+    process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    wall = time.monotonic() - begin
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f"{' '.join(command)}: exit status {process.returncode}")
+    return Cost(wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024)
+
+
+def median(costs):
+    return Cost(*(statistics.median(getattr(cost, field.name) for cost in costs)
+                  for field in dataclasses.fields(Cost)))
+
+
+def growth(points):
+    """The exponent of the power of n with which a cost grows: the slope of the line through the logarithms."""
+    logs = [(math.log(n), math.log(value)) for n, value in points]
+    mean_x = statistics.mean(x for x, _ in logs)
+    mean_y = statistics.mean(y for _, y in logs)
+    return sum((x - mean_x) * (y - mean_y) for x, y in logs) / sum((x - mean_x) ** 2 for x, _ in logs)
+
+
+class Benchmarks:
+    def __init__(self, folder, repetitions):
+        self.folder = pathlib.Path(folder)
+        self.repetitions = repetitions
+        self.site = Site(self.folder / "site")
+        # The number in the file is replaced as it is written, so that making 100,000 files takes seconds.
+        self.template = fault_file([Entry(uid="@" * 32), Entry(uid="#" * 32)], size=FILE_SIZE)
+
+    def fill(self, folder, count, first=0):
+        for number in range(first, first + count):
+            content = self.template.replace(b"@" * 32, b"%032d" % number).replace(b"#" * 32, b"A%031d" % number)
+            with open(folder / f"unit{number:06}.xml", "wb", buffering=0) as file:
+                file.write(content)
+
+    def fieldpost(self, count, switch, port):
+        self.site.set_up({**OPTIONS, "SMTPPort": str(port), "UseZip": "True"})
+        self.fill(self.site.latest[0], count)
+        cost = measure([self.site.program, switch], self.site.environment())
+        filed = sum(len(files) for _, _, files in os.walk(self.site.archive))
+        if filed != count:
+            sys.exit(f"{filed} of {count} files were filed")
+        return cost
+
+    def plain(self, count, port):
+        shutil.rmtree(self.folder / "plain", ignore_errors=True)
+        source, target = self.folder / "plain" / "source", self.folder / "plain" / "target"
+        source.mkdir(parents=True)
+        target.mkdir()
+        self.fill(source, count)
+        command = [str(TOOLS / "plain_loop"), str(source), str(target)]
+        return measure(command + ([str(port)] if port else []))
+
+    def compare(self, title, switch, sizes, port, aims):
+        print(f"\n{title}")
+        print("    files   fieldpost   plain loop   ratio   processor    ratio      peak")
+        points = []
+        for count in sizes:
+            pairs = []
+            for _ in range(self.repetitions if count <= 20_000 else max(1, self.repetitions - 2)):
+                pairs.append((self.fieldpost(count, switch, port or 1), self.plain(count, port)))
+            ours, plain = (median(costs) for costs in zip(*pairs))
+            points.append((count, ours.wall))
+            print(f"{count:9,} {ours.wall:9.3f} s {plain.wall:10.3f} s {ours.wall / plain.wall:7.2f} "
+                  f"{ours.processor:9.3f} s {ours.processor / plain.processor:8.2f} {ours.peak_mb:6.0f} MB")
+        print(f"  time grows with the power {growth(points):.2f} of the number of files; {aims}")
+
+    def merge(self, names, folder_counts):
+        print(f"\nMerging: {names} names, the same in every Latest folder (-fc)")
+        points = []
+        for folders in folder_counts:
+            costs = []
+            for _ in range(max(1, self.repetitions - 2)):
+                self.site.set_up(OPTIONS, latest=[f"latest{number:03}" for number in range(folders)])
+                for folder in self.site.latest:
+                    self.fill(folder, names)
+                costs.append(measure([self.site.program, "-fc"], self.site.environment()))
+            cost = median(costs)
+            points.append((folders, cost.wall))
+            print(f"{folders:9,} folders {cost.wall:9.3f} s {cost.peak_mb:6.0f} MB")
+        print(f"  time grows with the power {growth(points):.2f} of the number of folders; aim: about 1, never 2")
+
+
+def main():
+    arguments = argparse.ArgumentParser(description="Measures the built program beside plain loops.")
+    arguments.add_argument("--quick", action="store_true", help="small sizes alone")
+    arguments.add_argument("--folder", default=str(ROOT / "build" / "bench"), help="where the files lie")
+    arguments.add_argument("--repetitions", type=int, default=5)
+    given = arguments.parse_args()
+    folder = pathlib.Path(given.folder)
+    # Below the folder that was named, so that nothing but our own is ever removed.
+    work = folder / "fieldpost-bench"
+    work.mkdir(parents=True, exist_ok=True)
+    benchmarks = Benchmarks(work, given.repetitions)
+    server = subprocess.Popen([str(TOOLS / "discard_server")], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+    try:
+        port = int(server.stdout.readline())
+        print(f"Files of {FILE_SIZE:,} bytes in {work}; medians of up to {given.repetitions} pairs")
+        small = [1_000, 5_000] if given.quick else [1_000, 10_000]
+        large = [] if given.quick else [100_000]
+        benchmarks.compare("Collecting (-fc)", "-fc", small + large, None,
+                           "aims: ratio 1.3, power 1, 64 MB")
+        benchmarks.compare("The whole job (-fcs), zipped and mailed", "-fcs", small, port, "aim: ratio 1.35")
+        benchmarks.merge(50, [25, 50] if given.quick else [50, 100, 200])
+    finally:
+        server.stdin.close()
+        server.wait(20)
+        shutil.rmtree(work, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    main()
