@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <iostream>
 #include <string>
@@ -20,13 +21,19 @@ void Say(int connection, std::string_view line) {
   send(connection, line.data(), line.size(), MSG_NOSIGNAL);
 }
 
+bool IsVerb(std::string_view command, std::string_view verb) {
+  // Setting the bit of lower-case letters on both sides leaves letter case out of it.
+  return command.size() >= verb.size() && std::equal(verb.begin(), verb.end(), command.begin(),
+                                                     [](char a, char b) { return (a | 0x20) == (b | 0x20); });
+}
+
 // Answers a command. Returns whether data follow.
 bool Answer(int connection, std::string_view command) {
-  if (command.starts_with("DATA")) {
+  if (IsVerb(command, "DATA")) {
     Say(connection, "354 go ahead\r\n");
     return true;
   }
-  Say(connection, command.starts_with("QUIT") ? "221 bye\r\n" : "250 ok\r\n");
+  Say(connection, IsVerb(command, "QUIT") ? "221 bye\r\n" : "250 ok\r\n");
   return false;
 }
 
