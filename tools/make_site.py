@@ -123,8 +123,9 @@ class Site:
         path.chmod(0o600)
 
     def environment(self):
+        """What the program finds around it: this site, no display, nothing of the user's own."""
         result = {key: value for key, value in os.environ.items()
-                  if not key.startswith(("FIELDPOST_", "XDG_", "LD_PRELOAD", "FAKETIME"))}
+                  if not key.startswith(("FIELDPOST_", "XDG_", "LD_PRELOAD", "FAKETIME", "DISPLAY", "WAYLAND_"))}
         result.update(FIELDPOST_HOME=str(self.home), HOME=str(self.root))
         return result
 

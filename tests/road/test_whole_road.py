@@ -172,6 +172,20 @@ class CollectThenSend(RoadTest):
         self.assertEqual([], self.sink.mails)
 
 
+class NoSwitch(RoadTest):
+    def test_any_other_line_is_a_start_with_the_window_and_says_that_there_is_no_display(self):
+        site = self.make_site()
+        file = site.drop("unit.xml", fault_file([Entry()]))
+        for line in ([], ["-x"], [" -fcs"], ["-fcs "], ["-fcs", "-fc"], ["-fc", "now"], ["--help"]):
+            with self.subTest(line=line):
+                process = site.start(*line)
+                printed, complaint = process.communicate(timeout=30)
+                self.assertEqual(2, process.returncode)
+                self.assertEqual("", printed)
+                self.assertRegex(complaint, r"^fieldpost: [^\n]+\n$")
+                self.assertTrue(file.exists())
+
+
 class EmptySite(RoadTest):
     def test_the_first_run_makes_the_folder_tree_and_says_so(self):
         site = self.make_site(latest=None)
