@@ -2,8 +2,7 @@
 """Measures the built program beside plain loops that do the least the same work could cost.
 
 Both run in turn on freshly made files, several times; medians are compared. Times are wall-clock seconds and
-processor seconds (user and system, of the process alone: the mail server's are not counted). Peak memory is never
-shown below that of this script, about 20 MB, because the system counts from before the program is loaded.
+processor seconds (user and system, of the process alone: the mail server's are not counted).
 """
 
 import argparse
@@ -15,7 +14,6 @@ import shutil
 import statistics
 import subprocess
 import sys
-import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
@@ -37,14 +35,12 @@ class Cost:
 def measure(command, environment=None):
     """Runs a command to its end and says what it cost. A failure ends the measurements."""
     os.sync()
-    begin = time.monotonic()
-    process = subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
-    _, status, usage = os.wait4(process.pid, 0)
-    wall = time.monotonic() - begin
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        sys.exit(f"{' '.join(command)}: exit status {process.returncode}")
-    return Cost(wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024)
+    done = subprocess.run([str(TOOLS / "run_measured"), *command], env=environment, stdin=subprocess.DEVNULL,
+                          stdout=subprocess.PIPE, check=False)
+    if done.returncode != 0:
+        sys.exit(f"{' '.join(command)}: exit status {done.returncode}")
+    wall, processor, peak_kb = done.stdout.split()[-3:]
+    return Cost(float(wall), float(processor), int(peak_kb) / 1024)
 
 
 def median(costs):
