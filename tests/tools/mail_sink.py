@@ -7,11 +7,15 @@ first line, and ends when its standard input does.
 
 import asyncio
 import dataclasses
+import logging
 import pathlib
 import sys
 import threading
 
 from aiosmtpd.smtp import SMTP
+
+# What a client says after it was hung up on is no news here.
+logging.getLogger("mail.log").setLevel(logging.ERROR)
 
 
 @dataclasses.dataclass
