@@ -136,9 +136,12 @@ class Site:
             raise RuntimeError(f"fieldpost-reg {arguments}: {done.returncode} {done.stderr}")
         return done.stdout
 
-    def start(self, *switches, moment=None):
-        """Starts the program. moment: "YYYY-MM-DD hh:mm:ss" at which its clock begins to run."""
-        command = [self.program, *switches]
+    def start(self, *switches, moment=None, under=()):
+        """Starts the program.
+
+        moment: "YYYY-MM-DD hh:mm:ss" at which its clock begins to run. under: a command that runs it.
+        """
+        command = [*under, self.program, *switches]
         environment = self.environment()
         if moment is not None:
             command = ["faketime", "-f", f"@{moment}", *command]

@@ -91,5 +91,53 @@ class Killed(RoadTest):
         self.assert_each_entry_once("many times")
 
 
+class KilledAtACall(RoadTest):
+    """As above, but at each of the calls with which a run changes the disk."""
+
+    def fill(self):
+        site = self.make_site()
+        old, self.entries = Entry(), [Entry() for _ in range(6)]
+        site.drop("unit0.xml", fault_file([old], "P0"))
+        self.run_program("-fc")
+        for number, entry in enumerate(self.entries):
+            site.drop(f"unit{number % 4}.xml", fault_file([entry], f"P{number % 2}"), folder=number // 4)
+        site.drop("broken.xml", b"<FLFILE>")
+        self.expected = {old.uid} | {entry.uid for entry in self.entries}
+
+    def killed_at(self, call, number):
+        """Whether there is a call of that number; then the run ends with it."""
+        process = self.site.start("-fc", under=["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"trace={call}",
+                                                "-e", f"inject={call}:signal=KILL:when={number}"])
+        _, complaint = process.communicate(timeout=60)
+        self.assertIn(process.returncode, (0, -signal.SIGKILL), complaint)
+        return process.returncode != 0
+
+    def check(self, call, at_least):
+        number, more = 0, True
+        while more:
+            number += 1
+            with self.subTest(call=call, number=number):
+                self.fill()
+                more = self.killed_at(call, number)
+                self.run_program("-fc")
+                self.assert_nothing_waits()
+                self.assertEqual(self.expected, set(self.all_entries(self.site.archived())))
+                self.assertEqual(self.expected, set(self.all_entries(self.site.documents())))
+                self.assertEqual(["broken.xml"], [path.name for path in self.site.error.iterdir()])
+        self.assertGreater(number, at_least, f"so few calls of {call}: it is not these that change the disk")
+
+    def test_when_a_file_gets_its_name(self):
+        self.check("rename", 4)
+
+    def test_when_a_file_is_removed(self):
+        self.check("unlink", 4)
+
+    def test_when_a_file_is_written(self):
+        self.check("write", 4)
+
+    def test_when_the_disk_is_flushed(self):
+        self.check("syncfs", 1)
+
+
 if __name__ == "__main__":
     unittest.main()
