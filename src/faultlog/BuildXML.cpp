@@ -1,21 +1,35 @@
 #include "faultlog/BuildXML.h"
 
+#include <utility>
+
 #include "common/Text.h"
 
 namespace fieldpost {
+namespace {
+
+/// Room for a document that is cut at its limit, so that a growing text is not moved. What is not written to
+/// costs nothing.
+constexpr std::size_t UsualLength = 1'400'000;
+
+}  // namespace
 
 void BuildXML::OpenXML(std::string_view name) {
   if (name.empty()) return;
+  XmlText_.reserve(UsualLength);
   XmlText_.assign("<").append(name).append(">");
   characters_ = CountCharacters(XmlText_);
   elements_ = 0;
 }
 
-std::string BuildXML::CloseXML(std::string_view name) const {
+std::string BuildXML::CloseXML(std::string_view name) const& { 
+  BuildXML copy(*this);
+  return std::move(copy).CloseXML(name);
+; }
+
+std::string BuildXML::CloseXML(std::string_view name) && {
   if (name.empty()) return {};
-  std::string result;
-  result.reserve(XmlText_.size() + name.size() + 3);
-  return result.append(XmlText_).append("</").append(name).append(">");
+  XmlText_.append("</").append(name).append(">");
+  return std::move(XmlText_);
 }
 
 void BuildXML::InsertXML(FaultloggerFile& file) {

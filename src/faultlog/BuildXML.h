@@ -17,7 +17,10 @@ class BuildXML {
 
   /// The text with the closing tag of that name behind it; the builder itself stays open. Empty for an empty
   /// name.
-  [[nodiscard]] std::string CloseXML(std::string_view name) const;
+  [[nodiscard]] std::string CloseXML(std::string_view name) const&;
+
+  /// The same of a builder that is done with: its text is handed over instead of being copied.
+  [[nodiscard]] std::string CloseXML(std::string_view name) &&;
 
   /// Appends CR LF and the first `FLFILE` of a file, which must be complete. Without an opening tag nothing
   /// happens. What is appended can be read on its own: it comes from a tree, not from a text.

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <initializer_list>
 #include <limits>
 #include <utility>
 
@@ -24,43 +23,49 @@ constexpr std::string_view Declaration = "<?xml version=\"1.0\"?>\r\n";
 constexpr std::string_view DisplacedEnding = ".displaced";
 constexpr int LastNumber = 99;
 
-/// Takes the first opening and the last closing wrapper tag off, and the line break behind the first.
-std::string_view WithoutWrapper(std::string_view text) {
+/// Takes the first opening and the last closing wrapper tag off, and the line break behind the first. The text
+/// may be megabytes, so it is changed where it stands, here and below.
+void TakeWrapperOff(std::string& text) {
   const std::string opening = fmt::format("<{}>", WrapperName);
   const std::string closing = fmt::format("</{}>", WrapperName);
-  if (text.starts_with(opening)) text.remove_prefix(opening.size());
-  if (text.ends_with(closing)) text.remove_suffix(closing.size());
-  if (text.starts_with(LineBreak)) text.remove_prefix(LineBreak.size());
-  return text;
-}
-
-/// A text of megabytes is put together once, in a buffer of the right size.
-std::string Join(std::initializer_list<std::string_view> parts) {
-  std::size_t size = 0;
-  for (const std::string_view part : parts) size += part.size();
-  std::string result;
-  result.reserve(size);
-  for (const std::string_view part : parts) result += part;
-  return result;
+  if (text.ends_with(closing)) text.resize(text.size() - closing.size());
+  const std::size_t begin = text.starts_with(opening) ? opening.size() : 0;
+  const bool breaks = std::string_view(text).substr(begin).starts_with(LineBreak);
+  text.erase(0, begin + (breaks ? LineBreak.size() : 0));
 }
 
 /// An only element is the document's root.
-std::string DocumentOfOne(std::string_view element) {
+void MakeDocumentOfOne(std::string& element) {
   if (RootAttribute(element, ModeAttribute)) {
     XmlDocument document;
     document.Load(element);
     document.Root().SetAttribute(ModeAttribute, NotSentMode);
-    return Join({Declaration, document.Root().Xml(), LineBreak});
+    element = fmt::format("{}{}", Declaration, document.Root().Xml());
+  } else {
+    const std::size_t nameEnd = element.find_first_of(" />\t\r\n", 1);
+    element.replace(0, nameEnd,
+                    fmt::format("{}{}", Declaration, UnsentStartTag(element.substr(1, nameEnd - 1))));
   }
-  const std::size_t nameEnd = element.find_first_of(" />\t\r\n", 1);
-  return Join(
-      {Declaration, UnsentStartTag(element.substr(1, nameEnd - 1)), element.substr(nameEnd), LineBreak});
+  element += LineBreak;
 }
 
 /// Several elements get a common root.
-std::string DocumentOfMany(std::string_view elements) {
-  return Join({Declaration, UnsentStartTag(CommonRootName), ">", LineBreak, elements, LineBreak, "</",
-               CommonRootName, ">", LineBreak});
+void MakeDocumentOfMany(std::string& elements) {
+  elements.insert(0, fmt::format("{}{}>{}", Declaration, UnsentStartTag(CommonRootName), LineBreak));
+  elements += fmt::format("{}</{}>{}", LineBreak, CommonRootName, LineBreak);
+}
+
+/// The document of elements that come from elsewhere. False when it does not load; `reason` then tells why.
+bool MakeDocumentOfUnknown(std::string& elements, std::string& reason) {
+  XmlDocument check;
+  if (check.Load(elements)) {
+    MakeDocumentOfOne(elements);
+    return true;
+  }
+  MakeDocumentOfMany(elements);
+  const bool loads = check.Load(elements);
+  reason = check.Reason();
+  return loads;
 }
 
 }  // namespace
@@ -82,29 +87,32 @@ bool CombinedDocument::AppendToCombinedDocument(FaultloggerFile* file, bool isLa
   if (file != nullptr && !isLast) CombinedBuilder_->InsertXML(*file);
   if (!CombinedBuilder_) return true;
   if (CombinedBuilder_->GetXMLLength() <= MaxCharacters && !isLast) return true;
-  const std::string text = CombinedBuilder_->CloseXML(WrapperName);
   const std::size_t elements = CombinedBuilder_->ElementCount();
+  std::string text = std::move(*CombinedBuilder_).CloseXML(WrapperName);
   CombinedBuilder_.reset();
-  return SaveCombinedDocument(text, elements);
+  return SaveCombinedDocument(std::move(text), elements);
 }
 
-bool CombinedDocument::SaveCombinedDocument(std::string_view closedText,
-                                            std::optional<std::size_t> elementCount) {
-  const std::string_view elements = WithoutWrapper(closedText);
-  if (!elementCount) {
-    XmlDocument check;
-    elementCount = check.Load(elements) ? 1 : 2;
-    if (*elementCount == 2 && !check.Load(DocumentOfMany(elements))) {
-      log_.WriteLog("Parser error: " + check.Reason(), LogCategory::Error);
-      return false;
-    }
+bool CombinedDocument::SaveCombinedDocument(std::string text, std::optional<std::size_t> elementCount) {
+  TakeWrapperOff(text);
+  std::string reason;
+  if (elementCount == 1) {
+    MakeDocumentOfOne(text);
+  } else if (elementCount) {
+    MakeDocumentOfMany(text);
+  } else if (!MakeDocumentOfUnknown(text, reason)) {
+    log_.WriteLog("Parser error: " + reason, LogCategory::Error);
+    return false;
   }
+  return Publish(text);
+}
+
+bool CombinedDocument::Publish(std::string_view text) {
   try {
     const std::string stem = NameStem();
     const fs::path document = processFolder_ / DocumentName(stem, NextNumber(stem, processFolder_));
     KeepDisplaced(document);
-    filedCount_ +=
-        batch_.Publish(document, *elementCount == 1 ? DocumentOfOne(elements) : DocumentOfMany(elements));
+    filedCount_ += batch_.Publish(document, text);
     lists_.PendingFiles.push_back(document);
   } catch (const FileError& error) {
     log_.WriteLog(error.what(), LogCategory::Error);

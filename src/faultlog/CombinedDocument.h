@@ -36,7 +36,7 @@ class CombinedDocument {
   /// Writes one document: the wrapper tags are removed, `Mode`="Not Sent" is set on the root, the file is
   /// named by the hour and added to `PendingFiles`. `elementCount` is how many elements a builder put into
   /// the text; a text that comes from elsewhere is read first, to see whether it loads.
-  bool SaveCombinedDocument(std::string_view closedText,
+  bool SaveCombinedDocument(std::string closedText,
                             std::optional<std::size_t> elementCount = std::nullopt);
 
   /// The number for the next file of this hour in a folder.
@@ -50,6 +50,7 @@ class CombinedDocument {
   [[nodiscard]] std::size_t FiledCount() const { return filedCount_; }
 
  private:
+  bool Publish(std::string_view text);
   [[nodiscard]] std::string NameStem() const;
   [[nodiscard]] int NextNumber(std::string_view stem, const std::filesystem::path& folder) const;
   void KeepDisplaced(const std::filesystem::path& document);

@@ -21,6 +21,7 @@ from make_site import Entry, Site, fault_file  # noqa: E402
 
 TOOLS = ROOT / "build" / "tests" / "bench"
 FILE_SIZE = 10_000
+ENTRIES = 40  # in each file; the rest of it is a memory dump
 OPTIONS = {"SMTPServer": "127.0.0.1", "SenderAddress": "bench@partner.example", "PartnerID": "4711",
            "NumAttachments": "9", "TryCount": "1", "Timeout": "60"}
 
@@ -62,7 +63,8 @@ class Benchmarks:
         self.repetitions = repetitions
         self.site = Site(self.folder / "site")
         # The number in the file is replaced as it is written, so that making 100,000 files takes seconds.
-        self.template = fault_file([Entry(uid="@" * 32), Entry(uid="#" * 32)], size=FILE_SIZE)
+        entries = [Entry(uid="@" * 32), Entry(uid="#" * 32)] + [Entry() for _ in range(ENTRIES - 2)]
+        self.template = fault_file(entries, size=FILE_SIZE)
 
     def fill(self, folder, count, first=0):
         for number in range(first, first + count):
