@@ -90,7 +90,8 @@ std::size_t CountCharacters(std::string_view text) {
   for (; !text.empty(); text.remove_prefix(std::min(piece, text.size()))) {
     std::uint8_t inPiece = 0;
     for (const char c : text.substr(0, piece)) {
-      inPiece = static_cast<std::uint8_t>(inPiece + ((static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0));
+      inPiece =
+          static_cast<std::uint8_t>(inPiece + ((static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0));
     }
     count += inPiece;
   }

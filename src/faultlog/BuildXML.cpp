@@ -21,10 +21,11 @@ void BuildXML::OpenXML(std::string_view name) {
   elements_ = 0;
 }
 
-std::string BuildXML::CloseXML(std::string_view name) const& { 
+std::string BuildXML::CloseXML(std::string_view name) const& {
   BuildXML copy(*this);
   return std::move(copy).CloseXML(name);
-; }
+  ;
+}
 
 std::string BuildXML::CloseXML(std::string_view name) && {
   if (name.empty()) return {};

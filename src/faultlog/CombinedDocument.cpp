@@ -23,8 +23,8 @@ constexpr std::string_view Declaration = "<?xml version=\"1.0\"?>\r\n";
 constexpr std::string_view DisplacedEnding = ".displaced";
 constexpr int LastNumber = 99;
 
-/// Takes the first opening and the last closing wrapper tag off, and the line break behind the first. The text
-/// may be megabytes, so it is changed where it stands, here and below.
+/// Takes the first opening and the last closing wrapper tag off, and the line break behind the first. The
+/// text may be megabytes, so it is changed where it stands, here and below.
 void TakeWrapperOff(std::string& text) {
   const std::string opening = fmt::format("<{}>", WrapperName);
   const std::string closing = fmt::format("</{}>", WrapperName);

@@ -36,8 +36,7 @@ class CombinedDocument {
   /// Writes one document: the wrapper tags are removed, `Mode`="Not Sent" is set on the root, the file is
   /// named by the hour and added to `PendingFiles`. `elementCount` is how many elements a builder put into
   /// the text; a text that comes from elsewhere is read first, to see whether it loads.
-  bool SaveCombinedDocument(std::string closedText,
-                            std::optional<std::size_t> elementCount = std::nullopt);
+  bool SaveCombinedDocument(std::string closedText, std::optional<std::size_t> elementCount = std::nullopt);
 
   /// The number for the next file of this hour in a folder.
   [[nodiscard]] int NextProcessSequence(const std::filesystem::path& folder) const;
