@@ -25,6 +25,11 @@ bool IsControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
 }
 
+/// 1 for the first byte of a character, 0 for those that follow it.
+std::uint8_t BeginsCharacter(char c) {
+  return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+}
+
 }  // namespace
 
 std::string ToLowerAscii(std::string_view text) {
@@ -84,17 +89,17 @@ std::string Replaced(std::string_view text, std::string_view what, std::string_v
 }
 
 std::size_t CountCharacters(std::string_view text) {
-  // Counting in pieces of so many bytes that one byte holds the count lets the compiler take many at a time.
-  constexpr std::size_t piece = 240;
+  // In blocks of a fixed size, small enough for their count to fit into a byte, the compiler takes many bytes
+  // at a time.
+  constexpr std::size_t block = 240;
   std::size_t count = 0;
-  for (; !text.empty(); text.remove_prefix(std::min(piece, text.size()))) {
-    std::uint8_t inPiece = 0;
-    for (const char c : text.substr(0, piece)) {
-      inPiece =
-          static_cast<std::uint8_t>(inPiece + ((static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0));
-    }
-    count += inPiece;
+  for (; text.size() >= block; text.remove_prefix(block)) {
+    std::uint8_t inBlock = 0;
+    for (std::size_t i = 0; i < block; ++i)
+      inBlock = static_cast<std::uint8_t>(inBlock + BeginsCharacter(text[i]));
+    count += inBlock;
   }
+  for (const char c : text) count += BeginsCharacter(c);
   return count;
 }
 

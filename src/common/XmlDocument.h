@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-struct _xmlDoc;  // libxml2's own names
-struct _xmlNode;
+struct _xmlDoc;   // NOLINT(bugprone-reserved-identifier): libxml2's own names
+struct _xmlNode;  // NOLINT(bugprone-reserved-identifier)
 
 namespace fieldpost {
 

@@ -40,8 +40,8 @@ std::optional<std::string> TextOf(const PathList& folders) {
 
 }  // namespace
 
-LatestFolderStore::LatestFolderStore(FileSystem& files, std::filesystem::path ownFolder)
-    : files_(files), file_(std::move(ownFolder) / LatestListFileName) {}
+LatestFolderStore::LatestFolderStore(FileSystem& files, const std::filesystem::path& ownFolder)
+    : files_(files), file_(ownFolder / LatestListFileName) {}
 
 void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
   folders.clear();

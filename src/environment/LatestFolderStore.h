@@ -16,7 +16,7 @@ inline constexpr std::string_view LatestListFileName = "LatestList.dat";
 class LatestFolderStore {
  public:
   /// `ownFolder` is the program's own folder. Touches no file.
-  LatestFolderStore(FileSystem& files, std::filesystem::path ownFolder);
+  LatestFolderStore(FileSystem& files, const std::filesystem::path& ownFolder);
 
   /// Fills the list with the stored folders, each ending in the separator. The list is empty when none were
   /// stored or the file cannot be read. Never throws.

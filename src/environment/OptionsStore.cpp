@@ -26,13 +26,13 @@ std::string Recipient(KeyStore& keys, std::string_view key, std::string_view bui
 }  // namespace
 
 OptionsStore::OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& settings, PathList& latestFolders,
-                           std::filesystem::path ownFolder)
+                           const std::filesystem::path& ownFolder)
     : files_(files),
       keys_(keys),
       settings_(settings),
       latestFolders_(latestFolders),
       settingsStore_(files, ownFolder),
-      latestStore_(files, std::move(ownFolder)) {}
+      latestStore_(files, ownFolder) {}
 
 OptionsValues OptionsStore::LoadOptions(const std::filesystem::path& installPath) {
   OptionsValues values{

@@ -32,7 +32,7 @@ class OptionsStore {
   /// `settings` and `latestFolders` are the program-wide ones, which are kept in step with the files.
   /// `ownFolder` is the program's own folder. Touches no file.
   OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& settings, PathList& latestFolders,
-               std::filesystem::path ownFolder);
+               const std::filesystem::path& ownFolder);
 
   /// What the dialog shows when it opens: what is kept, the defaults of port, try count, time-out and
   /// recipients where they are empty, and the partner ID of LoadPartnerID.

@@ -110,6 +110,14 @@ TEST(Text, TrimsShowsCountsAndReplaces) {
   EXPECT_EQ(Replaced("aXbXX", "X", "--"), "a--b----");
 }
 
+TEST(CountCharacters, CountsTextsOfEveryLength) {
+  std::string text;
+  for (std::size_t characters = 0; characters < 1000; ++characters) {
+    EXPECT_EQ(CountCharacters(text), characters);
+    text += characters % 3 == 0 ? "ä" : "x";
+  }
+}
+
 TEST(PathText, RoundTrips) {
   EXPECT_EQ(Utf8FromPath(PathFromUtf8("/a/ä 中")), "/a/ä 中");
   EXPECT_EQ(WithSeparator("/a", '/'), "/a/");
