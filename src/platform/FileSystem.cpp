@@ -27,7 +27,8 @@ std::filesystem::path TemporaryNameFor(const std::filesystem::path& path) {
 }
 
 bool IsTemporaryName(std::string_view fileName) {
-  return fileName.starts_with('.') && fileName.ends_with(TemporaryEnding);
+  // A library that writes a file under a name of its own first adds to the one that it was given.
+  return fileName.starts_with('.') && fileName.find(TemporaryEnding) != std::string_view::npos;
 }
 
 void FileSystem::SaveAtomically(const std::filesystem::path& path, std::string_view bytes,

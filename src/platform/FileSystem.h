@@ -156,7 +156,7 @@ class FileSystem {
 /// "*.zip".
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& path);
 
-/// Whether a file name is one of those that TemporaryNameFor makes.
+/// Whether a file name is one of those that TemporaryNameFor makes, or one with something added at its end.
 bool IsTemporaryName(std::string_view fileName);
 
 /// The machine's own disks.

@@ -1,0 +1,54 @@
+#include "environment/RunLock.h"
+
+#include <gmock/gmock.h>
+
+#include "support/TempFolder.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+TEST(RunLock, ExcludesRunsThatShareAFolder) {
+  const test::TempFolder folder;
+  const fs::path one = folder.Folder("one");
+  const fs::path two = folder.Folder("two");
+  const fs::path three = folder.Folder("three");
+  fs::create_directory_symlink(two, folder / "link");
+  struct Row {
+    const char* name;
+    PathList folders;
+    bool taken;
+  };
+  DiskFileSystem files;
+  RunLock first;
+  ASSERT_EQ(first.TryTake(files, {one, two / "", two, folder.Path() / "none"}), "");
+  for (const Row& row : {Row{"the same", {one, two}, false}, Row{"one of them", {three, two}, false},
+                         Row{"one by another name", {folder.Path() / "link"}, false},
+                         Row{"none of them", {three}, true}, Row{"no folder at all", {}, true}}) {
+    RunLock second;
+    const std::string reason = second.TryTake(files, row.folders);
+    if (row.taken) {
+      EXPECT_EQ(reason, "") << row.name;
+    } else {
+      EXPECT_THAT(reason, HasSubstr("Another run of Fieldpost is working in")) << row.name;
+    }
+  }
+  RunLock third;
+  EXPECT_EQ(third.TryTake(files, {three}), "") << "a run that was refused holds nothing";
+}
+
+TEST(RunLock, EndsWithItsObject) {
+  const test::TempFolder folder;
+  DiskFileSystem files;
+  {
+    RunLock first;
+    ASSERT_EQ(first.TryTake(files, {folder.Path()}), "");
+  }
+  RunLock second;
+  EXPECT_EQ(second.TryTake(files, {folder.Path()}), "");
+}
+
+}  // namespace
+}  // namespace fieldpost

@@ -1,0 +1,211 @@
+#include "platform/FileSystem.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+
+#include "support/TempFolder.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+struct FileSystemTest : testing::Test {
+  test::TempFolder folder;
+  DiskFileSystem files;
+
+  std::string FailureOf(const std::function<void()>& action) {
+    try {
+      action();
+    } catch (const FileError& error) {
+      return error.what();
+    }
+    return "no failure";
+  }
+  static fs::perms Permissions(const fs::path& path) { return fs::status(path).permissions(); }
+};
+
+TEST_F(FileSystemTest, TellsPlainFilesFromAllElse) {
+  const fs::path file = folder.Write("file", "x");
+  const fs::path sub = folder.Folder("sub");
+  fs::create_symlink(file, folder / "linkToFile");
+  fs::create_directory_symlink(sub, folder / "linkToFolder");
+  fs::create_symlink("nowhere", folder / "dangling");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  struct Row {
+    const char* name;
+    bool isFile;
+    bool isFolder;
+    bool exists;
+  };
+  for (const Row& row :
+       {Row{"file", true, false, true}, Row{"sub", false, true, true}, Row{"linkToFile", false, false, true},
+        Row{"linkToFolder", false, true, true}, Row{"dangling", false, false, true},
+        Row{"pipe", false, false, true}, Row{"none", false, false, false}}) {
+    const fs::path path = folder.Path() / row.name;
+    EXPECT_EQ(files.IsFile(path), row.isFile) << row.name;
+    EXPECT_EQ(files.PlainFileStamp(path).has_value(), row.isFile) << row.name;
+    EXPECT_EQ(files.IsFolder(path), row.isFolder) << row.name;
+    EXPECT_EQ(files.Exists(path), row.exists) << row.name;
+  }
+  EXPECT_THAT(files.ListFiles(folder.Path(), ""), ElementsAre("file"));
+}
+
+TEST_F(FileSystemTest, ListsNamesInOrderOfTheirBytesWhateverTheCaseOfTheEnding) {
+  for (const char* name : {"b.xml", "B.XML", "a.Xml", ".xml", "ä.xml", "a.xmlx", "xml"})
+    folder.Write(name, "");
+  EXPECT_THAT(files.ListFiles(folder.Path(), ".xml"),
+              ElementsAre(".xml", "B.XML", "a.Xml", "b.xml", "ä.xml"));
+  EXPECT_THAT(FailureOf([&] { (void)files.ListFiles(folder.Path() / "none", ""); }),
+              AllOf(HasSubstr("cannot list"), HasSubstr("none: No such file or directory")));
+}
+
+TEST_F(FileSystemTest, ReadsAPlainFileWholeUpToItsBound) {
+  const std::string bytes = std::string("a\0b\r\n", 5) + std::string(100000, 'x');
+  const fs::path file = folder.Write("file", bytes);
+  EXPECT_EQ(files.ReadWhole(file, bytes.size()), bytes);
+  EXPECT_THROW((void)files.ReadWhole(file, bytes.size() - 1), FileTooLarge);
+  EXPECT_EQ(files.ReadWhole(folder.Write("empty", ""), 0), "");
+  fs::create_symlink(file, folder / "link");
+  EXPECT_THROW((void)files.ReadWhole(folder / "link", 1000000), FileError);
+  EXPECT_THROW((void)files.ReadWhole(folder.Folder("sub"), 1000000), FileError);
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder / "pipe", 10); }), HasSubstr("not a plain file"));
+}
+
+TEST_F(FileSystemTest, ReadsAFileOnlyWhenNobodyWritesIt) {
+  const fs::path file = folder.Write("file", "x");
+  ASSERT_TRUE(files.ReadFinished(file, 10));
+  EXPECT_EQ(files.ReadFinished(file, 10)->bytes, "x");
+  EXPECT_EQ(files.ReadFinished(file, 10)->stamp, files.Stamp(file));
+  const std::ifstream reader(file);
+  EXPECT_TRUE(files.ReadFinished(file, 10)) << "another reader is no writer";
+  {
+    const std::ofstream writer(file, std::ios::app);
+    EXPECT_FALSE(files.ReadFinished(file, 10));
+  }
+  EXPECT_TRUE(files.ReadFinished(file, 10));
+  EXPECT_THROW((void)files.ReadFinished(folder / "none", 10), FileError);
+}
+
+TEST_F(FileSystemTest, ReadsFromFrontToBack) {
+  const std::unique_ptr<FileReader> reader = files.OpenForReading(folder.Write("file", "abcde"));
+  std::array<char, 3> buffer{};
+  EXPECT_EQ(reader->Read(buffer), 3U);
+  EXPECT_EQ(reader->Read(buffer), 2U);
+  EXPECT_EQ(buffer[0], 'd');
+  EXPECT_EQ(reader->Read(buffer), 0U);
+}
+
+TEST_F(FileSystemTest, NeverWritesOverAFileThatIsThere) {
+  files.WriteNew(folder / "new", "x", FileAccess::ByUmask);
+  EXPECT_THAT(FailureOf([&] { files.WriteNew(folder / "new", "y", FileAccess::ByUmask); }),
+              AllOf(HasSubstr("cannot create"), HasSubstr("File exists")));
+  EXPECT_EQ(test::ReadFile(folder / "new"), "x");
+  fs::create_symlink(folder / "elsewhere", folder / "link");
+  EXPECT_THROW(files.WriteNew(folder / "link", "y", FileAccess::ByUmask), FileError);
+  EXPECT_FALSE(fs::exists(folder / "elsewhere"));
+}
+
+TEST_F(FileSystemTest, GivesFilesTheirPermissionsAtOnce) {
+  const ::mode_t before = ::umask(0);
+  files.WriteNew(folder / "open", "", FileAccess::ByUmask);
+  files.WriteNew(folder / "mine", "", FileAccess::OwnerOnly);
+  files.CreateFolder(folder / "folder", FileAccess::OwnerOnly);
+  files.SaveAtomically(folder / "secret", "x", FileAccess::OwnerOnly);
+  ::umask(before);
+  EXPECT_EQ(Permissions(folder / "open"), static_cast<fs::perms>(0666));
+  EXPECT_EQ(Permissions(folder / "mine"), static_cast<fs::perms>(0600));
+  EXPECT_EQ(Permissions(folder / "folder"), static_cast<fs::perms>(0700));
+  EXPECT_EQ(Permissions(folder / "secret"), static_cast<fs::perms>(0600));
+}
+
+TEST_F(FileSystemTest, SavesAFileWholeAndKeepsItsPermissions) {
+  const fs::path file = folder.Write("file", "old");
+  fs::permissions(file, static_cast<fs::perms>(0640));
+  folder.Write(".file.fieldpost-new", "left by an interrupted run");
+  files.SaveAtomically(file, "new");
+  EXPECT_EQ(test::ReadFile(file), "new");
+  EXPECT_EQ(Permissions(file), static_cast<fs::perms>(0640));
+  EXPECT_EQ(test::Names(folder.Path()), std::set<std::string>{"file"});
+}
+
+TEST_F(FileSystemTest, LeavesTheOldFileWhenItCannotSave) {
+  const fs::path file = folder.Folder("file/in the way");
+  EXPECT_THROW(files.SaveAtomically(folder.Path() / "file", "new"), FileError);
+  EXPECT_EQ(test::Names(folder.Path()), std::set<std::string>{"file"});
+  EXPECT_THROW(files.SaveAtomically(folder.Path() / "none" / "file", "new"), FileError);
+}
+
+TEST_F(FileSystemTest, NamesTemporaryFilesSoThatNobodyTakesThemForDocuments) {
+  EXPECT_EQ(TemporaryNameFor("/a/x.xml"), "/a/.x.xml.fieldpost-new");
+  EXPECT_EQ(TemporaryNameFor("/a/" + std::string(255, 'x')).filename().native().size(), 255U);
+  EXPECT_TRUE(IsTemporaryName(".x.xml.fieldpost-new"));
+  EXPECT_TRUE(IsTemporaryName(".x.zip.fieldpost-new.aB3dE4"));
+  EXPECT_FALSE(IsTemporaryName("x.xml"));
+  EXPECT_FALSE(IsTemporaryName("x.fieldpost-new"));
+  EXPECT_FALSE(IsTemporaryName(".x"));
+}
+
+TEST_F(FileSystemTest, AppendsMovesRenamesAndRemoves) {
+  files.Append(folder / "log", "a");
+  files.Append(folder / "log", "b");
+  EXPECT_EQ(test::ReadFile(folder / "log"), "ab");
+  files.Append(folder / "log", "");
+  files.Move(folder / "log", folder / "moved");
+  folder.Write("other", "old");
+  files.Rename(folder / "moved", folder / "other");
+  EXPECT_EQ(test::ReadFile(folder / "other"), "ab");
+  files.Remove(folder / "other");
+  files.Remove(folder / "other");
+  EXPECT_TRUE(test::Names(folder.Path()).empty());
+  EXPECT_THROW(files.Remove(folder.Folder("sub")), FileError);
+  EXPECT_THROW(files.Rename(folder / "none", folder / "x"), FileError);
+}
+
+TEST_F(FileSystemTest, RemovesALinkAndNotWhatItNames) {
+  const fs::path file = folder.Write("file", "x");
+  fs::create_symlink(file, folder / "link");
+  files.Remove(folder / "link");
+  EXPECT_EQ(test::ReadFile(file), "x");
+}
+
+TEST_F(FileSystemTest, CreatesFoldersOneByOne) {
+  EXPECT_THROW(files.CreateFolder(folder.Path() / "a" / "b", FileAccess::ByUmask), FileError);
+  files.CreateFolders(folder.Path() / "a" / "b" / "c" / "");
+  EXPECT_TRUE(fs::is_directory(folder.Path() / "a" / "b" / "c"));
+  files.CreateFolder(folder.Path() / "a", FileAccess::ByUmask);
+  folder.Write("file", "");
+  EXPECT_THROW(files.CreateFolder(folder.Path() / "file", FileAccess::ByUmask), FileError);
+}
+
+TEST_F(FileSystemTest, FlushesFoldersAndSaysWhichIsMissing) {
+  const std::vector<fs::path> good{folder.Path(), folder.Folder("sub")};
+  EXPECT_NO_THROW(files.Flush(good));
+  const std::vector<fs::path> bad{folder.Path() / "none"};
+  EXPECT_THAT(FailureOf([&] { files.Flush(bad); }), HasSubstr("none"));
+}
+
+TEST_F(FileSystemTest, LocksAFolderUntilItIsLetGo) {
+  std::unique_ptr<FolderLock> first = files.TryLock(folder.Path());
+  ASSERT_TRUE(first);
+  EXPECT_FALSE(files.TryLock(folder.Path()));
+  first.reset();
+  EXPECT_TRUE(files.TryLock(folder.Path()));
+  EXPECT_THROW((void)files.TryLock(folder.Path() / "none"), FileError);
+}
+
+TEST_F(FileSystemTest, ShowsControlCharactersOfAPathInItsMessages) {
+  EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder.Path() / "a\nb", 1); }), HasSubstr("a\\x0Ab: "));
+}
+
+}  // namespace
+}  // namespace fieldpost
