@@ -9,7 +9,7 @@ namespace fieldpost {
 
 /// The program's own folder, as a full path without a separator at its end. It need not exist. Outside
 /// Windows: the variable FIELDPOST_HOME; else "fieldpost" below XDG_DATA_HOME, or below ".local/share" in the
-/// user's home folder (XDG Base Directory Specification: a relative XDG_DATA_HOME does not count). Empty when
+/// user's home folder (XDG base directories: a relative XDG_DATA_HOME does not count). Empty when
 /// not even a home folder is known.
 std::filesystem::path OwnFolder();
 
