@@ -37,6 +37,7 @@ std::string Describe(zip_error_t& error) {
 struct Packing {
   FileSystem& files;
   StatusDisplay& display;
+  const std::function<void(int)>& progress;
   std::string fault;  ///< what kept a source from being read
 };
 
@@ -155,11 +156,20 @@ void AddFile(zip_t* archive, Packing& packing, const fs::path& path, const std::
   }
 }
 
+void ShowProgress(zip_t*, double part, void* packing) {
+  static_cast<Packing*>(packing)->progress(static_cast<int>(part * 100));
+}
+
 void Write(Packing& packing, std::span<const fs::path> paths, const fs::path& target) {
   Archive archive = OpenNew(target);
   std::set<std::string> taken;
   for (const fs::path& path : paths)
     AddFile(archive.get(), packing, path, UniqueName(TravelName(path), taken));
+  constexpr double everyPercent = 0.01;
+  if (packing.progress && ::zip_register_progress_callback_with_state(archive.get(), everyPercent,
+                                                                      ShowProgress, nullptr, &packing) != 0) {
+    Fail(*::zip_get_error(archive.get()));
+  }
   if (::zip_close(archive.get()) != 0) Fail(*::zip_get_error(archive.get()), packing.fault);
   static_cast<void>(archive.release());
 }
@@ -174,10 +184,10 @@ void RemoveLeftOver(FileSystem& files, const fs::path& path) {
 }  // namespace
 
 ZipResult WriteZip(FileSystem& files, std::span<const fs::path> paths, const fs::path& zipFile,
-                   StatusDisplay& display) {
+                   StatusDisplay& display, const std::function<void(int)>& progress) {
   if (paths.empty()) return {.code = ZIP_ER_INVAL, .description = "there is nothing to pack"};
   const fs::path temporary = TemporaryNameFor(zipFile);
-  Packing packing{.files = files, .display = display, .fault = {}};
+  Packing packing{.files = files, .display = display, .progress = progress, .fault = {}};
   ZipResult result;
   try {
     files.Remove(temporary);

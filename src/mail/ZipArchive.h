@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <string>
 
@@ -20,8 +21,10 @@ struct ZipResult {
 /// (but for the case of ASCII letters) the later ones become "name (2).xml" and so on. The zip takes the
 /// place of `zipFile` when it is complete; on failure nothing has changed. One file that cannot be read fails
 /// the packing, as does an empty list. The same files give the same bytes, as their times are the entries'
-/// times. Memory stays flat; window events are let run all the while. Never throws.
+/// times. Memory stays flat; window events are let run all the while, and `progress`, when given, is told how
+/// far the packing is, 0 to 100 percent. Never throws.
 ZipResult WriteZip(FileSystem& files, std::span<const std::filesystem::path> paths,
-                   const std::filesystem::path& zipFile, StatusDisplay& display);
+                   const std::filesystem::path& zipFile, StatusDisplay& display,
+                   const std::function<void(int)>& progress = {});
 
 }  // namespace fieldpost
