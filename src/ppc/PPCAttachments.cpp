@@ -1,0 +1,214 @@
+#include "ppc/PPCAttachments.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <exception>
+
+#include "common/DocumentNames.h"
+#include "common/PathText.h"
+#include "common/Text.h"
+#include "common/XmlDocument.h"
+#include "mail/ZipArchive.h"
+#include "ppc/PpcDocuments.h"
+#include "ppc/PpcEntryScanner.h"
+#include "ppc/PpcFault.h"
+#include "ppc/PpcSearchPattern.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view PlainHeader = "<?xml version=\"1.0\"?>";
+constexpr std::size_t LongestHeader = 8192;  // bytes; what is longer is no header
+constexpr std::size_t WholeBar = 100;
+
+/// Counts entries, before they are cut out.
+class EntryCounter final : public PpcEntrySink {
+ public:
+  void BeginEntry() override {}
+  void AddText(std::string_view) override {}
+  void EndEntry() override { ++count_; }
+  void FoundArchiveDate(std::string_view) override {}
+
+  [[nodiscard]] std::size_t Count() const { return count_; }
+
+ private:
+  std::size_t count_ = 0;
+};
+
+/// Hands everything on, and shows each entry on the display.
+class ShownEntries final : public PpcEntrySink {
+ public:
+  ShownEntries(PpcEntrySink& next, std::size_t total, StatusDisplay& display)
+      : next_(next), total_(total), display_(display) {
+    display_.SetRange(total);
+  }
+
+  void BeginEntry() override {
+    ++number_;
+    display_.SetLabel(
+        fmt::format("PPC Count: {}/{} {}%", number_, total_, number_ * 100 / std::max(total_, number_)));
+    next_.BeginEntry();
+  }
+  void AddText(std::string_view utf8) override { next_.AddText(utf8); }
+  void EndEntry() override {
+    next_.EndEntry();
+    display_.SetPosition(number_);
+    display_.LetEventsRun();
+  }
+  void FoundArchiveDate(std::string_view xml) override { next_.FoundArchiveDate(xml); }
+
+ private:
+  PpcEntrySink& next_;
+  std::size_t total_;
+  StatusDisplay& display_;
+  std::size_t number_ = 0;
+};
+
+std::string FirstBytes(const FileSystem& files, const fs::path& path, std::size_t count) {
+  const std::unique_ptr<FileReader> reader = files.OpenForReading(path);
+  std::string bytes(count, '\0');
+  std::size_t filled = 0;
+  while (const std::size_t got = reader->Read(std::span(bytes).subspan(filled))) filled += got;
+  bytes.resize(filled);
+  return bytes;
+}
+
+/// Takes a line off the beginning of a text. Empty when no line ends there.
+std::string TakeLine(std::string_view& text) {
+  const std::size_t end = text.find('\n');
+  if (end == std::string_view::npos) return {};
+  std::string_view line = text.substr(0, end);
+  text.remove_prefix(end + 1);
+  if (line.ends_with('\r')) line.remove_suffix(1);
+  return std::string(line);
+}
+
+/// Whether nothing but a document's only element is missing behind it.
+bool CanHeadDocument(const std::string& header) {
+  return IsWellFormedXml(header + "\r\n<PPCentries></PPCentries>");
+}
+
+}  // namespace
+
+PPCAttachments::PPCAttachments(FileSystem& files, const Clock& clock, const InstallPaths& paths,
+                               const MailSettings& settings, RunLists& lists, ModAttachment& database,
+                               ModWriteLogFile& log, UserPrompt& prompt)
+    : files_(files),
+      clock_(clock),
+      paths_(paths),
+      settings_(settings),
+      lists_(lists),
+      database_(database),
+      log_(log),
+      prompt_(prompt) {}
+
+bool PPCAttachments::MakePPCFiles(StatusDisplay& display) {
+  return MakeFiles(Audience::Screen, display);
+}
+
+bool PPCAttachments::MakePPCFilesQuiet(StatusDisplay& display) {
+  return MakeFiles(Audience::LogAlone, display);
+}
+
+bool PPCAttachments::MakeFiles(Audience audience, StatusDisplay& display) {
+  lists_.Attachments.clear();
+  lists_.PackedFiles.clear();
+  try {
+    database_.ExportPPCData(display);
+    if (!files_.IsFile(database_.ExportFile())) {
+      TellMissing(audience);
+      return false;
+    }
+    if (Extract(audience, display) == 0) TellEmpty(audience);
+    files_.Remove(database_.ExportFile());
+    return true;
+  } catch (const std::exception& error) {
+    TellFault(audience, error.what());
+    return false;
+  }
+}
+
+std::size_t PPCAttachments::Extract(Audience audience, StatusDisplay& display) {
+  const fs::path source = database_.ExportFile();
+  PpcDocuments documents(files_, Folder(), Stem(), ReadPPCHeader());
+  if (audience == Audience::LogAlone) {
+    ScanPpcFile(files_, source, documents, display);
+  } else {
+    display.SetLabel("Dissect and analyse PPC file...");
+    EntryCounter counter;
+    ScanPpcFile(files_, source, counter, display);
+    ShownEntries shown(documents, counter.Count(), display);
+    ScanPpcFile(files_, source, shown, display);
+  }
+  documents.Publish(lists_.Attachments);
+  return documents.EntryCount();
+}
+
+void PPCAttachments::TellMissing(Audience audience) {
+  log_.WriteLog("PPCdata path not found or Quillon is not installed", LogCategory::Error);
+  if (audience == Audience::LogAlone) return;
+  prompt_.ShowMessage("PPC Path or File not found!", MessageIcon::Exclamation, "Path or File not found!");
+}
+
+void PPCAttachments::TellEmpty(Audience audience) {
+  constexpr std::string_view text = "No PPC Data";
+  log_.WriteLog(text, LogCategory::Ppc);
+  if (audience == Audience::Screen) prompt_.ShowMessage(text, MessageIcon::Information, "FP PPC");
+}
+
+void PPCAttachments::TellFault(Audience audience, std::string_view description) {
+  log_.WriteLog(fmt::format("PPC Error ({})", description), LogCategory::Error);
+  if (audience == Audience::LogAlone) return;
+  prompt_.ShowMessage(fmt::format("Error: {}", description), MessageIcon::Critical, "Error");
+}
+
+std::string PPCAttachments::ReadPPCHeader() const {
+  const std::string bytes = FirstBytes(files_, database_.ExportFile(), LongestHeader);
+  std::string_view rest = bytes;
+  constexpr std::string_view mark = "\xEF\xBB\xBF";
+  if (rest.starts_with(mark)) rest.remove_prefix(mark.size());
+  const std::string first = TakeLine(rest);
+  const std::string text = first + "\r\n" + TakeLine(rest);
+  if (ContainsNoCase(text, "xml version") && ContainsNoCase(text, "ppcdb.dll") && text.ends_with("-->") &&
+      CanHeadDocument(text)) {
+    return text;
+  }
+  return std::string(PlainHeader);
+}
+
+bool PPCAttachments::ZipPPCDocuments(std::string_view files, StatusDisplay& display) {
+  const fs::path given = PathFromUtf8(files);
+  const fs::path zip = Folder() / ZipName(Stem());
+  display.SetRange(WholeBar);
+  ZipResult result;
+  try {
+    files_.Remove(zip);
+    const fs::path pattern = given.has_parent_path() ? given : Folder() / given;
+    result = WriteZip(files_, FilesOfPattern(files_, Utf8FromPath(pattern)), zip, display,
+                      [&display](int percent) { XceedZip1_GlobalStatus(percent, display); });
+  } catch (const FileError& error) {
+    result = {.code = -1, .description = error.what()};
+  }
+  lastZipResult_ = result.code;
+  if (result.code == 0) return true;
+  log_.WriteLog(result.description, LogCategory::Error);
+  prompt_.ShowMessage(result.description, MessageIcon::None, "");
+  return false;
+}
+
+void PPCAttachments::XceedZip1_GlobalStatus(int percent, StatusDisplay& display) {
+  display.SetPosition(static_cast<std::size_t>(percent));
+}
+
+fs::path PPCAttachments::Folder() const {
+  return paths_.FaultlogFolder("PPCTemp");
+}
+
+std::string PPCAttachments::Stem() const {
+  return DocumentStem(PpcPrefix, settings_.PartnerID, clock_.Now());
+}
+
+}  // namespace fieldpost
