@@ -21,6 +21,10 @@
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/KeyStore.h"
+#include "platform/PpcLibrary.h"
+#include "ppc/ModAttachment.h"
+#include "ppc/PPCAttachments.h"
+#include "ppc/PpcRun.h"
 
 namespace fieldpost {
 
@@ -55,6 +59,10 @@ class FieldpostProgram {
   AttachmentPackaging packaging;    // needs: paths, settings, flags, lists, log
   SendLoop sendLoop;                // needs: settings, flags, lists, log, check, packaging
   LatestScan scan;                  // needs: nearly all of them
+  PpcLibrary ppcLibrary;            // needs: nothing
+  ModAttachment ppcDatabase;        // needs: paths, registry, ppcLibrary
+  PPCAttachments ppcAttachments;    // needs: paths, settings, lists, ppcDatabase, log
+  PpcRun ppcRun;                    // needs: ppcAttachments, sendLoop, flags, lists
 };
 
 }  // namespace fieldpost

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 
 #include "common/PathText.h"
 #include "common/Text.h"
@@ -9,10 +10,21 @@
 namespace fieldpost {
 
 const ModFPHide::Switch* ModFPHide::Find(std::string_view commandLine) {
-  static constexpr std::array<Switch, 3> switches{{
-      {.text = "-fcs", .sendAfterCollect = true, .checksMail = true, .step = Step::CollectFaultlogs},
-      {.text = "-fc", .sendAfterCollect = false, .checksMail = false, .step = Step::CollectFaultlogs},
-      {.text = "-fs", .sendAfterCollect = true, .checksMail = true, .step = Step::SendWaitingFaultlogs},
+  static constexpr std::array<Switch, 6> switches{{
+      {.text = "-fcs", .sendAfterCollect = true, .checksMail = true, .first = Step::CollectFaultlogs},
+      {.text = "-fc", .sendAfterCollect = false, .checksMail = false, .first = Step::CollectFaultlogs},
+      {.text = "-fs", .sendAfterCollect = true, .checksMail = true, .first = Step::SendWaitingFaultlogs},
+      {.text = "-ps", .sendAfterCollect = true, .checksMail = true, .first = Step::CollectPpcData},
+      {.text = "-fcs -ps",
+       .sendAfterCollect = true,
+       .checksMail = true,
+       .first = Step::CollectFaultlogs,
+       .second = Step::CollectPpcData},
+      {.text = "-ps -fcs",
+       .sendAfterCollect = true,
+       .checksMail = true,
+       .first = Step::CollectPpcData,
+       .second = Step::CollectFaultlogs},
   }};
   const auto* const found = std::find_if(switches.begin(), switches.end(), [&](const Switch& one) {
     return one.text == ToLowerAscii(commandLine);
@@ -23,13 +35,19 @@ const ModFPHide::Switch* ModFPHide::Find(std::string_view commandLine) {
 bool ModFPHide::RunCommandLine(std::string_view commandLine) {
   const Switch* const found = Find(commandLine);
   if (found == nullptr) return false;
-  program_.flags = {.ShowMessages = false, .SendingPPC = false, .SendAfterCollect = found->sendAfterCollect};
+  program_.flags = {.ShowMessages = false,
+                    .SendingPPC = found->first == Step::CollectPpcData,
+                    .SendAfterCollect = found->sendAfterCollect};
   if (!Prepare()) return true;
   if (found->checksMail && program_.check.CheckMailOptionsQuiet()) {
     succeeded_ = false;
     return true;
   }
-  succeeded_ = Do(found->step);
+  Do(found->first);
+  if (found->second == Step::None) return true;
+  EmptyLists();
+  program_.flags.SendingPPC = found->second == Step::CollectPpcData;
+  Do(found->second);
   return true;
 }
 
@@ -43,11 +61,29 @@ bool ModFPHide::Prepare() {
   PathList folders = program_.lists.LatestFolderList;
   folders.push_back(PathFromUtf8(program_.settings.ArchiveFolder));
   folders.push_back(PathFromUtf8(program_.settings.ProcessFolder));
+  folders.push_back(program_.paths.FaultlogFolder("PPCTemp"));
   const std::string lockProblem = lock_.TryTake(program_.ports.files, folders);
   return lockProblem.empty() || Refuse(lockProblem);
 }
 
-bool ModFPHide::Do(Step step) {
+/// One half's failure, of whatever kind, does not keep the other from its work.
+void ModFPHide::Do(Step step) {
+  try {
+    if (!DoWhole(step)) succeeded_ = false;
+  } catch (const std::exception& error) {
+    Refuse(error.what());
+  }
+}
+
+/// Nothing of the first half may be sent as the second's.
+void ModFPHide::EmptyLists() {
+  program_.lists.PendingFiles.clear();
+  program_.lists.Attachments.clear();
+  program_.lists.PackedFiles.clear();
+}
+
+bool ModFPHide::DoWhole(Step step) {
+  if (step == Step::CollectPpcData) return program_.ppcRun.ProcessPpcData(program_.ports.display);
   if (step == Step::SendWaitingFaultlogs) {
     return program_.scan.FinishInterruptedRun() && program_.sendLoop.SendQueuedFaultlogs();
   }

@@ -21,17 +21,20 @@ class ModFPHide {
   [[nodiscard]] bool Succeeded() const { return succeeded_; }
 
  private:
-  enum class Step { CollectFaultlogs, SendWaitingFaultlogs };
+  enum class Step { None, CollectFaultlogs, SendWaitingFaultlogs, CollectPpcData };
   struct Switch {
     std::string_view text;
     bool sendAfterCollect;
     bool checksMail;
-    Step step;
+    Step first;
+    Step second = Step::None;
   };
   static const Switch* Find(std::string_view commandLine);
 
   bool Prepare();
-  bool Do(Step step);
+  void Do(Step step);
+  bool DoWhole(Step step);
+  void EmptyLists();
   bool Refuse(std::string_view reason);
 
   FieldpostProgram& program_;

@@ -32,10 +32,9 @@ int Run(const std::string& commandLine) {
   FieldpostProgram program({files, clock, keys, transport, prompt, display}, ownFolder);
   ModFPHide unattended(program);
   if (unattended.RunCommandLine(commandLine)) return unattended.Succeeded() ? Done : Failed;
-  fmt::print(
-      stderr,
-      "fieldpost: this version has no window yet. Start it with -fc (collect), -fs (send what waits) or "
-      "-fcs (collect and send).\n");
+  fmt::print(stderr,
+             "fieldpost: this version has no window yet. Start it with -fc (collect), -fs (send what waits), "
+             "-fcs (collect and send) or -ps (send PPC data).\n");
   return NoWindow;
 }
 
