@@ -33,6 +33,7 @@ PpcDocuments::PpcDocuments(FileSystem& files, fs::path folder, std::string stem,
 }
 
 PpcDocuments::~PpcDocuments() {
+  if (documents_.empty()) return;
   try {
     for (const Document& document : documents_) files_.Remove(TemporaryNameFor(document.path));
   } catch (const FileError&) {
@@ -122,6 +123,7 @@ void PpcDocuments::Publish(PathList& published) {
     files_.Rename(TemporaryNameFor(document.path), document.path);
     published.push_back(document.path);
   }
+  documents_.clear();
   files_.Flush(folder);
 }
 

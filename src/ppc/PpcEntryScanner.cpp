@@ -111,7 +111,8 @@ class Scan {
     handler.serror = &Scan::OnError;
     parser_.reset(xmlCreatePushParserCtxt(&handler, this, nullptr, 0, nullptr));
     if (!parser_) throw std::bad_alloc();
-    xmlCtxtUseOptions(parser_.get(), XML_PARSE_NONET | XML_PARSE_IGNORE_ENC | XML_PARSE_BIG_LINES);
+    xmlCtxtUseOptions(parser_.get(),
+                      XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_IGNORE_ENC | XML_PARSE_BIG_LINES);
     // The text comes as UTF-8, whatever its first bytes look like.
     parser_->charset = XML_CHAR_ENCODING_UTF8;
   }
@@ -154,10 +155,14 @@ class Scan {
     static_cast<Scan*>(self)->End();
   }
 
-  /// The five entities that every document has never come here.
+  /// The five entities that every document has never come here; while the document type is read, the parser
+  /// only asks whether it knows an entity that is being declared.
   static xmlEntity* OnEntity(void* self, const xmlChar*) {
     auto* const scan = static_cast<Scan*>(self);
-    if (scan->depth_ > 0 || scan->parser_->instate != XML_PARSER_DTD) scan->NeedDocument();
+    const xmlParserInputState state = scan->parser_->instate;
+    const bool declaring =
+        state == XML_PARSER_DTD || state == XML_PARSER_ENTITY_DECL || state == XML_PARSER_ENTITY_VALUE;
+    if (!declaring) scan->NeedDocument();
     return nullptr;
   }
 
@@ -171,7 +176,10 @@ class Scan {
     // Later complaints are mostly consequences of the first.
     auto* const scan = static_cast<Scan*>(self);
     if (!scan->fault_.empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
-    scan->fault_ = fmt::format("line {}: {}", error->line, Visible(Trimmed(error->message)));
+    // The library has but one message for a document that goes on too long and for one that is cut off.
+    const bool cutOff = error->code == XML_ERR_DOCUMENT_END && scan->depth_ > 0;
+    scan->fault_ = fmt::format("line {}: {}", error->line,
+                               cutOff ? "the document ends too early" : Visible(Trimmed(error->message)));
   }
 
   void NeedDocument() {

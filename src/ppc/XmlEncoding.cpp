@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 #include <libxml/encoding.h>
+#include <libxml/globals.h>
 #include <libxml/tree.h>
+#include <libxml/xmlerror.h>
 
 #include <new>
 
@@ -29,6 +31,21 @@ std::string_view Content(const _xmlBuffer* buffer) {
   return {reinterpret_cast<const char*>(xmlBufferContent(buffer)),
           static_cast<std::size_t>(xmlBufferLength(buffer))};
 }
+
+/// Keeps the XML library from writing to standard error what is thrown here.
+class Quiet {
+ public:
+  Quiet() { xmlSetStructuredErrorFunc(nullptr, Ignore); }
+  Quiet(const Quiet&) = delete;
+  Quiet& operator=(const Quiet&) = delete;
+  ~Quiet() { xmlSetStructuredErrorFunc(context_, function_); }
+
+ private:
+  static void Ignore(void*, xmlError*) {}
+
+  xmlStructuredErrorFunc function_ = xmlStructuredError;
+  void* context_ = xmlStructuredErrorContext;
+};
 
 bool IsBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
@@ -69,6 +86,7 @@ std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {
   if (IsUtf8()) return bytes;
   xmlBufferEmpty(out_.get());
   Add(in_.get(), bytes);
+  const Quiet quiet;
   for (;;) {
     const int before = xmlBufferLength(in_.get());
     if (before == 0) break;
@@ -93,6 +111,7 @@ void XmlEncoding::AppendTo(std::string& target, std::string_view utf8) {
   xmlBufferEmpty(in_.get());
   xmlBufferEmpty(out_.get());
   Add(in_.get(), utf8);
+  const Quiet quiet;
   for (int before = xmlBufferLength(in_.get()); before > 0;) {
     static_cast<void>(xmlCharEncOutFunc(handler_, out_.get(), in_.get()));
     const int left = xmlBufferLength(in_.get());
