@@ -1,0 +1,162 @@
+#include "shell/ModFPHide.h"
+
+#include <gmock/gmock.h>
+
+#include "support/TestSite.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// A site with one new faultlogger file and a PPC database with one entry.
+struct RunSite : test::ReadySite {
+  RunSite() {
+    program.settingsStore.Save(program.settings);
+    Latest("unit.xml", test::FaultlogXml("4711"));
+    SetRegistry(PpcDatabaseKey, PpcFileNameValue, Utf8FromPath(folder.Path() / "db"));
+    folder.Write("db/ppc.xml", "<R><PPCentry>1</PPCentry></R>");
+  }
+
+  /// Who got a mail, with the names of its files.
+  [[nodiscard]] std::vector<std::string> Mails() const {
+    std::vector<std::string> result;
+    for (const Mail& mail : transport.mails) {
+      std::string text = mail.recipient.substr(0, mail.recipient.find('@')) + ":";
+      for (const fs::path& file : mail.attachments) text += " " + Utf8FromPath(file.filename());
+      result.push_back(text);
+    }
+    return result;
+  }
+};
+
+constexpr const char* FaultlogMail = "faultlog: FLog.4711.200403151401.xml";
+constexpr const char* PpcMail = "ppc: PPC.4711.200403151401.xml";
+
+TEST(RunCommandLine, DoesWhatTheSwitchSays) {
+  struct Row {
+    const char* line;
+    std::vector<std::string> mails;
+    bool collects;
+    RunFlags flags;
+  };
+  for (const Row& row : {
+           Row{"-fcs", {FaultlogMail}, true, {false, false, true}},
+           Row{"-FcS", {FaultlogMail}, true, {false, false, true}},
+           Row{"-fc", {}, true, {false, false, false}},
+           Row{"-fs", {}, false, {false, false, true}},
+           Row{"-ps", {PpcMail}, false, {false, true, true}},
+           Row{"-PS", {PpcMail}, false, {false, true, true}},
+           Row{"-fcs -ps", {FaultlogMail, PpcMail}, true, {false, true, true}},
+           Row{"-ps -fcs", {PpcMail, FaultlogMail}, true, {false, false, true}},
+           Row{"-PS -fcs", {PpcMail, FaultlogMail}, true, {false, false, true}},
+       }) {
+    RunSite site;
+    ModFPHide unattended(site.program);
+    EXPECT_TRUE(unattended.RunCommandLine(row.line)) << row.line;
+    EXPECT_TRUE(unattended.Succeeded()) << row.line;
+    EXPECT_EQ(site.Mails(), row.mails) << row.line;
+    EXPECT_EQ(fs::exists(site.Tree("Archive") / "4711" / "unit.xml"), row.collects) << row.line;
+    EXPECT_EQ(site.program.flags.ShowMessages, row.flags.ShowMessages) << row.line;
+    EXPECT_EQ(site.program.flags.SendingPPC, row.flags.SendingPPC) << row.line;
+    EXPECT_EQ(site.program.flags.SendAfterCollect, row.flags.SendAfterCollect) << row.line;
+    EXPECT_THAT(site.prompt.messages, IsEmpty());
+  }
+}
+
+TEST(RunCommandLine, LeavesEveryOtherLineAlone) {
+  for (const char* line : {"", "-", "-f", "-fcs ", " -fcs", "-fcs  -ps", "-ps  -fcs", "-ps -fc", "-fc -ps",
+                           "-fs -ps", "-ps -ps", "-fcs,-ps", "-fcs -ps -fcs", "fcs", "-fcs\t-ps"}) {
+    RunSite site;
+    ModFPHide unattended(site.program);
+    EXPECT_FALSE(unattended.RunCommandLine(line)) << line;
+    EXPECT_THAT(site.Mails(), IsEmpty());
+    EXPECT_TRUE(fs::exists(site.Tree("Latest") / "unit.xml"));
+  }
+}
+
+TEST(RunCommandLine, ChecksTheMailSettingsOnce) {
+  for (const char* line : {"-fcs", "-fs", "-ps", "-fcs -ps", "-ps -fcs"}) {
+    RunSite site;
+    site.program.settings.SMTPServer.clear();
+    ModFPHide unattended(site.program);
+    EXPECT_TRUE(unattended.RunCommandLine(line)) << line;
+    EXPECT_FALSE(unattended.Succeeded()) << line;
+    EXPECT_THAT(site.Log(), ElementsAre(HasSubstr("SMTP Server or Sender address"))) << line;
+    EXPECT_TRUE(fs::exists(site.Tree("Latest") / "unit.xml")) << line;
+    EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty()) << line;
+  }
+}
+
+TEST(RunCommandLine, AFailedHalfHandsNothingToTheOther) {
+  struct Row {
+    const char* line;
+    std::vector<std::string> mails;
+  };
+  for (const Row& row :
+       {Row{"-fcs -ps", {FaultlogMail, PpcMail}}, Row{"-ps -fcs", {PpcMail, FaultlogMail}}}) {
+    for (const bool zipped : {false, true}) {
+      RunSite site;
+      site.transport.failing = {1};
+      if (zipped) site.program.settings.UseZip = "True";
+      ModFPHide unattended(site.program);
+      EXPECT_TRUE(unattended.RunCommandLine(row.line));
+      EXPECT_FALSE(unattended.Succeeded()) << row.line;
+      std::vector<std::string> expected = row.mails;
+      if (zipped) {
+        for (std::string& mail : expected) mail.replace(mail.size() - 6, 6, "00.zip");
+      }
+      EXPECT_EQ(site.Mails(), expected) << row.line;
+      EXPECT_THAT(site.transport.mails[0].body,
+                  HasSubstr(row.mails[0] == PpcMail ? "[PPC Files]" : "[Faultlog Files]"));
+      EXPECT_THAT(site.transport.mails[1].body,
+                  HasSubstr(row.mails[1] == PpcMail ? "[PPC Files]" : "[Faultlog Files]"));
+    }
+  }
+}
+
+TEST(RunCommandLine, KeepsThePpcDocumentsOfAFailedMail) {
+  RunSite site;
+  site.transport.failing = {1};
+  ModFPHide(site.program).RunCommandLine("-ps");
+  EXPECT_THAT(test::Names(site.Tree("PPCTemp")), ElementsAre("PPC.4711.200403151401.xml"));
+  ModFPHide(site.program).RunCommandLine("-ps");
+  EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty());
+}
+
+TEST(RunCommandLine, NothingToSendIsNothingWrong) {
+  RunSite site;
+  site.folder.Write("db/ppc.xml", "<R/>");
+  ModFPHide unattended(site.program);
+  EXPECT_TRUE(unattended.RunCommandLine("-ps"));
+  EXPECT_TRUE(unattended.Succeeded());
+  EXPECT_THAT(site.Mails(), IsEmpty());
+  EXPECT_THAT(site.Log(), ElementsAre("[PPC]:No PPC Data"));
+}
+
+TEST(RunCommandLine, AMissingDatabaseDoesNotStopTheOtherHalf) {
+  for (const char* line : {"-fcs -ps", "-ps -fcs"}) {
+    RunSite site;
+    fs::remove_all(site.folder.Path() / "db");
+    ModFPHide unattended(site.program);
+    EXPECT_TRUE(unattended.RunCommandLine(line));
+    EXPECT_FALSE(unattended.Succeeded()) << line;
+    EXPECT_THAT(site.Mails(), ElementsAre(FaultlogMail)) << line;
+    EXPECT_THAT(site.Log(), testing::Contains("[Error]:PPCdata path not found or Quillon is not installed"));
+  }
+}
+
+TEST(RunCommandLine, TwoRunsNeverShareThePpcFolder) {
+  RunSite site;
+  const auto lock = DiskFileSystem().TryLock(site.Tree("PPCTemp"));
+  ModFPHide unattended(site.program);
+  EXPECT_TRUE(unattended.RunCommandLine("-ps"));
+  EXPECT_FALSE(unattended.Succeeded());
+  EXPECT_THAT(site.Log(), ElementsAre(HasSubstr("Another run of Fieldpost is working in")));
+}
+
+}  // namespace
+}  // namespace fieldpost

@@ -1,0 +1,60 @@
+// PPC data for tests.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "ppc/PpcEntryScanner.h"
+#include "support/TestSite.h"
+
+namespace fieldpost::test {
+
+/// Keeps what a scan hands over.
+class KeepingSink final : public PpcEntrySink {
+ public:
+  std::vector<std::string> entries;
+  std::vector<std::string> dates;
+
+  void BeginEntry() override { entries.emplace_back(); }
+  void AddText(std::string_view utf8) override { entries.back() += utf8; }
+  void EndEntry() override {}
+  void FoundArchiveDate(std::string_view xml) override { dates.emplace_back(xml); }
+};
+
+/// A site with a PPC database in the folder "db".
+struct PpcSite : ReadySite {
+  PpcSite() {
+    program.flags.SendingPPC = true;
+    program.flags.SendAfterCollect = true;
+  }
+
+  void SetDatabase(const std::filesystem::path& value) {
+    SetRegistry(PpcDatabaseKey, PpcFileNameValue, Utf8FromPath(value));
+  }
+
+  /// Puts a file into the database, and tells the registry of the database.
+  std::filesystem::path Database(std::string_view name, std::string_view content) {
+    SetDatabase(folder.Path() / "db");
+    return folder.Write("db/" + std::string(name), content);
+  }
+
+  /// An export that lies there while no database is known.
+  std::filesystem::path Export(std::string_view content) const {
+    return folder.Write("home/PPCData.xml", content);
+  }
+
+  [[nodiscard]] std::filesystem::path Temp(std::string_view name = "") const {
+    return Tree("PPCTemp") / PathFromUtf8(name);
+  }
+
+  /// Document number 01, 02, ... of this hour.
+  [[nodiscard]] std::string Document(std::string_view number = "01") const {
+    return ReadFile(Temp("PPC.4711.2004031514" + std::string(number) + ".xml"));
+  }
+};
+
+}  // namespace fieldpost::test
