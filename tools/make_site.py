@@ -1,4 +1,4 @@
-"""Makes Fieldpost sites and faultlogger files: for the sample run, the tests and the benchmarks."""
+"""Makes Fieldpost sites, faultlogger files and PPC databases: for the sample run, the tests and the benchmarks."""
 
 import dataclasses
 import datetime
@@ -54,6 +54,18 @@ def fault_file(entries, prodcode="4711", encoding="UTF-8", size=0):
     return (head + body + dump + "</FLFILE>\n").encode(encoding)
 
 
+def ppc_entry(uid, text="Travel 120 m"):
+    """An entry of the PPC database, as text."""
+    return f'<PPCentry UID="{uid}">\n    <TEXT>{escape(text)}</TEXT>\n  </PPCentry>'
+
+
+def ppc_file(entries, encoding="UTF-8", archive_date="20040315"):
+    """The bytes of a file of the PPC database. entries: texts of entries."""
+    date = f"  <ArchiveDate>{archive_date}</ArchiveDate>\n" if archive_date else ""
+    body = "".join(f"  {entry}\n" for entry in entries)
+    return f'<?xml version="1.0" encoding="{encoding}"?>\n<PPC>\n{date}{body}</PPC>\n'.encode(encoding)
+
+
 def filling(length):
     """Text that is as easy to compress as the memory dumps of devices are: lines of hexadecimal digits."""
     words = []
@@ -76,6 +88,7 @@ class Site:
         self.registry_tool = os.environ.get("FIELDPOST_REG_BIN") or str(bin_folder / "fieldpost-reg")
         self.latest = [self.faultlog / "Latest"]
         self.options = {}
+        self.more_environment = {}
 
     @property
     def faultlog(self):
@@ -92,6 +105,15 @@ class Site:
     @property
     def error(self):
         return self.faultlog / "Error"
+
+    @property
+    def ppc_temp(self):
+        return self.faultlog / "PPCTemp"
+
+    @property
+    def ppc_database(self):
+        """Where the PPC database lies when the registry has no other place for it."""
+        return self.suite / "PPCdb"
 
     def set_up(self, options, latest=None, recipient=None):
         """Makes the site anew.
@@ -126,7 +148,7 @@ class Site:
         """What the program finds around it: this site, no display, nothing of the user's own."""
         result = {key: value for key, value in os.environ.items()
                   if not key.startswith(("FIELDPOST_", "XDG_", "LD_PRELOAD", "FAKETIME", "DISPLAY", "WAYLAND_"))}
-        result.update(FIELDPOST_HOME=str(self.home), HOME=str(self.root))
+        result.update(FIELDPOST_HOME=str(self.home), HOME=str(self.root), **self.more_environment)
         return result
 
     def registry(self, *arguments):
@@ -165,6 +187,17 @@ class Site:
         path = self.latest[folder] / name
         path.write_bytes(content)
         return path
+
+    def store_ppc(self, name, content):
+        """Puts a file into the PPC database."""
+        self.ppc_database.mkdir(exist_ok=True)
+        path = self.ppc_database / name
+        path.write_bytes(content)
+        return path
+
+    def ppc_documents(self):
+        """What lies in the PPCTemp folder, in name order."""
+        return sorted(self.ppc_temp.iterdir()) if self.ppc_temp.exists() else []
 
     def queue(self, name, entries, mode="Not Sent", size=0):
         """Puts a combined document into the Process folder, as an earlier run would have left it."""
@@ -215,6 +248,17 @@ def entries_of(source):
     """The entries of a document as {uid: text}; one that is there twice is an error."""
     result = {}
     for element in parse(source).iter("FAULTLOG"):
+        uid = element.get("UID")
+        if uid in result:
+            raise ValueError(f"entry {uid} is there twice")
+        result[uid] = element.findtext("TEXT")
+    return result
+
+
+def ppc_entries_of(source):
+    """The entries of a PPC document as {uid: text}; one that is there twice is an error."""
+    result = {}
+    for element in parse(source).iter("PPCentry"):
         uid = element.get("UID")
         if uid in result:
             raise ValueError(f"entry {uid} is there twice")

@@ -12,11 +12,13 @@ import unittest
 TESTS = pathlib.Path(__file__).resolve().parent.parent
 sys.path[:0] = [str(TESTS.parent / "tools"), str(TESTS / "tools")]
 from mail_sink import MailSink  # noqa: E402,F401
-from make_site import SPECIMENS, Entry, Site, entries_of, fault_file, mode_of, parse, today  # noqa: E402,F401
+from make_site import (SPECIMENS, Entry, Site, entries_of, fault_file, mode_of, parse,  # noqa: E402,F401
+                       ppc_entries_of, ppc_entry, ppc_file, today)
 
 PARTNER = "4711"
 SENDER = "site@partner.example"
 DEFAULT_RECIPIENT = os.environ.get("FIELDPOST_DEFAULT_FAULTLOG_RECIPIENT", "faultlog@fieldpost.example")
+DEFAULT_PPC_RECIPIENT = os.environ.get("FIELDPOST_DEFAULT_PPC_RECIPIENT", "ppc@fieldpost.example")
 ALL_IN_ONE_MAIL = "9"
 
 
@@ -127,11 +129,11 @@ def laid_out(length):
     return f"{str(length)[:-3]}.{str(length)[-3:]:>3}"
 
 
-def summary(number, names_and_bytes):
+def summary(number, names_and_bytes, kind="Faultlog"):
     """The lines of a mail's body."""
-    lines = [number, "", "[Faultlog Files]", f"Total={len(names_and_bytes)}"]
+    lines = [number, "", f"[{kind} Files]", f"Total={len(names_and_bytes)}"]
     lines += [f"FileNumber{i}={name}" for i, (name, _) in enumerate(names_and_bytes, 1)]
-    lines += ["", "[Faultlog File Size]",
+    lines += ["", f"[{kind} File Size]",
               "TotalFilesize=" + laid_out(sum(len(content) for _, content in names_and_bytes))]
     lines += [f"FileSize{i}={laid_out(len(content))}" for i, (_, content) in enumerate(names_and_bytes, 1)]
     return lines
