@@ -120,6 +120,77 @@ class Benchmarks:
         print(f"  time grows with the power {growth(points):.2f} of the number of folders; aim: about 1, never 2")
 
 
+def ppc_data(path, megabytes):
+    """An export of the PPC database with entries of some 2,500 bytes each."""
+    def entry(number):
+        records = "".join(
+            f'    <RECORD id="{number}-{i}" kind="meter"><TIME>2004-03-15 14:{i:02}</TIME>'
+            f'<VALUE unit="V">{(number * 37 + i * 11) % 4000 / 10}</VALUE>'
+            f"<NOTE>Z\u00e4hler &amp; Pr\u00fcfger\u00e4t {i}</NOTE></RECORD>\n" for i in range(20))
+        return f'  <PPCentry No="{number}">\n    <DEVICE>LIFT-{number % 100}</DEVICE>\n{records}  </PPCentry>\n'
+    block = "".join(entry(number) for number in range(400)).encode()
+    with open(path, "wb") as file:
+        file.write(b'<?xml version="1.0" encoding="UTF-8"?>\r\n<!-- ppcdb.dll -->\r\n<PPCData>\n'
+                   b"<ArchiveDate>20040315</ArchiveDate>\n")
+        while file.tell() < megabytes * 1_000_000:
+            file.write(block)
+        file.write(b"</PPCData>\n")
+
+
+class PpcBenchmarks:
+    """Cutting PPC data into documents, beside the parser's pass with raw slices and xmllint's check."""
+
+    def __init__(self, folder, repetitions):
+        self.folder = pathlib.Path(folder) / "ppc"
+        self.repetitions = repetitions
+        self.home = self.folder / "home"
+
+    def fresh(self):
+        shutil.rmtree(self.folder, ignore_errors=True)
+        (self.folder / "database").mkdir(parents=True)
+        self.home.mkdir()
+        (self.folder / "plain").mkdir()
+
+    def extract(self, *database):
+        cost = measure([str(TOOLS / "extract_ppc"), str(self.home), *database])
+        if not list((self.home / "Faultlog" / "PPCTemp").glob("PPC.*.xml")):
+            sys.exit("no PPC documents")
+        return cost
+
+    def compare(self, sizes):
+        print("\nCutting PPC data into documents; processor seconds")
+        print("       MB   fieldpost   raw slices   ratio    xmllint   ratio      wall      peak   with export")
+        points, plain_points = [], []
+        for megabytes in sizes:
+            rows = []
+            for _ in range(self.repetitions if megabytes < 500 else max(1, self.repetitions - 2)):
+                rows.append(self.one_round(megabytes))
+            ours, plain, lint, whole = (median(costs) for costs in zip(*rows))
+            points.append((megabytes, ours.processor))
+            plain_points.append((megabytes, plain.processor))
+            print(f"{megabytes:9,} {ours.processor:9.3f} s {plain.processor:10.3f} s "
+                  f"{ours.processor / plain.processor:7.2f} {lint.processor:8.3f} s "
+                  f"{ours.processor / lint.processor:7.2f} {ours.wall:7.2f} s {ours.peak_mb:6.1f} MB "
+                  f"{whole.peak_mb:9.1f} MB")
+        print(f"  time grows with the power {growth(points):.2f} of the size, that of raw slices with "
+              f"{growth(plain_points):.2f}; aims: ratio 2.0, power 1.05, 8 MB more at 1 GB than at 50 MB, "
+              "64 MB with the export")
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def one_round(self, megabytes):
+        self.fresh()
+        database = self.folder / "database" / "ppc.xml"
+        ppc_data(database, megabytes)
+        plain = measure([str(TOOLS / "plain_slices"), str(database), str(self.folder / "plain")])
+        shutil.rmtree(self.folder / "plain")
+        lint = measure([shutil.which("xmllint"), "--stream", "--noout", str(database)])
+        shutil.copyfile(database, self.home / "PPCData.xml")
+        ours = self.extract()
+        shutil.rmtree(self.home / "Faultlog")
+        whole = self.extract(str(database.parent))
+        return ours, plain, lint, whole
+
+
 def main():
     arguments = argparse.ArgumentParser(description="Measures the built program beside plain loops.")
     arguments.add_argument("--quick", action="store_true", help="small sizes alone")
@@ -140,6 +211,7 @@ def main():
         benchmarks.compare("Collecting (-fc)", "-fc", small + large, None,
                            "aims: ratio 1.3, power 1, 64 MB")
         benchmarks.compare("The whole job (-fcs), zipped and mailed", "-fcs", small, port, "aim: ratio 1.35")
+        PpcBenchmarks(work, given.repetitions).compare([20, 50] if given.quick else [50, 200, 1000])
         benchmarks.merge(50, [25, 50] if given.quick else [50, 100, 200])
     finally:
         server.stdin.close()
