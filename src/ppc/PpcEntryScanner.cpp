@@ -14,6 +14,7 @@
 
 #include "common/Text.h"
 #include "common/XmlDocument.h"
+#include "ppc/NamespaceScopes.h"
 #include "ppc/PpcFault.h"
 #include "ppc/Utf8Source.h"
 
@@ -22,13 +23,21 @@ namespace {
 
 constexpr std::string_view EntryName = "PPCentry";
 constexpr std::string_view ArchiveDateName = "ArchiveDate";
+constexpr int MaxNames = 20'000;
+constexpr std::size_t MaxNamespaces = 200;
+constexpr std::size_t MaxTagBytes = 256 * 1024;
 
 std::string_view FromXml(const xmlChar* text) {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
 }
 
-std::string AttributeText(std::string_view value) {
-  return Replaced(Replaced(Replaced(value, "&", "&amp;"), "<", "&lt;"), "\"", "&quot;");
+std::vector<NamespaceScopes::Declaration> Declared(int count, const xmlChar** pairs) {
+  std::vector<NamespaceScopes::Declaration> result;
+  for (int i = 0; i < count; ++i) {
+    result.push_back(
+        {.prefix = std::string(FromXml(pairs[2 * i])), .uri = std::string(FromXml(pairs[2 * i + 1]))});
+  }
+  return result;
 }
 
 struct FreeParser {
@@ -53,48 +62,6 @@ class TextReader final : public FileReader {
  private:
   std::string text_;
   std::size_t at_ = 0;
-};
-
-/// The name spaces that are declared above the element in hand.
-class NamespaceScopes {
- public:
-  void Enter(int depth, int count, const xmlChar** pairs) {
-    for (int i = 0; i < count; ++i) {
-      declared_.push_back({.depth = depth,
-                           .prefix = std::string(FromXml(pairs[2 * i])),
-                           .uri = std::string(FromXml(pairs[2 * i + 1]))});
-    }
-  }
-
-  void Leave(int depth) {
-    while (!declared_.empty() && declared_.back().depth >= depth) declared_.pop_back();
-  }
-
-  [[nodiscard]] bool IsEmpty() const { return declared_.empty(); }
-
-  /// Declarations as attributes, each with a blank before it, of what an element with declarations `own` of
-  /// its own gets from above.
-  [[nodiscard]] std::string Inherited(int count, const xmlChar** own) const {
-    std::vector<std::string_view> known;
-    for (int i = 0; i < count; ++i) known.push_back(FromXml(own[2 * i]));
-    std::string text;
-    for (auto ns = declared_.rbegin(); ns != declared_.rend(); ++ns) {
-      if (std::find(known.begin(), known.end(), ns->prefix) != known.end()) continue;
-      known.push_back(ns->prefix);
-      if (ns->uri.empty()) continue;
-      text +=
-          fmt::format(" xmlns{}{}=\"{}\"", ns->prefix.empty() ? "" : ":", ns->prefix, AttributeText(ns->uri));
-    }
-    return text;
-  }
-
- private:
-  struct Declaration {
-    int depth;
-    std::string prefix;
-    std::string uri;
-  };
-  std::vector<Declaration> declared_;
 };
 
 /// One pass over a text. The parser only checks it and says where elements begin and end; what is handed over
@@ -124,6 +91,7 @@ class Scan {
       window_.append(piece);
       xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), piece.empty() ? 1 : 0);
       if (needsDocument_) return false;
+      RefuseExcess();
       ThrowFault();
       HandOver();
       display_.LetEventsRun();
@@ -201,7 +169,11 @@ class Scan {
       dateDepth_ = depth_;
       NoteStart(Kind::DateStart, nsCount, namespaces);
     }
-    if (nsCount > 0) scopes_.Enter(depth_, nsCount, namespaces);
+    if (nsCount > 0) scopes_.Enter(depth_, Declared(nsCount, namespaces));
+    if (scopes_.Count() > MaxNamespaces && fault_.empty()) {
+      fault_ = fmt::format("more than {} name spaces at a time", MaxNamespaces);
+      xmlStopParser(parser_.get());
+    }
   }
 
   void End() {
@@ -212,7 +184,7 @@ class Scan {
       marks_.push_back({.kind = Kind::DateEnd, .at = Position(), .inherited = {}});
       dateDepth_ = 0;
     }
-    if (!scopes_.IsEmpty()) scopes_.Leave(depth_);
+    if (scopes_.Count() > 0) scopes_.Leave(depth_);
     --depth_;
   }
 
@@ -226,14 +198,26 @@ class Scan {
       xmlStopParser(parser_.get());
       return;
     }
-    marks_.push_back(
-        {.kind = kind,
-         .at = windowAt_ + begin,
-         .inherited = scopes_.IsEmpty() ? std::string() : scopes_.Inherited(nsCount, namespaces)});
+    marks_.push_back({.kind = kind,
+                      .at = windowAt_ + begin,
+                      .inherited = scopes_.Count() == 0
+                                       ? std::string()
+                                       : scopes_.InheritedBy(Declared(nsCount, namespaces))});
   }
 
   [[nodiscard]] std::uint64_t Position() const {
     return static_cast<std::uint64_t>(xmlByteConsumed(parser_.get()));
+  }
+
+  /// The parser takes a time that grows with the square of what is bounded here.
+  void RefuseExcess() {
+    if (!fault_.empty()) return;
+    if (xmlDictSize(parser_->dict) > MaxNames) fault_ = fmt::format("more than {} different names", MaxNames);
+    const auto pending = std::string_view(window_).substr(
+        static_cast<std::size_t>(std::min<std::uint64_t>(Position() - windowAt_, window_.size())));
+    if (pending.size() > MaxTagBytes && pending.front() == '<' && pending[1] != '!') {
+      fault_ = fmt::format("a tag of more than {} bytes", MaxTagBytes);
+    }
   }
 
   void ThrowFault() const {

@@ -75,6 +75,22 @@ TEST_F(ScanPpc, FindsElementsWhereverAPieceEnds) {
   }
 }
 
+TEST_F(ScanPpc, HandsOverWholeCharacters) {
+  for (const char* const character : {"ä", "€", "🔧"}) {
+    for (const bool cdata : {false, true}) {
+      for (std::size_t shift = 0; shift < 4; ++shift) {
+        std::string entry = "<PPCentry a=\"" + std::string(shift, 'x') + "\">" + (cdata ? "<![CDATA[" : "");
+        for (int i = 0; i < 400000; ++i) entry += character;
+        entry += std::string(cdata ? "]]>" : "") + "</PPCentry>";
+        Scan("<R>" + entry + "</R>");
+        EXPECT_TRUE(sink->entries.front() == entry) << character << cdata << shift;
+        EXPECT_TRUE(sink->piecesWhole) << character << cdata << shift;
+        EXPECT_GT(sink->pieces, 3U) << "the file is larger than what is read in one go";
+      }
+    }
+  }
+}
+
 TEST_F(ScanPpc, TakesTheFirstArchiveDate) {
   struct Row {
     const char* name;
@@ -198,6 +214,11 @@ TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
     for (int i = 0; i < levels; ++i) text += "</a>";
     return text;
   };
+  const auto many = [](const std::string& before, const std::string& behind, int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += before + std::to_string(i) + behind;
+    return text;
+  };
   struct Row {
     const char* name;
     std::string text;
@@ -224,6 +245,12 @@ TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
                "may use entities of its own"},
            Row{"too deep", deep(251), "nested deeper than 250 levels"},
            Row{"much too deep", deep(100000), "nested deeper than 250 levels"},
+           Row{"very many names", "<R>" + many("<a", "/>", 30000) + "</R>",
+               "more than 20000 different names"},
+           Row{"very many name spaces", "<R " + many("xmlns:p", "='urn:p' ", 300) + "><PPCentry/></R>",
+               "more than 200 name spaces"},
+           Row{"a very long tag", "<R><PPCentry " + many("a", "='' ", 100000) + "/></R>",
+               "a tag of more than 262144 bytes"},
            Row{"a date that is too long", "<R><ArchiveDate>" + large + "</ArchiveDate></R>", "ArchiveDate"},
        }) {
     const std::string fault = Fault(row.text);

@@ -18,9 +18,15 @@ class KeepingSink final : public PpcEntrySink {
  public:
   std::vector<std::string> entries;
   std::vector<std::string> dates;
+  std::size_t pieces = 0;
+  bool piecesWhole = true;  ///< none begins within a character
 
   void BeginEntry() override { entries.emplace_back(); }
-  void AddText(std::string_view utf8) override { entries.back() += utf8; }
+  void AddText(std::string_view utf8) override {
+    entries.back() += utf8;
+    ++pieces;
+    if (!utf8.empty() && (static_cast<unsigned char>(utf8.front()) & 0xC0U) == 0x80U) piecesWhole = false;
+  }
   void EndEntry() override {}
   void FoundArchiveDate(std::string_view xml) override { dates.emplace_back(xml); }
 };
