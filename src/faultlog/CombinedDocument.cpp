@@ -135,11 +135,11 @@ void CombinedDocument::KeepDisplaced(const fs::path& document) {
   const std::string text = files_.ReadWhole(document, std::numeric_limits<std::uint64_t>::max());
   if (SaysSent(text) || !SaysNotSent(text)) return;
   fs::path kept;
-  for (int number = 1; kept.empty() || files_.Exists(kept); ++number) {
+  do {
     kept = document;
-    kept += fmt::format(".{}{}", number, DisplacedEnding);
-  }
-  batch_.StageBeside(kept, text);
+    kept += fmt::format(".{}{}", ++displacedNumber_, DisplacedEnding);
+  } while (files_.Exists(kept));
+  batch_.Displace(document, kept);
 }
 
 void CombinedDocument::RestoreDisplacedDocuments() {

@@ -64,6 +64,7 @@ class CombinedDocument {
   std::filesystem::path processFolder_;
   std::optional<BuildXML> CombinedBuilder_;
   std::size_t filedCount_ = 0;
+  std::size_t displacedNumber_ = 0;
 };
 
 }  // namespace fieldpost

@@ -1,6 +1,7 @@
 #include "faultlog/FilingBatch.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
 #include <unordered_set>
@@ -86,18 +87,22 @@ void FilingBatch::StageArchived(const fs::path& target, std::string_view bytes) 
   files_.Remove(std::exchange(journal_.staged[place->second].temporary, temporary));
 }
 
-void FilingBatch::StageBeside(const fs::path& target, std::string_view bytes) {
-  const fs::path temporary = TemporaryNameFor(target);
+void FilingBatch::StageDocument(const fs::path& document, std::string_view text) {
+  const fs::path temporary = TemporaryNameFor(document);
   files_.Remove(temporary);
-  files_.WriteNew(temporary, bytes, FileAccess::ByUmask);
-  journal_.staged.push_back({.temporary = temporary, .target = target});
+  files_.WriteNew(temporary, text, FileAccess::ByUmask);
+  journal_.staged.push_back({.temporary = temporary, .target = document});
+  journal_.document = document;
+}
+
+void FilingBatch::Displace(const fs::path& document, const fs::path& freeName) {
+  journal_.displaced = FilingJournal::Displaced{.from = document, .to = freeName};
 }
 
 std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text) {
   try {
     StageOpenArchived();
-    StageBeside(document, text);
-    journal_.document = document;
+    StageDocument(document, text);
     Decide();
   } catch (const FileError&) {
     Drop();
@@ -107,6 +112,7 @@ std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text
   const FilingJournal journal = std::exchange(journal_, {});
   stagedByTarget_.clear();
   knownFolders_.clear();
+  MakeRoom(journal);
   for (const auto& [temporary, target] : journal.staged) files_.Rename(temporary, target);
   RemoveSources(journal);
   return journal.sources.size();
@@ -139,6 +145,7 @@ std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
       files_.IsFile(JournalPath()) ? FilingJournal::FromBytes(files_.ReadWhole(JournalPath(), AnySize))
                                    : std::nullopt;
   if (journal) {
+    MakeRoom(*journal);
     for (const auto& [temporary, target] : journal->staged) {
       MakeFolderOf(target);
       if (files_.Exists(temporary)) files_.Rename(temporary, target);
@@ -150,6 +157,15 @@ std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
   RemoveLeftovers(archiveFolder_);
   RemoveLeftovers(processFolder_);
   return journal ? journal->sources.size() : 0;
+}
+
+/// The new name must be durable before the old one is taken: after a power cut nothing else tells whether the
+/// old one still bears the old document.
+void FilingBatch::MakeRoom(const FilingJournal& journal) {
+  if (!journal.displaced || files_.Exists(journal.displaced->to)) return;
+  files_.Rename(journal.displaced->from, journal.displaced->to);
+  const std::array folder{processFolder_};
+  files_.Flush(folder);
 }
 
 void FilingBatch::RemoveSources(const FilingJournal& journal) {

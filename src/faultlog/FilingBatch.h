@@ -45,8 +45,8 @@ class FilingBatch {
   /// How many files were taken since the last Publish() or Drop().
   [[nodiscard]] std::size_t AcceptedCount() const { return journal_.sources.size(); }
 
-  /// Adds another file to be written to the process folder when the batch is published.
-  void StageBeside(const std::filesystem::path& target, std::string_view bytes);
+  /// Gives a document whose name the batch's own will take another, free one when the batch is published.
+  void Displace(const std::filesystem::path& document, const std::filesystem::path& freeName);
 
   /// Writes the combined document, publishes everything and empties the batch. Returns how many files were
   /// filed. When it throws, either the batch was dropped, or it was decided and the next run finishes it.
@@ -72,8 +72,10 @@ class FilingBatch {
   void StageArchived(const std::filesystem::path& target, std::string_view bytes);
   void RefuseTheSameFile(const FileStamp& stamp, const std::filesystem::path& source,
                          const std::filesystem::path& target) const;
+  void StageDocument(const std::filesystem::path& document, std::string_view text);
   void MakeFolderOf(const std::filesystem::path& target);
   void Decide();
+  void MakeRoom(const FilingJournal& journal);
   void RemoveSources(const FilingJournal& journal);
   [[nodiscard]] bool IsWhatWasFiled(const FilingJournal::Source& source) const;
   [[nodiscard]] PathList FoldersOf(const FilingJournal& journal) const;

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view Title = "Fieldpost filing journal 1\n";
+constexpr std::string_view Title = "Fieldpost filing journal 2\n";
 constexpr std::size_t HashLength = 32;
 
 class FieldWriter {
@@ -89,6 +89,11 @@ std::optional<ContentHash> HashFromHex(std::string_view hex) {
 std::string FilingJournal::ToBytes() const {
   FieldWriter writer;
   writer.AddPath(document);
+  writer.AddNumber(displaced ? 1 : 0);
+  if (displaced) {
+    writer.AddPath(displaced->from);
+    writer.AddPath(displaced->to);
+  }
   writer.AddNumber(staged.size());
   for (const Staged& file : staged) {
     writer.AddPath(file.temporary);
@@ -110,6 +115,12 @@ std::optional<FilingJournal> FilingJournal::FromBytes(std::string_view bytes) {
   FieldReader reader(fields.substr(Title.size()));
   FilingJournal journal;
   journal.document = reader.NextPath().value_or(fs::path());
+  if (reader.NextNumber() == 1) {
+    std::optional<fs::path> from = reader.NextPath();
+    std::optional<fs::path> to = reader.NextPath();
+    if (!from || !to) return std::nullopt;
+    journal.displaced = Displaced{.from = std::move(*from), .to = std::move(*to)};
+  }
   for (std::size_t left = reader.NextNumber().value_or(0); left > 0; --left) {
     std::optional<fs::path> temporary = reader.NextPath();
     std::optional<fs::path> target = reader.NextPath();

@@ -12,9 +12,17 @@
 
 namespace fieldpost {
 
-/// The steps that publish one batch. Once this is durable on disk the batch is decided: every step that is
-/// not done yet is done by whoever finds it, and doing one twice does no harm.
+/// The steps that publish one batch, in this order. Once this is durable on disk the batch is decided: every
+/// step that is not done yet is done by whoever finds it, and doing one twice does no harm.
 struct FilingJournal {
+  /// A document that makes room for another one, and the name that it keeps meanwhile. The new name is free
+  /// when the batch is decided; once it is taken, the step is done.
+  struct Displaced {
+    std::filesystem::path from;
+    std::filesystem::path to;
+
+    bool operator==(const Displaced&) const = default;
+  };
   /// A file written beside its place, and its place.
   struct Staged {
     std::filesystem::path temporary;
@@ -31,6 +39,7 @@ struct FilingJournal {
     bool operator==(const Source&) const = default;
   };
 
+  std::optional<Displaced> displaced;
   std::vector<Staged> staged;
   std::vector<Source> sources;
   std::filesystem::path document;  ///< the combined document among the staged files

@@ -15,16 +15,19 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 
 TEST(FilingJournal, ComesBackAsItWasWritten) {
-  const FilingJournal journal{.staged = {{.temporary = "/a/.1", .target = PathFromUtf8("/a/line\nbreak 3:x")},
-                                         {.temporary = "", .target = ""}},
-                              .sources = {{.path = "/l/a.xml", .content = HashContent("a")}},
-                              .document = "/p/d.xml"};
+  const FilingJournal journal{
+      .displaced = FilingJournal::Displaced{.from = "/p/d.xml", .to = "/p/d.xml.1.displaced"},
+      .staged = {{.temporary = "/a/.1", .target = PathFromUtf8("/a/line\nbreak 3:x")},
+                 {.temporary = "", .target = ""}},
+      .sources = {{.path = "/l/a.xml", .content = HashContent("a")}},
+      .document = "/p/d.xml"};
   EXPECT_EQ(FilingJournal::FromBytes(journal.ToBytes()), journal);
   EXPECT_EQ(FilingJournal::FromBytes(FilingJournal().ToBytes()), FilingJournal());
 }
 
 TEST(FilingJournal, IsWholeOrNothing) {
-  const std::string bytes = FilingJournal{.staged = {{.temporary = "/a/.1", .target = "/a/1"}},
+  const std::string bytes = FilingJournal{.displaced = std::nullopt,
+                                          .staged = {{.temporary = "/a/.1", .target = "/a/1"}},
                                           .sources = {{.path = "/l/a.xml", .content = HashContent("a")}},
                                           .document = "/p/d.xml"}
                                 .ToBytes();
@@ -169,6 +172,42 @@ TEST(FinishInterrupted, SaysHowManyFilesItRecovered) {
     }
   }
   EXPECT_THAT(lines, ElementsAre("[Search Latest]:Recovered 5 files from an interrupted run"));
+}
+
+TEST(FilingBatch, LosesNoDocumentThatMakesRoomWhereverTheProgramIsKilled) {
+  // Number 99 of the hour is taken by a document that waits to be mailed.
+  const auto fillHour = [](BusySite& site) {
+    for (int i = 1; i <= 99; ++i) {
+      site.folder.Write(fmt::format("home/Faultlog/Process/FLog.4711.2004031514{:02}.xml", i),
+                        fmt::format("<FLFILE Mode=\"{}\"/>", i == 99 ? "Not Sent" : "Sent"));
+    }
+    site.folder.Write("home/Faultlog/Process/FLog.4711.200403151499.xml",
+                      "<FLFILE Mode=\"Not Sent\"><TEXT>waiting</TEXT></FLFILE>");
+    site.expected.emplace_back("waiting");
+  };
+  std::size_t changes = 0;
+  for (std::size_t n = 0; n == 0 || n <= changes; ++n) {
+    BusySite site;
+    fillHour(site);
+    const std::size_t before = site.files.changes;
+    site.files.changesLeft = n == 0 ? site.files.changesLeft : n - 1;
+    try {
+      site.program.scan.ProcessLatestFiles(site.display);
+    } catch (const test::Killed&) {
+    }
+    if (n == 0) changes = site.files.changes - before;
+    site.clock.now.hour = 15;  // by then there are free numbers
+    DiskFileSystem disk;
+    FieldpostProgram next({disk, site.clock, site.keys, site.transport, site.prompt, site.display},
+                          site.home);
+    next.settings = site.program.settings;
+    next.lists.LatestFolderList = site.program.lists.LatestFolderList;
+    next.scan.ProcessLatestFiles(site.display);
+    std::map<std::string, int> inDocuments;
+    for (const std::string& text : site.expected) inDocuments[text] = 1;
+    EXPECT_EQ(site.Count(site.Tree("Process")), inDocuments) << "killed at change " << n << " of " << changes;
+  }
+  ASSERT_GT(changes, 20U);
 }
 
 TEST(FilingBatch, LeavesAFileThatItsDeviceWroteAnewMeanwhile) {
