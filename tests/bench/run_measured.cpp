@@ -1,6 +1,6 @@
-// Runs a command and prints what it cost: wall-clock seconds, processor seconds (user and system), peak
-// memory in kilobytes. A process's peak counts from before its program is loaded, so the one that starts it
-// must be small.
+// Runs a command and prints what it cost: wall-clock seconds, processor seconds (user and system), those
+// of them in user mode, peak memory in kilobytes. A process's peak counts from before its program is loaded,
+// so the one that starts it must be small.
 
 #include <spawn.h>
 #include <sys/resource.h>
@@ -29,6 +29,6 @@ int main(int count, char** arguments) {
   if (wait4(process, &status, 0, &usage) != process) return 2;
   const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - begin;
   std::cout << wall.count() << ' ' << Seconds(usage.ru_utime) + Seconds(usage.ru_stime) << ' '
-            << usage.ru_maxrss << '\n';
+            << Seconds(usage.ru_utime) << ' ' << usage.ru_maxrss << '\n';
   return WIFEXITED(status) ? WEXITSTATUS(status) : 1;
 }
