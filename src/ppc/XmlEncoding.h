@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-struct _xmlBuffer;  // NOLINT(bugprone-reserved-identifier): libxml2's own names
+struct _xmlBuffer;               // NOLINT(bugprone-reserved-identifier): libxml2's own names
 struct _xmlCharEncodingHandler;  // NOLINT(bugprone-reserved-identifier)
 
 namespace fieldpost {
