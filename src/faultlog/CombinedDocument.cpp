@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <limits>
 #include <utility>
 
 #include "common/DocumentMode.h"
 #include "common/DocumentNames.h"
 #include "common/Text.h"
 #include "common/XmlDocument.h"
+#include "mail/WaitingDocument.h"
 
 namespace fieldpost {
 namespace {
@@ -131,9 +131,7 @@ int CombinedDocument::NextNumber(std::string_view stem, const fs::path& folder) 
 }
 
 void CombinedDocument::KeepDisplaced(const fs::path& document) {
-  if (!files_.IsFile(document)) return;
-  const std::string text = files_.ReadWhole(document, std::numeric_limits<std::uint64_t>::max());
-  if (SaysSent(text) || !SaysNotSent(text)) return;
+  if (!files_.IsFile(document) || !IsWaitingDocument(files_, document)) return;
   fs::path kept;
   do {
     kept = document;

@@ -16,6 +16,7 @@
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "mail/MailSummary.h"
+#include "mail/WaitingDocument.h"
 
 namespace fieldpost {
 namespace {
@@ -86,7 +87,7 @@ void SendLoop::CollectWaiting() {
   const fs::path folder = PathFromUtf8(settings_.ProcessFolder);
   std::unordered_set<fs::path::string_type> known;
   const auto add = [&](const fs::path& document) {
-    if (!known.insert(document.native()).second || !IsWaiting(document)) return;
+    if (!known.insert(document.native()).second || !IsWaitingDocument(files_, document)) return;
     lists_.Attachments.push_back(document);
   };
   if (files_.IsFolder(folder)) {
@@ -95,22 +96,6 @@ void SendLoop::CollectWaiting() {
   for (const fs::path& document : lists_.PendingFiles) {
     if (files_.IsFile(document)) add(document);
   }
-}
-
-bool SendLoop::IsWaiting(const fs::path& document) const {
-  // The root says it in the first few bytes of every document that was mailed, and those are nearly all.
-  const std::unique_ptr<FileReader> reader = files_.OpenForReading(document);
-  std::string text(4096, '\0');
-  text.resize(reader->Read(text));
-  if (SaysSent(text)) return false;
-  std::array<char, 65536> buffer{};
-  while (!SaysNotSent(text)) {
-    const std::size_t got = reader->Read(buffer);
-    if (got == 0) return false;
-    // The words may lie across two pieces.
-    text.erase(0, text.size() - std::min(text.size(), NotSentMode.size() - 1)).append(buffer.data(), got);
-  }
-  return true;
 }
 
 bool SendLoop::SendData() {

@@ -47,7 +47,6 @@ class SendLoop {
 
  private:
   void CollectWaiting();
-  [[nodiscard]] bool IsWaiting(const std::filesystem::path& document) const;
   [[nodiscard]] MailServer Server() const;
   [[nodiscard]] PathList FilesOfMail(int number) const;
   [[nodiscard]] Mail MailOf(int number, int count);

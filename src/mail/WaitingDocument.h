@@ -1,0 +1,14 @@
+// Whether a document waits to be mailed.
+#pragma once
+
+#include <filesystem>
+
+#include "platform/FileSystem.h"
+
+namespace fieldpost {
+
+/// Whether a document's text says that it was not sent, unless its root says that it was. Reads no more of it
+/// than that takes, and keeps none of it in memory. Throws FileError.
+bool IsWaitingDocument(const FileSystem& files, const std::filesystem::path& document);
+
+}  // namespace fieldpost
