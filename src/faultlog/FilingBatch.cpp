@@ -119,8 +119,8 @@ std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text
 }
 
 void FilingBatch::Decide() {
+  files_.WriteNew(JournalPath(), journal_.ToBytes(), FileAccess::OwnerOnly);
   try {
-    files_.WriteNew(JournalPath(), journal_.ToBytes(), FileAccess::OwnerOnly);
     files_.Flush(FoldersOf(journal_));
   } catch (const FileError&) {
     files_.Remove(JournalPath());
