@@ -10,10 +10,14 @@ if(FIELDPOST_SANITIZE)
   target_link_options(fp_warnings INTERFACE -fsanitize=address,undefined)
 endif()
 
-# fp_core(ROOM LIBRARIES...): the library fp_ROOM from every source of the current folder.
+# Sources of forms and of what belongs to them are known by their names; these alone see Qt.
+set(FP_FORM_SOURCES "/(frm|Frm|MDI|CPrint|Widget|MessageBox)[^/]*\\.cpp$")
+
+# fp_core(ROOM LIBRARIES...): the library fp_ROOM from every source of the current folder, but for its forms.
 function(fp_core room)
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  list(FILTER sources EXCLUDE REGEX ${FP_FORM_SOURCES})
   if(NOT sources)
     add_library(fp_${room} INTERFACE)
     target_include_directories(fp_${room} INTERFACE ${PROJECT_SOURCE_DIR}/src)
@@ -23,4 +27,21 @@ function(fp_core room)
   add_library(fp_${room} STATIC ${sources})
   target_include_directories(fp_${room} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   target_link_libraries(fp_${room} PUBLIC ${ARGN} PRIVATE fp_warnings)
+endfunction()
+
+# fp_forms(ROOM LIBRARIES...): the library fp_ROOM_forms from the forms of the current folder.
+function(fp_forms room)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER sources INCLUDE REGEX ${FP_FORM_SOURCES})
+  if(NOT sources)
+    add_library(fp_${room}_forms INTERFACE)
+    target_link_libraries(fp_${room}_forms INTERFACE fp_${room} ${ARGN} Qt6::Widgets)
+    return()
+  endif()
+  file(GLOB forms CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.ui)
+  add_library(fp_${room}_forms STATIC ${sources} ${forms})
+  set_target_properties(fp_${room}_forms PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON)
+  # Without Qt's macros `signals`, `slots`, `emit`, and without its silent conversions of narrow text.
+  target_compile_definitions(fp_${room}_forms PUBLIC QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII)
+  target_link_libraries(fp_${room}_forms PUBLIC fp_${room} ${ARGN} Qt6::Widgets PRIVATE fp_warnings)
 endfunction()

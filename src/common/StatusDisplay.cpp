@@ -7,5 +7,8 @@ void StatusDisplay::SetLabel(std::string_view) {}
 void StatusDisplay::SetRange(std::size_t) {}
 void StatusDisplay::SetPosition(std::size_t) {}
 void StatusDisplay::LetEventsRun() {}
+bool StatusDisplay::StopRequested() const {
+  return false;
+}
 
 }  // namespace fieldpost

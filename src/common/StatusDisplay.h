@@ -30,6 +30,10 @@ class StatusDisplay {
   /// Lets pending window events run. Long loops call it after each item; the implementation keeps time, so
   /// that calling it often costs nothing.
   virtual void LetEventsRun();
+
+  /// Whether the person at the screen wants the step to end. Long loops ask after each item, and end as they
+  /// would after a failure: what was begun is finished or taken back, nothing is lost.
+  [[nodiscard]] virtual bool StopRequested() const;
 };
 
 }  // namespace fieldpost

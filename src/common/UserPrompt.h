@@ -23,6 +23,10 @@ class UserPrompt {
   /// Shows a message box with an OK button and waits for it. An empty title means the program's own.
   virtual void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title);
 
+  /// Asks a question with the buttons Yes and No, of which No is the one that the Enter key presses. Whether
+  /// the answer was Yes; closing the box means No.
+  [[nodiscard]] virtual bool AskYesNo(std::string_view text, MessageIcon icon, std::string_view title);
+
   /// Shows the options dialog on a page.
   virtual void ShowOptions(OptionsPage page);
 

@@ -1,6 +1,7 @@
 // A user prompt and a status display that write down what they are told.
 #pragma once
 
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,14 @@ class RecordingPrompt final : public UserPrompt {
   void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override {
     messages.push_back({std::string(text), icon, std::string(title)});
   }
+  /// What AskYesNo answers.
+  bool answer = false;
+  std::vector<ShownMessage> questions;
+
+  bool AskYesNo(std::string_view text, MessageIcon icon, std::string_view title) override {
+    questions.push_back({std::string(text), icon, std::string(title)});
+    return answer;
+  }
   void ShowOptions(OptionsPage page) override { pages.push_back(page); }
   void SetBusyPointer(bool busy) override { pointer.push_back(busy); }
 };
@@ -37,12 +46,15 @@ class RecordingDisplay final : public StatusDisplay {
   std::vector<std::size_t> ranges;
   std::vector<std::size_t> positions;
   std::size_t eventTurns = 0;
+  /// Event turns after which the person asks for the end; none as it stands.
+  std::size_t stopAfterTurns = std::numeric_limits<std::size_t>::max();
 
   void ShowStatusLine(std::string_view text) override { lines.emplace_back(text); }
   void SetLabel(std::string_view text) override { labels.emplace_back(text); }
   void SetRange(std::size_t steps) override { ranges.push_back(steps); }
   void SetPosition(std::size_t done) override { positions.push_back(done); }
   void LetEventsRun() override { ++eventTurns; }
+  [[nodiscard]] bool StopRequested() const override { return eventTurns >= stopAfterTurns; }
 };
 
 }  // namespace fieldpost::test
