@@ -4,7 +4,7 @@
 
 #include <QGuiApplication>
 
-#include "support/MessageBoxes.h"
+#include "support/WindowSite.h"
 
 namespace fieldpost {
 namespace {

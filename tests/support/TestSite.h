@@ -17,15 +17,17 @@
 
 namespace fieldpost::test {
 
-struct TestSite {
+/// `Prompt` and `Display` are what the program meets the user through.
+template <class Prompt, class Display>
+struct BasicSite {
   TempFolder folder;
   DyingFileSystem files;  ///< immortal unless the test says otherwise
   FakeClock clock;
   std::filesystem::path home = folder.Folder("home");
   SqliteKeyStore keys{files, folder.Path() / "registry.sqlite"};
   FakeTransport transport;
-  RecordingPrompt prompt;
-  RecordingDisplay display;
+  Prompt prompt;
+  Display display;
   FieldpostProgram program{{files, clock, keys, transport, prompt, display}, home};
 
   [[nodiscard]] std::filesystem::path Tree(std::string_view name) const {
@@ -59,16 +61,22 @@ struct TestSite {
   }
 };
 
+/// A site whose prompt and display write down what they are told.
+using TestSite = BasicSite<RecordingPrompt, RecordingDisplay>;
+
 /// A site as it stands after its first start, with the settings that a send needs, and no log yet today.
-struct ReadySite : TestSite {
-  ReadySite() {
-    program.tree.CreateFolderTree();
-    std::filesystem::remove(program.log.TodaysFile());
-    program.settings.SMTPServer = "mail.example";
-    program.settings.SenderAddress = "site@partner.example";
-    program.settings.PartnerID = "4711";
+template <class Site>
+struct AfterFirstStart : Site {
+  AfterFirstStart() {
+    this->program.tree.CreateFolderTree();
+    std::filesystem::remove(this->program.log.TodaysFile());
+    MailSettings& settings = this->program.settings;
+    settings.SMTPServer = "mail.example";
+    settings.SenderAddress = "site@partner.example";
+    settings.PartnerID = "4711";
   }
 };
+using ReadySite = AfterFirstStart<TestSite>;
 
 /// A faultlogger file with one entry for each mode letter.
 inline std::string FaultlogXml(std::string_view productCode, std::string_view modes = "F",

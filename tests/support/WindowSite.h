@@ -1,0 +1,17 @@
+// A whole program on a folder of its own, with real message boxes and widgets.
+#pragma once
+
+#include "common/MessageBoxPrompt.h"
+#include "common/WidgetMemory.h"
+#include "common/WidgetStatusDisplay.h"
+#include "support/MessageBoxes.h"
+#include "support/TestSite.h"
+
+namespace fieldpost::test {
+
+/// A site as it stands after its first start. What the windows keep is in `memory`.
+struct WindowSite : AfterFirstStart<BasicSite<MessageBoxPrompt, WidgetStatusDisplay>> {
+  WidgetMemory memory{home};
+};
+
+}  // namespace fieldpost::test
