@@ -13,6 +13,9 @@ class ModFPHide {
  public:
   explicit ModFPHide(FieldpostProgram& program) : program_(program) {}
 
+  /// Whether a command line is one of the switches, in any letter case but otherwise to the letter.
+  [[nodiscard]] static bool IsSwitch(std::string_view commandLine) { return Find(commandLine) != nullptr; }
+
   /// True when the line is one of the switches, in any letter case but otherwise to the letter; the run is
   /// then over, well or not. False, with nothing done, for any other line.
   bool RunCommandLine(std::string_view commandLine);

@@ -1,26 +1,31 @@
-// The program's entry: an unattended run when the command line is one of the switches.
+// The program's entry: an unattended run when the command line is one of the switches, else the window.
 #include <fmt/format.h>
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 #include "mail/SmtpMail.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/ProgramFolder.h"
 #include "platform/SqliteKeyStore.h"
+#include "platform/WindowLibrary.h"
 #include "shell/CommandLine.h"
 #include "shell/FieldpostProgram.h"
 #include "shell/ModFPHide.h"
 
 namespace {
 
+using namespace fieldpost;
+
 constexpr int Done = 0;
 constexpr int Failed = 1;
 constexpr int NoWindow = 2;
 
-int Run(const std::string& commandLine) {
-  using namespace fieldpost;
+/// The exit status of an unattended run; empty when the line is none of the switches.
+std::optional<int> RunUnattended(const std::string& commandLine) {
+  if (!ModFPHide::IsSwitch(commandLine)) return std::nullopt;
   DiskFileSystem files;
   const SystemClock clock;
   StatusDisplay display;
@@ -31,10 +36,15 @@ int Run(const std::string& commandLine) {
   SmtpMail transport(files, clock, display);
   FieldpostProgram program({files, clock, keys, transport, prompt, display}, ownFolder);
   ModFPHide unattended(program);
-  if (unattended.RunCommandLine(commandLine)) return unattended.Succeeded() ? Done : Failed;
-  fmt::print(stderr,
-             "fieldpost: this version has no window yet. Start it with -fc (collect), -fs (send what waits), "
-             "-fcs (collect and send) or -ps (send PPC data).\n");
+  unattended.RunCommandLine(commandLine);
+  return unattended.Succeeded() ? Done : Failed;
+}
+
+int RunWindow(int argc, char** argv) {
+  WindowLibrary windows;
+  const std::string problem = windows.Load();
+  if (problem.empty()) return windows.Run(argc, argv);
+  fmt::print(stderr, "fieldpost: {}\n", problem);
   return NoWindow;
 }
 
@@ -42,7 +52,9 @@ int Run(const std::string& commandLine) {
 
 int main(int argc, char* argv[]) {
   try {
-    return Run(fieldpost::JoinArguments({argv, static_cast<std::size_t>(argc)}));
+    const std::string commandLine = JoinArguments({argv, static_cast<std::size_t>(argc)});
+    const std::optional<int> status = RunUnattended(commandLine);
+    return status ? *status : RunWindow(argc, argv);
   } catch (const std::exception& error) {
     fmt::print(stderr, "fieldpost: {}\n", error.what());
     return Failed;

@@ -1,0 +1,62 @@
+// The main window: a frame that holds the program's other windows, and their menu.
+#pragma once
+
+#include <QMainWindow>
+#include <filesystem>
+#include <memory>
+
+#include "common/MessageBoxPrompt.h"
+#include "common/WidgetMemory.h"
+#include "common/WidgetStatusDisplay.h"
+#include "shell/FieldpostProgram.h"
+#include "shell/StartUp.h"
+
+class QMdiSubWindow;
+
+namespace Ui {
+class MDIFieldpost;
+}
+
+namespace fieldpost {
+
+/// What the windows are given of the world, beside what the program has of it.
+struct WindowPorts {
+  MessageBoxPrompt& prompt;
+  WidgetStatusDisplay& display;
+  WidgetMemory& memory;
+};
+
+/// The frame with its menu. It keeps its title "Fieldpost" whatever happens inside it, because a second start
+/// of the program looks for a window of that title.
+class MDIFieldpost final : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  /// Tries the components; shows nothing yet. Everything handed over outlives the window.
+  MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports);
+  ~MDIFieldpost() override;
+
+  /// The start: shows the window with the archive in it, makes the folder tree, begins the day's log. When
+  /// another copy of the program runs it shows nothing but says so; false then, and the program is to end.
+  bool Load();
+
+  /// Closes every window of the program, which ends it.
+  void UnloadAllForms();
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void ConnectMenu();
+  void KeepTitle();
+  template <class Form>
+  QMdiSubWindow* Find() const;
+  void ShowChild(std::unique_ptr<QWidget> form);
+
+  std::unique_ptr<Ui::MDIFieldpost> ui_;
+  FieldpostProgram& program_;
+  WindowPorts ports_;
+  StartUp startUp_;
+};
+
+}  // namespace fieldpost
