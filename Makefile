@@ -1,12 +1,12 @@
 # A thin face for the CMake presets: `make` builds, `make run` shows the program at work on a sample site,
-# `make test` passes every test.
+# `make window` opens its window there, `make test` passes every test.
 
 BUILD := build
 PYTHON := /usr/bin/python3 -B
 JOBS := $(shell nproc)
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all packages configure run test bench format lint install clean
+.PHONY: all packages configure run window test bench format lint install clean
 
 all: configure
 	@cmake --build --preset release -j$(JOBS)
@@ -19,6 +19,9 @@ configure: packages
 
 run: all
 	@$(PYTHON) tools/run-sample
+
+window: all
+	@$(PYTHON) tools/run-window
 
 test: all
 	@ctest --preset release -j$(JOBS)

@@ -1,0 +1,86 @@
+"""An X server without a screen, on a display of its own, for windows that need a real one."""
+
+import os
+import pathlib
+import subprocess
+import tempfile
+import time
+
+
+class XServer:
+    """From `with` to the end of it; `display` is its name. window_manager: the command of one, or None."""
+
+    def __init__(self, window_manager="openbox", screen="1600x1200x24"):
+        self.window_manager = window_manager
+        self.screen = screen
+        self.display = None
+        self._processes = []
+
+    def __enter__(self):
+        self._folder = tempfile.TemporaryDirectory(prefix="fieldpost-x-")
+        read, write = os.pipe()
+        self._start(["Xvfb", "-displayfd", str(write), "-screen", "0", self.screen, "-nolisten", "tcp",
+                     "-dpi", "96"], pass_fds=[write])
+        os.close(write)
+        with os.fdopen(read) as pipe:
+            number = pipe.readline().strip()
+        if not number:
+            raise RuntimeError("Xvfb did not start")
+        self.display = f":{number}"
+        if self.window_manager:
+            self._start([self.window_manager])
+            self._wait_for_window_manager()
+        return self
+
+    def __exit__(self, *_):
+        for process in reversed(self._processes):
+            process.terminate()
+            process.wait(20)
+        self._folder.cleanup()
+
+    def _start(self, command, pass_fds=()):
+        # A window manager's settings and caches are no business of the user's own.
+        self._processes.append(subprocess.Popen(
+            command, env=self.environment(), pass_fds=pass_fds, stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+
+    def _wait_for_window_manager(self):
+        """It says that it is ready by a property of the root window."""
+        until = time.monotonic() + 20
+        while "window id" not in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"):
+            if time.monotonic() > until:
+                raise RuntimeError(f"{self.window_manager} did not start")
+            time.sleep(0.02)
+
+    def environment(self):
+        """What a program with a window on this display finds around it."""
+        result = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": self._folder.name,
+                  "XDG_RUNTIME_DIR": self._folder.name, "QT_QPA_PLATFORM": "xcb", "LANG": "C.UTF-8"}
+        if self.display:
+            result["DISPLAY"] = self.display
+        return result
+
+    def run(self, *command):
+        """What a command prints that looks at the display."""
+        done = subprocess.run([str(word) for word in command], env=self.environment(), text=True,
+                              capture_output=True, timeout=60, check=False)
+        return done.stdout
+
+    def windows(self, title):
+        """The ids of the visible windows with exactly this title."""
+        return self.run("xdotool", "search", "--onlyvisible", "--name", f"^{title}$").split()
+
+    def wait_for(self, title, timeout=20):
+        """The ids of the visible windows with this title, as soon as there is one."""
+        until = time.monotonic() + timeout
+        while not (found := self.windows(title)):
+            if time.monotonic() > until:
+                raise RuntimeError(f"no window {title!r} came up")
+            time.sleep(0.02)
+        return found
+
+    def picture(self, path):
+        """Writes a picture of the whole screen."""
+        raw = pathlib.Path(self._folder.name) / "screen.xwd"
+        self.run("xwd", "-root", "-silent", "-out", raw)
+        self.run("convert", f"xwd:{raw}", path)
