@@ -1,0 +1,295 @@
+#include <arpa/inet.h>
+#include <linux/errqueue.h>
+#include <netinet/in.h>
+#include <netinet/ip.h>
+#include <netinet/ip_icmp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <random>
+#include <span>
+#include <vector>
+
+#include "platform/IcmpEcho.h"
+
+namespace fieldpost {
+namespace {
+
+using Bytes = std::span<const unsigned char>;
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+/// How long one turn of waiting lasts; window events run after each.
+constexpr std::chrono::milliseconds turn{20};
+constexpr std::size_t largestData = 65507;
+constexpr std::size_t largestPacket = 65536;
+
+template <typename Header>
+std::optional<Header> Read(Bytes bytes) {
+  if (bytes.size() < sizeof(Header)) return std::nullopt;
+  Header result;
+  std::memcpy(&result, bytes.data(), sizeof result);
+  return result;
+}
+
+/// What follows an IP header; empty when the packet is cut off.
+Bytes AfterIpHeader(Bytes packet) {
+  const std::optional<ip> header = Read<ip>(packet);
+  const std::size_t length = header ? header->ip_hl * std::size_t{4} : 0;
+  return header && packet.size() >= length ? packet.subspan(length) : Bytes();
+}
+
+std::uint32_t StatusOfUnreachable(std::uint8_t code) {
+  switch (code) {
+    case ICMP_HOST_UNREACH:
+    case ICMP_HOST_UNKNOWN:
+    case ICMP_HOST_ISOLATED:
+    case ICMP_HOST_ANO:
+    case ICMP_HOST_UNR_TOS:
+    case ICMP_PKT_FILTERED:
+    case ICMP_PREC_VIOLATION:
+    case ICMP_PREC_CUTOFF:
+      return echo_status::hostUnreachable;
+    case ICMP_PROT_UNREACH:
+      return echo_status::protocolUnreachable;
+    case ICMP_PORT_UNREACH:
+      return echo_status::portUnreachable;
+    case ICMP_FRAG_NEEDED:
+      return echo_status::packetTooBig;
+    case ICMP_SR_FAILED:
+      return echo_status::badRoute;
+    default:
+      return echo_status::netUnreachable;
+  }
+}
+
+/// The status that an ICMP message other than an echo tells; nothing when it is no error message.
+std::optional<std::uint32_t> StatusOfIcmp(std::uint8_t type, std::uint8_t code) {
+  switch (type) {
+    case ICMP_DEST_UNREACH:
+      return StatusOfUnreachable(code);
+    case ICMP_SOURCE_QUENCH:
+      return echo_status::sourceQuench;
+    case ICMP_TIME_EXCEEDED:
+      return code == ICMP_EXC_FRAGTIME ? echo_status::expiredInReassembly : echo_status::expiredInTransit;
+    case ICMP_PARAMETERPROB:
+      return echo_status::parameterProblem;
+    default:
+      return std::nullopt;
+  }
+}
+
+std::uint32_t StatusOfErrno(int number) {
+  switch (number) {
+    case ENETUNREACH:
+    case ENETDOWN:
+      return echo_status::netUnreachable;
+    case EHOSTUNREACH:
+    case EHOSTDOWN:
+      return echo_status::hostUnreachable;
+    case ENOPROTOOPT:
+      return echo_status::protocolUnreachable;
+    case ECONNREFUSED:
+      return echo_status::portUnreachable;
+    case ENOBUFS:
+    case ENOMEM:
+    case EMFILE:
+    case ENFILE:
+      return echo_status::noResources;
+    case EMSGSIZE:
+      return echo_status::packetTooBig;
+    case EIO:
+      return echo_status::hardwareError;
+    case EADDRNOTAVAIL:
+      return echo_status::badDestination;
+    default:
+      return echo_status::generalFailure;
+  }
+}
+
+/// The checksum of the Internet protocols: of a message that carries its checksum it is zero.
+std::uint16_t Checksum(Bytes message) {
+  std::uint32_t sum = 0;
+  for (std::size_t at = 0; at < message.size(); ++at) sum += at % 2 == 0 ? message[at] * 256U : message[at];
+  while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16U);
+  return htons(static_cast<std::uint16_t>(~sum));
+}
+
+std::uint16_t RandomNumber() {
+  std::random_device random;
+  return static_cast<std::uint16_t>(random());
+}
+
+/// One request on its way, over a socket of its own. A socket for echoes alone may be had without any right;
+/// where the system keeps it back, one for raw ICMP takes its place, which sees the whole machine's messages.
+class EchoSocket {
+ public:
+  EchoSocket()
+      : raw_(false),
+        socket_(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_ICMP)),
+        identifier_(RandomNumber()),
+        sequence_(RandomNumber()) {
+    if (socket_ >= 0) return;
+    raw_ = true;
+    socket_ = ::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, IPPROTO_ICMP);
+  }
+  EchoSocket(const EchoSocket&) = delete;
+  EchoSocket& operator=(const EchoSocket&) = delete;
+  ~EchoSocket() {
+    if (socket_ >= 0) ::close(socket_);
+  }
+
+  /// Sends the request. The status of a failure, nothing when it is on its way.
+  std::optional<std::uint32_t> Send(const EchoRequest& request) {
+    if (socket_ < 0) return StatusOfErrno(errno);
+    if (request.dataSize > largestData) return echo_status::packetTooBig;
+    address_ = request.address;
+    const int hops = request.timeToLive;
+    const int yes = 1;
+    ::setsockopt(socket_, IPPROTO_IP, IP_TTL, &hops, sizeof hops);
+    // A raw socket is handed the messages that tell errors themselves; one for echoes has a queue for them.
+    if (!raw_) ::setsockopt(socket_, IPPROTO_IP, IP_RECVERR, &yes, sizeof yes);
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_addr.s_addr = address_;
+    const std::vector<unsigned char> message = Message(request.dataSize);
+    const auto* target = reinterpret_cast<const sockaddr*>(&to);
+    if (::sendto(socket_, message.data(), message.size(), 0, target, sizeof to) >= 0) return std::nullopt;
+    return StatusOfErrno(errno);
+  }
+
+  /// Waits no longer than `wait` for what comes back. The status it tells; nothing when nothing came that
+  /// speaks of the request.
+  std::optional<std::uint32_t> Await(std::chrono::milliseconds wait) {
+    pollfd waiting{socket_, POLLIN, 0};
+    if (::poll(&waiting, 1, static_cast<int>(wait.count())) <= 0) return std::nullopt;
+    if ((waiting.revents & POLLERR) != 0) {
+      if (const std::optional<std::uint32_t> status = NextError()) return status;
+    }
+    return (waiting.revents & POLLIN) != 0 ? NextMessage() : std::nullopt;
+  }
+
+ private:
+  [[nodiscard]] std::vector<unsigned char> Message(std::size_t dataSize) const {
+    icmphdr header{};
+    header.type = ICMP_ECHO;
+    header.un.echo.id = identifier_;
+    header.un.echo.sequence = sequence_;
+    std::vector<unsigned char> message(sizeof header + dataSize);
+    std::memcpy(message.data(), &header, sizeof header);
+    header.checksum = Checksum(message);
+    std::memcpy(message.data(), &header, sizeof header);
+    return message;
+  }
+
+  /// Whether an ICMP header is that of this request or its reply. The system gives a socket for echoes an
+  /// identifier of its own, and hands it only what bears that.
+  [[nodiscard]] bool IsOurs(const icmphdr& header) const {
+    return (!raw_ || header.un.echo.id == identifier_) && header.un.echo.sequence == sequence_;
+  }
+
+  /// Whether an ICMP message is the request itself, as errors quote it.
+  [[nodiscard]] bool IsRequest(Bytes message) const {
+    const std::optional<icmphdr> header = Read<icmphdr>(message);
+    return header && header->type == ICMP_ECHO && IsOurs(*header);
+  }
+
+  [[nodiscard]] bool QuotesRequest(Bytes packet) const {
+    const std::optional<ip> header = Read<ip>(packet);
+    return header && header->ip_p == IPPROTO_ICMP && header->ip_dst.s_addr == address_ &&
+           IsRequest(AfterIpHeader(packet));
+  }
+
+  /// Takes the next message from the socket and looks at it.
+  std::optional<std::uint32_t> NextMessage() {
+    packet_.resize(largestPacket);
+    sockaddr_in from{};
+    socklen_t length = sizeof from;
+    auto* sender = reinterpret_cast<sockaddr*>(&from);
+    const ssize_t got = ::recvfrom(socket_, packet_.data(), packet_.size(), 0, sender, &length);
+    if (got < 0) return StatusOfFailedRead(errno);
+    const Bytes packet = Bytes(packet_).first(static_cast<std::size_t>(got));
+    const Bytes message = raw_ ? AfterIpHeader(packet) : packet;
+    const std::optional<icmphdr> header = Read<icmphdr>(message);
+    if (!header) return std::nullopt;
+    if (header->type != ICMP_ECHOREPLY) return StatusOfErrorMessage(*header, message);
+    return IsOurs(*header) && from.sin_addr.s_addr == address_ ? std::optional(echo_status::success)
+                                                               : std::nullopt;
+  }
+
+  [[nodiscard]] std::optional<std::uint32_t> StatusOfErrorMessage(const icmphdr& header,
+                                                                  Bytes message) const {
+    return QuotesRequest(message.subspan(sizeof header)) ? StatusOfIcmp(header.type, header.code)
+                                                         : std::nullopt;
+  }
+
+  /// That nothing was there to be read is no failure.
+  static std::optional<std::uint32_t> StatusOfFailedRead(int number) {
+    if (number == EAGAIN || number == EWOULDBLOCK || number == EINTR) return std::nullopt;
+    return StatusOfErrno(number);
+  }
+
+  /// Takes the next error from the socket's queue of errors and looks at it.
+  std::optional<std::uint32_t> NextError() {
+    std::array<unsigned char, 512> quoted{};
+    alignas(cmsghdr) std::array<unsigned char, 512> control{};
+    iovec part{quoted.data(), quoted.size()};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.data();
+    message.msg_controllen = control.size();
+    const ssize_t got = ::recvmsg(socket_, &message, MSG_ERRQUEUE);
+    if (got < 0) return StatusOfFailedRead(PendingError());
+    if (!IsRequest(Bytes(quoted).first(static_cast<std::size_t>(got)))) return std::nullopt;
+    for (cmsghdr* entry = CMSG_FIRSTHDR(&message); entry != nullptr; entry = CMSG_NXTHDR(&message, entry)) {
+      if (entry->cmsg_level == IPPROTO_IP && entry->cmsg_type == IP_RECVERR) return StatusOfEntry(*entry);
+    }
+    return std::nullopt;
+  }
+
+  static std::optional<std::uint32_t> StatusOfEntry(const cmsghdr& entry) {
+    sock_extended_err error{};
+    std::memcpy(&error, CMSG_DATA(&entry), sizeof error);
+    if (error.ee_origin == SO_EE_ORIGIN_ICMP) return StatusOfIcmp(error.ee_type, error.ee_code);
+    return StatusOfErrno(static_cast<int>(error.ee_errno));
+  }
+
+  /// The error that the socket holds, taken from it; EAGAIN when it holds none.
+  [[nodiscard]] int PendingError() const {
+    int number = 0;
+    socklen_t length = sizeof number;
+    ::getsockopt(socket_, SOL_SOCKET, SO_ERROR, &number, &length);
+    return number == 0 ? EAGAIN : number;
+  }
+
+  bool raw_;
+  int socket_;
+  std::uint16_t identifier_;
+  std::uint16_t sequence_;
+  std::uint32_t address_ = 0;
+  std::vector<unsigned char> packet_;
+};
+
+}  // namespace
+
+std::uint32_t SystemIcmpEcho::Send(const EchoRequest& request, StatusDisplay& display) {
+  const SteadyTime end = std::chrono::steady_clock::now() + request.wait;
+  EchoSocket socket;
+  if (const std::optional<std::uint32_t> failure = socket.Send(request)) return *failure;
+  SteadyTime eventsDue = std::chrono::steady_clock::now() + turn;
+  while (true) {
+    if (const std::optional<std::uint32_t> status = socket.Await(turn)) return *status;
+    const SteadyTime now = std::chrono::steady_clock::now();
+    if (now >= end) return echo_status::timedOut;
+    if (now < eventsDue) continue;
+    display.LetEventsRun();
+    eventsDue = now + turn;
+  }
+}
+
+}  // namespace fieldpost
