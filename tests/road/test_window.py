@@ -1,8 +1,6 @@
 """The program with its window, on a real X server."""
 
-import os
 import subprocess
-import time
 import unittest
 
 from support import RoadTest
@@ -58,6 +56,24 @@ class Libraries(WindowTest):
     def test_a_start_without_a_switch_does(self):
         self.site.more_environment["QT_QPA_PLATFORM"] = "xcb"
         self.assertIn("libQt6Widgets", self.opened_by())
+
+
+class NoDisplay(WindowTest):
+    def test_one_clear_line_and_status_2(self):
+        for name, environment in [("none", {}), ("dead", {"DISPLAY": ":4711"}),
+                                  ("xcb asked for", {"QT_QPA_PLATFORM": "xcb"}),
+                                  ("dead wayland", {"WAYLAND_DISPLAY": "wayland-9", "XDG_RUNTIME_DIR": "/nowhere"})]:
+            with self.subTest(name):
+                done = subprocess.run([self.site.program], env={**self.site.environment(), **environment},
+                                      text=True, capture_output=True, timeout=60, check=False)
+                self.assertEqual(2, done.returncode, done.stderr)
+                self.assertRegex(done.stderr, r"^fieldpost: there is no display for its window\. .*-fcs.*\n$")
+                self.assertEqual("", done.stdout)
+
+    def test_nothing_was_touched(self):
+        before = sorted(self.site.root.rglob("*"))
+        self.assertEqual(2, self.site.run())
+        self.assertEqual(before, sorted(self.site.root.rglob("*")))
 
 
 if __name__ == "__main__":

@@ -1,20 +1,30 @@
 // Where the library of the windows begins: the program as somebody at the screen has it.
+#include <fmt/format.h>
+
 #include <QApplication>
+#include <cstdio>
+#include <exception>
 
 #include "common/MessageBoxPrompt.h"
 #include "common/WidgetMemory.h"
 #include "common/WidgetStatusDisplay.h"
 #include "mail/SmtpMail.h"
 #include "platform/Clock.h"
+#include "platform/Display.h"
 #include "platform/FileSystem.h"
 #include "platform/ProgramFolder.h"
 #include "platform/SqliteKeyStore.h"
 #include "shell/FieldpostProgram.h"
 #include "shell/MDIFieldpost.h"
 
-/// Shows the main window; returns the program's exit status when it was closed.
-extern "C" Q_DECL_EXPORT int FieldpostWindow(int argc, char** argv) {
-  using namespace fieldpost;
+namespace {
+
+using namespace fieldpost;
+
+constexpr int Failed = 1;
+constexpr int NoWindow = 2;
+
+int ShowWindow(int& argc, char** argv) {
   DiskFileSystem files;
   const SystemClock clock;
   const std::filesystem::path ownFolder = OwnFolder();
@@ -31,4 +41,20 @@ extern "C" Q_DECL_EXPORT int FieldpostWindow(int argc, char** argv) {
   WidgetMemory memory(ownFolder);
   MDIFieldpost window(program, {prompt, display, memory});
   return window.Load() ? QApplication::exec() : 0;
+}
+
+}  // namespace
+
+/// Shows the main window; returns the program's exit status when it was closed. No exception passes the
+/// library's border.
+extern "C" Q_DECL_EXPORT int FieldpostWindow(int argc, char** argv) {
+  try {
+    const std::string problem = DisplayProblem();
+    if (problem.empty()) return ShowWindow(argc, argv);
+    fmt::print(stderr, "{}\n", problem);
+    return NoWindow;
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "fieldpost: {}\n", error.what());
+    return Failed;
+  }
 }
