@@ -79,8 +79,6 @@ void OptionsStore::TakeMailOptions(const MailSettings& shown) {
   taken.ArchiveFolder = settings_.ArchiveFolder;
   taken.ProcessFolder = settings_.ProcessFolder;
   taken.MailPassword = settings_.MailPassword;
-  taken.TlsMode = settings_.TlsMode;
-  taken.TlsCaFile = settings_.TlsCaFile;
   settings_ = std::move(taken);
 }
 

@@ -17,7 +17,7 @@ inline constexpr std::string_view PlaceInfoSection = "PlaceInfo";
 
 /// Everything that the options dialog shows. All texts are UTF-8.
 struct OptionsValues {
-  MailSettings settings;  ///< `TlsMode` and `TlsCaFile` are not shown and not saved from here
+  MailSettings settings;
   std::string faultlogRecipient;
   std::string ppcRecipient;
   PathList latestFolders;
