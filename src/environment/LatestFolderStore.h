@@ -29,6 +29,8 @@ class LatestFolderStore {
   /// Whether a list was ever stored, be it an empty one.
   [[nodiscard]] bool IsStored() const;
 
+  [[nodiscard]] const std::filesystem::path& File() const { return file_; }
+
  private:
   FileSystem& files_;
   std::filesystem::path file_;

@@ -1,7 +1,9 @@
 #include "environment/OptionsStore.h"
 
+#include <algorithm>
 #include <utility>
 
+#include "common/PathText.h"
 #include "environment/DefaultRecipients.h"
 #include "environment/EditWinReg.h"
 #include "platform/IniFile.h"
@@ -58,19 +60,20 @@ std::string OptionsStore::LoadPartnerID(const std::filesystem::path& installPath
 }
 
 bool OptionsStore::SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath) {
+  unsaved_.clear();
   settings_.ArchiveFolder = values.settings.ArchiveFolder;
   settings_.ProcessFolder = values.settings.ProcessFolder;
-  bool saved = SaveSettings();
-  const std::string& partnerID = values.settings.PartnerID;
-  if (!partnerID.empty()) saved = SavePartnerID(partnerID, installPath) && saved;
+  SaveSettings();
+  if (!values.settings.PartnerID.empty()) SavePartnerID(values.settings.PartnerID, installPath);
   TakeMailOptions(values.settings);
-  saved = SaveSettings() && saved;
-  saved = SaveRecipient(FaultlogRecipientKey, values.faultlogRecipient) && saved;
-  saved = SaveRecipient(PpcRecipientKey, values.ppcRecipient) && saved;
+  SaveSettings();
+  SaveRecipient(FaultlogRecipientKey, values.faultlogRecipient);
+  SaveRecipient(PpcRecipientKey, values.ppcRecipient);
   settings_.MailPassword = values.settings.MailPassword;
-  saved = SaveSettings() && saved;
+  SaveSettings();
   latestFolders_ = values.latestFolders;
-  return latestStore_.SaveLatestFolders(latestFolders_) && saved;
+  Note(latestStore_.SaveLatestFolders(latestFolders_), Utf8FromPath(latestStore_.File()));
+  return unsaved_.empty();
 }
 
 /// Everything on the mail pages except the password, which has a step of its own.
@@ -83,25 +86,31 @@ void OptionsStore::TakeMailOptions(const MailSettings& shown) {
 }
 
 /// An emptied partner ID is none in this run, but leaves the one in the file alone.
-bool OptionsStore::SaveSettings() {
+void OptionsStore::SaveSettings() {
   MailSettings stored = settings_;
   if (stored.PartnerID.empty()) stored.PartnerID = settingsStore_.Load().PartnerID;
-  return settingsStore_.Save(stored);
+  Note(settingsStore_.Save(stored), Utf8FromPath(settingsStore_.File()));
 }
 
-bool OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath) {
-  const bool own = WriteIniValue(files_, settingsStore_.File(), MailOptionsSection, PartnerIdKey, partnerID,
-                                 FileAccess::OwnerOnly);
-  const bool suite = WriteIniValue(files_, FindFileNoCase(files_, installPath, FaultlogIniName),
-                                   PlaceInfoSection, PartnerIdKey, partnerID, FileAccess::ByUmask);
-  return own && suite;
+void OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath) {
+  const std::filesystem::path own = settingsStore_.File();
+  Note(WriteIniValue(files_, own, MailOptionsSection, PartnerIdKey, partnerID, FileAccess::OwnerOnly),
+       Utf8FromPath(own));
+  const std::filesystem::path suite = FindFileNoCase(files_, installPath, FaultlogIniName);
+  Note(WriteIniValue(files_, suite, PlaceInfoSection, PartnerIdKey, partnerID, FileAccess::ByUmask),
+       Utf8FromPath(suite));
 }
 
-bool OptionsStore::SaveRecipient(std::string_view key, const std::string& address) {
+void OptionsStore::SaveRecipient(std::string_view key, const std::string& address) {
   EditWinReg registry(keys_);
   registry.CreateNewKey(HKEY_LOCAL_MACHINE, key);
   registry.SetKeyValue(HKEY_LOCAL_MACHINE, key, DefaultValue, address, REG_SZ);
-  return registry.QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue) == address;
+  Note(registry.QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue) == address, "HKLM\\" + std::string(key));
+}
+
+void OptionsStore::Note(bool saved, std::string place) {
+  if (saved || std::ranges::find(unsaved_, place) != unsaved_.end()) return;
+  unsaved_.push_back(std::move(place));
 }
 
 }  // namespace fieldpost

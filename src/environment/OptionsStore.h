@@ -3,6 +3,8 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "common/RunLists.h"
 #include "environment/LatestFolderStore.h"
@@ -46,11 +48,16 @@ class OptionsStore {
   /// saved. False when any failed. An empty partner ID leaves that of "faultlog.ini" alone.
   bool SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath);
 
+  /// The places that the last SaveOptions could not write, each once, in the order of saving: the paths of
+  /// files, and the registry's keys.
+  [[nodiscard]] const std::vector<std::string>& UnsavedPlaces() const { return unsaved_; }
+
  private:
   void TakeMailOptions(const MailSettings& shown);
-  bool SaveSettings();
-  bool SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath);
-  bool SaveRecipient(std::string_view key, const std::string& address);
+  void SaveSettings();
+  void SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath);
+  void SaveRecipient(std::string_view key, const std::string& address);
+  void Note(bool saved, std::string place);
 
   FileSystem& files_;
   KeyStore& keys_;
@@ -58,6 +65,7 @@ class OptionsStore {
   PathList& latestFolders_;
   MailSettingsStore settingsStore_;
   LatestFolderStore latestStore_;
+  std::vector<std::string> unsaved_;
 };
 
 }  // namespace fieldpost

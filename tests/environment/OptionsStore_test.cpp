@@ -153,6 +153,7 @@ TEST_F(OptionsStoreTest, EmptyBoxesAreStoredEmpty) {
 TEST_F(OptionsStoreTest, APlaceThatFailsDoesNotKeepTheOthersFromBeingSaved) {
   folder_.Folder("inst/faultlog.ini");
   EXPECT_FALSE(store_.SaveOptions(Shown(), inst_));
+  EXPECT_THAT(store_.UnsavedPlaces(), testing::ElementsAre((inst_ / "faultlog.ini").string()));
   EXPECT_EQ(OwnPartnerID(), "NEW1");
   EXPECT_EQ(Recipient(PpcRecipientKey), "ppc@site.example");
   EXPECT_EQ(ReadFile(own_ / "LatestList.dat"), "/srv/b/\n/srv/a/\n");
@@ -161,7 +162,27 @@ TEST_F(OptionsStoreTest, APlaceThatFailsDoesNotKeepTheOthersFromBeingSaved) {
   values.settings.Organization = "two\nlines";
   values.faultlogRecipient = "other@site.example";
   EXPECT_FALSE(store_.SaveOptions(values, folder_.Path()));
+  EXPECT_THAT(store_.UnsavedPlaces(), testing::ElementsAre((own_ / "Options.ini").string()));
   EXPECT_EQ(Recipient(FaultlogRecipientKey), "other@site.example");
+}
+
+TEST_F(OptionsStoreTest, TheUnsavedPlacesAreThoseOfTheLastSaveInItsOrder) {
+  folder_.Folder("own/Options.ini");
+  folder_.Folder("inst/faultlog.ini");
+  folder_.Folder("own/registry.sqlite");
+  folder_.Folder("own/LatestList.dat");
+  EXPECT_FALSE(store_.SaveOptions(Shown(), inst_));
+  EXPECT_THAT(
+      store_.UnsavedPlaces(),
+      testing::ElementsAre((own_ / "Options.ini").string(), (inst_ / "faultlog.ini").string(),
+                           "HKLM\\" + std::string(FaultlogRecipientKey),
+                           "HKLM\\" + std::string(PpcRecipientKey), (own_ / "LatestList.dat").string()));
+  for (const char* name :
+       {"own/Options.ini", "inst/faultlog.ini", "own/registry.sqlite", "own/LatestList.dat"}) {
+    fs::remove(folder_.Path() / name);
+  }
+  EXPECT_TRUE(store_.SaveOptions(Shown(), inst_));
+  EXPECT_THAT(store_.UnsavedPlaces(), testing::IsEmpty());
 }
 
 TEST(DefaultRecipientsTest, TheyAreAddresses) {
