@@ -27,8 +27,6 @@ constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
 constexpr std::int32_t FallbackPort = 25;
 constexpr std::int32_t FallbackTries = 2;
 constexpr std::int32_t FallbackTimeoutSeconds = 10;
-constexpr std::int32_t MaxTries = 100;
-constexpr std::int32_t MaxTimeoutSeconds = 3600;
 
 TlsMode TlsModeFrom(std::string_view setting) {
   if (EqualNoCase(Trimmed(setting), "required")) return TlsMode::Required;
@@ -144,9 +142,9 @@ bool SendLoop::SendOneMail(const Mail& mail) {
 
 MailServer SendLoop::Server() const {
   return {.server = settings_.SMTPServer,
-          .port = NumberOr(settings_.SMTPPort, 1, 65535, FallbackPort),
-          .tryCount = NumberOr(settings_.TryCount, 1, MaxTries, FallbackTries),
-          .timeoutSeconds = NumberOr(settings_.Timeout, 1, MaxTimeoutSeconds, FallbackTimeoutSeconds),
+          .port = NumberOr(settings_.SMTPPort, 1, HighestSmtpPort, FallbackPort),
+          .tryCount = NumberOr(settings_.TryCount, 1, HighestTryCount, FallbackTries),
+          .timeoutSeconds = NumberOr(settings_.Timeout, 1, HighestTimeoutSeconds, FallbackTimeoutSeconds),
           .userName = settings_.MailUserName,
           .password = settings_.MailPassword,
           .hostName = settings_.MailHostName,
