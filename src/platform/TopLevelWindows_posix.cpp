@@ -1,0 +1,76 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <system_error>
+
+#include "platform/TopLevelWindows.h"
+
+namespace fieldpost {
+namespace fs = std::filesystem;
+namespace {
+
+/// The process whose folder of /proc this is.
+std::optional<pid_t> ProcessOf(const fs::path& folder) {
+  const std::string name = folder.filename().string();
+  pid_t process = 0;
+  const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), process);
+  return error == std::errc() && end == name.data() + name.size() ? std::optional(process) : std::nullopt;
+}
+
+bool IsOfThisUser(const fs::path& folder) {
+  struct stat entry {};
+  return ::stat(folder.c_str(), &entry) == 0 && entry.st_uid == ::geteuid();
+}
+
+/// Whether a line of a process's list of mapped files names the library. The system adds a word when the file
+/// was replaced since, as an update does.
+bool NamesLibrary(std::string_view line, std::string_view library) {
+  constexpr std::string_view replaced = " (deleted)";
+  if (line.ends_with(replaced)) line.remove_suffix(replaced.size());
+  if (!line.ends_with(library)) return false;
+  line.remove_suffix(library.size());
+  return line.ends_with('/');
+}
+
+bool HasLoaded(const fs::path& folder, std::string_view library) {
+  std::ifstream maps(folder / "maps", std::ios::binary);
+  std::string line;
+  while (std::getline(maps, line)) {
+    if (NamesLibrary(line, library)) return true;
+  }
+  return false;
+}
+
+/// The other processes of this user that have the library loaded.
+std::vector<pid_t> OthersThatLoaded(std::string_view library) {
+  std::vector<pid_t> result;
+  std::error_code ignored;
+  for (fs::directory_iterator entry("/proc", ignored), end; entry != end; entry.increment(ignored)) {
+    const std::optional<pid_t> process = ProcessOf(entry->path());
+    if (!process || *process == ::getpid() || !IsOfThisUser(entry->path())) continue;
+    if (HasLoaded(entry->path(), library)) result.push_back(*process);
+  }
+  return result;
+}
+
+}  // namespace
+
+std::vector<TopLevelWindow> ProcessTopLevelWindows::OnLevelOf(std::uint64_t /*window*/) {
+  std::vector<TopLevelWindow> result;
+  result.push_back({static_cast<std::uint64_t>(::getpid()), caption_, true});
+  for (const pid_t process : OthersThatLoaded(windowLibrary)) {
+    result.push_back({static_cast<std::uint64_t>(process), caption_, true});
+  }
+  return result;
+}
+
+std::unique_ptr<TopLevelWindows> SessionTopLevelWindows(bool onX11, std::string caption) {
+  if (onX11) return std::make_unique<X11TopLevelWindows>();
+  return std::make_unique<ProcessTopLevelWindows>(std::move(caption));
+}
+
+}  // namespace fieldpost

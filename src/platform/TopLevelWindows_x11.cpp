@@ -1,0 +1,269 @@
+#include <xcb/xcb.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <unordered_set>
+
+#include "platform/TopLevelWindows.h"
+
+namespace fieldpost {
+namespace {
+
+struct Free {
+  void operator()(void* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Free>;
+
+struct Disconnect {
+  void operator()(xcb_connection_t* connection) const { ::xcb_disconnect(connection); }
+};
+using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
+
+/// The names of properties and their values, as the server numbers them.
+struct Atoms {
+  xcb_atom_t state;
+  xcb_atom_t clientLeader;
+  xcb_atom_t motifHints;
+  xcb_atom_t name;
+  xcb_atom_t utf8;
+  xcb_atom_t windowType;
+  xcb_atom_t normalType;
+};
+
+constexpr std::array<std::string_view, 7> atomNames{
+    "WM_STATE",    "WM_CLIENT_LEADER",    "_MOTIF_WM_HINTS",           "_NET_WM_NAME",
+    "UTF8_STRING", "_NET_WM_WINDOW_TYPE", "_NET_WM_WINDOW_TYPE_NORMAL"};
+
+Atoms LookUpAtoms(xcb_connection_t* server) {
+  std::array<xcb_intern_atom_cookie_t, atomNames.size()> cookies{};
+  std::ranges::transform(atomNames, cookies.begin(), [server](std::string_view name) {
+    return ::xcb_intern_atom(server, 0, static_cast<std::uint16_t>(name.size()), name.data());
+  });
+  std::array<xcb_atom_t, atomNames.size()> atoms{};
+  std::ranges::transform(cookies, atoms.begin(), [server](xcb_intern_atom_cookie_t cookie) {
+    const Reply<xcb_intern_atom_reply_t> reply(::xcb_intern_atom_reply(server, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+  });
+  return {atoms[0], atoms[1], atoms[2], atoms[3], atoms[4], atoms[5], atoms[6]};
+}
+
+/// How much of a property is read, in units of four bytes. No title that matters is longer.
+constexpr std::uint32_t propertyLimit = 1024;
+
+xcb_get_property_cookie_t AskProperty(xcb_connection_t* server, xcb_window_t window, xcb_atom_t property) {
+  return ::xcb_get_property(server, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, propertyLimit);
+}
+
+Reply<xcb_get_property_reply_t> PropertyReply(xcb_connection_t* server, xcb_get_property_cookie_t cookie) {
+  return Reply<xcb_get_property_reply_t>(::xcb_get_property_reply(server, cookie, nullptr));
+}
+
+bool IsThere(const xcb_get_property_reply_t* property) {
+  return property != nullptr && property->type != XCB_ATOM_NONE;
+}
+
+/// The numbers that a property consists of; none when it is missing or consists of something else.
+std::span<const std::uint32_t> Numbers(const xcb_get_property_reply_t* property) {
+  if (!IsThere(property) || property->format != 32) return {};
+  return {static_cast<const std::uint32_t*>(::xcb_get_property_value(property)), property->value_len};
+}
+
+/// The text of a property up to its first zero byte.
+std::string_view Text(const xcb_get_property_reply_t* property) {
+  if (!IsThere(property) || property->format != 8) return {};
+  const std::string_view text(static_cast<const char*>(::xcb_get_property_value(property)),
+                              property->value_len);
+  return text.substr(0, text.find('\0'));
+}
+
+std::string Utf8FromLatin1(std::string_view text) {
+  std::string result;
+  result.reserve(text.size());
+  for (const char c : text) {
+    const auto code = static_cast<unsigned char>(c);
+    if (code >= 0x80) result += static_cast<char>(0xC0U | (code >> 6U));
+    result += code < 0x80 ? c : static_cast<char>(0x80U | (code & 0x3FU));
+  }
+  return result;
+}
+
+/// A window's children, bottom to top; none when it is gone.
+std::vector<xcb_window_t> Children(const xcb_query_tree_reply_t* tree) {
+  if (tree == nullptr) return {};
+  const xcb_window_t* first = ::xcb_query_tree_children(tree);
+  return {first, first + ::xcb_query_tree_children_length(tree)};
+}
+
+/// Reads one X server's windows. Every question of a step is sent before the first answer is waited for, so
+/// that hundreds of windows take no longer than a few trips to the server.
+class WindowReader {
+ public:
+  explicit WindowReader(xcb_connection_t* server) : server_(server), atoms_(LookUpAtoms(server)) {}
+
+  /// The root of the screen that a window is on; of the first screen when there is no such window.
+  [[nodiscard]] xcb_window_t RootOf(xcb_window_t window) const {
+    const auto cookie = ::xcb_query_tree(server_, window);
+    const Reply<xcb_query_tree_reply_t> tree(::xcb_query_tree_reply(server_, cookie, nullptr));
+    return tree ? tree->root : ::xcb_setup_roots_iterator(::xcb_get_setup(server_)).data->root;
+  }
+
+  /// The programs' windows on a root, front to back.
+  [[nodiscard]] std::vector<xcb_window_t> WindowsOn(xcb_window_t root) const {
+    const auto cookie = ::xcb_query_tree(server_, root);
+    const Reply<xcb_query_tree_reply_t> tree(::xcb_query_tree_reply(server_, cookie, nullptr));
+    std::vector<Branch> branches;
+    for (const xcb_window_t child : Children(tree.get())) branches.push_back({child, {child}, {}});
+    std::ranges::reverse(branches);
+    while (Descend(branches)) {
+    }
+    return Found(branches);
+  }
+
+  [[nodiscard]] std::vector<TopLevelWindow> Describe(const std::vector<xcb_window_t>& windows) const {
+    std::vector<Questions> questions;
+    questions.reserve(windows.size());
+    for (const xcb_window_t window : windows) questions.push_back(Ask(window));
+    std::vector<TopLevelWindow> result;
+    for (const Questions& asked : questions) {
+      if (std::optional<TopLevelWindow> window = Describe(asked)) result.push_back(std::move(*window));
+    }
+    return result;
+  }
+
+ private:
+  /// A child of the root, and what was found in it so far.
+  struct Branch {
+    xcb_window_t child;
+    std::vector<xcb_window_t> open;     ///< Windows yet to be looked at.
+    std::vector<xcb_window_t> managed;  ///< Windows with WM_STATE.
+  };
+
+  struct Look {
+    Branch* branch;
+    xcb_window_t window;
+    xcb_get_property_cookie_t state;
+    xcb_query_tree_cookie_t tree;
+  };
+
+  struct Questions {
+    xcb_window_t window;
+    xcb_get_window_attributes_cookie_t attributes;
+    xcb_get_property_cookie_t state;
+    xcb_get_property_cookie_t leader;
+    xcb_get_property_cookie_t hints;
+    xcb_get_property_cookie_t types;
+    xcb_get_property_cookie_t name;
+    xcb_get_property_cookie_t oldName;
+  };
+
+  /// Looks at every open window and opens the children of those without WM_STATE. Whether any is open now.
+  bool Descend(std::vector<Branch>& branches) const {
+    std::vector<Look> looks;
+    for (Branch& branch : branches) {
+      for (const xcb_window_t window : branch.open) {
+        looks.push_back(
+            {&branch, window, AskProperty(server_, window, atoms_.state), ::xcb_query_tree(server_, window)});
+      }
+      branch.open.clear();
+    }
+    bool any = false;
+    for (const Look& look : looks) {
+      Take(look);
+      any = any || !look.branch->open.empty();
+    }
+    return any;
+  }
+
+  void Take(const Look& look) const {
+    const auto state = PropertyReply(server_, look.state);
+    const Reply<xcb_query_tree_reply_t> tree(::xcb_query_tree_reply(server_, look.tree, nullptr));
+    if (IsThere(state.get())) {
+      look.branch->managed.push_back(look.window);
+      return;
+    }
+    for (const xcb_window_t child : Children(tree.get())) look.branch->open.push_back(child);
+  }
+
+  /// Each window once: one that moves into its frame in this very moment is met in both places.
+  static std::vector<xcb_window_t> Found(const std::vector<Branch>& branches) {
+    std::vector<xcb_window_t> result;
+    std::unordered_set<xcb_window_t> seen;
+    const auto add = [&](xcb_window_t window) {
+      if (seen.insert(window).second) result.push_back(window);
+    };
+    for (const Branch& branch : branches) {
+      if (branch.managed.empty()) add(branch.child);
+      std::ranges::for_each(branch.managed, add);
+    }
+    return result;
+  }
+
+  [[nodiscard]] Questions Ask(xcb_window_t window) const {
+    return {window,
+            ::xcb_get_window_attributes(server_, window),
+            AskProperty(server_, window, atoms_.state),
+            AskProperty(server_, window, atoms_.clientLeader),
+            AskProperty(server_, window, atoms_.motifHints),
+            AskProperty(server_, window, atoms_.windowType),
+            AskProperty(server_, window, atoms_.name),
+            AskProperty(server_, window, XCB_ATOM_WM_NAME)};
+  }
+
+  /// What the answers tell. Each is taken, so that none stays in the connection; nothing when the window is
+  /// gone.
+  [[nodiscard]] std::optional<TopLevelWindow> Describe(const Questions& asked) const {
+    const Reply<xcb_get_window_attributes_reply_t> attributes(
+        ::xcb_get_window_attributes_reply(server_, asked.attributes, nullptr));
+    const auto state = PropertyReply(server_, asked.state);
+    const auto leader = PropertyReply(server_, asked.leader);
+    const auto hints = PropertyReply(server_, asked.hints);
+    const auto types = PropertyReply(server_, asked.types);
+    const auto name = PropertyReply(server_, asked.name);
+    const auto oldName = PropertyReply(server_, asked.oldName);
+    if (!attributes) return std::nullopt;
+    const bool helper = attributes->map_state == XCB_MAP_STATE_UNMAPPED && !IsThere(state.get()) &&
+                        std::ranges::count(Numbers(leader.get()), asked.window) > 0;
+    const bool bordered = attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
+                          attributes->override_redirect == 0 && !helper && !RefusesDecorations(hints.get()) &&
+                          IsNormal(types.get());
+    return TopLevelWindow{asked.window, Title(name.get(), oldName.get()), bordered};
+  }
+
+  static bool RefusesDecorations(const xcb_get_property_reply_t* hints) {
+    constexpr std::uint32_t speaksOfDecorations = 2;
+    const std::span<const std::uint32_t> numbers = Numbers(hints);
+    return numbers.size() > 2 && (numbers[0] & speaksOfDecorations) != 0 && numbers[2] == 0;
+  }
+
+  [[nodiscard]] bool IsNormal(const xcb_get_property_reply_t* types) const {
+    const std::span<const std::uint32_t> numbers = Numbers(types);
+    return numbers.empty() || std::ranges::count(numbers, atoms_.normalType) > 0;
+  }
+
+  [[nodiscard]] std::string Title(const xcb_get_property_reply_t* name,
+                                  const xcb_get_property_reply_t* oldName) const {
+    if (IsThere(name) && name->type == atoms_.utf8) return std::string(Text(name));
+    const bool isUtf8 = IsThere(oldName) && oldName->type == atoms_.utf8;
+    return isUtf8 ? std::string(Text(oldName)) : Utf8FromLatin1(Text(oldName));
+  }
+
+  xcb_connection_t* server_;
+  Atoms atoms_;
+};
+
+}  // namespace
+
+std::vector<TopLevelWindow> X11TopLevelWindows::OnLevelOf(std::uint64_t window) {
+  const Connection server(::xcb_connect(display_.empty() ? nullptr : display_.c_str(), nullptr));
+  if (::xcb_connection_has_error(server.get()) != 0) return {};
+  const WindowReader reader(server.get());
+  return reader.Describe(reader.WindowsOn(reader.RootOf(static_cast<xcb_window_t>(window))));
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,89 @@
+// A program started beside the test, without a shell, that ends with it.
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace fieldpost::test {
+
+/// Runs a program; the test reads what it writes to its standard output and ends it by its process number.
+class StartedProgram {
+ public:
+  /// The program's words, the first of them its name as the search path finds it, and variables that are set
+  /// for it alone. Its error output is not shown.
+  explicit StartedProgram(std::vector<std::string> words,
+                          std::vector<std::pair<std::string, std::string>> variables = {}) {
+    std::array<int, 2> input{};
+    std::array<int, 2> output{};
+    if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0) std::abort();
+    process_ = ::fork();
+    if (process_ == 0) {
+      ::dup2(input[0], STDIN_FILENO);
+      ::dup2(output[1], STDOUT_FILENO);
+      Become(words, variables);
+    }
+    ::close(input[0]);
+    ::close(output[1]);
+    input_ = input[1];
+    output_ = output[0];
+    EXPECT_GT(process_, 0) << words.front();
+  }
+  StartedProgram(const StartedProgram&) = delete;
+  StartedProgram& operator=(const StartedProgram&) = delete;
+  ~StartedProgram() { End(); }
+
+  [[nodiscard]] pid_t Process() const { return process_; }
+
+  /// Waits for the next line that it writes, and returns it without its end; empty when it ended.
+  std::string ReadLine() {
+    std::string line;
+    char c = 0;
+    while (::read(output_, &c, 1) == 1 && c != '\n') line += c;
+    return line;
+  }
+
+  /// Writes to its standard input.
+  void Write(const std::string& text) {
+    EXPECT_EQ(::write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+
+  /// Ends it and waits until it is gone.
+  void End() {
+    if (process_ <= 0) return;
+    ::kill(process_, SIGTERM);
+    ::waitpid(process_, nullptr, 0);
+    ::close(input_);
+    ::close(output_);
+    process_ = 0;
+  }
+
+ private:
+  /// Also a test that is killed leaves nothing running.
+  [[noreturn]] static void Become(std::vector<std::string>& words,
+                                  const std::vector<std::pair<std::string, std::string>>& variables) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+    for (const auto& [name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
+    std::vector<char*> arguments;
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    ::execvp(arguments.front(), arguments.data());
+    ::_exit(127);
+  }
+
+  pid_t process_ = 0;
+  int input_ = -1;
+  int output_ = -1;
+};
+
+}  // namespace fieldpost::test

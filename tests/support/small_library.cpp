@@ -1,0 +1,7 @@
+// A library with nothing but a name.
+
+extern "C" __attribute__((visibility("default"))) int fieldpost_small_library();
+
+int fieldpost_small_library() {
+  return 1;
+}
