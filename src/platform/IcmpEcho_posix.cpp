@@ -238,14 +238,20 @@ class EchoSocket {
     std::array<unsigned char, 512> quoted{};
     alignas(cmsghdr) std::array<unsigned char, 512> control{};
     iovec part{quoted.data(), quoted.size()};
+    sockaddr_in target{};
     msghdr message{};
+    message.msg_name = &target;
+    message.msg_namelen = sizeof target;
     message.msg_iov = &part;
     message.msg_iovlen = 1;
     message.msg_control = control.data();
     message.msg_controllen = control.size();
     const ssize_t got = ::recvmsg(socket_, &message, MSG_ERRQUEUE);
     if (got < 0) return StatusOfFailedRead(PendingError());
-    if (!IsRequest(Bytes(quoted).first(static_cast<std::size_t>(got)))) return std::nullopt;
+    if (target.sin_addr.s_addr != address_ ||
+        !IsRequest(Bytes(quoted).first(static_cast<std::size_t>(got)))) {
+      return std::nullopt;
+    }
     for (cmsghdr* entry = CMSG_FIRSTHDR(&message); entry != nullptr; entry = CMSG_NXTHDR(&message, entry)) {
       if (entry->cmsg_level == IPPROTO_IP && entry->cmsg_type == IP_RECVERR) return StatusOfEntry(*entry);
     }
