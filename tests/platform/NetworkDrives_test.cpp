@@ -1,0 +1,125 @@
+#include "platform/NetworkDrives.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <string>
+
+#include "support/TempFolder.h"
+#include "support/Variables.h"
+
+namespace fieldpost::test {
+namespace {
+
+/// A machine with the file managers that a test names, and with no other program in its search path.
+class NetworkDrivesTest : public testing::Test {
+ protected:
+  NetworkDrivesTest() {
+    EXPECT_EQ(::mkfifo(news_.c_str(), 0600), 0);
+    Install("setsid", "exec /usr/bin/setsid \"$@\"");
+  }
+
+  void Install(const std::string& name, const std::string& script) {
+    const auto file = folder_.Write("bin/" + name, "#!/bin/sh\n" + script + "\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+  }
+
+  /// One that tells what it was started with, and which session it is in: its own process's number when true.
+  void InstallManager(const std::string& name) {
+    Install(name,
+            "read -r pid comm state parent group session rest < /proc/$$/stat\n"
+            "[ \"$session\" != \"" +
+                std::to_string(::getsid(0)) +
+                "\" ] && own=detached\n"
+                "echo \"" +
+                name + " $# $1 $own\" > '" + news_.string() + "'");
+  }
+
+  /// What the started program told; waits for it.
+  std::string News() { return ReadFile(news_); }
+
+  TempFolder folder_;
+  std::filesystem::path news_ = folder_ / "news";
+  Variables search_{{"PATH", (folder_ / "bin").string()}, {"XDG_CURRENT_DESKTOP", std::nullopt}};
+  DesktopNetworkDrives drives_;
+  std::string problem_ = "before";
+};
+
+TEST_F(NetworkDrivesTest, BothOpenTheNetworkPlaceDetached) {
+  InstallManager("thunar");
+  ASSERT_TRUE(drives_.Connect(problem_));
+  EXPECT_EQ(News(), "thunar 1 network:/// detached\n");
+  ASSERT_TRUE(drives_.Disconnect(problem_));
+  EXPECT_EQ(News(), "thunar 1 network:/// detached\n");
+  EXPECT_EQ(problem_, "before");
+}
+
+TEST_F(NetworkDrivesTest, NoEndedProcessIsLeft) {
+  InstallManager("thunar");
+  ASSERT_TRUE(drives_.Connect(problem_));
+  News();
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST_F(NetworkDrivesTest, TheDesktopsOwnFileManagerComesFirst) {
+  for (const char* name :
+       {"nautilus", "dolphin", "thunar", "caja", "nemo", "pcmanfm-qt", "pcmanfm", "xdg-open"}) {
+    InstallManager(name);
+  }
+  for (const auto& [desktop, told] :
+       std::vector<std::pair<std::string, std::string>>{{"GNOME", "nautilus 1 network:///"},
+                                                        {"ubuntu:GNOME", "nautilus 1 network:///"},
+                                                        {"KDE", "dolphin 1 remote:/"},
+                                                        {"XFCE", "thunar 1 network:///"},
+                                                        {"MATE", "caja 1 network:///"},
+                                                        {"X-Cinnamon", "nemo 1 network:///"},
+                                                        {"LXQt", "pcmanfm-qt 1 network:///"},
+                                                        {"LXDE", "pcmanfm 1 network:///"},
+                                                        {"Other", "nautilus 1 network:///"},
+                                                        {"", "nautilus 1 network:///"}}) {
+    const Variables session({{"XDG_CURRENT_DESKTOP", desktop}});
+    ASSERT_TRUE(drives_.Connect(problem_));
+    EXPECT_EQ(News(), told + " detached\n") << desktop;
+  }
+}
+
+TEST_F(NetworkDrivesTest, AnotherDesktopsWillDoAndXdgOpenIsTheLast) {
+  const Variables session({{"XDG_CURRENT_DESKTOP", "GNOME"}});
+  InstallManager("xdg-open");
+  ASSERT_TRUE(drives_.Connect(problem_));
+  EXPECT_EQ(News(), "xdg-open 1 network:/// detached\n");
+  InstallManager("pcmanfm");
+  ASSERT_TRUE(drives_.Connect(problem_));
+  EXPECT_EQ(News(), "pcmanfm 1 network:/// detached\n");
+}
+
+TEST_F(NetworkDrivesTest, WithoutAnySuitableProgramTheProblemIsOneLine) {
+  const std::string line =
+      "No file manager that shows network drives was found. Connect the drive by other means, then choose "
+      "its "
+      "folder with Browse.";
+  EXPECT_FALSE(drives_.Connect(problem_));
+  EXPECT_EQ(problem_, line);
+  problem_.clear();
+  EXPECT_FALSE(drives_.Disconnect(problem_));
+  EXPECT_EQ(problem_, line);
+}
+
+TEST_F(NetworkDrivesTest, WhatCannotBeRunIsNoProgram) {
+  folder_.Write("bin/thunar", "no program");
+  std::filesystem::remove(folder_ / "bin/setsid");
+  EXPECT_FALSE(drives_.Connect(problem_));
+  InstallManager("caja");
+  EXPECT_FALSE(drives_.Connect(problem_));
+}
+
+TEST_F(NetworkDrivesTest, FoldersOfTheSearchPathThatDependOnTheCurrentOneDoNotCount) {
+  const Variables search({{"PATH", "::."}});
+  EXPECT_FALSE(drives_.Connect(problem_));
+}
+
+}  // namespace
+}  // namespace fieldpost::test
