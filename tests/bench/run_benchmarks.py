@@ -14,6 +14,7 @@ import shutil
 import statistics
 import subprocess
 import sys
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
@@ -36,13 +37,18 @@ class Cost:
 
 def measure(command, environment=None):
     """Runs a command to its end and says what it cost. A failure ends the measurements."""
+    return measure_and_read(command, environment)[0]
+
+
+def measure_and_read(command, environment=None):
+    """The same, with the words that the command printed."""
     os.sync()
     done = subprocess.run([str(TOOLS / "run_measured"), *command], env=environment, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, check=False)
     if done.returncode != 0:
         sys.exit(f"{' '.join(command)}: exit status {done.returncode}")
-    wall, processor, user, peak_kb = done.stdout.split()[-4:]
-    return Cost(float(wall), float(processor), float(user), int(peak_kb) / 1024)
+    *words, wall, processor, user, peak_kb = done.stdout.split()
+    return Cost(float(wall), float(processor), float(user), int(peak_kb) / 1024), words
 
 
 def median(costs):
@@ -195,6 +201,39 @@ class PpcBenchmarks:
         return ours, plain, lint, whole
 
 
+class LogViewerBenchmarks:
+    """Opening the log viewer, beside counting the lines of the same file."""
+
+    def __init__(self, folder, repetitions):
+        self.home = pathlib.Path(folder) / "viewer"
+        self.repetitions = repetitions
+
+    def write_log(self, megabytes):
+        shutil.rmtree(self.home, ignore_errors=True)
+        folder = self.home / "Faultlog" / "Log"
+        folder.mkdir(parents=True)
+        line = b"15.03.2004 14:37:09  [Search Latest]:Found 1234567 OK files in the folders of the site\r\n"
+        log = folder / time.strftime("FPProg_%d%m%Y.log")
+        log.write_bytes(line * (megabytes * 1_000_000 // len(line)))
+        return log
+
+    def compare(self, sizes):
+        print("\nOpening the log viewer")
+        print("       MB   first picture   its end      wc -l      peak")
+        for megabytes in sizes:
+            log = self.write_log(megabytes)
+            rows, plain = [], []
+            for _ in range(self.repetitions):
+                cost, words = measure_and_read([str(TOOLS / "log_viewer"), str(self.home)])
+                rows.append((float(words[0]), float(words[1]), cost.peak_mb))
+                plain.append(measure(["/usr/bin/wc", "-l", str(log)]).wall)
+            opened, end, peak = (statistics.median(column) for column in zip(*rows))
+            print(f"{megabytes:9,} {opened:12.0f} ms {end:6.0f} ms {statistics.median(plain) * 1000:7.0f} ms "
+                  f"{peak:6.0f} MB")
+        print("  aims: the first picture of 100 MB within 300 ms, memory 1.2 times the file and what Qt takes")
+        shutil.rmtree(self.home, ignore_errors=True)
+
+
 def main():
     arguments = argparse.ArgumentParser(description="Measures the built program beside plain loops.")
     arguments.add_argument("--quick", action="store_true", help="small sizes alone")
@@ -216,6 +255,7 @@ def main():
                            "aims: ratio 1.3, power 1, 64 MB")
         benchmarks.compare("The whole job (-fcs), zipped and mailed", "-fcs", small, port, "aim: ratio 1.35")
         PpcBenchmarks(work, given.repetitions).compare([20, 50] if given.quick else [50, 200, 1000])
+        LogViewerBenchmarks(work, given.repetitions).compare([1, 10] if given.quick else [1, 10, 100])
         benchmarks.merge(50, [25, 50] if given.quick else [50, 100, 200])
     finally:
         server.stdin.close()
