@@ -6,6 +6,10 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 
+#include "archive/FrmLogFile.h"
+#include "archive/frmAboutFP.h"
+#include "common/ProgramVersion.h"
+#include "common/WidgetText.h"
 #include "ui_MDIFieldpost.h"
 
 namespace fieldpost {
@@ -16,7 +20,11 @@ const QString Caption = QStringLiteral("Fieldpost");
 }  // namespace
 
 MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
-    : ui_(std::make_unique<Ui::MDIFieldpost>()), program_(program), ports_(ports), startUp_(program) {
+    : ui_(std::make_unique<Ui::MDIFieldpost>()),
+      program_(program),
+      ports_(ports),
+      startUp_(program),
+      guard_(ports.desktop) {
   ui_->setupUi(this);
   ConnectMenu();
   KeepTitle();
@@ -28,6 +36,10 @@ MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
 MDIFieldpost::~MDIFieldpost() = default;
 
 bool MDIFieldpost::Load() {
+  if (guard_.IsAlreadyOpen(winId(), FromQt(windowTitle()))) {
+    close();
+    return false;
+  }
   ports_.memory.RestoreGeometry(*this);
   show();
   startUp_.CreateFolderTree();
@@ -38,6 +50,8 @@ bool MDIFieldpost::Load() {
 
 void MDIFieldpost::ConnectMenu() {
   connect(ui_->mnuClose, &QAction::triggered, this, &MDIFieldpost::UnloadAllForms);
+  connect(ui_->mnuLogfile, &QAction::triggered, this, &MDIFieldpost::ShowLogFile);
+  connect(ui_->mnuAboutFP, &QAction::triggered, this, &MDIFieldpost::ShowAbout);
 }
 
 /// A maximised child window would put its own title behind the frame's.
@@ -53,12 +67,39 @@ void MDIFieldpost::ShowChild(std::unique_ptr<QWidget> form) {
   child->show();
 }
 
+template <class Form>
+QMdiSubWindow* MDIFieldpost::Find() const {
+  for (QMdiSubWindow* const child : ui_->MdiArea->subWindowList()) {
+    if (qobject_cast<Form*>(child->widget()) != nullptr) return child;
+  }
+  return nullptr;
+}
+
+template <class Form>
+void MDIFieldpost::CloseChild() {
+  if (QMdiSubWindow* const child = Find<Form>()) child->close();
+}
+
+/// The viewer shows the log as it was when it opened, so that a further one takes the place of the first.
+void MDIFieldpost::ShowLogFile() {
+  CloseChild<FrmLogFile>();
+  ShowChild(std::make_unique<FrmLogFile>(program_.ports.files, program_.paths, program_.log, ports_.display));
+}
+
+void MDIFieldpost::ShowAbout() {
+  frmAboutFP(ProgramVersionText(), this).exec();
+}
+
 void MDIFieldpost::UnloadAllForms() {
   QApplication::closeAllWindows();
 }
 
 void MDIFieldpost::closeEvent(QCloseEvent* event) {
-  ports_.memory.SaveGeometry(*this);
+  if (guard_.AlreadyOpen()) {
+    ports_.prompt.ShowMessage("Fieldpost is already open", MessageIcon::None, "");
+  } else {
+    ports_.memory.SaveGeometry(*this);
+  }
   ui_->MdiArea->closeAllSubWindows();
   event->accept();
 }

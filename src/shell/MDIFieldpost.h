@@ -8,7 +8,9 @@
 #include "common/MessageBoxPrompt.h"
 #include "common/WidgetMemory.h"
 #include "common/WidgetStatusDisplay.h"
+#include "platform/TopLevelWindows.h"
 #include "shell/FieldpostProgram.h"
+#include "shell/SingleInstanceGuard.h"
 #include "shell/StartUp.h"
 
 class QMdiSubWindow;
@@ -24,6 +26,7 @@ struct WindowPorts {
   MessageBoxPrompt& prompt;
   WidgetStatusDisplay& display;
   WidgetMemory& memory;
+  TopLevelWindows& desktop;
 };
 
 /// The frame with its menu. It keeps its title "Fieldpost" whatever happens inside it, because a second start
@@ -49,14 +52,19 @@ class MDIFieldpost final : public QMainWindow {
  private:
   void ConnectMenu();
   void KeepTitle();
+  void ShowLogFile();
+  void ShowAbout();
   template <class Form>
   QMdiSubWindow* Find() const;
   void ShowChild(std::unique_ptr<QWidget> form);
+  template <class Form>
+  void CloseChild();
 
   std::unique_ptr<Ui::MDIFieldpost> ui_;
   FieldpostProgram& program_;
   WindowPorts ports_;
   StartUp startUp_;
+  SingleInstanceGuard guard_;
 };
 
 }  // namespace fieldpost

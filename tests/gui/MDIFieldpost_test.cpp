@@ -2,11 +2,14 @@
 
 #include <gmock/gmock.h>
 
+#include <QAction>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
 
+#include "archive/FrmLogFile.h"
+#include "environment/RegistryKeys.h"
 #include "support/WindowSite.h"
 
 namespace fieldpost {
@@ -15,8 +18,27 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+/// The desktop as the test wants it.
+struct Desktop final : TopLevelWindows {
+  std::vector<TopLevelWindow> windows;
+
+  [[nodiscard]] std::vector<TopLevelWindow> OnLevelOf(std::uint64_t) override { return windows; }
+};
+
 struct MainWindow : test::WindowSite {
-  MDIFieldpost window{program, {prompt, display, memory}};
+  Desktop desktop;
+  MDIFieldpost window{program, {prompt, display, memory, desktop}};
+
+  /// Takes a command of the menu, as a click on it does.
+  void Command(const char* name) { window.findChild<QAction*>(name)->trigger(); }
+
+  /// The titles of the child windows, in the order in which they were opened.
+  std::vector<std::string> Children() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    std::vector<std::string> titles;
+    for (const QMdiSubWindow* child : Area().subWindowList()) titles.push_back(FromQt(child->windowTitle()));
+    return titles;
+  }
 
   QMdiArea& Area() { return *window.findChild<QMdiArea*>(); }
 };
@@ -39,6 +61,64 @@ TEST(MDIFieldpost, KeepsItsTitleWhateverIsInIt) {
   }
   frame->close();
   EXPECT_EQ(FromQt(site.window.windowTitle()), "Fieldpost");
+}
+
+TEST(MDIFieldpost, GivesWayToAnotherCopy) {
+  MainWindow site;
+  site.desktop.windows = {{1, "Fieldpost", true}, {2, "Fieldpost", true}};
+  test::MessageBoxes boxes;
+  EXPECT_FALSE(site.window.Load());
+  EXPECT_THAT(boxes.seen,
+              ElementsAre(test::SeenBox{"Fieldpost is already open", QMessageBox::NoIcon, "Fieldpost"}));
+  EXPECT_FALSE(site.window.isVisible());
+  EXPECT_FALSE(std::filesystem::exists(site.program.log.TodaysFile()));
+  EXPECT_EQ(site.program.registry.QueryText(HKEY_LOCAL_MACHINE, ProgramFolderKey, DefaultValue), "");
+}
+
+TEST(MDIFieldpost, StartsWhenItIsTheOnlyCopy) {
+  MainWindow site;
+  site.desktop.windows = {{1, "Fieldpost", true}, {2, "Fieldpost", false}, {3, "Fieldpost - x", true}};
+  test::MessageBoxes boxes;
+  EXPECT_TRUE(site.window.Load());
+  EXPECT_THAT(boxes.seen, IsEmpty());
+  EXPECT_TRUE(site.window.isVisible());
+  EXPECT_THAT(site.Log(), ElementsAre("[Log File]"));
+  EXPECT_EQ(site.program.registry.QueryText(HKEY_LOCAL_MACHINE, ProgramFolderKey, DefaultValue),
+            Utf8FromPath(site.home));
+}
+
+TEST(MDIFieldpost, ShowsTheLogAsItIsEachTimeItIsAskedTo) {
+  MainWindow site;
+  site.window.Load();
+  const auto shown = [&] { return site.window.findChildren<FrmLogFile*>().size(); };
+  site.Command("mnuLogfile");
+  EXPECT_THAT(site.Children(), testing::Contains("Log File    FPProg_15032004.log"));
+  EXPECT_EQ(shown(), 1);
+  site.Command("mnuLogfile");
+  EXPECT_THAT(site.Children(), testing::Contains("Log File    FPProg_15032004.log"));
+  EXPECT_EQ(shown(), 1);
+}
+
+TEST(MDIFieldpost, ShowsTheAboutBox) {
+  MainWindow site;
+  site.window.Load();
+  std::string title;
+  test::MessageBoxes boxes;
+  boxes.onDialog = [&](QDialog& dialog) {
+    title = FromQt(dialog.windowTitle());
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  };
+  site.Command("mnuAboutFP");
+  EXPECT_EQ(title, "About Fieldpost");
+}
+
+TEST(MDIFieldpost, ClosesEveryWindow) {
+  MainWindow site;
+  site.window.Load();
+  site.Command("mnuLogfile");
+  site.Command("mnuClose");
+  EXPECT_FALSE(site.window.isVisible());
+  EXPECT_THAT(site.Children(), IsEmpty());
 }
 
 /// A menu as lines: caption, and its name; a sub-menu's lines stand under it, deeper.

@@ -76,5 +76,67 @@ class NoDisplay(WindowTest):
         self.assertEqual(before, sorted(self.site.root.rglob("*")))
 
 
+class Guard(WindowTest):
+    """A second copy gives way; the first does not notice."""
+
+    def assert_second_copy_refused(self, server, first):
+        second = self.start_window(server)
+        box, = [window for window in self.windows_of(server, second) if window not in first]
+        self.assertIn("_NET_WM_STATE_MODAL", server.run("xprop", "-id", box, "_NET_WM_STATE"))
+        log = self.site.log()
+        server.run("xdotool", "key", "--window", box, "Return")
+        self.assertEqual(0, second.wait(20))
+        self.assertEqual(log, self.site.log())
+
+    def windows_of(self, server, process):
+        """The visible windows of a process, as soon as there is one."""
+        return server.wait_for("Fieldpost", process=process.pid)
+
+    def test_a_second_copy_ends_and_the_first_stays(self):
+        for window_manager in ("openbox", None):
+            with self.subTest(window_manager=window_manager):
+                server = self.start_x(window_manager=window_manager)
+                first = self.start_window(server)
+                windows = self.windows_of(server, first)
+                self.assertEqual(1, len(windows))
+                self.assert_second_copy_refused(server, windows)
+                self.assertIsNone(first.poll())
+                self.assertEqual(windows, self.windows_of(server, first))
+                self.end(first)
+
+    def test_a_foreign_window_with_the_title_counts(self):
+        for title, refused in [("Fieldpost", True), ("Fieldpos", True), ("Fieldpost 2", False),
+                               ("fieldpost", False)]:
+            with self.subTest(title):
+                server = self.start_x()
+                foreign = server.start("xev", "-name", title)
+                windows = server.wait_for(title)
+                if refused:
+                    self.assert_second_copy_refused(server, windows)
+                else:
+                    first = self.start_window(server)
+                    self.windows_of(server, first)
+                    self.assertIn("[Log File]", self.site.log())
+                    self.end(first)
+                foreign.terminate()
+                foreign.wait(20)
+
+
+class Closing(WindowTest):
+    def test_the_window_manager_can_close_it(self):
+        server = self.start_x()
+        process = self.start_window(server)
+        window, = server.wait_for("Fieldpost", process=process.pid)
+        server.run("xdotool", "windowfocus", "--sync", window, "key", "alt+F4")
+        self.assertEqual(0, process.wait(20))
+
+    def test_so_can_its_menu(self):
+        server = self.start_x()
+        process = self.start_window(server)
+        window, = server.wait_for("Fieldpost", process=process.pid)
+        server.run("xdotool", "windowfocus", "--sync", window, "key", "alt+f", "key", "c")
+        self.assertEqual(0, process.wait(20))
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -38,16 +38,20 @@ class XServer:
             process.wait(20)
         self._folder.cleanup()
 
+    def start(self, *command):
+        """Starts a program on the display. Whoever asked for it ends it; else it ends with the server."""
+        return self._start(command)
+
     def _start(self, command, pass_fds=()):
-        # A window manager's settings and caches are no business of the user's own.
-        self._processes.append(subprocess.Popen(
-            command, env=self.environment(), pass_fds=pass_fds, stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+        process = subprocess.Popen(command, env=self.environment(), pass_fds=pass_fds, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self._processes.append(process)
+        return process
 
     def _wait_for_window_manager(self):
-        """It says that it is ready by a property of the root window."""
+        """It is ready once it lists the windows that it manages; one that comes before may stay unseen."""
         until = time.monotonic() + 20
-        while "window id" not in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"):
+        while "_NET_CLIENT_LIST(WINDOW)" not in self.run("xprop", "-root", "_NET_CLIENT_LIST"):
             if time.monotonic() > until:
                 raise RuntimeError(f"{self.window_manager} did not start")
             time.sleep(0.02)
@@ -66,14 +70,15 @@ class XServer:
                               capture_output=True, timeout=60, check=False)
         return done.stdout
 
-    def windows(self, title):
-        """The ids of the visible windows with exactly this title."""
-        return self.run("xdotool", "search", "--onlyvisible", "--name", f"^{title}$").split()
+    def windows(self, title, process=None):
+        """The ids of the visible windows with exactly this title, of one process or of all."""
+        mine = ["--all", "--pid", str(process)] if process else []
+        return self.run("xdotool", "search", "--onlyvisible", *mine, "--name", f"^{title}$").split()
 
-    def wait_for(self, title, timeout=20):
+    def wait_for(self, title, process=None, timeout=20):
         """The ids of the visible windows with this title, as soon as there is one."""
         until = time.monotonic() + timeout
-        while not (found := self.windows(title)):
+        while not (found := self.windows(title, process)):
             if time.monotonic() > until:
                 raise RuntimeError(f"no window {title!r} came up")
             time.sleep(0.02)

@@ -39,7 +39,9 @@ int ShowWindow(int& argc, char** argv) {
   QApplication::setApplicationName(QStringLiteral("fieldpost"));
   QApplication::setApplicationDisplayName({});
   WidgetMemory memory(ownFolder);
-  MDIFieldpost window(program, {prompt, display, memory});
+  const auto desktop =
+      SessionTopLevelWindows(QGuiApplication::platformName() == QStringLiteral("xcb"), "Fieldpost");
+  MDIFieldpost window(program, {prompt, display, memory, *desktop});
   return window.Load() ? QApplication::exec() : 0;
 }
 
