@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/Display.h"
+#include "platform/WaylandSocket.h"
 
 namespace fieldpost {
 namespace {
@@ -41,15 +42,6 @@ bool HasXServer() {
   return ::xcb_connection_has_error(connection.get()) == 0;
 }
 
-/// Where the Wayland compositor listens; empty when nothing tells.
-std::string WaylandSocket() {
-  const std::string_view named = Variable("WAYLAND_DISPLAY");
-  if (named.starts_with('/')) return std::string(named);
-  const std::string_view folder = Variable("XDG_RUNTIME_DIR");
-  if (folder.empty()) return {};
-  return std::string(folder).append("/").append(named.empty() ? "wayland-0" : named);
-}
-
 bool Listens(const std::string& name) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -64,7 +56,8 @@ bool Listens(const std::string& name) {
 
 /// A session may also hand its program a connection that is open already.
 bool HasWayland() {
-  return !Variable("WAYLAND_SOCKET").empty() || Listens(WaylandSocket());
+  return !Variable("WAYLAND_SOCKET").empty() ||
+         Listens(WaylandSocket(Variable("WAYLAND_DISPLAY"), Variable("XDG_RUNTIME_DIR")));
 }
 
 bool CanShow(std::string_view platform) {

@@ -55,11 +55,14 @@ class X11TopLevelWindows final : public TopLevelWindows {
 
 /// The stand-in where no program may see another's windows, as on Wayland: each running process that has the
 /// library of Fieldpost's windows loaded counts as one bordered window with the program's caption; a handle
-/// is a process's number. The calling process is always the first, whatever `window` is.
+/// is a process's number. They share a level when they belong to the same user and the same desktop, which is
+/// where WAYLAND_DISPLAY and XDG_RUNTIME_DIR lead. The calling process is always the first, whatever `window`
+/// is.
 ///
-/// Limits: only processes of the same user are seen, on the same machine, and not those in another container;
-/// those on another desktop of the same user are seen. Windows of other programs are not, whatever their
-/// title. A system without /proc shows the calling process alone.
+/// Limits: processes on another machine or in another container are not seen, nor are windows of other
+/// programs, whatever their title, nor a copy that shows its windows on an X server of another desktop. A
+/// copy on an X server sees that server's windows alone, none of a copy that runs without one. A system
+/// without /proc shows the calling process alone.
 class ProcessTopLevelWindows final : public TopLevelWindows {
  public:
   /// The library's file name.

@@ -2,12 +2,14 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <system_error>
 
 #include "platform/TopLevelWindows.h"
+#include "platform/WaylandSocket.h"
 
 namespace fieldpost {
 namespace fs = std::filesystem;
@@ -45,14 +47,38 @@ bool HasLoaded(const fs::path& folder, std::string_view library) {
   return false;
 }
 
-/// The other processes of this user that have the library loaded.
+/// The desktop that this process shows its windows on, as a text that is the same for each of its processes.
+std::string OwnDesktop() {
+  const auto variable = [](const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string_view() : value;
+  };
+  return WaylandSocket(variable("WAYLAND_DISPLAY"), variable("XDG_RUNTIME_DIR"));
+}
+
+/// The same of another process, by the variables that it was started with.
+std::string DesktopOf(const fs::path& folder) {
+  std::ifstream variables(folder / "environ", std::ios::binary);
+  std::string display;
+  std::string runtimeFolder;
+  for (std::string variable; std::getline(variables, variable, '\0');) {
+    const std::size_t end = variable.find('=');
+    if (end == std::string::npos) continue;
+    if (variable.compare(0, end, "WAYLAND_DISPLAY") == 0) display = variable.substr(end + 1);
+    if (variable.compare(0, end, "XDG_RUNTIME_DIR") == 0) runtimeFolder = variable.substr(end + 1);
+  }
+  return WaylandSocket(display, runtimeFolder);
+}
+
+/// The other processes of this user that have the library loaded and the same desktop.
 std::vector<pid_t> OthersThatLoaded(std::string_view library) {
+  const std::string desktop = OwnDesktop();
   std::vector<pid_t> result;
   std::error_code ignored;
   for (fs::directory_iterator entry("/proc", ignored), end; entry != end; entry.increment(ignored)) {
     const std::optional<pid_t> process = ProcessOf(entry->path());
     if (!process || *process == ::getpid() || !IsOfThisUser(entry->path())) continue;
-    if (HasLoaded(entry->path(), library)) result.push_back(*process);
+    if (HasLoaded(entry->path(), library) && DesktopOf(entry->path()) == desktop) result.push_back(*process);
   }
   return result;
 }

@@ -221,6 +221,23 @@ std::string StatusWith(OwnNetworkOptions network, const Answers& answers) {
   });
 }
 
+TEST_P(IcmpEchoTest, TheRequestIsAsGiven) {
+  OwnNetworkOptions network = GetParam();
+  network.grantsRawSockets = true;
+  const std::string sent = InOwnNetwork(network, [] {
+    Packet packet;
+    const Answerer answerer;
+    std::jthread other([&] { packet = answerer.WaitForRequest(); });
+    static_cast<void>(Status({Address("127.3.2.1"), 40, 99, milliseconds(1000)}));
+    other.join();
+    const auto header = HeaderAt<ip>(packet, 0);
+    const bool zero = std::all_of(packet.begin() + 28, packet.end(), [](unsigned char c) { return c == 0; });
+    return std::string(::inet_ntoa(header.ip_dst)) + " ttl " + std::to_string(header.ip_ttl) + ", " +
+           std::to_string(packet.size() - 28) + (zero ? " zero bytes" : " other bytes");
+  });
+  EXPECT_EQ(sent, "127.3.2.1 ttl 99, 40 zero bytes");
+}
+
 // Linux tells a socket for echoes nothing of a reassembly that took too long.
 TEST_P(IcmpEchoTest, EachErrorMessageHasItsStatus) {
   struct ErrorCase {

@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/StartedProgram.h"
 #include "support/TempFolder.h"
+#include "support/Variables.h"
 
 namespace fieldpost::test {
 namespace {
@@ -19,8 +21,9 @@ using testing::Not;
 /// A process that has a library loaded from a file of the name given.
 class LoadingProcess {
  public:
-  explicit LoadingProcess(const std::string& fileName)
-      : file_(folder_ / fileName), program_(Words(), {{"LD_PRELOAD", CopyLibrary().string()}}) {
+  explicit LoadingProcess(const std::string& fileName,
+                          std::vector<std::pair<std::string, std::string>> variables = {})
+      : file_(folder_ / fileName), program_({"cat"}, WithLibrary(std::move(variables))) {
     program_.Write("loaded\n");
     EXPECT_EQ(program_.ReadLine(), "loaded");
   }
@@ -30,11 +33,11 @@ class LoadingProcess {
   void End() { program_.End(); }
 
  private:
-  static std::vector<std::string> Words() { return {"cat"}; }
-
-  [[nodiscard]] std::filesystem::path CopyLibrary() const {
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> WithLibrary(
+      std::vector<std::pair<std::string, std::string>> variables) const {
     std::filesystem::copy_file(FIELDPOST_SMALL_LIBRARY, file_);
-    return file_;
+    variables.emplace_back("LD_PRELOAD", file_.string());
+    return variables;
   }
 
   TempFolder folder_;
@@ -67,6 +70,31 @@ TEST(ProcessTopLevelWindowsTest, AProcessWhoseLibraryWasReplacedCounts) {
   const LoadingProcess copy("libfieldpost-window.so");
   std::filesystem::remove(copy.File());
   EXPECT_THAT(Windows(), Contains(Counted(copy.Number())).Times(1));
+}
+
+TEST(ProcessTopLevelWindowsTest, OnlyProcessesOfTheSameDesktopCount) {
+  struct DesktopCase {
+    Variables::Value display;
+    Variables::Value folder;
+    std::vector<std::pair<std::string, std::string>> ofTheOther;
+    bool counted;
+  };
+  for (const DesktopCase& given :
+       std::vector<DesktopCase>{{"wayland-0", "/run/a", {}, true},
+                                {"wayland-0", "/run/a", {{"XDG_RUNTIME_DIR", "/run/b"}}, false},
+                                {"wayland-0", "/run/a", {{"WAYLAND_DISPLAY", "wayland-1"}}, false},
+                                {"wayland-0",
+                                 "/run/a",
+                                 {{"WAYLAND_DISPLAY", "/run/a/wayland-0"}, {"XDG_RUNTIME_DIR", "/b"}},
+                                 true},
+                                {std::nullopt, "/run/a", {{"WAYLAND_DISPLAY", "wayland-0"}}, true},
+                                {std::nullopt, std::nullopt, {}, true},
+                                {std::nullopt, std::nullopt, {{"XDG_RUNTIME_DIR", "/run/a"}}, false}}) {
+    const Variables session({{"WAYLAND_DISPLAY", given.display}, {"XDG_RUNTIME_DIR", given.folder}});
+    const LoadingProcess other("libfieldpost-window.so", given.ofTheOther);
+    EXPECT_THAT(Windows(), Contains(Counted(other.Number())).Times(given.counted ? 1 : 0))
+        << given.display.value_or("-") << " " << given.folder.value_or("-");
+  }
 }
 
 TEST(ProcessTopLevelWindowsTest, OtherLibrariesDoNotCount) {

@@ -135,6 +135,8 @@ class XClient {
   /// Waits for the news that the window's state has changed to the one wanted, for 10 seconds at most.
   void AwaitState(xcb_window_t window, std::uint32_t wanted) {
     const xcb_atom_t state = Atom("WM_STATE");
+    const std::uint32_t changes[] = {XCB_EVENT_MASK_PROPERTY_CHANGE};
+    ::xcb_change_window_attributes(server_, window, XCB_CW_EVENT_MASK, changes);
     ::xcb_flush(server_);
     while (StateOf(window, state) != wanted) {
       std::unique_ptr<xcb_generic_event_t, decltype(&std::free)> event(::xcb_poll_for_event(server_),

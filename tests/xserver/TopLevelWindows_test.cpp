@@ -9,7 +9,6 @@
 #include <thread>
 #include <vector>
 
-#include "shell/SingleInstanceGuard.h"
 #include "support/XClient.h"
 #include "support/XServer.h"
 
@@ -34,11 +33,6 @@ struct XSite {
 
   [[nodiscard]] std::vector<TopLevelWindow> All(xcb_window_t own) const {
     return X11TopLevelWindows(server.Display()).OnLevelOf(own);
-  }
-
-  [[nodiscard]] bool IsAlreadyOpen(xcb_window_t own) const {
-    X11TopLevelWindows windows(server.Display());
-    return SingleInstanceGuard(windows).IsAlreadyOpen(own, "Fieldpost");
   }
 };
 
@@ -209,53 +203,6 @@ TEST(X11TopLevelWindowsTest, WindowsMayGoWhileTheyAreAskedAbout) {
     }
   });
   for (int round = 0; round < 200; ++round) ASSERT_EQ(site.Entries(own).size(), 1U);
-}
-
-/// A window library's main window that exists and is not shown, as when the guard is asked.
-class UnshownWindow {
- public:
-  explicit UnshownWindow(const std::string& display)
-      : program_({FIELDPOST_UNSHOWN_WINDOW}, {{"DISPLAY", display}, {"QT_QPA_PLATFORM", "xcb"}}),
-        number_(program_.ReadLine()) {
-    EXPECT_FALSE(number_.empty());
-  }
-
-  [[nodiscard]] xcb_window_t Number() const { return static_cast<xcb_window_t>(std::stoul(number_)); }
-
-  void Show() {
-    program_.Write("show\n");
-    EXPECT_EQ(program_.ReadLine(), "shown");
-  }
-
- private:
-  StartedProgram program_;
-  std::string number_;
-};
-
-class TwoCopiesTest : public testing::TestWithParam<WindowManager> {};
-
-INSTANTIATE_TEST_SUITE_P(Managers, TwoCopiesTest,
-                         testing::Values(WindowManager::None, WindowManager::Openbox), [](const auto& given) {
-                           return given.param == WindowManager::None ? "None" : "Openbox";
-                         });
-
-TEST_P(TwoCopiesTest, TheFirstIsAloneAndTheSecondIsRefused) {
-  XSite site(GetParam());
-  UnshownWindow first(site.server.Display());
-  EXPECT_FALSE(site.IsAlreadyOpen(first.Number())) << "the first, not shown";
-  first.Show();
-  EXPECT_FALSE(site.IsAlreadyOpen(first.Number())) << "the first, shown";
-  const UnshownWindow second(site.server.Display());
-  EXPECT_TRUE(site.IsAlreadyOpen(second.Number())) << "the second, not shown";
-}
-
-TEST_P(TwoCopiesTest, AForeignWindowOfTheSameTitleCounts) {
-  XSite site(GetParam());
-  const UnshownWindow own(site.server.Display());
-  const xcb_window_t foreign = site.client.Make({.name = "Fieldpos"});
-  EXPECT_TRUE(site.IsAlreadyOpen(own.Number()));
-  site.client.Destroy(foreign);
-  EXPECT_FALSE(site.IsAlreadyOpen(own.Number()));
 }
 
 }  // namespace

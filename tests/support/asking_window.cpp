@@ -1,21 +1,25 @@
-// A program of the kind that asks whether another copy runs: its main window exists, and is shown only when a
-// line comes from its standard input. It writes the window's number, and a line each time that it has done
-// so.
+// A program that starts as one with windows does: it makes its main window without showing it, and asks
+// whether another copy runs. It writes the window's number and "alone" or "second", shows its window when a
+// line comes from its standard input, says so, and ends with the next line.
 #include <QApplication>
 #include <QMainWindow>
 #include <QWindow>
 #include <iostream>
 #include <string>
 
+#include "platform/TopLevelWindows.h"
+#include "shell/SingleInstanceGuard.h"
+
 int main(int argc, char** argv) {
   QApplication program(argc, argv);
-  QApplication::setApplicationName("fieldpost");
   QApplication::setApplicationDisplayName("Fieldpost");
   QMainWindow window;
   window.setWindowTitle("Fieldpost");
   const WId number = window.winId();
-  QApplication::processEvents();
+  const auto windows = fieldpost::SessionTopLevelWindows(QApplication::platformName() == "xcb", "Fieldpost");
+  fieldpost::SingleInstanceGuard guard(*windows);
   std::cout << number << std::endl;
+  std::cout << (guard.IsAlreadyOpen(number, "Fieldpost") ? "second" : "alone") << std::endl;
   std::string line;
   if (!std::getline(std::cin, line)) return 0;
   window.show();

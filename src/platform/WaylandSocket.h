@@ -1,0 +1,17 @@
+// Where a Wayland compositor listens.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace fieldpost {
+
+/// The full name of the socket that the values of WAYLAND_DISPLAY and XDG_RUNTIME_DIR lead to; empty when
+/// they lead nowhere. It need not exist.
+inline std::string WaylandSocket(std::string_view waylandDisplay, std::string_view runtimeFolder) {
+  if (waylandDisplay.starts_with('/')) return std::string(waylandDisplay);
+  if (runtimeFolder.empty()) return {};
+  return std::string(runtimeFolder).append("/").append(waylandDisplay.empty() ? "wayland-0" : waylandDisplay);
+}
+
+}  // namespace fieldpost
