@@ -20,9 +20,12 @@ std::string LogDay(const LocalTime& time) {
   return fmt::format("{:02}{:02}{:04}", time.day, time.month, time.year);
 }
 
+std::string PlainDate(const LocalTime& time) {
+  return fmt::format("{:02}.{:02}.{:04}", time.day, time.month, time.year);
+}
+
 std::string DateAndTime(const LocalTime& time) {
-  return fmt::format("{:02}.{:02}.{:04} {:02}:{:02}:{:02}", time.day, time.month, time.year, time.hour,
-                     time.minute, time.second);
+  return fmt::format("{} {:02}:{:02}:{:02}", PlainDate(time), time.hour, time.minute, time.second);
 }
 
 std::string MailDate(const LocalTime& time) {

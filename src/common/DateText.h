@@ -27,6 +27,9 @@ std::string HourStamp(const LocalTime& time);
 /// "ddmmyyyy", the day of a log file's name.
 std::string LogDay(const LocalTime& time);
 
+/// "dd.mm.yyyy", a date as people here read it.
+std::string PlainDate(const LocalTime& time);
+
 /// "dd.mm.yyyy hh:mm:ss", date and time as people here read them.
 std::string DateAndTime(const LocalTime& time);
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 #include "common/DateText.h"
 
@@ -21,6 +22,10 @@ class Clock {
   /// Time that only runs forward, for time-outs.
   [[nodiscard]] virtual std::chrono::steady_clock::time_point Steady() const = 0;
 };
+
+/// The local date and time of a moment, by the machine's time zone. Given in nanoseconds since 1970, UTC, as
+/// file stamps have them.
+LocalTime LocalTimeOf(std::int64_t nanoseconds);
 
 /// The machine's clock and time zone.
 class SystemClock final : public Clock {

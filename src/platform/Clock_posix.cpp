@@ -4,8 +4,9 @@
 
 namespace fieldpost {
 
-LocalTime SystemClock::Now() const {
-  const std::time_t seconds = std::time(nullptr);
+namespace {
+
+LocalTime LocalTimeOfSeconds(std::time_t seconds) {
   std::tm local{};
   ::localtime_r(&seconds, &local);
   return {.year = local.tm_year + 1900,
@@ -16,6 +17,17 @@ LocalTime SystemClock::Now() const {
           .second = local.tm_sec,
           .weekday = local.tm_wday,
           .offsetMinutes = static_cast<int>(local.tm_gmtoff / 60)};
+}
+
+}  // namespace
+
+LocalTime LocalTimeOf(std::int64_t nanoseconds) {
+  const std::chrono::nanoseconds since1970(nanoseconds);
+  return LocalTimeOfSeconds(std::chrono::floor<std::chrono::seconds>(since1970).count());
+}
+
+LocalTime SystemClock::Now() const {
+  return LocalTimeOfSeconds(std::time(nullptr));
 }
 
 std::chrono::steady_clock::time_point SystemClock::Steady() const {

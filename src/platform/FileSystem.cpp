@@ -12,9 +12,11 @@ constexpr std::string_view TemporaryEnding = ".fieldpost-new";
 
 }  // namespace
 
-FileError::FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason)
+FileError::FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason,
+                     int number)
     : std::runtime_error(std::string(action) + " " + Visible(Utf8FromPath(path)) + ": " +
-                         std::string(reason)) {}
+                         std::string(reason)),
+      number_(number) {}
 
 FileTooLarge::FileTooLarge(const std::filesystem::path& path, std::uint64_t maxBytes)
     : FileError("cannot read", path, "larger than " + std::to_string(maxBytes) + " bytes") {}

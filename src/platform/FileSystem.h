@@ -16,7 +16,14 @@ namespace fieldpost {
 /// A file operation failed. `what()` is one plain line: what was tried, the path, the system's reason.
 class FileError : public std::runtime_error {
  public:
-  FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason);
+  FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason,
+            int number = 0);
+
+  /// The system's number of the error; 0 where the system had no part in it.
+  [[nodiscard]] int Number() const { return number_; }
+
+ private:
+  int number_;
 };
 
 /// A file is larger than the program is willing to read.
@@ -59,6 +66,47 @@ class FileReader {
   virtual std::size_t Read(std::span<char> buffer) = 0;
 };
 
+/// A folder held open: names are looked up in this very folder, whatever becomes of its path meanwhile. A
+/// name is one plain name, without a separator and neither "." nor ".."; any other is refused. No link is
+/// ever followed. Lists are in the order of the names' bytes. What can fail throws FileError.
+class FolderHandle {
+ public:
+  FolderHandle() = default;
+  FolderHandle(const FolderHandle&) = delete;
+  FolderHandle& operator=(const FolderHandle&) = delete;
+  virtual ~FolderHandle() = default;
+
+  /// As FileSystem::ListFiles.
+  [[nodiscard]] virtual std::vector<std::string> ListFiles(std::string_view ending) const = 0;
+
+  /// The folders in it; a link to a folder is none.
+  [[nodiscard]] virtual std::vector<std::string> ListFolders() const = 0;
+
+  /// Whatever is in it and no folder: files, links, pipes, devices.
+  [[nodiscard]] virtual std::vector<std::string> ListAllButFolders() const = 0;
+
+  /// Nothing at all is in it.
+  [[nodiscard]] virtual bool IsEmpty() const = 0;
+
+  /// Anything of that name is in it, a dangling link too.
+  [[nodiscard]] virtual bool Exists(const std::string& name) const = 0;
+
+  /// The stamp of a plain file; empty when there is none of that name.
+  [[nodiscard]] virtual std::optional<FileStamp> PlainFileStamp(const std::string& name) const = 0;
+
+  /// Opens a plain file for reading from front to back; anything else is refused.
+  [[nodiscard]] virtual std::unique_ptr<FileReader> OpenPlainFile(const std::string& name) const = 0;
+
+  /// Opens a folder in it.
+  [[nodiscard]] virtual std::unique_ptr<FolderHandle> OpenFolder(const std::string& name) const = 0;
+
+  /// Removes what is no folder; of a link, the link itself. False when there was nothing of that name.
+  virtual bool Remove(const std::string& name) = 0;
+
+  /// Removes a folder that is empty; another is refused. False when there was nothing of that name.
+  virtual bool RemoveEmptyFolder(const std::string& name) = 0;
+};
+
 /// Held while a folder is this program's alone; ends with the object, or with the process.
 class FolderLock {
  public:
@@ -95,6 +143,9 @@ class FileSystem {
   /// letters, in the order of their bytes. Links, pipes, devices and folders are left out.
   [[nodiscard]] virtual std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                            std::string_view ending) const = 0;
+
+  /// Opens a folder (links followed on the way to it, but never in it).
+  [[nodiscard]] virtual std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const = 0;
 
   /// The whole content of a plain file; a link is refused. A file of more than `maxBytes` bytes is refused
   /// with FileTooLarge.
@@ -171,6 +222,7 @@ class DiskFileSystem final : public FileSystem {
   [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const override;
   [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                    std::string_view ending) const override;
+  [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const override;
   [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
                                       std::uint64_t maxBytes) const override;
   [[nodiscard]] std::optional<FileContent> ReadFinished(const std::filesystem::path& path,

@@ -1,77 +1,30 @@
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <set>
-#include <system_error>
 #include <utility>
 
-#include "common/Text.h"
+#include "platform/Descriptor_posix.h"
 #include "platform/FileSystem.h"
 
 namespace fieldpost {
 namespace fs = std::filesystem;
+using posix::Descriptor;
+using posix::Fail;
+using posix::Open;
+using posix::ReadSome;
+using posix::StampOf;
+
 namespace {
-
-[[noreturn]] void Fail(std::string_view action, const fs::path& path, int error = errno) {
-  throw FileError(action, path, std::generic_category().message(error));
-}
-
-/// A file descriptor that is closed at the end of its scope.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {}
-  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  Descriptor& operator=(Descriptor&&) = delete;
-  ~Descriptor() {
-    if (number_ >= 0) ::close(number_);
-  }
-
-  [[nodiscard]] int Number() const { return number_; }
-
-  /// Closes now. False when the system reports that what was written may not have arrived.
-  [[nodiscard]] bool Close() { return ::close(std::exchange(number_, -1)) == 0; }
-
- private:
-  int number_;
-};
-
-Descriptor Open(const fs::path& path, int flags, std::string_view action, mode_t mode = 0) {
-  int number = -1;
-  do {
-    number = ::open(path.c_str(), flags | O_CLOEXEC, mode);
-  } while (number < 0 && errno == EINTR);
-  if (number < 0) Fail(action, path);
-  return Descriptor(number);
-}
 
 /// O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
 Descriptor OpenPlainFile(const fs::path& path) {
   return Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open");
-}
-
-FileStamp StampOf(const struct stat& state) {
-  return {.size = static_cast<std::uint64_t>(state.st_size),
-          .modifiedNanoseconds = std::int64_t{state.st_mtim.tv_sec} * 1'000'000'000 + state.st_mtim.tv_nsec,
-          .device = state.st_dev,
-          .file = state.st_ino};
-}
-
-std::size_t ReadSome(int number, std::span<char> buffer, const fs::path& path) {
-  ssize_t got = -1;
-  do {
-    got = ::read(number, buffer.data(), buffer.size());
-  } while (got < 0 && errno == EINTR);
-  if (got < 0) Fail("cannot read", path);
-  return static_cast<std::size_t>(got);
 }
 
 FileContent ReadPlainFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
@@ -103,18 +56,6 @@ void WriteAll(int number, std::string_view bytes, const fs::path& path) {
   }
 }
 
-class DescriptorReader final : public FileReader {
- public:
-  DescriptorReader(Descriptor descriptor, fs::path path)
-      : descriptor_(std::move(descriptor)), path_(std::move(path)) {}
-
-  std::size_t Read(std::span<char> buffer) override { return ReadSome(descriptor_.Number(), buffer, path_); }
-
- private:
-  Descriptor descriptor_;
-  fs::path path_;
-};
-
 /// `flock` on the folder itself: no lock file is left behind, and the system ends it with the process.
 class DescriptorLock final : public FolderLock {
  public:
@@ -123,16 +64,6 @@ class DescriptorLock final : public FolderLock {
  private:
   Descriptor descriptor_;
 };
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
-bool IsPlainFile(int folder, const dirent& entry) {
-  if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_REG;
-  struct stat state {};
-  return ::fstatat(folder, entry.d_name, &state, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(state.st_mode);
-}
 
 }  // namespace
 
@@ -170,19 +101,11 @@ std::optional<FileStamp> DiskFileSystem::PlainFileStamp(const fs::path& path) co
 }
 
 std::vector<std::string> DiskFileSystem::ListFiles(const fs::path& folder, std::string_view ending) const {
-  const std::unique_ptr<DIR, CloseFolder> stream(::opendir(folder.c_str()));
-  if (!stream) Fail("cannot list", folder);
-  std::vector<std::string> names;
-  for (;;) {
-    errno = 0;
-    const dirent* entry = ::readdir(stream.get());
-    if (entry == nullptr) break;
-    const std::string_view name = entry->d_name;
-    if (EndsWithNoCase(name, ending) && IsPlainFile(::dirfd(stream.get()), *entry)) names.emplace_back(name);
-  }
-  if (errno != 0) Fail("cannot list", folder);
-  std::sort(names.begin(), names.end());
-  return names;
+  return OpenFolder(folder)->ListFiles(ending);
+}
+
+std::unique_ptr<FolderHandle> DiskFileSystem::OpenFolder(const fs::path& path) const {
+  return posix::HoldFolder(posix::Open(path, O_RDONLY | O_DIRECTORY, "cannot list"), path);
 }
 
 std::string DiskFileSystem::ReadWhole(const fs::path& path, std::uint64_t maxBytes) const {
@@ -198,7 +121,7 @@ std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, st
 }
 
 std::unique_ptr<FileReader> DiskFileSystem::OpenForReading(const fs::path& path) const {
-  return std::make_unique<DescriptorReader>(Open(path, O_RDONLY, "cannot open"), path);
+  return posix::ReaderOf(Open(path, O_RDONLY, "cannot open"), path);
 }
 
 void DiskFileSystem::WriteNew(const fs::path& path, std::string_view bytes, FileAccess access) {

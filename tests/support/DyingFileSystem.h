@@ -15,8 +15,8 @@ struct Killed {};
 /// throws Killed; the others, from destructors on the way out, are silently left out, as they would be.
 class DyingFileSystem final : public FileSystem {
  public:
-  std::size_t changesLeft = std::numeric_limits<std::size_t>::max();
-  std::size_t changes = 0;
+  mutable std::size_t changesLeft = std::numeric_limits<std::size_t>::max();
+  mutable std::size_t changes = 0;
 
   [[nodiscard]] bool IsFile(const std::filesystem::path& path) const override { return disk_.IsFile(path); }
   [[nodiscard]] bool IsFolder(const std::filesystem::path& path) const override {
@@ -32,6 +32,9 @@ class DyingFileSystem final : public FileSystem {
   [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                    std::string_view ending) const override {
     return disk_.ListFiles(folder, ending);
+  }
+  [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const override {
+    return std::make_unique<DyingFolder>(*this, disk_.OpenFolder(path));
   }
   [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
                                       std::uint64_t maxBytes) const override {
@@ -78,7 +81,40 @@ class DyingFileSystem final : public FileSystem {
   }
 
  private:
-  bool Lives() {
+  class DyingFolder final : public FolderHandle {
+   public:
+    DyingFolder(const DyingFileSystem& files, std::unique_ptr<FolderHandle> folder)
+        : files_(files), folder_(std::move(folder)) {}
+
+    [[nodiscard]] std::vector<std::string> ListFiles(std::string_view ending) const override {
+      return folder_->ListFiles(ending);
+    }
+    [[nodiscard]] std::vector<std::string> ListFolders() const override { return folder_->ListFolders(); }
+    [[nodiscard]] std::vector<std::string> ListAllButFolders() const override {
+      return folder_->ListAllButFolders();
+    }
+    [[nodiscard]] bool IsEmpty() const override { return folder_->IsEmpty(); }
+    [[nodiscard]] bool Exists(const std::string& name) const override { return folder_->Exists(name); }
+    [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::string& name) const override {
+      return folder_->PlainFileStamp(name);
+    }
+    [[nodiscard]] std::unique_ptr<FileReader> OpenPlainFile(const std::string& name) const override {
+      return folder_->OpenPlainFile(name);
+    }
+    [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::string& name) const override {
+      return std::make_unique<DyingFolder>(files_, folder_->OpenFolder(name));
+    }
+    bool Remove(const std::string& name) override { return files_.Lives() && folder_->Remove(name); }
+    bool RemoveEmptyFolder(const std::string& name) override {
+      return files_.Lives() && folder_->RemoveEmptyFolder(name);
+    }
+
+   private:
+    const DyingFileSystem& files_;
+    std::unique_ptr<FolderHandle> folder_;
+  };
+
+  bool Lives() const {
     ++changes;
     if (dead_) return false;
     if (changesLeft-- > 0) return true;
@@ -87,7 +123,7 @@ class DyingFileSystem final : public FileSystem {
   }
 
   DiskFileSystem disk_;
-  bool dead_ = false;
+  mutable bool dead_ = false;
 };
 
 }  // namespace fieldpost::test
