@@ -1,0 +1,156 @@
+#include "archive/ArchiveDeletion.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "common/PathText.h"
+
+namespace fieldpost {
+namespace fs = std::filesystem;
+namespace {
+
+/// The names that lead from one folder down to a path. Nothing when the path is not below the folder.
+std::optional<std::vector<std::string>> NamesBelow(const fs::path& folder, const fs::path& path) {
+  auto step = path.begin();
+  for (const fs::path& part : folder) {
+    if (part.empty()) continue;  // what stands behind a separator at the end
+    if (step == path.end() || *step != part) return std::nullopt;
+    ++step;
+  }
+  std::vector<std::string> names;
+  for (; step != path.end(); ++step) {
+    if (*step == ".." || *step == "." || step->empty()) return std::nullopt;
+    names.push_back(Utf8FromPath(*step));
+  }
+  if (names.empty()) return std::nullopt;
+  return names;
+}
+
+void Note(DeletionResult& result, const FileError& error) {
+  if (result.failed++ == 0) result.firstFailure = error.what();
+}
+
+void DeleteIn(FolderHandle& folder, const std::string& name, DeletionResult& result) {
+  try {
+    if (folder.Remove(name)) ++result.deleted;
+  } catch (const FileError& error) {
+    Note(result, error);
+  }
+}
+
+bool OneMore(StatusDisplay& display, std::size_t position) {
+  display.SetPosition(position);
+  display.LetEventsRun();
+  return !display.StopRequested();
+}
+
+}  // namespace
+
+ArchiveDeletion::ArchiveDeletion(const FileSystem& files, fs::path archive)
+    : files_(files), archive_(std::move(archive)) {}
+
+std::vector<std::string> ArchiveDeletion::ProductCodes() const {
+  if (!files_.IsFolder(archive_)) return {};
+  try {
+    return files_.OpenFolder(archive_)->ListFolders();
+  } catch (const FileError&) {
+    return {};
+  }
+}
+
+DeletionResult ArchiveDeletion::DeleteAll(StatusDisplay& display) {
+  DeletionResult result;
+  try {
+    const std::unique_ptr<FolderHandle> archive = files_.OpenFolder(archive_);
+    const std::vector<std::string> productCodes = archive->ListFolders();
+    display.SetRange(productCodes.size());
+    for (std::size_t i = 0; i < productCodes.size(); ++i) {
+      DeleteProductCode(*archive, productCodes[i], result, display);
+      if (!OneMore(display, i)) break;
+    }
+  } catch (const FileError& error) {
+    Note(result, error);
+  }
+  return result;
+}
+
+void ArchiveDeletion::DeleteProductCode(const FolderHandle& archive, const std::string& productCode,
+                                        DeletionResult& result, StatusDisplay& display) {
+  try {
+    const std::unique_ptr<FolderHandle> folder = archive.OpenFolder(productCode);
+    for (const std::string& name : folder->ListAllButFolders()) {
+      DeleteIn(*folder, name, result);
+      display.LetEventsRun();
+      if (display.StopRequested()) return;
+    }
+  } catch (const FileError& error) {
+    Note(result, error);
+  }
+}
+
+DeletionResult ArchiveDeletion::DeleteProcess(const std::string& productCode, StatusDisplay& display) {
+  DeletionResult result;
+  const std::vector<std::string> productCodes = ProductCodes();
+  if (std::find(productCodes.begin(), productCodes.end(), productCode) == productCodes.end()) return result;
+  try {
+    const std::unique_ptr<FolderHandle> folder = files_.OpenFolder(archive_)->OpenFolder(productCode);
+    const std::vector<std::string> names = folder->ListFiles("");
+    display.SetRange(names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      DeleteIfProcess(*folder, names[i], result, display);
+      if (!OneMore(display, i)) break;
+    }
+  } catch (const FileError& error) {
+    Note(result, error);
+  }
+  return result;
+}
+
+/// A file that cannot be read is none of those to be deleted.
+void ArchiveDeletion::DeleteIfProcess(FolderHandle& folder, const std::string& name, DeletionResult& result,
+                                      StatusDisplay& display) {
+  try {
+    if (!IsProcessMode(reader_.Read(*folder.OpenPlainFile(name), display))) return;
+  } catch (const FileError&) {
+    return;
+  }
+  if (!display.StopRequested()) DeleteIn(folder, name, result);
+}
+
+DeletionResult ArchiveDeletion::DeleteSelected(const PathList& paths, StatusDisplay& display) {
+  DeletionResult result;
+  display.SetRange(paths.size());
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    if (files_.Exists(paths[i])) DeleteOne(paths[i], result);
+    if (!OneMore(display, i)) break;
+  }
+  return result;
+}
+
+void ArchiveDeletion::DeleteOne(const fs::path& path, DeletionResult& result) {
+  try {
+    const std::optional<std::vector<std::string>> names = NamesBelow(archive_, path);
+    if (!names) throw FileError("cannot delete", path, "it is not in the Archive folder");
+    std::unique_ptr<FolderHandle> folder = files_.OpenFolder(archive_);
+    for (auto name = names->begin(); name + 1 != names->end(); ++name) folder = folder->OpenFolder(*name);
+    DeleteIn(*folder, names->back(), result);
+  } catch (const FileError& error) {
+    Note(result, error);
+  }
+}
+
+void ArchiveDeletion::RemoveEmptyProductFolders(StatusDisplay& display) {
+  for (const std::string& productCode : ProductCodes()) {
+    try {
+      const std::unique_ptr<FolderHandle> archive = files_.OpenFolder(archive_);
+      if (archive->OpenFolder(productCode)->IsEmpty()) archive->RemoveEmptyFolder(productCode);
+    } catch (const FileError&) {
+      // What cannot be removed stays: an empty folder does no harm.
+    }
+    display.LetEventsRun();
+  }
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,180 @@
+#include "archive/ArchiveDeletion.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "support/RecordingUi.h"
+#include "support/TempFolder.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct ArchiveDeletionTest : testing::Test {
+  test::TempFolder folder;
+  DiskFileSystem files;
+  test::RecordingDisplay display;
+  fs::path archive = folder.Folder("Archive");
+  fs::path outside = folder.Folder("outside");
+  ArchiveDeletion deletion{files, archive / ""};
+
+  fs::path Write(std::string_view name, std::string_view mode = "P") const {
+    return folder.Write("Archive/" + std::string(name),
+                        "<F><MODEIND>" + std::string(mode) + "</MODEIND></F>");
+  }
+  fs::path Outside(std::string_view name) const {
+    return folder.Write("outside/" + std::string(name), "<F><MODEIND>P</MODEIND></F>");
+  }
+  /// Every file, link and empty folder below the Archive folder.
+  std::vector<std::string> Left() const {
+    std::vector<std::string> left;
+    for (const auto& entry : fs::recursive_directory_iterator(archive)) {
+      if (entry.is_directory() && !entry.is_symlink() && !fs::is_empty(entry)) continue;
+      left.push_back(Utf8FromPath(entry.path().lexically_relative(archive)));
+    }
+    std::sort(left.begin(), left.end());
+    return left;
+  }
+};
+
+TEST_F(ArchiveDeletionTest, DeleteAllTakesEveryFileOfEveryProductCode) {
+  for (const char* name : {"a/1.xml", "a/2.txt", "a/.hidden", "b/3.xml", "b/\n.xml"}) Write(name);
+  Write("a/sub/kept.xml");
+  Write("top.xml");
+  folder.Folder("Archive/c");
+  ASSERT_EQ(::mkfifo((archive / "a/pipe").c_str(), 0600), 0);
+  const DeletionResult result = deletion.DeleteAll(display);
+  EXPECT_EQ(result.deleted, 6U);
+  EXPECT_EQ(result.failed, 0U);
+  EXPECT_THAT(Left(), ElementsAre("a/sub/kept.xml", "b", "c", "top.xml"));
+  EXPECT_THAT(display.ranges, ElementsAre(3U));
+  EXPECT_THAT(display.positions, ElementsAre(0U, 1U, 2U));
+}
+
+TEST_F(ArchiveDeletionTest, DeleteAllRemovesLinksButNeverFollowsThem) {
+  const fs::path target = Outside("target.xml");
+  folder.Folder("Archive/a");
+  fs::create_symlink(target, archive / "a/link.xml");
+  fs::create_symlink("nowhere", archive / "a/dangling.xml");
+  fs::create_directory_symlink(outside, archive / "a/folderlink");
+  fs::create_directory_symlink(outside, archive / "product");
+  EXPECT_EQ(deletion.DeleteAll(display).deleted, 3U);
+  deletion.RemoveEmptyProductFolders(display);
+  EXPECT_TRUE(fs::exists(target));
+  EXPECT_THAT(Left(), ElementsAre("product"));
+}
+
+TEST_F(ArchiveDeletionTest, DeleteProcessTakesFilesInProcessAlone) {
+  for (const char* mode : {"P", "p", " p "}) Write("a/go" + std::to_string(*mode) + ".xml", mode);
+  Write("a/go.txt", "P");
+  Write("a/archive.xml", "a");
+  Write("a/empty.xml", "");
+  Write("a/pp.xml", "pp");
+  folder.Write("Archive/a/missing.xml", "<F/>");
+  folder.Write("Archive/a/broken.xml", "<F><MODEIND>P</MODEIND>");
+  folder.Write("Archive/a/two.xml", "<F><MODEIND>a</MODEIND><MODEIND>P</MODEIND></F>");
+  Write("b/other.xml", "P");
+  fs::create_symlink(Outside("target.xml"), archive / "a/link.xml");
+  folder.Folder("Archive/a/folder.xml");
+  EXPECT_EQ(deletion.DeleteProcess("a", display).deleted, 4U);
+  EXPECT_THAT(Left(), ElementsAre("a/archive.xml", "a/broken.xml", "a/empty.xml", "a/folder.xml",
+                                  "a/link.xml", "a/missing.xml", "a/pp.xml", "a/two.xml", "b/other.xml"));
+  EXPECT_THAT(display.ranges, ElementsAre(10U)) << "plain files alone";
+}
+
+TEST_F(ArchiveDeletionTest, DeleteProcessKnowsProductCodesAlone) {
+  const fs::path target = Outside("target.xml");
+  fs::create_directory_symlink(outside, archive / "link");
+  for (const char* name : {"none", "", ".", "..", "../outside", "link"}) {
+    EXPECT_EQ(deletion.DeleteProcess(name, display).deleted, 0U) << name;
+    EXPECT_TRUE(fs::exists(target)) << name;
+  }
+}
+
+TEST_F(ArchiveDeletionTest, DeleteSelectedTakesTheseFiles) {
+  const fs::path one = Write("a/1.xml");
+  const fs::path two = Write("b/2.xml", "a");
+  Write("a/kept.xml");
+  const fs::path gone = archive / "a" / "gone.xml";
+  const DeletionResult result = deletion.DeleteSelected({one, gone, two}, display);
+  EXPECT_EQ(result.deleted, 2U);
+  EXPECT_EQ(result.failed, 0U);
+  EXPECT_THAT(Left(), ElementsAre("a/kept.xml", "b"));
+  EXPECT_THAT(display.ranges, ElementsAre(3U));
+  EXPECT_THAT(display.positions, ElementsAre(0U, 1U, 2U));
+}
+
+TEST_F(ArchiveDeletionTest, DeleteSelectedLeavesEverythingOutsideTheArchive) {
+  const fs::path target = Outside("target.xml");
+  folder.Folder("Archive/a");
+  folder.Folder("Archive2");
+  const fs::path namesake = folder.Write("Archive2/x.xml", "");
+  fs::create_directory_symlink(outside, archive / "link");
+  for (const fs::path& path : {target, archive / "a" / ".." / ".." / "outside" / "target.xml",
+                               archive / ".." / "outside" / "target.xml", archive / "link" / "target.xml",
+                               archive / "." / "link" / "target.xml", namesake, archive, archive / "",
+                               archive / "a", archive / "a" / "", outside}) {
+    const DeletionResult result = deletion.DeleteSelected({path}, display);
+    EXPECT_EQ(result.deleted, 0U) << path;
+    EXPECT_EQ(result.failed, 1U) << path;
+    EXPECT_THAT(result.firstFailure, HasSubstr("cannot ")) << path;
+  }
+  EXPECT_TRUE(fs::exists(target));
+  EXPECT_TRUE(fs::exists(namesake));
+  EXPECT_TRUE(fs::is_directory(archive / "a"));
+}
+
+TEST_F(ArchiveDeletionTest, DeleteSelectedRemovesALinkItself) {
+  const fs::path target = Outside("target.xml");
+  folder.Folder("Archive/a");
+  fs::create_symlink(target, archive / "a/link.xml");
+  EXPECT_EQ(deletion.DeleteSelected({archive / "a" / "link.xml"}, display).deleted, 1U);
+  EXPECT_THAT(Left(), ElementsAre("a"));
+  EXPECT_TRUE(fs::exists(target));
+}
+
+TEST_F(ArchiveDeletionTest, PassesOverWhatCannotBeDeleted) {
+  folder.Folder("Archive/a/x.xml");
+  const fs::path one = Write("a/y.xml");
+  const DeletionResult result = deletion.DeleteSelected({archive / "a" / "x.xml", one}, display);
+  EXPECT_EQ(result.deleted, 1U);
+  EXPECT_EQ(result.failed, 1U);
+  EXPECT_THAT(result.firstFailure, HasSubstr("x.xml: Is a directory"));
+}
+
+TEST_F(ArchiveDeletionTest, EndsWhenAskedTo) {
+  for (const char* name : {"a/1.xml", "a/2.xml", "a/3.xml", "b/4.xml"}) Write(name);
+  display.stopAfterTurns = 2;
+  EXPECT_EQ(deletion.DeleteAll(display).deleted, 2U);
+  EXPECT_THAT(Left(), ElementsAre("a/3.xml", "b/4.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, WithoutAnArchiveFolderDeletesNothing) {
+  for (const fs::path& none : {fs::path(), folder.Path() / "none"}) {
+    ArchiveDeletion other(files, none);
+    EXPECT_THAT(other.ProductCodes(), IsEmpty());
+    EXPECT_EQ(other.DeleteAll(display).deleted, 0U);
+    EXPECT_EQ(other.DeleteProcess("a", display).deleted, 0U);
+    EXPECT_EQ(other.DeleteSelected({Outside("x.xml")}, display).deleted, 0U);
+    other.RemoveEmptyProductFolders(display);
+  }
+  EXPECT_TRUE(fs::exists(outside / "x.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, RemoveEmptyProductFoldersKeepsWhatHasAnythingInIt) {
+  for (const char* name : {"Archive/empty", "Archive/.empty", "Archive/withFolder/sub"}) folder.Folder(name);
+  Write("file/x.txt");
+  Write("hidden/.x");
+  fs::create_symlink("nowhere", folder / "Archive/withLink/link");
+  fs::create_directory_symlink(outside, archive / "link");
+  deletion.RemoveEmptyProductFolders(display);
+  EXPECT_THAT(Left(), ElementsAre("file/x.txt", "hidden/.x", "link", "withFolder/sub", "withLink/link"));
+  EXPECT_TRUE(fs::is_directory(outside));
+}
+
+}  // namespace
+}  // namespace fieldpost
