@@ -8,9 +8,9 @@ import time
 
 
 class XServer:
-    """From `with` to the end of it; `display` is its name. window_manager: the command of one, or None."""
+    """From `with` to the end of it; `display` is its name. window_manager: whether there is one, openbox."""
 
-    def __init__(self, window_manager="openbox", screen="1600x1200x24"):
+    def __init__(self, window_manager=True, screen="1600x1200x24"):
         self.window_manager = window_manager
         self.screen = screen
         self.display = None
@@ -28,8 +28,7 @@ class XServer:
             raise RuntimeError("Xvfb did not start")
         self.display = f":{number}"
         if self.window_manager:
-            self._start([self.window_manager])
-            self._wait_for_window_manager()
+            self._start_openbox()
         return self
 
     def __exit__(self, *_):
@@ -42,19 +41,18 @@ class XServer:
         """Starts a program on the display. Whoever asked for it ends it; else it ends with the server."""
         return self._start(command)
 
-    def _start(self, command, pass_fds=()):
+    def _start(self, command, pass_fds=(), stdout=subprocess.DEVNULL):
         process = subprocess.Popen(command, env=self.environment(), pass_fds=pass_fds, stdin=subprocess.DEVNULL,
-                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                                   stdout=stdout, stderr=subprocess.DEVNULL)
         self._processes.append(process)
         return process
 
-    def _wait_for_window_manager(self):
-        """It is ready once it lists the windows that it manages; one that comes before may stay unseen."""
-        until = time.monotonic() + 20
-        while "_NET_CLIENT_LIST(WINDOW)" not in self.run("xprop", "-root", "_NET_CLIENT_LIST"):
-            if time.monotonic() > until:
-                raise RuntimeError(f"{self.window_manager} did not start")
-            time.sleep(0.02)
+    def _start_openbox(self):
+        """Returns when it manages windows: it runs its start-up command then."""
+        process = self._start(["openbox", "--sm-disable", "--startup", "echo ready"], stdout=subprocess.PIPE)
+        with process.stdout:
+            if b"ready\n" not in iter(process.stdout.readline, b""):  # it also tells what it misses
+                raise RuntimeError("openbox did not start")
 
     def environment(self):
         """What a program with a window on this display finds around it."""
@@ -80,7 +78,8 @@ class XServer:
         until = time.monotonic() + timeout
         while not (found := self.windows(title, process)):
             if time.monotonic() > until:
-                raise RuntimeError(f"no window {title!r} came up")
+                raise RuntimeError(f"no window {title!r} came up; there are:\n"
+                                   + self.run("xwininfo", "-root", "-tree"))
             time.sleep(0.02)
         return found
 
