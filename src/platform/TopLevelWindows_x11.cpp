@@ -15,7 +15,10 @@ namespace fieldpost {
 namespace {
 
 struct Free {
-  void operator()(void* reply) const { std::free(reply); }
+  // The library makes its answers with malloc.
+  void operator()(void* reply) const {
+    std::free(reply);  // NOLINT(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
+  }
 };
 template <typename T>
 using Reply = std::unique_ptr<T, Free>;

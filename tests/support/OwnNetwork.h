@@ -86,9 +86,9 @@ inline std::string Enter(const OwnNetworkOptions& options) {
   if (!options.answersEchoes && !WriteSetting("/proc/sys/net/ipv4/icmp_echo_ignore_all", "1")) {
     return "refused: to leave echoes without answer";
   }
-  const char* groups = options.grantsEchoSockets ? "0 0" : "1 0";
-  if (!WriteSetting("/proc/sys/net/ipv4/ping_group_range", groups)) {
-    return "refused: to say who may open sockets for echoes";
+  // A new network grants such sockets to nobody.
+  if (options.grantsEchoSockets && !WriteSetting("/proc/sys/net/ipv4/ping_group_range", "0 0")) {
+    return "refused: to grant sockets for echoes";
   }
   if (!Reject(options.rejectedAddress)) return "refused: to add a route";
   return options.grantsRawSockets || DropRights() ? "" : "refused: to drop rights";
