@@ -1,7 +1,9 @@
 // A program that starts as one with windows does: it makes its main window without showing it, and asks
 // whether another copy runs. It writes the window's number and "alone" or "second", shows its window when a
-// line comes from its standard input, says so, and ends with the next line.
+// line comes from its standard input, says so, and ends with the next line. Its argument names a library that
+// it loads first.
 #include <QApplication>
+#include <QLibrary>
 #include <QMainWindow>
 #include <QWindow>
 #include <iostream>
@@ -13,6 +15,7 @@
 int main(int argc, char** argv) {
   QApplication program(argc, argv);
   QApplication::setApplicationDisplayName("Fieldpost");
+  if (argc > 1 && !QLibrary(QString::fromLocal8Bit(argv[1])).load()) return 1;
   QMainWindow window;
   window.setWindowTitle("Fieldpost");
   const WId number = window.winId();

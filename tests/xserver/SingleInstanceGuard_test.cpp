@@ -17,8 +17,9 @@ namespace {
 /// A program with a real main window that asks the guard before it shows it.
 class Copy {
  public:
-  explicit Copy(std::vector<std::pair<std::string, std::string>> variables)
-      : program_({FIELDPOST_ASKING_WINDOW}, std::move(variables)),
+  explicit Copy(std::vector<std::pair<std::string, std::string>> variables,
+                const std::vector<std::string>& libraries = {})
+      : program_(Words(libraries), std::move(variables)),
         number_(program_.ReadLine()),
         answer_(program_.ReadLine()) {}
 
@@ -35,6 +36,12 @@ class Copy {
   void End() { program_.End(); }
 
  private:
+  static std::vector<std::string> Words(const std::vector<std::string>& libraries) {
+    std::vector<std::string> words{FIELDPOST_ASKING_WINDOW};
+    words.insert(words.end(), libraries.begin(), libraries.end());
+    return words;
+  }
+
   StartedProgram program_;
   std::string number_;
   std::string answer_;
@@ -91,13 +98,13 @@ TEST(GuardWithoutX11Test, CopiesAreKnownByTheirWindowLibrary) {
   const auto library = folder / "libfieldpost-window.so";
   std::filesystem::copy_file(FIELDPOST_SMALL_LIBRARY, library);
   const std::vector<std::pair<std::string, std::string>> session{{"QT_QPA_PLATFORM", "offscreen"},
-                                                                 {"XDG_RUNTIME_DIR", folder.Path().string()},
-                                                                 {"LD_PRELOAD", library.string()}};
-  Copy first(session);
+                                                                 {"XDG_RUNTIME_DIR", folder.Path().string()}};
+  const std::vector<std::string> libraries{library.string()};
+  Copy first(session, libraries);
   EXPECT_EQ(first.Answer(), "alone");
-  EXPECT_EQ(Copy(session).Answer(), "second");
+  EXPECT_EQ(Copy(session, libraries).Answer(), "second");
   first.End();
-  EXPECT_EQ(Copy(session).Answer(), "alone");
+  EXPECT_EQ(Copy(session, libraries).Answer(), "alone");
 }
 
 }  // namespace
