@@ -1,0 +1,138 @@
+// The elements of an XML file, as the viewer shows them: one line of text for each.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace fieldpost {
+
+/// A list that grows without ever copying what it holds, so that growing takes no long pause.
+template <class Item, std::size_t BlockItems>
+class BlockList {
+ public:
+  [[nodiscard]] std::size_t Size() const { return size_; }
+  [[nodiscard]] std::size_t MemoryBytes() const { return blocks_.size() * sizeof(Block); }
+  [[nodiscard]] const Item& operator[](std::size_t at) const {
+    return (*blocks_[at / BlockItems])[at % BlockItems];
+  }
+  [[nodiscard]] Item& operator[](std::size_t at) { return (*blocks_[at / BlockItems])[at % BlockItems]; }
+
+  void Add(const Item& item) { Append(&item, 1); }
+
+  void Append(const Item* items, std::size_t count) {
+    while (count > 0) {
+      if (size_ == blocks_.size() * BlockItems) blocks_.push_back(std::make_unique_for_overwrite<Block>());
+      const std::size_t fits = std::min(count, BlockItems - size_ % BlockItems);
+      std::copy_n(items, fits, blocks_.back()->begin() + static_cast<std::ptrdiff_t>(size_ % BlockItems));
+      size_ += fits;
+      items += fits;
+      count -= fits;
+    }
+  }
+
+  /// Calls `take` with a pointer and a count for each stretch of `count` items from `at` on.
+  template <class Take>
+  void ForEachStretch(std::size_t at, std::size_t count, Take take) const {
+    while (count > 0) {
+      const std::size_t fits = std::min(count, BlockItems - at % BlockItems);
+      take(&(*this)[at], fits);
+      at += fits;
+      count -= fits;
+    }
+  }
+
+  void Clear() {
+    blocks_.clear();
+    size_ = 0;
+  }
+
+ private:
+  using Block = std::array<Item, BlockItems>;
+
+  std::vector<std::unique_ptr<Block>> blocks_;
+  std::size_t size_ = 0;
+};
+
+/// A tree of labels that can be looked at while it grows. Nodes are numbered from 0 in the order of the
+/// document, so that what is below a node follows it. Nothing here recurses: depth costs no more than
+/// breadth.
+class XmlTree {
+ public:
+  using Node = std::uint32_t;
+
+  /// Stands for no node: the parent of a root, the sibling of the last child.
+  static constexpr Node None = 0xFFFFFFFF;
+
+  /// How many nodes there are.
+  [[nodiscard]] Node Size() const { return static_cast<Node>(nodes_.Size()); }
+
+  /// The number of a node's ancestors: 0 for a root.
+  [[nodiscard]] std::uint32_t Level(Node node) const { return nodes_[node].level; }
+
+  [[nodiscard]] Node Parent(Node node) const { return nodes_[node].parent; }
+
+  /// The first node after `node` that is not below it. Of a node that is still open, the end of the tree.
+  [[nodiscard]] Node End(Node node) const;
+
+  [[nodiscard]] bool HasChildren(Node node) const;
+
+  /// The next child of the same parent, or the next root; `None` when there is none (yet).
+  [[nodiscard]] Node NextSibling(Node node) const;
+
+  /// "Node-1" for the first node, and so on.
+  [[nodiscard]] static std::string Key(Node node);
+
+  /// The label in UTF-8, or its first `maxBytes` bytes; a cut may fall within a character.
+  [[nodiscard]] std::string Label(Node node, std::size_t maxBytes = static_cast<std::size_t>(-1)) const;
+
+  /// The length of the whole label in bytes.
+  [[nodiscard]] std::size_t LabelBytes(Node node) const;
+
+  /// What the tree takes in memory, in bytes.
+  [[nodiscard]] std::size_t MemoryBytes() const;
+
+  /// Adds a node below the one that was opened last and not closed; a root when there is none.
+  void Open(std::string_view label);
+
+  /// Appends to the label of the node that was opened last and not closed. Only while there is one.
+  void AppendToLabel(std::string_view text);
+
+  /// Nothing more comes below the node that was opened last and not closed. Only while there is one.
+  void Close();
+
+  /// Whether some node is open.
+  [[nodiscard]] bool IsOpen() const { return open_ != None; }
+
+  /// Back to no nodes.
+  void Clear();
+
+ private:
+  struct NodeData {
+    std::uint64_t textAt;  // the label, or its beginning, in text_
+    std::uint32_t textBytes;
+    Node parent;
+    Node end;  // None while the node is open
+    std::uint32_t level;
+  };
+  struct Piece {
+    std::uint64_t at;
+    std::uint64_t bytes;
+  };
+
+  void CopyText(std::uint64_t at, std::uint64_t bytes, std::string& target) const;
+
+  BlockList<NodeData, 16384> nodes_;
+  BlockList<char, 1048576> text_;
+  // The rest of a label to which something was added when labels of other nodes stood behind it already.
+  std::unordered_map<Node, std::vector<Piece>> more_;
+  Node open_ = None;
+};
+
+}  // namespace fieldpost
