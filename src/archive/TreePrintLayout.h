@@ -1,0 +1,71 @@
+// Where the lines of a printed tree stand on the pages.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace fieldpost {
+
+/// Positions and lengths on a page are in twips, 1440 to the inch, from the top left of what can be printed
+/// on.
+using Twips = double;
+
+/// What the layout must know of the page, the tree view and the screen.
+struct PrintMeasures {
+  Twips pageWidth = 0;      ///< what can be printed on
+  Twips pageHeight = 0;     ///< the same
+  int indentation = 0;      ///< of the tree view for each level; used as twips unchanged
+  Twips screenPixelX = 15;  ///< one pixel of the screen
+  Twips screenPixelY = 15;  ///< the same
+};
+
+/// A connecting line.
+struct PrintedLine {
+  Twips x1, y1, x2, y2;
+  bool operator==(const PrintedLine&) const = default;
+};
+
+/// One node on its page.
+struct PrintedNode {
+  std::size_t page;  ///< from 0
+  Twips top;         ///< of its line
+  Twips height;      ///< of its line
+  Twips labelX;      ///< left edge of the label
+  Twips labelY;      ///< top of the label's text
+  std::optional<PrintedLine> horizontal;
+  std::vector<PrintedLine> verticals;  ///< the parent's column first, then outwards
+};
+
+/// Places the visible nodes of a tree, one line each, in the order in which they stand. Each node costs what
+/// its own lines cost; lines in columns to the right of the page are left out, so that a deep tree does not
+/// cost the square of its depth.
+class TreePrintLayout {
+ public:
+  /// Kept free at the top and at the bottom of each page.
+  static constexpr Twips Margin = 100;
+
+  /// `beforeNewPage` is called before each page break; it may be empty.
+  TreePrintLayout(const PrintMeasures& measures, std::function<void()> beforeNewPage)
+      : measures_(measures), beforeNewPage_(std::move(beforeNewPage)) {}
+
+  /// Places the next node. `level` is the number of its ancestors, at most one more than that of the node
+  /// before; `textHeight` the height of its label. A line that is taller than a page stands alone on one.
+  PrintedNode Place(std::uint32_t level, bool hasNextSibling, Twips textHeight);
+
+ private:
+  [[nodiscard]] Twips ColumnOf(std::size_t level) const;
+  void BreakPageFor(Twips height);
+  void AddVerticals(PrintedNode& node, std::size_t level) const;
+
+  PrintMeasures measures_;
+  std::function<void()> beforeNewPage_;
+  std::size_t page_ = 0;
+  Twips y_ = Margin;
+  std::vector<bool> goesOn_;  // of the node and its ancestors, by level: a sibling follows
+};
+
+}  // namespace fieldpost
