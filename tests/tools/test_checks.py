@@ -3,9 +3,54 @@
 import pathlib
 import unittest
 
+import check_help
 import check_layers
 import check_registered
 import check_text
+
+
+class Help(unittest.TestCase):
+    BOOK = 'All is well: ... (Title) No such file ... found. A "quoted" word'
+    PAGES = {"a.html": '<a name="one"></a><a href="b.html#two">b</a>', "b.html": '<h1 id="two"></h1>', "c.css": ""}
+    PROJECT = """<QtHelpProject><filterSection><toc><section ref="a.html#one"/><section ref="b.html"/></toc>
+        <keywords><keyword ref="b.html#two"/></keywords>
+        <files><file>a.html</file><file>b.html</file><file>c.css</file></files></filterSection></QtHelpProject>"""
+
+    def test_messages(self):
+        for code, expected in [
+                ('log.WriteLog("All is well", 4);', 0),
+                ('log.WriteLog("All is bad", 4);', 1),
+                ('log.WriteLog("All is "\n    "well: " + name, 4);', 0),
+                ('log.WriteLog("All is "\n    "bad: " + name, 4);', 1),
+                ('p.ShowMessage(fmt::format("No such file {} found", f(x)), Icon, "Title");', 0),
+                ('p.ShowMessage(fmt::format("No such file {} lost", f(x)), Icon, "Title");', 1),
+                ('p.ShowMessage("All is well", Icon, "Other title");', 1),
+                ('if (!p.AskYesNo("Really?", Icon, "")) return;', 1),
+                ('constexpr std::string_view Text =\n    "gone for good";\nlog.WriteLog(Text, 4);', 1),
+                ('constexpr std::string_view Text =\n    "gone for good";\nlog.Other(Text, 4);', 0),
+                ('throw FileError("No such file", path, reason);', 0),
+                ('throw FileError("cannot go on", path, reason);', 1),
+                ('log.WriteLog("A \\"quoted\\" word", 4);', 0),
+                ('log.WriteLog("----", 5);', 0),
+                ('Show("Anything at all");', 0)]:
+            with self.subTest(code=code):
+                self.assertEqual(expected, len(check_help.message_faults("x.cpp", code, self.BOOK)))
+
+    def test_links(self):
+        self.assertEqual([], check_help.link_faults(self.PAGES))
+        for link, expected in [("b.html", 0), ("b.html#two", 0), ("#one", 0), ("b.html#one", 1), ("d.html", 1),
+                               ("#three", 1), ("https://example.org/", 1)]:
+            with self.subTest(link=link):
+                pages = {**self.PAGES, "a.html": f'<a name="one" href="{link}">x</a>'}
+                self.assertEqual(expected, len(check_help.link_faults(pages)))
+
+    def test_project(self):
+        for old, new, expected in [("", "", 0), ("<file>b.html</file>", "", 1), ("c.css", "d.css", 2),
+                                   ('<section ref="b.html"/>', "", 1), ("b.html#two", "b.html#three", 1),
+                                   ('<keyword ref="b.html#two"/>', '<keyword ref="d.html"/>', 1)]:
+            with self.subTest(old=old, new=new):
+                project = self.PROJECT.replace(old, new) if old else self.PROJECT
+                self.assertEqual(expected, len(check_help.project_faults(project, self.PAGES)))
 
 
 class Layers(unittest.TestCase):
