@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QKeyEvent>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 
@@ -10,6 +11,7 @@
 #include "archive/frmAboutFP.h"
 #include "common/ProgramVersion.h"
 #include "common/WidgetText.h"
+#include "shell/frmHelp.h"
 #include "ui_MDIFieldpost.h"
 
 namespace fieldpost {
@@ -28,6 +30,7 @@ MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
   ui_->setupUi(this);
   ConnectMenu();
   KeepTitle();
+  QApplication::instance()->installEventFilter(this);
   resize(960, 640);
   startUp_.CheckComponents();
   ports_.display.LetEventsRun();
@@ -51,6 +54,7 @@ bool MDIFieldpost::Load() {
 void MDIFieldpost::ConnectMenu() {
   connect(ui_->mnuClose, &QAction::triggered, this, &MDIFieldpost::UnloadAllForms);
   connect(ui_->mnuLogfile, &QAction::triggered, this, &MDIFieldpost::ShowLogFile);
+  connect(ui_->mnuFPHelp, &QAction::triggered, this, &MDIFieldpost::ShowHelp);
   connect(ui_->mnuAboutFP, &QAction::triggered, this, &MDIFieldpost::ShowAbout);
 }
 
@@ -84,6 +88,33 @@ void MDIFieldpost::CloseChild() {
 void MDIFieldpost::ShowLogFile() {
   CloseChild<FrmLogFile>();
   ShowChild(std::make_unique<FrmLogFile>(program_.ports.files, program_.paths, program_.log, ports_.display));
+}
+
+/// The help can be read beside everything, a modal dialog too: it then belongs to the dialog.
+void MDIFieldpost::ShowHelp() {
+  QWidget* const owner = QApplication::activeModalWidget();
+  if (help_ && (help_->parentWidget() != owner || !help_->isVisible())) delete help_;
+  if (!help_) {
+    auto help = std::make_unique<frmHelp>(program_.ports.files, program_.paths.OwnFolder(), ports_.prompt,
+                                          ports_.memory, owner);
+    if (!help->OpenBook()) return;
+    help->setWindowFlag(Qt::Window);
+    help->setAttribute(Qt::WA_DeleteOnClose);
+    help_ = help.release();
+  }
+  help_->show();
+  help_->raise();
+  help_->activateWindow();
+}
+
+/// F1 in a modal dialog, where the menu's own key is out of reach.
+bool MDIFieldpost::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::KeyPress || static_cast<const QKeyEvent*>(event)->key() != Qt::Key_F1 ||
+      QApplication::activeModalWidget() == nullptr) {
+    return QMainWindow::eventFilter(watched, event);
+  }
+  ShowHelp();
+  return true;
 }
 
 void MDIFieldpost::ShowAbout() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
 #include <filesystem>
 #include <memory>
 
@@ -48,11 +49,13 @@ class MDIFieldpost final : public QMainWindow {
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void ConnectMenu();
   void KeepTitle();
   void ShowLogFile();
+  void ShowHelp();
   void ShowAbout();
   template <class Form>
   QMdiSubWindow* Find() const;
@@ -65,6 +68,7 @@ class MDIFieldpost final : public QMainWindow {
   WindowPorts ports_;
   StartUp startUp_;
   SingleInstanceGuard guard_;
+  QPointer<QWidget> help_;
 };
 
 }  // namespace fieldpost

@@ -10,6 +10,7 @@
 
 #include "archive/FrmLogFile.h"
 #include "environment/RegistryKeys.h"
+#include "shell/frmHelp.h"
 #include "support/WindowSite.h"
 
 namespace fieldpost {
@@ -110,6 +111,51 @@ TEST(MDIFieldpost, ShowsTheAboutBox) {
   };
   site.Command("mnuAboutFP");
   EXPECT_EQ(title, "About Fieldpost");
+}
+
+/// The help windows that are on the screen.
+std::vector<QWidget*> HelpWindows() {
+  std::vector<QWidget*> windows;
+  for (QWidget* window : QApplication::topLevelWidgets()) {
+    if (qobject_cast<frmHelp*>(window) != nullptr && window->isVisible()) windows.push_back(window);
+  }
+  return windows;
+}
+
+TEST(MDIFieldpost, OpensTheHelpByMenuAndKey) {
+  MainWindow site;
+  site.window.Load();
+  site.Command("mnuFPHelp");
+  ASSERT_EQ(HelpWindows().size(), 1U);
+  HelpWindows()[0]->close();
+  EXPECT_EQ(HelpWindows().size(), 0U);
+  for (int i = 0; i < 2; ++i) {  // the second time it is there already
+    site.window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&site.window));
+    QTest::keyClick(&site.window, Qt::Key_F1);
+  }
+  EXPECT_EQ(HelpWindows().size(), 1U);
+  EXPECT_TRUE(std::filesystem::exists(site.home / "FPhelp.hlp"));
+  site.Command("mnuClose");
+  EXPECT_EQ(HelpWindows().size(), 0U);
+}
+
+TEST(MDIFieldpost, OpensTheHelpOverADialog) {
+  MainWindow site;
+  site.window.Load();
+  site.Command("mnuFPHelp");
+  std::vector<QWidget*> windows;
+  bool ofTheDialog = false;
+  test::MessageBoxes boxes;
+  boxes.onDialog = [&](QDialog& dialog) {
+    QTest::keyClick(&dialog, Qt::Key_F1);
+    windows = HelpWindows();
+    ofTheDialog = windows.size() == 1 && windows[0]->parentWidget() == &dialog;
+    QTest::keyClick(&dialog, Qt::Key_Escape);
+  };
+  site.Command("mnuAboutFP");
+  EXPECT_TRUE(ofTheDialog);
+  EXPECT_EQ(HelpWindows().size(), 0U);
 }
 
 TEST(MDIFieldpost, ClosesEveryWindow) {
