@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <stdexcept>
 #include <string_view>
 
 namespace fieldpost {
@@ -17,6 +18,9 @@ class StatusDisplay {
 
   /// Adds a line (or several, separated by CR LF) to the list of what happened.
   virtual void ShowStatusLine(std::string_view text);
+
+  /// Sets the caption that says what is being done.
+  virtual void SetStep(std::string_view text);
 
   /// Sets the label beside the bar.
   virtual void SetLabel(std::string_view text);
@@ -35,5 +39,15 @@ class StatusDisplay {
   /// would after a failure: what was begun is finished or taken back, nothing is lost.
   [[nodiscard]] virtual bool StopRequested() const;
 };
+
+/// A step ended because the person at the screen wanted it to; no failure to be told of. It leaves a step's
+/// inner loops as an exception, and goes no further than the step itself.
+class StepStopped : public std::runtime_error {
+ public:
+  StepStopped() : std::runtime_error("ended by the user") {}
+};
+
+/// Throws StepStopped when the person at the screen wants the step to end.
+void ThrowIfStopRequested(const StatusDisplay& display);
 
 }  // namespace fieldpost

@@ -34,6 +34,10 @@ void WidgetStatusDisplay::ShowStatusLine(std::string_view text) {
   if (widgets_.lines) widgets_.lines->appendPlainText(ToQt(text));
 }
 
+void WidgetStatusDisplay::SetStep(std::string_view text) {
+  if (widgets_.step) widgets_.step->setText(ToQt(text));
+}
+
 void WidgetStatusDisplay::SetLabel(std::string_view text) {
   label_ = text;
   labelChanged_ = true;

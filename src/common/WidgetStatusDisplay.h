@@ -18,6 +18,7 @@ struct StatusWidgets {
   QPointer<QLabel> label;          ///< what SetLabel sets
   QPointer<QProgressBar> bar;      ///< range and position
   QPointer<QPlainTextEdit> lines;  ///< status lines, one below the other
+  QPointer<QLabel> step{};         ///< what SetStep sets
 };
 
 /// A status display on widgets. It lets events run at most every 50 ms, however often it is asked to, and
@@ -39,6 +40,7 @@ class WidgetStatusDisplay final : public StatusDisplay {
   void RequestStop(bool stop) { stopRequested_ = stop; }
 
   void ShowStatusLine(std::string_view text) override;
+  void SetStep(std::string_view text) override;
   void SetLabel(std::string_view text) override;
   void SetRange(std::size_t steps) override;
   void SetPosition(std::size_t done) override;

@@ -42,6 +42,7 @@ class RecordingPrompt final : public UserPrompt {
 class RecordingDisplay final : public StatusDisplay {
  public:
   std::vector<std::string> lines;
+  std::vector<std::string> captions;
   std::vector<std::string> labels;
   std::vector<std::size_t> ranges;
   std::vector<std::size_t> positions;
@@ -50,6 +51,7 @@ class RecordingDisplay final : public StatusDisplay {
   std::size_t stopAfterTurns = std::numeric_limits<std::size_t>::max();
 
   void ShowStatusLine(std::string_view text) override { lines.emplace_back(text); }
+  void SetStep(std::string_view text) override { captions.emplace_back(text); }
   void SetLabel(std::string_view text) override { labels.emplace_back(text); }
   void SetRange(std::size_t steps) override { ranges.push_back(steps); }
   void SetPosition(std::size_t done) override { positions.push_back(done); }
