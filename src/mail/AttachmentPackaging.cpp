@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t NoLimit = 10;
 constexpr std::int32_t HighestChoice = 9;
+constexpr std::size_t WholeBar = 100;
 
 }  // namespace
 
@@ -50,11 +51,9 @@ std::size_t AttachmentPackaging::AttachmentsPerMail() const {
 }
 
 bool AttachmentPackaging::ZipAttachments(PathList& list) {
+  problem_.clear();
   const fs::path folder = ZipFolder();
-  if (!files_.IsFolder(folder)) {
-    log_.WriteLog("Process directory dosen't found", LogCategory::Error);
-    return false;
-  }
+  if (!files_.IsFolder(folder)) return Fail("Process directory dosen't found");
   if (list.empty()) return false;
 
   PathList present;
@@ -65,14 +64,21 @@ bool AttachmentPackaging::ZipAttachments(PathList& list) {
 
   const std::string_view prefix = flags_.SendingPPC ? PpcPrefix : FaultlogPrefix;
   const fs::path zip = folder / ZipName(DocumentStem(prefix, settings_.PartnerID, clock_.Now()));
-  const ZipResult result = WriteZip(files_, present, zip, display_);
+  display_.SetRange(WholeBar);
+  const ZipResult result = WriteZip(files_, present, zip, display_, [this](int percent) {
+    display_.SetPosition(static_cast<std::size_t>(percent));
+  });
   lastZipResult_ = result.code;
-  if (result.code != 0) {
-    log_.WriteLog(result.description, LogCategory::Error);
-    return false;
-  }
+  if (result.stopped) return false;
+  if (result.code != 0) return Fail(result.description);
   list.push_back(zip);
   return true;
+}
+
+bool AttachmentPackaging::Fail(std::string_view problem) {
+  problem_ = problem;
+  log_.WriteLog(problem, LogCategory::Error);
+  return false;
 }
 
 fs::path AttachmentPackaging::ZipFolder() const {

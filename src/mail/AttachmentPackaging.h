@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 #include "common/RunFlags.h"
 #include "common/RunLists.h"
@@ -30,12 +32,16 @@ class AttachmentPackaging {
   [[nodiscard]] std::size_t AttachmentsPerMail() const;
 
   /// Packs the files of a list into one zip, moves the list's entries to the packed-files list and leaves the
-  /// zip as its only entry. Files that are missing are left out. False when nothing was packed; the log says
-  /// why.
+  /// zip as its only entry. Files that are missing are left out. False when nothing was packed; Problem() and
+  /// the log say why. The bar of the display shows the percentage.
   bool ZipAttachments(PathList& list);
 
   /// The zip component's result of the last packing; 0 is success.
   [[nodiscard]] std::int32_t LastZipResult() const { return lastZipResult_; }
+
+  /// Why the last packing failed, in one line; empty when it did not, when there was nothing to pack, and
+  /// when the person at the screen wanted the end.
+  [[nodiscard]] const std::string& Problem() const { return problem_; }
 
   /// Deletes every file of the PPCTemp folder.
   void ClearPPCTemp();
@@ -46,6 +52,7 @@ class AttachmentPackaging {
  private:
   [[nodiscard]] std::size_t ConfiguredPerMail() const;
   [[nodiscard]] std::filesystem::path ZipFolder() const;
+  bool Fail(std::string_view problem);
   void DeleteFiles(const std::filesystem::path& folder, std::string_view ending);
 
   FileSystem& files_;
@@ -57,6 +64,7 @@ class AttachmentPackaging {
   ModWriteLogFile& log_;
   StatusDisplay& display_;
   std::int32_t lastZipResult_ = 0;
+  std::string problem_;
 };
 
 }  // namespace fieldpost

@@ -57,6 +57,10 @@ class MailTransport {
   /// number, a blank and the server's last reply or the fault's description. The number is 0 on success and
   /// only then, and no failure's text contains "error: 0" in any letter case.
   [[nodiscard]] virtual std::string StatusText() const = 0;
+
+  /// Whether the last mail was not sent because the person at the screen wanted the end. The server has then
+  /// surely not accepted it.
+  [[nodiscard]] virtual bool WasStopped() const { return false; }
 };
 
 }  // namespace fieldpost

@@ -34,11 +34,14 @@ TlsMode TlsModeFrom(std::string_view setting) {
   return TlsMode::Auto;
 }
 
-ContentHash HashFile(const FileSystem& files, const fs::path& path) {
+ContentHash HashFile(const FileSystem& files, const fs::path& path, StatusDisplay& display) {
   const std::unique_ptr<FileReader> reader = files.OpenForReading(path);
   ContentHasher hasher;
   std::array<char, 65536> buffer{};
-  while (const std::size_t got = reader->Read(buffer)) hasher.Add({buffer.data(), got});
+  while (const std::size_t got = reader->Read(buffer)) {
+    hasher.Add({buffer.data(), got});
+    display.LetEventsRun();
+  }
   return hasher.Hash();
 }
 
@@ -85,6 +88,7 @@ void SendLoop::CollectWaiting() {
   const fs::path folder = PathFromUtf8(settings_.ProcessFolder);
   std::unordered_set<fs::path::string_type> known;
   const auto add = [&](const fs::path& document) {
+    display_.LetEventsRun();
     if (!known.insert(document.native()).second || !IsWaitingDocument(files_, document)) return;
     lists_.Attachments.push_back(document);
   };
@@ -99,7 +103,18 @@ void SendLoop::CollectWaiting() {
 bool SendLoop::SendData() {
   packaging_.DeleteZipFiles();
   if (lists_.Attachments.empty()) return false;
-  if (EqualNoCase(settings_.UseZip, "true") && !packaging_.ZipAttachments(lists_.Attachments)) return false;
+  if (EqualNoCase(settings_.UseZip, "true") && !Pack()) return false;
+  return SendPackedData();
+}
+
+bool SendLoop::Pack() {
+  display_.SetStep("Packing files...");
+  if (packaging_.ZipAttachments(lists_.Attachments)) return true;
+  if (!packaging_.Problem().empty()) ShowProblem(packaging_.Problem());
+  return false;
+}
+
+bool SendLoop::SendPackedData() {
   if (!SendMail()) return false;
 
   constexpr std::string_view done = "Mail(s) has been Sent!";
@@ -121,22 +136,41 @@ bool SendLoop::SendMail() {
   const int count = packaging_.CountMails();
   try {
     for (int number = 1; number <= count; ++number) {
+      ShowProgress(fmt::format("Sending mail {}/{}...", number, count), static_cast<std::size_t>(number - 1),
+                   static_cast<std::size_t>(count));
       const Mail mail = MailOf(number, count);
       display_.LetEventsRun();
-      if (!SendOneMail(mail)) return false;
+      if (display_.StopRequested() || !SendOneMail(mail)) return false;
     }
   } catch (const std::exception& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
-    return false;
+    return Fail(error.what());
   }
   return true;
 }
 
+void SendLoop::ShowProgress(std::string_view step, std::size_t done, std::size_t count) {
+  if (done == 0) display_.SetRange(count);
+  display_.SetStep(step);
+  display_.SetLabel(fmt::format("{}%", done * 100 / count));
+  display_.SetPosition(done);
+}
+
+bool SendLoop::Fail(std::string_view problem) {
+  log_.WriteLog(problem, LogCategory::Error);
+  ShowProblem(problem);
+  return false;
+}
+
+void SendLoop::ShowProblem(std::string_view problem) {
+  if (flags_.ShowMessages) prompt_.ShowMessage(problem, MessageIcon::Critical, "Error");
+}
+
 bool SendLoop::SendOneMail(const Mail& mail) {
   const bool sent = transport_.Send(Server(), mail);
+  if (transport_.WasStopped()) return false;
   const std::string status = transport_.StatusText();
   log_.WriteLog(status, LogCategory::Mail);
-  if (!sent && flags_.ShowMessages) prompt_.ShowMessage(status, MessageIcon::Critical, "Error");
+  if (!sent) ShowProblem(status);
   return sent;
 }
 
@@ -188,7 +222,7 @@ Mail SendLoop::MailOf(int number, int count) {
 std::string SendLoop::MessageIdOf(const Mail& mail, int number, int count) const {
   std::string identity = fmt::format("{} {}{}/{}", settings_.PartnerID,
                                      flags_.SendingPPC ? PpcPrefix : FaultlogPrefix, number, count);
-  for (const fs::path& file : mail.attachments) identity += " " + ToHex(HashFile(files_, file));
+  for (const fs::path& file : mail.attachments) identity += " " + ToHex(HashFile(files_, file, display_));
   return fmt::format("<{}@{}>", ToHex(HashContent(identity)), DomainOf(mail.sender));
 }
 
@@ -196,20 +230,26 @@ bool SendLoop::MarkSent() {
   PathList documents = std::exchange(lists_.PackedFiles, {});
   const PathList attachments = std::exchange(lists_.Attachments, {});
   documents.insert(documents.end(), attachments.begin(), attachments.end());
-  bool all = true;
-  for (const fs::path& document : documents) all = MarkFile(document) && all;
-  return all;
+  std::string problem;
+  for (std::size_t i = 0; i < documents.size(); ++i) {
+    ShowProgress("Marking what was sent...", i, documents.size());
+    const std::string one = MarkFile(documents[i]);
+    log_.WriteLog(one, LogCategory::Error);
+    if (problem.empty()) problem = one;
+    display_.LetEventsRun();
+  }
+  if (!problem.empty()) ShowProblem(problem);
+  return problem.empty();
 }
 
-bool SendLoop::MarkFile(const fs::path& path) {
-  if (!EndsWithNoCase(Utf8FromPath(path), ".xml") || !files_.IsFile(path)) return true;
+std::string SendLoop::MarkFile(const fs::path& path) {
+  if (!EndsWithNoCase(Utf8FromPath(path), ".xml") || !files_.IsFile(path)) return {};
   try {
     const std::optional<std::string> marked = MarkedAsSent(files_.ReadWhole(path, AnySize));
     if (marked) files_.SaveAtomically(path, *marked);
-    return true;
+    return {};
   } catch (const FileError& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
-    return false;
+    return error.what();
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "common/RunFlags.h"
 #include "common/RunLists.h"
@@ -19,7 +20,9 @@
 namespace fieldpost {
 
 /// Sends the attachment list in numbered mails. A set is marked as sent when all of its mails went, and only
-/// then; after a failure the whole set is offered again by the next run.
+/// then; after a failure the whole set is offered again by the next run. So it is when the person at the
+/// screen wants the end, which no line of the log and no message box here tells of: that is for the run's
+/// driver.
 class SendLoop {
  public:
   SendLoop(FileSystem& files, const Clock& clock, const MailSettings& settings, const RunFlags& flags,
@@ -35,6 +38,9 @@ class SendLoop {
   /// Packs the attachment list where the settings ask for it, and sends it. True when mail was sent.
   bool SendData();
 
+  /// Sends the attachment list as it stands, which may have been packed before. True when mail was sent.
+  bool SendPackedData();
+
   /// Sends the attachment list as numbered mails. True when all went.
   bool SendMail();
 
@@ -46,12 +52,16 @@ class SendLoop {
   bool MarkSent();
 
  private:
+  bool Pack();
   void CollectWaiting();
+  void ShowProgress(std::string_view step, std::size_t done, std::size_t count);
+  bool Fail(std::string_view problem);
+  void ShowProblem(std::string_view problem);
   [[nodiscard]] MailServer Server() const;
   [[nodiscard]] PathList FilesOfMail(int number) const;
   [[nodiscard]] Mail MailOf(int number, int count);
   [[nodiscard]] std::string MessageIdOf(const Mail& mail, int number, int count) const;
-  bool MarkFile(const std::filesystem::path& path);
+  std::string MarkFile(const std::filesystem::path& path);
 
   FileSystem& files_;
   const Clock& clock_;

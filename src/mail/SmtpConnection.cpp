@@ -13,7 +13,8 @@
 namespace fieldpost {
 namespace {
 
-constexpr int LongestWaitMilliseconds = 50;
+/// Well below the 50 ms after which a window lets events run: waits that end just before would double them.
+constexpr int LongestWaitMilliseconds = 20;
 constexpr std::size_t LongestLine = 65536;
 
 std::string_view WithoutLineEnd(std::string_view line) {
@@ -163,11 +164,18 @@ void SmtpConnection::NoteProgress() {
 }
 
 void SmtpConnection::Wait(short events, Seconds limit) {
+  if (handingOver_ && StopRequested()) limit = std::min(limit, timeout_);
   if (clock_.Steady() - lastProgress_ >= limit) throw Silence(limit);
-  display_.LetEventsRun();
+  TakeTurn();
   curl_waitfd extra{.fd = socket_, .events = events, .revents = 0};
   ::curl_multi_poll(multi_.get(), events == 0 ? nullptr : &extra, events == 0 ? 0 : 1,
                     LongestWaitMilliseconds, nullptr);
+}
+
+void SmtpConnection::TakeTurn() {
+  display_.LetEventsRun();
+  if (handingOver_ || !StopRequested()) return;
+  throw SmtpFault(StoppedByUser, StepStopped().what(), false);
 }
 
 void SmtpConnection::Send(std::string_view bytes) {
@@ -179,7 +187,7 @@ void SmtpConnection::Send(std::string_view bytes) {
     bytes.remove_prefix(sent);
     if (sent > 0) {
       Progress();
-      display_.LetEventsRun();
+      TakeTurn();
     } else {
       Wait(CURL_WAIT_POLLOUT, timeout_);
     }

@@ -27,9 +27,13 @@ struct SmtpLimits {
   std::function<bool(const std::string&)> isThisMachine = IsThisMachine;
 };
 
+/// The number of the SmtpFault that ends a connection because the person at the screen wanted it.
+inline constexpr int StoppedByUser = CURLE_ABORTED_BY_CALLBACK;
+
 /// libcurl finds the server, connects, encrypts and logs in. The few commands that carry a mail then go over
 /// its connection from here, because libcurl itself stands still while it waits for the last answer, and
-/// window events with it. Every wait lets events run, at the latest after 50 ms. What fails throws SmtpFault.
+/// window events with it. Every wait lets events run, at the latest after 50 ms, and ends when the person at
+/// the screen wants it to. What fails throws SmtpFault.
 class SmtpConnection {
  public:
   /// Connects, which takes as long as the settings' time-out allows. `server` has passed CheckMail; it, the
@@ -42,6 +46,10 @@ class SmtpConnection {
 
   /// Whether the server takes the size of a message with its sender.
   [[nodiscard]] bool OffersSize() const { return login_.OffersSize(); }
+
+  /// From here on the server may take the mail over. Its answer decides what became of the mail, so the wish
+  /// to end only shortens the wait for it to the settings' time-out.
+  void BeginHandover() { handingOver_ = true; }
 
   /// Sends all of `bytes`.
   void Send(std::string_view bytes);
@@ -74,6 +82,8 @@ class SmtpConnection {
   void NoteProgress();
   void Progress() { lastProgress_ = clock_.Steady(); }
   void Wait(short events, Seconds limit);
+  void TakeTurn();
+  [[nodiscard]] bool StopRequested() const { return display_.StopRequested(); }
   bool Receive();
   std::optional<std::string> TakeLine();
   std::optional<SmtpReply> TakeReply();
@@ -97,6 +107,7 @@ class SmtpConnection {
   std::size_t seenSteps_ = 0;
   std::string input_;
   bool closed_ = false;
+  bool handingOver_ = false;
   SmtpReplyReader replies_;
 };
 

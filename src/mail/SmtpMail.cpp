@@ -90,6 +90,7 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail) {
     number = CURLE_FAILED_INIT;
     description = error.what();
   }
+  stopped_ = number == StoppedByUser;
   statusText_ = MailStatusText(server, mail, number, description);
   return number == CURLE_OK;
 }
@@ -128,6 +129,7 @@ std::string SmtpMail::Submit(SmtpConnection& connection, const Mail& mail, MimeM
 std::string SmtpMail::Finish(SmtpConnection& connection) const {
   SmtpReply reply;
   try {
+    connection.BeginHandover();
     connection.Send(".\r\n");
     reply = connection.AwaitReply(limits_.finalAnswer);
   } catch (const SmtpFault& fault) {

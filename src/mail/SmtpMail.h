@@ -13,7 +13,10 @@
 
 namespace fieldpost {
 
-/// One connection a mail. While it waits it lets window events run, at the latest after 50 ms.
+/// One connection a mail. While it waits it lets window events run, at the latest after 50 ms. When the
+/// person at the screen wants the end, the connection is dropped at the next such turn, as long as the end of
+/// the data was not sent; nothing was accepted then. Once it was sent, the server's answer is awaited, but no
+/// longer than any other.
 class SmtpMail final : public MailTransport {
  public:
   /// `files`, `clock` and `display` must outlive the object.
@@ -22,6 +25,7 @@ class SmtpMail final : public MailTransport {
 
   bool Send(const MailServer& server, const Mail& mail) override;
   [[nodiscard]] std::string StatusText() const override { return statusText_; }
+  [[nodiscard]] bool WasStopped() const override { return stopped_; }
 
  private:
   [[nodiscard]] std::string Deliver(const MailServer& server, const Mail& mail) const;
@@ -34,6 +38,7 @@ class SmtpMail final : public MailTransport {
   StatusDisplay& display_;
   SmtpLimits limits_;
   std::string statusText_;
+  bool stopped_ = false;
 };
 
 }  // namespace fieldpost

@@ -74,9 +74,7 @@ class FileSource {
         reader_ = packing_.files.OpenForReading(path_);
         return 0;
       case ZIP_SOURCE_READ:
-        packing_.display.LetEventsRun();
-        return static_cast<zip_int64_t>(
-            reader_->Read({static_cast<char*>(data), static_cast<std::size_t>(size)}));
+        return Read({static_cast<char*>(data), static_cast<std::size_t>(size)});
       case ZIP_SOURCE_CLOSE:
         reader_.reset();
         return 0;
@@ -88,6 +86,13 @@ class FileSource {
         ::zip_error_set(&error_, ZIP_ER_OPNOTSUPP, 0);
         return -1;
     }
+  }
+
+  zip_int64_t Read(std::span<char> buffer) {
+    packing_.display.LetEventsRun();
+    if (!packing_.display.StopRequested()) return static_cast<zip_int64_t>(reader_->Read(buffer));
+    ::zip_error_set(&error_, ZIP_ER_CANCELLED, 0);
+    return -1;
   }
 
   zip_int64_t Stat(void* data, zip_uint64_t size) {
@@ -195,7 +200,7 @@ ZipResult WriteZip(FileSystem& files, std::span<const fs::path> paths, const fs:
     files.Rename(temporary, zipFile);
     return result;
   } catch (const ZipFault& fault) {
-    result = {.code = fault.Code(), .description = fault.what()};
+    result = {.code = fault.Code(), .description = fault.what(), .stopped = fault.Code() == ZIP_ER_CANCELLED};
   } catch (const std::exception& error) {
     result = {.code = ZIP_ER_WRITE, .description = error.what()};
   }

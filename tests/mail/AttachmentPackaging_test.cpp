@@ -116,5 +116,23 @@ TEST(ClearPPCTemp, DeletesEveryFile) {
   EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty());
 }
 
+TEST(ZipAttachments, EndsWithoutAWordWhenAsked) {
+  test::ReadySite site;
+  site.program.lists.Attachments = {site.folder.Write("one.xml", "1")};
+  site.display.stopAfterTurns = 0;
+  EXPECT_FALSE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
+  EXPECT_EQ(site.program.packaging.Problem(), "");
+  EXPECT_THAT(site.Log(), IsEmpty());
+  EXPECT_THAT(test::Names(site.Tree("Process")), IsEmpty());
+}
+
+TEST(ZipAttachments, ShowsHowFarItIs) {
+  test::ReadySite site;
+  site.program.lists.Attachments = {site.folder.Write("one.xml", std::string(100000, 'x'))};
+  EXPECT_TRUE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
+  EXPECT_THAT(site.display.ranges, ElementsAre(100));
+  EXPECT_EQ(site.display.positions.back(), 100U);
+}
+
 }  // namespace
 }  // namespace fieldpost

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <limits>
+
 #include "common/DocumentMode.h"
 #include "support/TestSite.h"
 
@@ -266,6 +268,87 @@ TEST(SendMail, KeepsOtherCharactersOfThePartnerIdOutOfTheSubject) {
   site.Documents(1);
   site.program.sendLoop.SendQueuedFaultlogs();
   EXPECT_EQ(site.transport.mails[0].subject, "1/1   Partner ID:47Bccx11  Sent:15.03.2004 14:37:09");
+}
+
+TEST(SendPackedData, SendsTheListAsItStands) {
+  SendSite site;
+  site.program.settings.UseZip = "True";
+  const std::vector<fs::path> documents = site.Documents(1);
+  site.program.lists.Attachments = documents;
+  EXPECT_TRUE(site.program.sendLoop.SendPackedData());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_EQ(site.transport.mails[0].attachments, documents);
+  EXPECT_EQ(test::ReadFile(documents[0]), Sent);
+}
+
+TEST(SendData, ShowsWhichMailItIsAt) {
+  SendSite site;
+  site.program.lists.Attachments = site.Documents(3);
+  EXPECT_TRUE(site.program.sendLoop.SendData());
+  EXPECT_THAT(site.display.captions, ElementsAre("Sending mail 1/3...", "Sending mail 2/3...",
+                                                 "Sending mail 3/3...", "Marking what was sent...",
+                                                 "Marking what was sent...", "Marking what was sent..."));
+  EXPECT_THAT(site.display.labels, ElementsAre("0%", "33%", "66%", "0%", "33%", "66%"));
+  EXPECT_THAT(site.display.ranges, ElementsAre(3, 3));
+  EXPECT_THAT(site.display.positions, ElementsAre(0, 1, 2, 0, 1, 2));
+}
+
+TEST(SendData, EndsAtTheNextMailWhenAsked) {
+  for (std::size_t stopAfterTurns = 0; stopAfterTurns < 6; ++stopAfterTurns) {
+    SendSite site;
+    site.program.flags.ShowMessages = true;
+    const std::vector<fs::path> documents = site.Documents(3);
+    site.program.lists.Attachments = documents;
+    site.display.stopAfterTurns = stopAfterTurns;
+    EXPECT_FALSE(site.program.sendLoop.SendData());
+    const std::size_t sent = site.transport.mails.size();
+    EXPECT_LT(sent, 3U) << stopAfterTurns;
+    EXPECT_EQ(site.Log(), std::vector<std::string>(sent, "[Mail]:Mail Sent")) << stopAfterTurns;
+    EXPECT_THAT(site.prompt.messages, IsEmpty());
+    for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Waiting);
+
+    site.display.stopAfterTurns = std::numeric_limits<std::size_t>::max();
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+    EXPECT_EQ(site.transport.mails.size(), sent + 3) << "the whole set is offered again";
+    for (const fs::path& document : documents)
+      EXPECT_EQ(test::ReadFile(document), test::ReadFile(documents[0]));
+    EXPECT_EQ(test::ReadFile(documents[0]), Sent);
+  }
+}
+
+TEST(SendData, OnceAllWasMailedItIsMarkedWhateverTheUserWants) {
+  SendSite site;
+  const std::vector<fs::path> documents = site.Documents(3);
+  site.program.lists.Attachments = documents;
+  site.display.stopAfterTurns = 7;
+  EXPECT_TRUE(site.program.sendLoop.SendData());
+  EXPECT_TRUE(site.display.StopRequested());
+  for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);
+}
+
+TEST(SendOneMail, SaysNothingOfAMailThatTheUserStopped) {
+  SendSite site;
+  site.program.flags.ShowMessages = true;
+  site.transport.failing = {1};
+  site.transport.stopped = true;
+  const fs::path document = site.Documents(1)[0];
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  EXPECT_THAT(site.Log(), IsEmpty());
+  EXPECT_THAT(site.prompt.messages, IsEmpty());
+  EXPECT_EQ(test::ReadFile(document), Waiting);
+}
+
+TEST(SendData, ShowsAFailureThatIsNotTheServersToo) {
+  SendSite site;
+  site.program.flags.ShowMessages = true;
+  site.program.settings.UseZip = "true";
+  site.folder.Folder("home/Faultlog/Process/FLog.4711.200403151400.zip/in the way");
+  site.Documents(1);
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.prompt.messages.size(), 1U);
+  EXPECT_EQ(site.prompt.messages[0].icon, MessageIcon::Critical);
+  EXPECT_EQ(site.prompt.messages[0].title, "Error");
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + site.prompt.messages[0].text));
 }
 
 }  // namespace

@@ -231,5 +231,60 @@ INSTANTIATE_TEST_SUITE_P(
                    "message id"}),
     [](const auto& given) { return given.param.name; });
 
+class SmtpStopTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SmtpStopTest, DropsTheConnectionAtTheNextTurn) {
+  const SmtpServer sink({"--mode", GetParam(), "--delay", "0.05"});
+  AttachBytes(20'000'000);
+  server.tryCount = 3;
+  server.timeoutSeconds = 30;
+  display.onTurn = [this] { display.stop = display.turns >= 10; };
+  EXPECT_FALSE(Send(sink));
+  EXPECT_TRUE(stopped);
+  EXPECT_THAT(status, testing::EndsWith("\r\nError: 42 ended by the user"));
+  EXPECT_EQ(display.turns, 10U);
+  EXPECT_EQ(sink.Count("-- connected"), 1U) << "it is not tried again";
+  EXPECT_EQ(sink.Count("bytes of data"), 0U);
+  EXPECT_TRUE(sink.Mails().empty());
+  EXPECT_LT(duration, seconds(2));
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, SmtpStopTest,
+                         testing::Values("silent", "stall-at-hello", "slow-hello", "stall-in-data", "slow"),
+                         [](const auto& given) { return Replaced(given.param, "-", "_"); });
+
+/// Wants the end once the server has all of the data.
+void StopAfterTheData(TurningDisplay& display, const SmtpServer& sink) {
+  display.onTurn = [&] { display.stop = sink.Count("bytes of data") > 0; };
+}
+
+TEST_F(SmtpMailTest, AStopAfterTheEndOfTheDataWaitsForTheAnswer) {
+  const SmtpServer sink({"--mode", "late-at-end", "--delay", "0.5"});
+  StopAfterTheData(display, sink);
+  EXPECT_TRUE(Send(sink)) << status;
+  EXPECT_TRUE(display.stop);
+  EXPECT_FALSE(stopped);
+  EXPECT_EQ(sink.Mails().size(), 1U);
+}
+
+TEST_F(SmtpMailTest, AStopAfterTheEndOfTheDataWaitsNoLongerThanTheTimeOut) {
+  const SmtpServer sink({"--mode", "stall-at-end"});
+  limits.finalAnswer = seconds(60);
+  StopAfterTheData(display, sink);
+  EXPECT_FALSE(Send(sink));
+  EXPECT_FALSE(stopped) << "the server may have taken it";
+  EXPECT_THAT(status, HasSubstr("no answer from the server for 1 second; the mail may have been delivered"));
+  EXPECT_LT(duration, seconds(3));
+}
+
+TEST_F(SmtpMailTest, AStopDoesNotWaitForTheFarewell) {
+  const SmtpServer sink({"--mode", "stall-at-quit"});
+  limits.farewell = seconds(60);
+  display.onTurn = [&] { display.stop = sink.Count("C: QUIT") > 0; };
+  EXPECT_TRUE(Send(sink)) << status;
+  EXPECT_FALSE(stopped);
+  EXPECT_LT(duration, seconds(2));
+}
+
 }  // namespace
 }  // namespace fieldpost::test

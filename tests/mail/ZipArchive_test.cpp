@@ -134,5 +134,20 @@ TEST_F(ZipArchiveTest, NothingToPackFails) {
   EXPECT_FALSE(std::filesystem::exists(zip));
 }
 
+TEST_F(ZipArchiveTest, EndsWithoutATraceWhenAsked) {
+  const PathList paths{folder.Write("a.xml", std::string(500'000, 'a')), folder.Write("b.xml", "b")};
+  ASSERT_EQ(Pack(paths).code, 0);
+  const std::size_t turns = display.eventTurns;
+  const std::string old = ReadFile(zip);
+  for (std::size_t turn = 0; turn <= turns; turn += turns / 5) {
+    display.stopAfterTurns = display.eventTurns + turn + 1;
+    const ZipResult result = Pack(paths);
+    EXPECT_EQ(result.stopped, turn < turns) << turn;
+    EXPECT_EQ(result.code == 0, turn == turns) << turn << result.description;
+    EXPECT_EQ(ReadFile(zip), old) << turn;
+    EXPECT_THAT(Names(zip.parent_path()), ElementsAre(zip.filename().native())) << turn;
+  }
+}
+
 }  // namespace
 }  // namespace fieldpost::test

@@ -17,6 +17,7 @@ class FakeTransport final : public MailTransport {
   std::vector<Mail> mails;        ///< all that were tried
   std::set<std::size_t> failing;  ///< which of them fail, counted from 1
   std::string failure = "Error: 7 refused";
+  bool stopped = false;  ///< what fails was stopped
 
   bool Send(const MailServer& server, const Mail& mail) override {
     servers.push_back(server);
@@ -27,6 +28,8 @@ class FakeTransport final : public MailTransport {
   [[nodiscard]] std::string StatusText() const override {
     return fmt::format("Mail to {}\r\n{}", mails.back().recipient, sent_ ? "Error: 0 250 OK" : failure);
   }
+
+  [[nodiscard]] bool WasStopped() const override { return stopped && !sent_; }
 
  private:
   bool sent_ = false;

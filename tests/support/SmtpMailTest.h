@@ -21,6 +21,7 @@ class TurningDisplay final : public StatusDisplay {
  public:
   std::function<void()> onTurn = [] {};
   std::size_t turns = 0;
+  bool stop = false;  ///< the person at the screen wants the end
   std::chrono::steady_clock::duration longestGap{};
 
   void LetEventsRun() override {
@@ -30,6 +31,7 @@ class TurningDisplay final : public StatusDisplay {
     ++turns;
     onTurn();
   }
+  [[nodiscard]] bool StopRequested() const override { return stop; }
 
  private:
   std::chrono::steady_clock::time_point last_;
@@ -62,6 +64,7 @@ class SmtpMailTest : public testing::Test {
     const bool sent = transport.Send(server, mail);
     duration = std::chrono::steady_clock::now() - begin;
     status = transport.StatusText();
+    stopped = transport.WasStopped();
     ExpectHonestStatus(sent);
     return sent;
   }
@@ -92,6 +95,7 @@ class SmtpMailTest : public testing::Test {
   MailServer server;
   Mail mail;
   std::string status;
+  bool stopped = false;
   std::chrono::steady_clock::duration duration{};
 };
 
