@@ -20,8 +20,12 @@ constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
 
-FilingBatch::FilingBatch(FileSystem& files, fs::path archiveFolder, fs::path processFolder)
-    : files_(files), archiveFolder_(std::move(archiveFolder)), processFolder_(std::move(processFolder)) {}
+FilingBatch::FilingBatch(FileSystem& files, fs::path archiveFolder, fs::path processFolder,
+                         StatusDisplay& display)
+    : files_(files),
+      display_(display),
+      archiveFolder_(std::move(archiveFolder)),
+      processFolder_(std::move(processFolder)) {}
 
 FilingBatch::~FilingBatch() {
   Drop();
@@ -113,7 +117,10 @@ std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text
   stagedByTarget_.clear();
   knownFolders_.clear();
   MakeRoom(journal);
-  for (const auto& [temporary, target] : journal.staged) files_.Rename(temporary, target);
+  for (const auto& [temporary, target] : journal.staged) {
+    files_.Rename(temporary, target);
+    display_.LetEventsRun();
+  }
   RemoveSources(journal);
   return journal.sources.size();
 }
@@ -173,6 +180,7 @@ void FilingBatch::RemoveSources(const FilingJournal& journal) {
   files_.Flush(folders);
   for (const FilingJournal::Source& source : journal.sources) {
     if (IsWhatWasFiled(source)) files_.Remove(source.path);
+    display_.LetEventsRun();
   }
   files_.Flush(folders);
   files_.Remove(JournalPath());

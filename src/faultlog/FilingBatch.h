@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/RunLists.h"
+#include "common/StatusDisplay.h"
 #include "faultlog/FaultloggerFile.h"
 #include "faultlog/FilingJournal.h"
 #include "platform/FileSystem.h"
@@ -30,8 +31,9 @@ namespace fieldpost {
 /// The procedures throw FileError; what they then leave is the batch as it was before.
 class FilingBatch {
  public:
-  /// `archiveFolder` and `processFolder` must exist.
-  FilingBatch(FileSystem& files, std::filesystem::path archiveFolder, std::filesystem::path processFolder);
+  /// `archiveFolder` and `processFolder` must exist. While it publishes, it lets events run on `display`.
+  FilingBatch(FileSystem& files, std::filesystem::path archiveFolder, std::filesystem::path processFolder,
+              StatusDisplay& display);
   FilingBatch(const FilingBatch&) = delete;
   FilingBatch& operator=(const FilingBatch&) = delete;
   ~FilingBatch();
@@ -83,6 +85,7 @@ class FilingBatch {
   void RemoveLeftovers(const std::filesystem::path& folder);
 
   FileSystem& files_;
+  StatusDisplay& display_;
   std::filesystem::path archiveFolder_;
   std::filesystem::path processFolder_;
   FilingJournal journal_;  // of the batch in hand

@@ -59,31 +59,38 @@ LatestScan::LatestScan(FileSystem& files, const Clock& clock, const InstallPaths
 void LatestScan::ProcessLatestFiles(StatusDisplay& display) {
   StatusDisplay silent;
   StatusDisplay& shown = flags_.ShowMessages ? display : silent;
-  okCount_ = 0;
-  errorCount_ = 0;
+  Begin();
   succeeded_ = check_.CheckSendSettings();
   if (!succeeded_) return;
   if (!FinishInterruptedRun()) return;
+  began_ = true;
   try {
     if (CollectLatestFiles()) FileAll(shown);
   } catch (const FileError& error) {
     Fail(error.what());
   }
   Report(shown);
-  if (!lists_.PendingFiles.empty() && flags_.SendAfterCollect && !sendLoop_.SendQueuedFaultlogs()) {
-    succeeded_ = false;
-  }
+  if (lists_.PendingFiles.empty() || !flags_.SendAfterCollect || stopped_) return;
+  if (!sendLoop_.SendQueuedFaultlogs()) succeeded_ = false;
+}
+
+void LatestScan::Begin() {
+  okCount_ = 0;
+  errorCount_ = 0;
+  began_ = false;
+  stopped_ = false;
+  problem_.clear();
 }
 
 bool LatestScan::FinishInterruptedRun() {
   try {
-    FilingBatch batch(files_, PathFromUtf8(settings_.ArchiveFolder), ProcessFolder());
+    StatusDisplay silent;
+    FilingBatch batch(files_, PathFromUtf8(settings_.ArchiveFolder), ProcessFolder(), silent);
     const std::size_t filed = batch.FinishInterrupted(lists_.PendingFiles);
     if (filed > 0) {
       log_.WriteLog(fmt::format("Recovered {} files from an interrupted run", filed),
                     LogCategory::SearchLatest);
     }
-    StatusDisplay silent;
     CombinedDocument(files_, clock_, settings_, lists_, log_, silent, batch, ProcessFolder())
         .RestoreDisplacedDocuments();
     return true;
@@ -137,18 +144,30 @@ void LatestScan::FileAll(StatusDisplay& shown) {
   ShowStatus("Process latest files...", shown);
   shown.SetRange(latestFiles_.size());
   archive_ = WithSeparator(settings_.ArchiveFolder);
-  FilingBatch batch(files_, PathFromUtf8(archive_), ProcessFolder());
+  FilingBatch batch(files_, PathFromUtf8(archive_), ProcessFolder(), shown);
   CombinedDocument combined(files_, clock_, settings_, lists_, log_, shown, batch, ProcessFolder());
-  bool goOn = true;
-  for (std::size_t i = 0; goOn && i < latestFiles_.size(); ++i) {
+  if (!FileEach(batch, combined, shown) || !combined.AppendToCombinedDocument(nullptr, true)) {
+    succeeded_ = false;
+    if (problem_.empty()) problem_ = "The files could not be filed; the log says why";
+  }
+  okCount_ = combined.FiledCount();
+  latestFiles_.clear();
+}
+
+/// False when what was accepted could not be published.
+bool LatestScan::FileEach(FilingBatch& batch, CombinedDocument& combined, StatusDisplay& shown) {
+  for (std::size_t i = 0; i < latestFiles_.size(); ++i) {
+    if (shown.StopRequested()) {
+      stopped_ = true;
+      succeeded_ = false;
+      return true;
+    }
     shown.SetLabel(fmt::format("{} {}%", Visible(latestFiles_[i].name), i * 100 / latestFiles_.size()));
-    goOn = ProcessFile(latestFiles_[i], batch, combined, shown);
+    if (!ProcessFile(latestFiles_[i], batch, combined, shown)) return false;
     shown.SetPosition(i + 1);
     shown.LetEventsRun();
   }
-  if (!goOn || !combined.AppendToCombinedDocument(nullptr, true)) succeeded_ = false;
-  okCount_ = combined.FiledCount();
-  latestFiles_.clear();
+  return true;
 }
 
 /// False when the scan must stop: what was accepted could not be published.
@@ -206,7 +225,9 @@ void LatestScan::ShowStatus(std::string_view text, StatusDisplay& shown) const {
 }
 
 void LatestScan::Report(StatusDisplay& shown) {
-  if (okCount_ == 0 && errorCount_ == 0) {
+  const bool nothingFiled = okCount_ == 0 && errorCount_ == 0;
+  if (nothingFiled && stopped_) return;
+  if (nothingFiled) {
     constexpr std::string_view nothing = " 0 Files found in Latest folder(s)";
     log_.WriteLog(nothing, LogCategory::SearchLatest);
     ShowStatus(nothing, shown);
@@ -229,6 +250,7 @@ void LatestScan::Report(StatusDisplay& shown) {
 
 void LatestScan::Fail(std::string_view text) {
   succeeded_ = false;
+  if (problem_.empty()) problem_ = text;
   log_.WriteLog(text, LogCategory::Error);
 }
 

@@ -37,7 +37,8 @@ class LatestScan {
              MailSettingsCheck& check, SendLoop& sendLoop, UserPrompt& prompt);
 
   /// The whole scan; `display` is touched only when messages may be shown. Then sends what was queued, when
-  /// the run is to do that. What it did is told by the log and Succeeded().
+  /// the run is to do that. What it did is told by the log and Succeeded(). When the person at the screen
+  /// wants the end, the files after the one in hand stay in their folders, and nothing is sent.
   void ProcessLatestFiles(StatusDisplay& display);
 
   /// Finds the files to process. True when there are any.
@@ -46,6 +47,16 @@ class LatestScan {
   /// Ends what an interrupted run had begun, and gives documents that had to make room for others a name
   /// again. False when that could not be done; nothing may be filed then.
   bool FinishInterruptedRun();
+
+  /// Whether the Latest folders were worked through, be it in part. They are not when a setting is missing or
+  /// an interrupted run could not be finished.
+  [[nodiscard]] bool Began() const { return began_; }
+
+  /// Whether files were left because the person at the screen wanted the end.
+  [[nodiscard]] bool Stopped() const { return stopped_; }
+
+  /// The first failure of this scan that the log alone tells of, in one line; empty when there was none.
+  [[nodiscard]] const std::string& Problem() const { return problem_; }
 
   /// Whether everything that this scan set out to do was done. Files that were moved to the Error folder, or
   /// that are not ready yet, are no failure.
@@ -57,7 +68,9 @@ class LatestScan {
     std::string name;
   };
 
+  void Begin();
   void FileAll(StatusDisplay& shown);
+  bool FileEach(FilingBatch& batch, CombinedDocument& combined, StatusDisplay& shown);
   bool ProcessFile(const LatestFile& latest, FilingBatch& batch, CombinedDocument& combined,
                    StatusDisplay& shown);
   bool MoveToError(const std::filesystem::path& source, std::string_view reason, StatusDisplay& shown);
@@ -84,7 +97,10 @@ class LatestScan {
   std::string archive_;          // the Archive folder, with its separator
   std::size_t okCount_ = 0;
   std::size_t errorCount_ = 0;
+  bool began_ = false;
+  bool stopped_ = false;
   bool succeeded_ = true;
+  std::string problem_;
 };
 
 /// Why a product code cannot name a folder of the Archive; empty when it can. It must be one plain folder

@@ -15,7 +15,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 struct DocumentSite : test::ReadySite {
-  FilingBatch batch{files, Tree("Archive"), Tree("Process")};
+  FilingBatch batch{files, Tree("Archive"), Tree("Process"), display};
   CombinedDocument combined{files,   clock, program.settings, program.lists, program.log,
                             display, batch, Tree("Process")};
 

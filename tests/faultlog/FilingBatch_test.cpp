@@ -213,7 +213,7 @@ TEST(FilingBatch, LosesNoDocumentThatMakesRoomWhereverTheProgramIsKilled) {
 TEST(FilingBatch, LeavesAFileThatItsDeviceWroteAnewMeanwhile) {
   test::ReadySite site;
   const fs::path source = site.Latest("a.xml", test::FaultlogXml("A", "F", "20040101", "first"));
-  FilingBatch batch(site.files, site.Tree("Archive"), site.Tree("Process"));
+  FilingBatch batch(site.files, site.Tree("Archive"), site.Tree("Process"), site.display);
   const std::optional<FileContent> content = site.files.ReadFinished(source, 10000);
   FaultloggerFile file;
   ASSERT_TRUE(file.Load(content->bytes));

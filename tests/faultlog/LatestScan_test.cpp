@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <limits>
 
 #include "common/XmlDocument.h"
 #include "support/TestSite.h"
@@ -348,6 +349,50 @@ TEST(ProcessLatestFiles, FailsWhenTheMailDoes) {
   site.Scan();
   EXPECT_FALSE(site.program.scan.Succeeded());
   EXPECT_THAT(site.Document(), HasSubstr("Mode=\"Not Sent\""));
+}
+
+TEST(ProcessLatestFiles, EndsAtTheNextFileWhenAsked) {
+  for (std::size_t filed = 0; filed < 5; ++filed) {
+    ScanSite site;
+    site.program.flags = {.ShowMessages = true, .SendingPPC = false, .SendAfterCollect = true};
+    for (int i = 1; i <= 5; ++i) site.Latest(fmt::format("{}.xml", i), test::FaultlogXml("A"));
+    site.display.stopAfterTurns = filed;
+    site.Scan();
+    EXPECT_TRUE(site.program.scan.Stopped());
+    EXPECT_FALSE(site.program.scan.Succeeded());
+    EXPECT_EQ(test::Names(site.Tree("Latest")).size(), 5 - filed);
+    EXPECT_THAT(site.transport.mails, IsEmpty());
+    EXPECT_THAT(site.prompt.messages, IsEmpty());
+    EXPECT_EQ(test::Names(site.Tree("Process")).size(), filed == 0 ? 0U : 1U) << "the batch is published";
+    if (filed == 0) {
+      EXPECT_THAT(site.Log(), IsEmpty());
+    } else {
+      EXPECT_THAT(site.Log(), ElementsAre(fmt::format("[Search Latest]:Found {} OK files", filed)));
+      EXPECT_EQ(TextsIn(site.Document(), "MODEIND").size(), filed);
+    }
+
+    site.display.stopAfterTurns = std::numeric_limits<std::size_t>::max();
+    site.Scan();
+    EXPECT_FALSE(site.program.scan.Stopped());
+    EXPECT_TRUE(site.program.scan.Succeeded());
+    EXPECT_THAT(test::Names(site.Tree("Latest")), IsEmpty());
+    EXPECT_EQ(site.Archived("A").size(), 5U);
+    for (const std::string& name : site.Archived("A")) {
+      EXPECT_EQ(TextsIn(site.ArchivedXml("A", name), "MODEIND").size(), 1U) << "filed once";
+    }
+  }
+}
+
+TEST(ProcessLatestFiles, TellsAScreenWhatTheLogAloneWouldTell) {
+  ScanSite site;
+  site.Latest("a.xml", test::FaultlogXml("A"));
+  site.folder.Write("home/Faultlog/Archive/A/a.xml", "broken");
+  site.Scan();
+  EXPECT_TRUE(site.program.scan.Began());
+  EXPECT_THAT(site.program.scan.Problem(), testing::StartsWith("cannot merge into"));
+  fs::remove(site.Tree("Archive") / "A" / "a.xml");
+  site.Scan();
+  EXPECT_EQ(site.program.scan.Problem(), "");
 }
 
 }  // namespace
