@@ -57,6 +57,7 @@ class ShownEntries final : public PpcEntrySink {
     next_.EndEntry();
     display_.SetPosition(number_);
     display_.LetEventsRun();
+    ThrowIfStopRequested(display_);
   }
   void FoundArchiveDate(std::string_view xml) override { next_.FoundArchiveDate(xml); }
 
@@ -125,6 +126,8 @@ bool PPCAttachments::MakeFiles(Audience audience, StatusDisplay& display) {
     if (Extract(audience, display) == 0) TellEmpty(audience);
     files_.Remove(database_.ExportFile());
     return true;
+  } catch (const StepStopped&) {
+    return false;
   } catch (const std::exception& error) {
     TellFault(audience, error.what());
     return false;
@@ -143,7 +146,7 @@ std::size_t PPCAttachments::Extract(Audience audience, StatusDisplay& display) {
     ShownEntries shown(documents, counter.Count(), display);
     ScanPpcFile(files_, source, shown, display);
   }
-  documents.Publish(lists_.Attachments);
+  documents.Publish(lists_.Attachments, display);
   return documents.EntryCount();
 }
 
@@ -180,23 +183,44 @@ std::string PPCAttachments::ReadPPCHeader() const {
 }
 
 bool PPCAttachments::ZipPPCDocuments(std::string_view files, StatusDisplay& display) {
-  const fs::path given = PathFromUtf8(files);
-  const fs::path zip = Folder() / ZipName(Stem());
+  zipFile_ = Folder() / ZipName(Stem());
   display.SetRange(WholeBar);
   ZipResult result;
   try {
-    files_.Remove(zip);
-    const fs::path pattern = given.has_parent_path() ? given : Folder() / given;
-    result = WriteZip(files_, FilesOfPattern(files_, Utf8FromPath(pattern)), zip, display,
+    files_.Remove(zipFile_);
+    result = WriteZip(files_, FilesToProcess(files), zipFile_, display,
                       [&display](int percent) { XceedZip1_GlobalStatus(percent, display); });
   } catch (const FileError& error) {
     result = {.code = -1, .description = error.what()};
   }
   lastZipResult_ = result.code;
   if (result.code == 0) return true;
+  if (result.stopped) return false;
   log_.WriteLog(result.description, LogCategory::Error);
   prompt_.ShowMessage(result.description, MessageIcon::None, "");
   return false;
+}
+
+PathList PPCAttachments::FilesToProcess(std::string_view lines) const {
+  PathList found;
+  while (!lines.empty()) {
+    const std::size_t end = std::min(lines.find('\n'), lines.size());
+    const std::string_view line = Trimmed(lines.substr(0, end));
+    lines.remove_prefix(std::min(end + 1, lines.size()));
+    if (!line.empty()) AddFilesOf(PathFromUtf8(line), found);
+  }
+  return found;
+}
+
+/// A plain name is not looked for in its whole folder: there may be hundreds of them.
+void PPCAttachments::AddFilesOf(const fs::path& given, PathList& found) const {
+  const fs::path whole = given.has_parent_path() ? given : Folder() / given;
+  if (files_.IsFile(whole)) {
+    found.push_back(whole);
+    return;
+  }
+  const PathList matching = FilesOfPattern(files_, Utf8FromPath(whole));
+  found.insert(found.end(), matching.begin(), matching.end());
 }
 
 void PPCAttachments::XceedZip1_GlobalStatus(int percent, StatusDisplay& display) {

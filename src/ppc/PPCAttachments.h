@@ -29,7 +29,8 @@ class PPCAttachments {
   /// holds nothing else then. For somebody at the screen: message boxes tell of failures (the log does too),
   /// `display` counts the entries. True when nothing went wrong; an export without entries gives no document
   /// and is nothing wrong. When a failure comes up there is no new document at all, but for one in giving
-  /// them their names. The export is deleted once its documents are durable, and kept when it is faulty.
+  /// them their names. The export is deleted once its documents are durable, and kept when it is faulty. When
+  /// the person at the screen wants the end, it is as after a failure, but nothing is told of it.
   bool MakePPCFiles(StatusDisplay& display);
 
   /// The same for an unattended run, which has only the log; `display` just lets events run.
@@ -39,10 +40,14 @@ class PPCAttachments {
   /// wrote it; else the plain declaration. In the export's own encoding. Throws FileError.
   [[nodiscard]] std::string ReadPPCHeader() const;
 
-  /// Packs files into this hour's zip in the PPCTemp folder; one that lies there is replaced. `files` is a
-  /// full path or, for the PPCTemp folder, a name; its last part may be a pattern such as "*.xml". True on
-  /// success; else the zip library's description is shown and logged.
+  /// Packs files into this hour's zip in the PPCTemp folder; one that lies there is replaced. Each line of
+  /// `files` is a full path or, for the PPCTemp folder, a name; its last part may be a pattern such as
+  /// "*.xml". True on success; else the zip library's description is shown and logged, unless the person at
+  /// the screen wanted the end.
   bool ZipPPCDocuments(std::string_view files, StatusDisplay& display);
+
+  /// The zip that the last packing wrote, or should have.
+  [[nodiscard]] const std::filesystem::path& ZipFile() const { return zipFile_; }
 
   /// The zip library's result of the last packing; 0 is success.
   [[nodiscard]] std::int32_t LastZipResult() const { return lastZipResult_; }
@@ -55,6 +60,8 @@ class PPCAttachments {
 
   bool MakeFiles(Audience audience, StatusDisplay& display);
   [[nodiscard]] std::size_t Extract(Audience audience, StatusDisplay& display);
+  [[nodiscard]] PathList FilesToProcess(std::string_view lines) const;
+  void AddFilesOf(const std::filesystem::path& given, PathList& found) const;
   void TellMissing(Audience audience);
   void TellEmpty(Audience audience);
   void TellFault(Audience audience, std::string_view description);
@@ -69,6 +76,7 @@ class PPCAttachments {
   ModAttachment& database_;
   ModWriteLogFile& log_;
   UserPrompt& prompt_;
+  std::filesystem::path zipFile_;
   std::int32_t lastZipResult_ = 0;
 };
 

@@ -111,17 +111,19 @@ void PpcDocuments::PutDateInto(Document& document) {
   files_.Rename(whole, old);
 }
 
-void PpcDocuments::Publish(PathList& published) {
+void PpcDocuments::Publish(PathList& published, StatusDisplay& display) {
   if (open_) Close();
   if (documents_.empty()) return;
   for (Document& document : documents_) {
     if (!document.hasDate && !archiveDate_.empty()) PutDateInto(document);
+    display.LetEventsRun();
   }
   const std::array folder{folder_};
   files_.Flush(folder);
   for (const Document& document : documents_) {
     files_.Rename(TemporaryNameFor(document.path), document.path);
     published.push_back(document.path);
+    display.LetEventsRun();
   }
   documents_.clear();
   files_.Flush(folder);

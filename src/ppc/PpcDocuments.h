@@ -33,8 +33,9 @@ class PpcDocuments final : public PpcEntrySink {
   void FoundArchiveDate(std::string_view xml) override;
 
   /// Gives the documents their names, once all that they hold is durable; files of these names are replaced.
-  /// Each path is added to `published` as soon as its file is there. Throws FileError or PpcFault.
-  void Publish(PathList& published);
+  /// Each path is added to `published` as soon as its file is there. Lets events run on `display`. Throws
+  /// FileError or PpcFault.
+  void Publish(PathList& published, StatusDisplay& display);
 
   [[nodiscard]] std::size_t EntryCount() const { return entryCount_; }
 

@@ -95,6 +95,7 @@ class Scan {
       ThrowFault();
       HandOver();
       display_.LetEventsRun();
+      ThrowIfStopRequested(display_);
       if (piece.empty()) break;
     }
     if (parser_->wellFormed != 1 || parser_->nsWellFormed != 1) throw PpcFault("not well-formed");

@@ -349,5 +349,67 @@ TEST(XceedZip1_GlobalStatus, MovesTheBar) {
   EXPECT_THAT(display.positions, ElementsAre(42));
 }
 
+TEST(MakePPCFilesOnScreen, EndsWithoutATraceWhenAsked) {
+  const std::string data = "<R>" + Entry(700000) + Entry(700000) + Entry(1400000) + "</R>";
+  bool made = false;
+  for (std::size_t stopAfterTurns = 0; !made; ++stopAfterTurns) {
+    PpcSite site;
+    site.Export(data);
+    site.display.stopAfterTurns = stopAfterTurns;
+    made = site.program.ppcAttachments.MakePPCFiles(site.display);
+    EXPECT_THAT(site.Log(), IsEmpty());
+    EXPECT_THAT(site.prompt.messages, IsEmpty());
+    EXPECT_EQ(test::Names(site.Temp()).size(), made ? 2U : 0U) << stopAfterTurns;
+    EXPECT_EQ(site.program.lists.Attachments.size(), made ? 2U : 0U) << stopAfterTurns;
+    EXPECT_EQ(fs::exists(site.home / "PPCData.xml"), !made) << stopAfterTurns;
+    EXPECT_TRUE(!made || stopAfterTurns > 3) << stopAfterTurns;
+  }
+}
+
+TEST(MakePPCFilesOnScreen, AnExportThatIsStoppedLeavesNothing) {
+  PpcSite site;
+  site.Database("ppc.xml", "<R><PPCentry/></R>");
+  site.display.stopAfterTurns = 1;
+  EXPECT_FALSE(site.program.ppcAttachments.MakePPCFiles(site.display));
+  EXPECT_THAT(test::Names(site.home), Not(testing::Contains(HasSubstr("PPCData"))));
+  EXPECT_THAT(site.prompt.messages, IsEmpty());
+}
+
+TEST(ZipPPCDocuments, TakesSeveralNamesOrPatternsOneALine) {
+  struct Row {
+    const char* files;
+    std::vector<std::string> packed;
+  };
+  for (const Row& row : {
+           Row{"a.xml\nb.xml\n", {"a.xml", "b.xml"}},
+           Row{"b.xml\r\n\r\n  a.xml", {"a.xml", "b.xml"}},
+           Row{"?.xml\nc1.txt", {"a.xml", "b.xml", "c1.txt"}},
+           Row{"A.XML", {"a.xml"}},
+           Row{"gone.xml\nb.xml", {"b.xml"}},
+       }) {
+    PpcSite site;
+    for (const char* name : {"a.xml", "b.xml", "c1.txt", "old.xml"}) {
+      site.folder.Write(std::string("home/Faultlog/PPCTemp/") + name, name);
+    }
+    EXPECT_TRUE(site.program.ppcAttachments.ZipPPCDocuments(row.files, site.display)) << row.files;
+    EXPECT_EQ(site.program.ppcAttachments.ZipFile(), site.Temp("PPC.4711.200403151400.zip"));
+    const std::string zip = test::ReadFile(site.program.ppcAttachments.ZipFile());
+    for (const char* name : {"a.xml", "b.xml", "c1.txt", "old.xml"}) {
+      const bool wanted = std::count(row.packed.begin(), row.packed.end(), name) > 0;
+      EXPECT_EQ(zip.find(name) != std::string::npos, wanted) << row.files << ": " << name;
+    }
+  }
+}
+
+TEST(ZipPPCDocuments, EndsWithoutAWordWhenAsked) {
+  PpcSite site;
+  site.folder.Write("home/Faultlog/PPCTemp/a.xml", "<a/>");
+  site.display.stopAfterTurns = 0;
+  EXPECT_FALSE(site.program.ppcAttachments.ZipPPCDocuments("a.xml", site.display));
+  EXPECT_THAT(test::Names(site.Temp()), ElementsAre("a.xml"));
+  EXPECT_THAT(site.prompt.messages, IsEmpty());
+  EXPECT_THAT(site.Log(), IsEmpty());
+}
+
 }  // namespace
 }  // namespace fieldpost
