@@ -4,7 +4,6 @@
 #include <array>
 #include <exception>
 
-#include "common/PathText.h"
 #include "common/Text.h"
 
 namespace fieldpost {
@@ -52,18 +51,8 @@ bool ModFPHide::RunCommandLine(std::string_view commandLine) {
 }
 
 bool ModFPHide::Prepare() {
-  // A store that cannot be read would look like one without settings, and the files of another place would be
-  // worked on.
-  if (program_.ports.keys.Check() != KeyOk) return Refuse(program_.ports.keys.Problem());
-  const std::string settingsProblem = program_.settingsStore.Problem();
-  if (!settingsProblem.empty()) return Refuse(settingsProblem);
-  program_.tree.CreateFolderTree();
-  PathList folders = program_.lists.LatestFolderList;
-  folders.push_back(PathFromUtf8(program_.settings.ArchiveFolder));
-  folders.push_back(PathFromUtf8(program_.settings.ProcessFolder));
-  folders.push_back(program_.paths.FaultlogFolder("PPCTemp"));
-  const std::string lockProblem = lock_.TryTake(program_.ports.files, folders);
-  return lockProblem.empty() || Refuse(lockProblem);
+  const std::string problem = preparation_.Prepare(RunPreparation::EmptyLatestList::TakeDefault);
+  return problem.empty() || Refuse(problem);
 }
 
 /// One half's failure, of whatever kind, does not keep the other from its work.

@@ -3,15 +3,15 @@
 
 #include <string_view>
 
-#include "environment/RunLock.h"
 #include "shell/FieldpostProgram.h"
+#include "shell/RunPreparation.h"
 
 namespace fieldpost {
 
 /// Does the whole job that a switch stands for, without a window.
 class ModFPHide {
  public:
-  explicit ModFPHide(FieldpostProgram& program) : program_(program) {}
+  explicit ModFPHide(FieldpostProgram& program) : program_(program), preparation_(program) {}
 
   /// Whether a command line is one of the switches, in any letter case but otherwise to the letter.
   [[nodiscard]] static bool IsSwitch(std::string_view commandLine) { return Find(commandLine) != nullptr; }
@@ -41,7 +41,7 @@ class ModFPHide {
   bool Refuse(std::string_view reason);
 
   FieldpostProgram& program_;
-  RunLock lock_;
+  RunPreparation preparation_;
   bool succeeded_ = true;
 };
 

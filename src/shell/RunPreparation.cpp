@@ -1,0 +1,27 @@
+#include "shell/RunPreparation.h"
+
+#include "common/PathText.h"
+
+namespace fieldpost {
+
+std::string RunPreparation::Prepare(EmptyLatestList empty) {
+  std::string problem = StoreProblem();
+  if (!problem.empty()) return problem;
+  PathList& latest = program_.lists.LatestFolderList;
+  program_.latestStore.LoadLatestFolders(latest);
+  if (!latest.empty() || empty == EmptyLatestList::TakeDefault) program_.tree.CreateFolderTree();
+  PathList folders = latest;
+  folders.push_back(PathFromUtf8(program_.settings.ArchiveFolder));
+  folders.push_back(PathFromUtf8(program_.settings.ProcessFolder));
+  folders.push_back(program_.paths.FaultlogFolder("PPCTemp"));
+  return lock_.TryTake(program_.ports.files, folders);
+}
+
+/// A store that cannot be read would look like one without settings, and the files of another place would be
+/// worked on.
+std::string RunPreparation::StoreProblem() const {
+  if (program_.ports.keys.Check() != KeyOk) return program_.ports.keys.Problem();
+  return program_.settingsStore.Problem();
+}
+
+}  // namespace fieldpost
