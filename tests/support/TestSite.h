@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "common/PathText.h"
@@ -17,21 +18,29 @@
 
 namespace fieldpost::test {
 
-/// `Prompt` and `Display` are what the program meets the user through.
-template <class Prompt, class Display>
+/// `Prompt` and `Display` are what the program meets the user through, `Transport` carries its mails.
+template <class Prompt, class Display, class Transport = FakeTransport, class TestClock = FakeClock>
 struct BasicSite {
   TempFolder folder;
   DyingFileSystem files;  ///< immortal unless the test says otherwise
-  FakeClock clock;
+  TestClock clock;
   std::filesystem::path home = folder.Folder("home");
   SqliteKeyStore keys{files, folder.Path() / "registry.sqlite"};
-  FakeTransport transport;
   Prompt prompt;
   Display display;
+  Transport transport = MakeTransport();
   FieldpostProgram program{{files, clock, keys, transport, prompt, display}, home};
 
   [[nodiscard]] std::filesystem::path Tree(std::string_view name) const {
     return home / "Faultlog" / PathFromUtf8(name);
+  }
+
+  Transport MakeTransport() {
+    if constexpr (std::is_default_constructible_v<Transport>) {
+      return Transport();
+    } else {
+      return Transport(files, clock, display);
+    }
   }
 
   /// Puts a file into the Latest folder of the tree.

@@ -1,0 +1,117 @@
+// A whole program with real message boxes, widgets and mail, and what a test sees of its windows meanwhile.
+#pragma once
+
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QPlainTextEdit>
+#include <QProgressBar>
+#include <algorithm>
+#include <iostream>
+#include <map>
+#include <set>
+
+#include "mail/SmtpMail.h"
+#include "shell/WidgetSend.h"
+#include "support/SmtpServer.h"
+#include "support/WindowSite.h"
+
+namespace fieldpost::test {
+
+/// The wall clock stands still, the time for time-outs runs.
+class RunningClock final : public Clock {
+ public:
+  [[nodiscard]] LocalTime Now() const override { return FakeClock().Now(); }
+  [[nodiscard]] std::chrono::steady_clock::time_point Steady() const override {
+    return std::chrono::steady_clock::now();
+  }
+};
+
+/// A site that mails faultlogger data to a server of the test's.
+struct MailSite : AfterFirstStart<BasicSite<MessageBoxPrompt, WidgetStatusDisplay, SmtpMail, RunningClock>> {
+  explicit MailSite(const SmtpServer& server) {
+    MailSettings& settings = program.settings;
+    settings.SMTPServer = "127.0.0.1";
+    settings.SMTPPort = std::to_string(server.Port());
+    settings.TryCount = "1";
+    settings.Timeout = "30";
+    settings.SendFault = "True";
+    settings.SendPPC = "False";
+    prompt.SetOptionsDialog([this](OptionsPage page) { pages.push_back(page); });
+  }
+
+  WidgetMemory memory{home};
+  std::vector<OptionsPage> pages;  ///< of the options dialog, as they were asked for
+
+  void Send(QWidget* parent = nullptr) { ShowSendDialog(program, display, memory, parent); }
+
+  [[nodiscard]] std::string Process(const std::string& name) const {
+    return ReadFile(Tree("Process") / name);
+  }
+};
+
+/// Looks every 10 ms at the dialog of an object name, as long as this lives.
+class DialogWatch {
+ public:
+  explicit DialogWatch(const char* name) : name_(QString::fromLatin1(name)) {
+    timer_.setTimerType(Qt::PreciseTimer);
+    timer_.setInterval(10);
+    QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { Look(); });
+    timer_.start();
+    sinceTick_.start();
+  }
+  DialogWatch(const DialogWatch&) = delete;
+  DialogWatch& operator=(const DialogWatch&) = delete;
+  ~DialogWatch() = default;
+
+  std::map<std::string, std::set<std::string>> texts;  ///< of each label, by its name
+  std::set<int> values;                                ///< of the bar
+  std::set<int> ranges;                                ///< of the bar, their ends
+  std::string lines;                                   ///< of the list
+  std::vector<qint64> gaps;                            ///< between two looks, in milliseconds
+
+  /// Done at every look at the dialog that is up.
+  std::function<void(QDialog&)> onLook = [](QDialog&) {};
+
+  /// How long events were held up at the most. A busy machine may hold up any of them, so of twenty gaps one
+  /// may be longer than the program is allowed; what the program itself does wrong it does more often.
+  void ExpectAnswers(const std::string& what) {
+    std::sort(gaps.begin(), gaps.end());
+    ASSERT_FALSE(gaps.empty()) << what;
+    std::cout << what << ": largest gap between two events " << gaps.back() << " ms\n";
+    EXPECT_LT(gaps[(gaps.size() - 1) * 19 / 20], 100) << what;
+  }
+
+  /// How long the dialog has been up.
+  [[nodiscard]] qint64 UpMilliseconds() const { return up_.isValid() ? up_.elapsed() : 0; }
+
+ private:
+  void Look() {
+    gaps.push_back(sinceTick_.restart());
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+      auto* const dialog = qobject_cast<QDialog*>(widget);
+      if (dialog == nullptr || dialog->objectName() != name_ || !dialog->isVisible()) continue;
+      if (!up_.isValid()) up_.start();
+      LookAt(*dialog);
+      onLook(*dialog);
+      return;
+    }
+  }
+
+  void LookAt(const QDialog& dialog) {
+    for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+      texts[FromQt(label->objectName())].insert(FromQt(label->text()));
+    }
+    const QProgressBar& bar = *dialog.findChild<QProgressBar*>();
+    values.insert(bar.value());
+    ranges.insert(bar.maximum());
+    if (const auto* const list = dialog.findChild<QPlainTextEdit*>()) lines = FromQt(list->toPlainText());
+  }
+
+  QString name_;
+  QTimer timer_;
+  QElapsedTimer sinceTick_;
+  QElapsedTimer up_;
+};
+
+}  // namespace fieldpost::test
