@@ -3,6 +3,7 @@
 import pathlib
 import unittest
 
+import check_forms
 import check_help
 import check_layers
 import check_registered
@@ -107,6 +108,76 @@ class Text(unittest.TestCase):
                                         ("Makefile", b"\tx\n", 0), ("a.md", b"\xfc\n", 1)]:
             with self.subTest(name=name, content=content):
                 self.assertEqual(expected, len(check_text.faults_in(pathlib.PurePath(name), content)))
+
+
+FORM = """<ui version="4.0"><class>frmAboutFP</class><widget class="QDialog" name="frmAboutFP">
+<property name="geometry"><rect><width>9</width></rect></property>
+<property name="windowTitle"><string>About Fieldpost</string></property>
+<layout class="QVBoxLayout" name="layAll">
+<item><widget class="QTabWidget" name="tabs">
+<widget class="QWidget" name="one"><attribute name="title"><string>One</string></attribute>
+<layout class="QVBoxLayout" name="layOne">
+<item><widget class="QLabel" name="lblVersion"><property name="text"><string>&amp;Version</string></property>
+<property name="buddy"><cstring>txtVersion</cstring></property></widget></item>
+<item><widget class="QGroupBox" name="freRelease"><property name="title">
+<string>Release version information</string></property><layout class="QVBoxLayout" name="layVersion">
+<item><widget class="QLineEdit" name="txtVersion"/></item></layout></widget></item>
+</layout></widget>
+<widget class="QWidget" name="two"><attribute name="title"><string>Two</string></attribute>
+<layout class="QVBoxLayout" name="layTwo">
+<item><widget class="QCheckBox" name="chkView"><property name="text"><string>&amp;View &amp;&amp; go</string></property>
+</widget></item></layout></widget></widget></item>
+<item><widget class="QPushButton" name="cmdComponents">
+<property name="text"><string>&amp;Components...</string></property></widget></item>
+<item><widget class="QPushButton" name="cmdOK"><property name="text"><string>OK</string></property></widget></item>
+</layout></widget></ui>"""
+
+MENUS = """<ui version="4.0"><class>frmMenus</class><widget class="QMainWindow" name="frmMenus">
+<widget class="QMenuBar" name="bar"><widget class="QMenu" name="mnuFile">
+<property name="title"><string>&amp;File</string></property><addaction name="mnuOpen"/><addaction name="mnuFind"/>
+</widget><widget class="QMenu" name="mnuView"><property name="title"><string>&amp;View</string></property>
+<addaction name="mnuOften"/></widget></widget>
+<action name="mnuOpen"><property name="text"><string>&amp;Open</string></property></action>
+<action name="mnuFind"><property name="text"><string>&amp;Find</string></property></action>
+<action name="mnuOften"><property name="text"><string>&amp;Often</string></property></action></widget></ui>"""
+
+
+class Forms(unittest.TestCase):
+    def test_faults(self):
+        geometry = '<property name="geometry"><rect><width>9</width></rect></property>'
+        for old, new, expected in [
+                ("", "", []),
+                ('name="txtVersion"', 'name="txtVersions"', ["no control txtVersion"]),
+                ("&amp;Components...", "&amp;Components", ['cmdComponents should say "&Components..."']),
+                ("Release version information", "Release", ['freRelease should say "Release version']),
+                ("About Fieldpost", "About", ['frmAboutFP should say "About Fieldpost"']),
+                ("&amp;View", "&amp;Code", ["cmdComponents, chkView share the letter c"]),
+                ("&amp;Version", "&amp;Code", ["cmdComponents, lblVersion share the letter c"]),
+                ('name="txtVersion"/>', f'name="txtVersion">{geometry}</widget>', ["txtVersion is placed by pixels"]),
+                ('name="txtVersion"/>', 'name="txtVersion"><widget class="QLabel" name="lost"/></widget>',
+                 ["lost is in no layout"]),
+                ("<class>frmAboutFP", "<class>frmAbout", ["its class should be frmAboutFP"])]:
+            with self.subTest(new=new):
+                faults = check_forms.faults_in("frmAboutFP", FORM.replace(old, new) if old else FORM)
+                self.assertEqual(len(expected), len(faults), faults)
+                for start, fault in zip(expected, faults):
+                    self.assertTrue(fault.startswith(start), fault)
+
+    def test_menus(self):
+        for old, new, expected in [("", "", []), ("&amp;View", "&amp;Fit", ["mnuFile, mnuView share the letter f"]),
+                                   ("&amp;Find", "F&amp;oo", ["mnuOpen, mnuFind share the letter o"])]:
+            with self.subTest(new=new):
+                text = MENUS.replace(old, new) if old else MENUS
+                self.assertEqual(expected, check_forms.faults_in("frmMenus", text))
+
+    def test_the_name_of_the_window_is_that_of_the_file(self):
+        text = MENUS.replace('QMainWindow" name="frmMenus"', 'QMainWindow" name="window"')
+        self.assertEqual(["its class should be frmMenus"], check_forms.faults_in("frmMenus", text))
+
+    def test_missing(self):
+        self.assertEqual([], check_forms.missing_forms(check_forms.REQUIRED))
+        self.assertEqual(["frmOptions.ui: missing"],
+                         check_forms.missing_forms(check_forms.REQUIRED - {"frmOptions"}))
 
 
 if __name__ == "__main__":
