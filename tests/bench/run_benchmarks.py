@@ -234,6 +234,57 @@ class LogViewerBenchmarks:
         shutil.rmtree(self.home, ignore_errors=True)
 
 
+class ArchiveBenchmarks:
+    """Listing a product code, beside xmllint's streaming check and a bare stat of the same files."""
+
+    def __init__(self, folder, repetitions):
+        self.folder = pathlib.Path(folder) / "archive"
+        self.repetitions = repetitions
+        self.content = fault_file([Entry() for _ in range(ENTRIES)], size=FILE_SIZE)
+
+    def fill(self, count):
+        shutil.rmtree(self.folder, ignore_errors=True)
+        product = self.folder / "4711"
+        product.mkdir(parents=True)
+        for number in range(count):
+            with open(product / f"unit{number:06}.xml", "wb", buffering=0) as file:
+                file.write(self.content)
+
+    def listing(self, count, *options):
+        """Processor seconds of the first listing and of a refresh."""
+        cost, words = measure_and_read([str(TOOLS / "list_archive"), *options, str(self.folder), "4711"])
+        if int(words[2]) != count:
+            sys.exit(f"{int(words[2])} of {count} files were listed")
+        return float(words[0]) / 1000, float(words[1]) / 1000, cost.peak_mb
+
+    def lint(self, count):
+        """The checker takes its files from the command line, which has room for so many."""
+        seconds = 0.0
+        for first in range(0, count, 10_000):
+            names = [str(self.folder / "4711" / f"unit{number:06}.xml")
+                     for number in range(first, min(first + 10_000, count))]
+            seconds += measure([shutil.which("xmllint"), "--stream", "--noout", *names]).processor
+        return seconds
+
+    def compare(self, sizes):
+        print("\nListing a product code; processor seconds")
+        print("    files     listing    xmllint   ratio    refresh   stat of each   ratio      peak")
+        points = []
+        for count in sizes:
+            self.fill(count)
+            self.lint(count)  # so that all find the files in memory
+            rows = []
+            for _ in range(self.repetitions):
+                rows.append((*self.listing(count), self.lint(count), self.listing(count, "--stat")[1]))
+            first, refresh, peak, lint, stat = (statistics.median(column) for column in zip(*rows))
+            points.append((count, first))
+            print(f"{count:9,} {first:9.3f} s {lint:8.3f} s {first / lint:7.2f} {refresh * 1000:7.1f} ms "
+                  f"{stat * 1000:11.1f} ms {refresh / stat:7.2f} {peak:6.1f} MB")
+        print(f"  time grows with the power {growth(points):.2f} of the number of files; aims: ratio 1.3 for the "
+              "listing, 2 for the refresh")
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
 def main():
     arguments = argparse.ArgumentParser(description="Measures the built program beside plain loops.")
     arguments.add_argument("--quick", action="store_true", help="small sizes alone")
@@ -256,6 +307,7 @@ def main():
         benchmarks.compare("The whole job (-fcs), zipped and mailed", "-fcs", small, port, "aim: ratio 1.35")
         PpcBenchmarks(work, given.repetitions).compare([20, 50] if given.quick else [50, 200, 1000])
         LogViewerBenchmarks(work, given.repetitions).compare([1, 10] if given.quick else [1, 10, 100])
+        ArchiveBenchmarks(work, given.repetitions).compare([1_000, 5_000] if given.quick else [1_000, 10_000, 50_000])
         benchmarks.merge(50, [25, 50] if given.quick else [50, 100, 200])
     finally:
         server.stdin.close()
