@@ -24,7 +24,11 @@ namespace fs = std::filesystem;
 namespace {
 
 const QString ViewKey = QStringLiteral("view");
-constexpr int LongestIconText = 40;  // characters; what is longer is shown with its middle left out
+
+/// Characters; what is longer is shown with its middle left out.
+constexpr int LongestTextBelowIcon = 20;
+constexpr int LongestTextBesideIcon = 36;
+constexpr int ShortestText = 8;
 
 }  // namespace
 
@@ -131,22 +135,20 @@ void frmArchive::ShowIcons(const QAction& action) {
   FitIcons();
 }
 
-/// One size for all, so that the view need not measure each of fifty thousand names.
+/// One size for all, so that the view need not lay fifty thousand names out by their own.
 void frmArchive::FitIcons() {
   QListView& view = *ui_->LVFileListIcons;
-  int longest = 0;
+  const bool large = view.viewMode() == QListView::IconMode;
+  int longest = ShortestText;
   for (int row = 0; row < model_.rowCount({}); ++row) {
     longest = std::max(longest, static_cast<int>(CountCharacters(model_.Row(row).name)));
   }
+  longest = std::min(longest, large ? LongestTextBelowIcon : LongestTextBesideIcon);
   const QFontMetrics metrics = view.fontMetrics();
-  const int text =
-      std::clamp(longest, 8, LongestIconText) * metrics.averageCharWidth() + 2 * metrics.height();
+  const int text = longest * metrics.averageCharWidth() + 2 * metrics.height();
   const int icon = view.iconSize().width();
-  if (view.viewMode() == QListView::IconMode) {
-    view.setGridSize(QSize(text, icon + 2 * metrics.height()));
-  } else {
-    view.setGridSize(QSize(icon + text, std::max(icon, metrics.height()) + metrics.height() / 3));
-  }
+  view.setGridSize(large ? QSize(text, icon + 2 * metrics.height())
+                         : QSize(icon + text, std::max(icon, metrics.height()) + metrics.height() / 3));
 }
 
 void frmArchive::showEvent(QShowEvent* event) {
