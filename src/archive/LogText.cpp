@@ -1,13 +1,13 @@
 #include "archive/LogText.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
 namespace fieldpost {
 namespace {
-
-constexpr char32_t Replacement = 0xFFFD;
 
 bool IsContinuation(char byte) {
   return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
@@ -21,6 +21,7 @@ std::size_t FindByte(std::string_view text, char byte, std::size_t from, std::si
 struct Character {
   char32_t codePoint;
   std::size_t bytes;
+  bool isBroken = false;  // a byte that is no character; `codePoint` is its value
 };
 
 /// Bytes of the character that begins with this byte; 0 when none can.
@@ -42,13 +43,14 @@ Character FirstOf(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   const std::size_t length = LengthOf(lead);
   if (length == 1) return {lead, 1};
-  if (length == 0 || length > text.size()) return {Replacement, 1};
+  const Character broken{lead, 1, true};
+  if (length == 0 || length > text.size()) return broken;
   char32_t codePoint = lead & (0x7FU >> length);
   for (std::size_t i = 1; i < length; ++i) {
-    if (!IsContinuation(text[i])) return {Replacement, 1};
+    if (!IsContinuation(text[i])) return broken;
     codePoint = (codePoint << 6U) | (static_cast<unsigned char>(text[i]) & 0x3FU);
   }
-  if (IsOverlongOrSurrogate(codePoint, length)) return {Replacement, 1};
+  if (IsOverlongOrSurrogate(codePoint, length)) return broken;
   return {codePoint, length};
 }
 
@@ -56,25 +58,25 @@ bool IsBetween(char32_t value, char32_t first, char32_t last) {
   return value >= first && value <= last;
 }
 
-/// Characters that would show nothing, or turn the order of what follows, as signs that can be seen.
-char32_t Shown(char32_t codePoint) {
-  constexpr char32_t ControlPictures = 0x2400;
-  if (codePoint == '\t') return codePoint;
-  if (codePoint < 0x20) return ControlPictures + codePoint;
-  if (codePoint == 0x7F) return ControlPictures + 0x21;
-  if (IsBetween(codePoint, 0x80, 0x9F) || IsBetween(codePoint, 0x200B, 0x200F)) return Replacement;
-  if (IsBetween(codePoint, 0x2028, 0x202E) || IsBetween(codePoint, 0x2060, 0x206F)) return Replacement;
-  return codePoint == 0xFEFF ? Replacement : codePoint;
+/// Characters that would show nothing, or turn the order of what follows.
+bool IsInvisible(char32_t codePoint) {
+  return (codePoint < 0x20 && codePoint != '\t') || IsBetween(codePoint, 0x7F, 0x9F) ||
+         IsBetween(codePoint, 0x200B, 0x200F) || IsBetween(codePoint, 0x2028, 0x202E) ||
+         IsBetween(codePoint, 0x2060, 0x206F) || codePoint == 0xFEFF;
 }
 
-void Append(LogRow& row, char32_t codePoint, std::size_t offset) {
-  const auto add = [&](char32_t unit) {
-    row.text.push_back(static_cast<char16_t>(unit));
-    row.offsets.push_back(static_cast<std::uint32_t>(offset));
-  };
-  if (codePoint < 0x10000) return add(codePoint);
-  add(0xD800 + ((codePoint - 0x10000) >> 10U));
-  add(0xDC00 + ((codePoint - 0x10000) & 0x3FFU));
+/// What stands for a character on the screen.
+std::u16string Shown(const Character& character) {
+  const char32_t codePoint = character.codePoint;
+  if (character.isBroken || IsInvisible(codePoint)) {
+    const auto number = static_cast<unsigned>(codePoint);
+    const std::string name =
+        character.bytes == 1 ? fmt::format("\\x{:02X}", number) : fmt::format("\\u{:04X}", number);
+    return {name.begin(), name.end()};
+  }
+  if (codePoint < 0x10000) return {static_cast<char16_t>(codePoint)};
+  return {static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10U)),
+          static_cast<char16_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FFU))};
 }
 
 }  // namespace
@@ -137,7 +139,9 @@ LogRow LogText::Row(std::size_t row) const {
   result.offsets.reserve(bytes.size() + 1);
   for (std::size_t i = 0; i < bytes.size();) {
     const Character character = FirstOf(bytes.substr(i));
-    Append(result, Shown(character.codePoint), i);
+    const std::u16string shown = Shown(character);
+    result.text += shown;
+    result.offsets.insert(result.offsets.end(), shown.size(), static_cast<std::uint32_t>(i));
     i += character.bytes;
   }
   result.offsets.push_back(static_cast<std::uint32_t>(bytes.size()));

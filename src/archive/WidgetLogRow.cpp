@@ -36,8 +36,13 @@ std::size_t WidgetLogRow::PositionAt(double x) const {
   return PositionOf(layout_.lineAt(0).xToCursor(x));
 }
 
+/// One character of the log may be several on the screen.
 std::size_t WidgetLogRow::After(std::size_t position, QTextLayout::CursorMode mode) const {
-  return PositionOf(layout_.nextCursorPosition(UnitAt(position), mode));
+  int unit = UnitAt(position);
+  while (unit < layout_.text().size() && PositionOf(unit) == position) {
+    unit = layout_.nextCursorPosition(unit, mode);
+  }
+  return PositionOf(unit);
 }
 
 std::size_t WidgetLogRow::Before(std::size_t position, QTextLayout::CursorMode mode) const {

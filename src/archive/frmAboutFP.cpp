@@ -12,6 +12,7 @@ frmAboutFP::frmAboutFP(std::string_view version, QWidget* parent)
   ui_->setupUi(this);
   ui_->txtVersion->setText(ToQt(version));
   ui_->txtVersion->setMinimumWidth(fontMetrics().horizontalAdvance(ToQt(version) + QStringLiteral("00000")));
+  ui_->cmdOK->setFocus();
   connect(ui_->cmdOK, &QPushButton::clicked, this, &frmAboutFP::accept);
 }
 

@@ -192,6 +192,21 @@ TEST(FrmLogFile, ShiftSelectsAndControlCCopies) {
   EXPECT_EQ(site.Selected(), "ab\ncd\nef");
 }
 
+TEST(FrmLogFile, ACharacterThatIsSpelledOutIsOneStepOfTheCaret) {
+  LogSite site;
+  site.OpenWith("a\x1B\xC2\x85z");
+  EXPECT_EQ(FromQt(site.View().VisibleText()), "a\\x1B\\u0085z");
+  for (const std::size_t expected : {1U, 2U, 4U, 5U}) {
+    site.Key(Qt::Key_Right);
+    EXPECT_EQ(site.View().Caret(), expected);
+  }
+  for (const std::size_t expected : {4U, 2U, 1U, 0U}) {
+    site.Key(Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_EQ(site.View().Caret(), expected);
+  }
+  EXPECT_EQ(site.Selected(), "a\x1B\xC2\x85z");
+}
+
 TEST(FrmLogFile, TypingChangesNothing) {
   LogSite site;
   site.OpenWith("ab");
