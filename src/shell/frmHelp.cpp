@@ -53,8 +53,8 @@ frmHelp::frmHelp(FileSystem& files, const std::filesystem::path& ownFolder, User
       ui_(std::make_unique<Ui::frmHelp>()) {
   ui_->setupUi(this);
   const int letter = fontMetrics().averageCharWidth();
-  resize(130 * letter, 90 * letter);
-  ui_->splitter->setSizes({40 * letter, 90 * letter});
+  resize(150 * letter, 100 * letter);
+  ui_->splitter->setSizes({50 * letter, 100 * letter});
   memory_.RestoreGeometry(*this);
   ConnectButtons();
 }
@@ -106,7 +106,8 @@ void frmHelp::AddEnginesWidgets() {
   connect(contents, &QHelpContentWidget::linkActivated, ui_->txtPage,
           [this](const QUrl& link) { ui_->txtPage->setSource(link); });
   connect(contents, &QHelpContentWidget::clicked, contents, &QHelpContentWidget::activated);
-  connect(engine_->contentModel(), &QHelpContentModel::contentsCreated, contents, &QTreeView::expandAll);
+  connect(engine_->contentModel(), &QHelpContentModel::contentsCreated, contents,
+          [contents] { contents->expandToDepth(0); });
   QHelpIndexWidget* const index = engine_->indexWidget();
   index->setObjectName(QStringLiteral("lstIndex"));
   index->setAccessibleName(tr("Keywords"));
