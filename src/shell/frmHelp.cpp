@@ -18,7 +18,6 @@
 namespace fieldpost {
 namespace {
 
-const QString Namespace = QStringLiteral("fieldpost.help");
 constexpr int UrlRole = Qt::UserRole;
 
 QUrl HomePage() {
