@@ -58,7 +58,8 @@ CONTROLS = {
 REPEATED = {("frmOptions", "b"), ("frmOptions", "m"), ("frmOptions", "d")}
 
 MNEMONIC = re.compile(r"&([^&\s])")
-NAMED = ("widget", "action", "addaction")
+# The later ones count: an entry of a menu carries only the name of the action that it shows.
+NAMED = ("addaction", "action", "widget")
 
 
 def property_text(element, name):

@@ -170,6 +170,12 @@ class Forms(unittest.TestCase):
                 text = MENUS.replace(old, new) if old else MENUS
                 self.assertEqual(expected, check_forms.faults_in("frmMenus", text))
 
+    def test_captions_of_menu_items(self):
+        text = MENUS.replace("frmMenus", "MDIFieldpost").replace("mnuOpen", "mnuOptions")
+        self.assertIn('mnuOptions should say "&Options", not [\'&Open\']', check_forms.faults_in("MDIFieldpost", text))
+        text = text.replace("&amp;Open", "&amp;Options")
+        self.assertEqual([], [fault for fault in check_forms.faults_in("MDIFieldpost", text) if "mnuOptions s" in fault])
+
     def test_the_name_of_the_window_is_that_of_the_file(self):
         text = MENUS.replace('QMainWindow" name="frmMenus"', 'QMainWindow" name="window"')
         self.assertEqual(["its class should be frmMenus"], check_forms.faults_in("frmMenus", text))
