@@ -10,6 +10,7 @@ FieldpostProgram::FieldpostProgram(const Ports& given, const std::filesystem::pa
       settingsStore(ports.files, ownFolder),
       settings(settingsStore.Load()),
       latestStore(ports.files, ownFolder),
+      optionsStore(ports.files, ports.keys, settings, lists.LatestFolderList, ownFolder),
       tree(ports.files, paths, settings, settingsStore, latestStore, lists, log),
       check(settings, settingsStore, flags, registry, log, ports.prompt, ports.display),
       packaging(ports.files, ports.clock, paths, settings, flags, lists, log, ports.display),

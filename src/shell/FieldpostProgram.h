@@ -13,6 +13,7 @@
 #include "environment/LatestFolderStore.h"
 #include "environment/MailSettings.h"
 #include "environment/ModWriteLogFile.h"
+#include "environment/OptionsStore.h"
 #include "faultlog/LatestScan.h"
 #include "mail/AttachmentPackaging.h"
 #include "mail/MailSettingsCheck.h"
@@ -54,6 +55,7 @@ class FieldpostProgram {
   MailSettingsStore settingsStore;  // needs: ports
   MailSettings settings;            // needs: settingsStore
   LatestFolderStore latestStore;    // needs: ports
+  OptionsStore optionsStore;        // needs: ports, settings, lists
   FolderTree tree;                  // needs: paths, settings, both stores, lists, log
   MailSettingsCheck check;          // needs: settings, settingsStore, flags, registry, log
   AttachmentPackaging packaging;    // needs: paths, settings, flags, lists, log

@@ -9,8 +9,11 @@
 
 #include "archive/FrmLogFile.h"
 #include "archive/frmAboutFP.h"
+#include "archive/frmArchive.h"
+#include "archive/frmArchiveDelete.h"
 #include "common/ProgramVersion.h"
 #include "common/WidgetText.h"
+#include "shell/WidgetSend.h"
 #include "shell/frmHelp.h"
 #include "ui_MDIFieldpost.h"
 
@@ -26,17 +29,21 @@ MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
       program_(program),
       ports_(ports),
       startUp_(program),
-      guard_(ports.desktop) {
+      guard_(ports.desktop),
+      ping_(ports.hosts, ports.echo, ports.display) {
   ui_->setupUi(this);
   ConnectMenu();
   KeepTitle();
   QApplication::instance()->installEventFilter(this);
+  ports_.prompt.SetOptionsDialog([this](OptionsPage page) { ShowOptions(page); });
   resize(960, 640);
   startUp_.CheckComponents();
   ports_.display.LetEventsRun();
 }
 
-MDIFieldpost::~MDIFieldpost() = default;
+MDIFieldpost::~MDIFieldpost() {
+  ports_.prompt.SetOptionsDialog({});
+}
 
 bool MDIFieldpost::Load() {
   if (guard_.IsAlreadyOpen(winId(), FromQt(windowTitle()))) {
@@ -45,14 +52,19 @@ bool MDIFieldpost::Load() {
   }
   ports_.memory.RestoreGeometry(*this);
   show();
+  ShowArchive();
+  ports_.display.LetEventsRun();
   startUp_.CreateFolderTree();
-  startUp_.OpenDailyLogHeader([] {});
+  startUp_.OpenDailyLogHeader([this] { Options(); });
   startUp_.RegisterProgramFolder();
   return true;
 }
 
 void MDIFieldpost::ConnectMenu() {
   connect(ui_->mnuClose, &QAction::triggered, this, &MDIFieldpost::UnloadAllForms);
+  connect(ui_->mnuSendData, &QAction::triggered, this, &MDIFieldpost::SendData);
+  connect(ui_->mnuOptions, &QAction::triggered, this, [this] { ShowOptions(OptionsPage::Folders); });
+  connect(ui_->mnuArchive, &QAction::triggered, this, &MDIFieldpost::ShowArchive);
   connect(ui_->mnuLogfile, &QAction::triggered, this, &MDIFieldpost::ShowLogFile);
   connect(ui_->mnuFPHelp, &QAction::triggered, this, &MDIFieldpost::ShowHelp);
   connect(ui_->mnuAboutFP, &QAction::triggered, this, &MDIFieldpost::ShowAbout);
@@ -82,6 +94,54 @@ QMdiSubWindow* MDIFieldpost::Find() const {
 template <class Form>
 void MDIFieldpost::CloseChild() {
   if (QMdiSubWindow* const child = Find<Form>()) child->close();
+}
+
+void MDIFieldpost::SendData() {
+  if (program_.check.CheckMailOptions()) return;
+  ports_.prompt.SetBusyPointer(true);
+  ShowSendDialog(program_, ports_.display, ports_.memory, this);
+  ports_.prompt.SetBusyPointer(false);
+  RefreshArchive(false);
+}
+
+/// The dialog loads what it shows when it is made, seen or not.
+frmOptions& MDIFieldpost::Options() {
+  if (!options_) {
+    options_ = std::make_unique<frmOptions>(program_.optionsStore, program_.ports.files, program_.paths,
+                                            ports_.prompt, ping_, ports_.drives, ports_.memory, this);
+  }
+  return *options_;
+}
+
+void MDIFieldpost::ShowOptions(OptionsPage page) {
+  const std::string archive = program_.settings.ArchiveFolder;
+  Options().ShowPage(page);
+  if (program_.settings.ArchiveFolder != archive) RefreshArchive(true);
+}
+
+void MDIFieldpost::ShowArchive() {
+  if (QMdiSubWindow* const child = Find<frmArchive>()) {
+    ui_->MdiArea->setActiveSubWindow(child);
+    return;
+  }
+  auto archive =
+      std::make_unique<frmArchive>(program_.ports.files, program_.settings, program_.log, ports_.memory);
+  connect(archive.get(), &frmArchive::DeleteRequested, this, &MDIFieldpost::ShowDeletion);
+  ShowChild(std::move(archive));
+}
+
+void MDIFieldpost::RefreshArchive(bool firstTime) {
+  QMdiSubWindow* const child = Find<frmArchive>();
+  if (child != nullptr) qobject_cast<frmArchive*>(child->widget())->UpdateList(firstTime);
+}
+
+void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& productCode) {
+  frmArchiveDelete dialog(program_.ports.files, program_.settings, program_.log, ports_.prompt, productCode,
+                          this);
+  dialog.DeleteItems(files);
+  dialog.exec();
+  ports_.display.LetEventsRun();
+  RefreshArchive(true);
 }
 
 /// The viewer shows the log as it was when it opened, so that a further one takes the place of the first.

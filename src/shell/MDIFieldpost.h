@@ -6,9 +6,14 @@
 #include <filesystem>
 #include <memory>
 
+#include "archive/modMailServerPing.h"
 #include "common/MessageBoxPrompt.h"
 #include "common/WidgetMemory.h"
 #include "common/WidgetStatusDisplay.h"
+#include "environment/frmOptions.h"
+#include "platform/HostLookup.h"
+#include "platform/IcmpEcho.h"
+#include "platform/NetworkDrives.h"
 #include "platform/TopLevelWindows.h"
 #include "shell/FieldpostProgram.h"
 #include "shell/SingleInstanceGuard.h"
@@ -28,6 +33,9 @@ struct WindowPorts {
   WidgetStatusDisplay& display;
   WidgetMemory& memory;
   TopLevelWindows& desktop;
+  HostLookup& hosts;
+  IcmpEcho& echo;
+  NetworkDrives& drives;
 };
 
 /// The frame with its menu. It keeps its title "Fieldpost" whatever happens inside it, because a second start
@@ -54,6 +62,12 @@ class MDIFieldpost final : public QMainWindow {
  private:
   void ConnectMenu();
   void KeepTitle();
+  void SendData();
+  frmOptions& Options();
+  void ShowOptions(OptionsPage page);
+  void ShowArchive();
+  void RefreshArchive(bool firstTime);
+  void ShowDeletion(const PathList& files, const std::string& productCode);
   void ShowLogFile();
   void ShowHelp();
   void ShowAbout();
@@ -68,6 +82,8 @@ class MDIFieldpost final : public QMainWindow {
   WindowPorts ports_;
   StartUp startUp_;
   SingleInstanceGuard guard_;
+  modMailServerPing ping_;
+  std::unique_ptr<frmOptions> options_;
   QPointer<QWidget> help_;
 };
 

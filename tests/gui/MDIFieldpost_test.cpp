@@ -28,7 +28,10 @@ struct Desktop final : TopLevelWindows {
 
 struct MainWindow : test::WindowSite {
   Desktop desktop;
-  MDIFieldpost window{program, {prompt, display, memory, desktop}};
+  SystemHostLookup hosts;
+  SystemIcmpEcho echo;
+  DesktopNetworkDrives drives;
+  MDIFieldpost window{program, {prompt, display, memory, desktop, hosts, echo, drives}};
 
   /// Takes a command of the menu, as a click on it does.
   void Command(const char* name) { window.findChild<QAction*>(name)->trigger(); }

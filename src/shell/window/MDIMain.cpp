@@ -41,7 +41,10 @@ int ShowWindow(int& argc, char** argv) {
   WidgetMemory memory(ownFolder);
   const auto desktop =
       SessionTopLevelWindows(QGuiApplication::platformName() == QStringLiteral("xcb"), "Fieldpost");
-  MDIFieldpost window(program, {prompt, display, memory, *desktop});
+  SystemHostLookup hosts;
+  SystemIcmpEcho echo;
+  DesktopNetworkDrives drives;
+  MDIFieldpost window(program, {prompt, display, memory, *desktop, hosts, echo, drives});
   return window.Load() ? QApplication::exec() : 0;
 }
 
