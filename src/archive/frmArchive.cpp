@@ -10,6 +10,7 @@
 #include <QMdiSubWindow>
 #include <QSignalBlocker>
 #include <QStyle>
+#include <QStyledItemDelegate>
 #include <algorithm>
 #include <utility>
 
@@ -29,6 +30,19 @@ const QString ViewKey = QStringLiteral("view");
 constexpr int LongestTextBelowIcon = 20;
 constexpr int LongestTextBesideIcon = 36;
 constexpr int ShortestText = 8;
+
+/// Keeps each file's icon and name in its cell, whatever the length of the name.
+class CellDelegate final : public QStyledItemDelegate {
+ public:
+  explicit CellDelegate(QListView& view) : QStyledItemDelegate(&view), view_(view) {}
+
+  [[nodiscard]] QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const override {
+    return view_.gridSize();
+  }
+
+ private:
+  QListView& view_;
+};
 
 }  // namespace
 
@@ -62,6 +76,7 @@ void frmArchive::SetUpViews() {
   ui_->LVFileList->setModel(&order_);
   ui_->LVFileListIcons->setModel(&order_);
   ui_->LVFileListIcons->setSelectionModel(ui_->LVFileList->selectionModel());
+  ui_->LVFileListIcons->setItemDelegate(new CellDelegate(*ui_->LVFileListIcons));
   connect(ui_->LVFileList, &QAbstractItemView::doubleClicked, this, &frmArchive::OpenRow);
   connect(ui_->LVFileListIcons, &QAbstractItemView::doubleClicked, this, &frmArchive::OpenRow);
   QHeaderView& columns = *ui_->LVFileList->header();

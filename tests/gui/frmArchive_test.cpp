@@ -286,6 +286,23 @@ TEST(frmArchive, SharesTheSelectionBetweenItsViews) {
   EXPECT_THAT(site.Selected(), ElementsAre("b.xml"));
 }
 
+TEST(frmArchive, KeepsLongNamesApartInEveryView) {
+  ListSite site;
+  for (const char* letter : {"a", "b", "c"}) site.Archived("x/" + std::string(100, *letter) + ".xml");
+  site.Open();
+  for (const char* key : {"LargeIcons", "Smallcons", "List"}) {
+    site.Press(key);
+    QCoreApplication::processEvents();
+    const QAbstractItemModel& model = *site.Icons().model();
+    for (int row = 1; row < 3; ++row) {
+      const QRect one = site.Icons().visualRect(model.index(row - 1, 0));
+      const QRect next = site.Icons().visualRect(model.index(row, 0));
+      EXPECT_FALSE(one.intersects(next)) << key << row;
+      EXPECT_GT(one.width(), 50) << key;
+    }
+  }
+}
+
 TEST(frmArchive, FindsItsViewAndColumnsAgain) {
   ListSite site;
   site.Archived("a/b.xml", "P", 2000);
