@@ -79,6 +79,8 @@ class XmlTreeReader::Parser {
     return !piece.empty();
   }
 
+  [[nodiscard]] std::uint64_t BytesRead() const { return fed_; }
+
   [[nodiscard]] bool IsWellFormed() const { return !failed_ && parser_->wellFormed == 1; }
 
  private:
@@ -279,6 +281,10 @@ XmlTreeReader::State XmlTreeReader::ReadSlice() {
   } catch (const std::exception&) {
     return Fail();
   }
+}
+
+std::uint64_t XmlTreeReader::BytesRead() const {
+  return parser_->BytesRead();
 }
 
 XmlTreeReader::State XmlTreeReader::Fail() {

@@ -43,6 +43,10 @@ class XmlTreeReader {
   /// Reads some 64 KB more, and says how things stand then. Never throws.
   State ReadSlice();
 
+  /// How many bytes of text were read so far; in a file that is not UTF-8 this differs from what was read of
+  /// it.
+  [[nodiscard]] std::uint64_t BytesRead() const;
+
  private:
   class Parser;
 

@@ -1,0 +1,219 @@
+#include "archive/frmXMLfile.h"
+
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLocale>
+
+#include "archive/CPrintTreeJob.h"
+#include "common/WidgetText.h"
+#include "ui_frmXMLfile.h"
+
+namespace fieldpost {
+namespace {
+
+// Between two slices the window answers; a person does not notice so short a time.
+constexpr int SliceMilliseconds = 15;
+
+}  // namespace
+
+frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent)
+    : QMainWindow(parent),
+      ui_(std::make_unique<Ui::frmXMLfile>()),
+      files_(files),
+      log_(log),
+      prompt_(prompt) {
+  ui_->setupUi(this);
+  ui_->fraFind->hide();
+  ui_->TWXML->Show(rows_);
+  setFocusProxy(ui_->TWXML);
+  Connect();
+  ConnectFind();
+}
+
+frmXMLfile::~frmXMLfile() = default;
+
+void frmXMLfile::Connect() {
+  // Two of these windows may be open: each answers to its own keys alone.
+  for (QAction* action : {ui_->mnuPrint, ui_->mnuCopy, ui_->mnuFind, ui_->mnuFindNext, ui_->mnuFindPrevious,
+                          ui_->mnuExpandAll, ui_->mnuCollapseAll}) {
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    addAction(action);
+  }
+  connect(ui_->mnuPrint, &QAction::triggered, this, &frmXMLfile::Print);
+  connect(ui_->mnuPreview, &QAction::triggered, this, &frmXMLfile::Preview);
+  connect(ui_->mnuClose, &QAction::triggered, this,
+          [this] { (parentWidget() ? parentWidget() : this)->close(); });
+  connect(ui_->mnuCopy, &QAction::triggered, this, &frmXMLfile::CopyLabel);
+  connect(ui_->mnuExpandAll, &QAction::triggered, ui_->TWXML, &WidgetXmlTree::ExpandAll);
+  connect(ui_->mnuCollapseAll, &QAction::triggered, ui_->TWXML, &WidgetXmlTree::CollapseAll);
+  connect(&reading_, &QTimer::timeout, this, &frmXMLfile::ReadOn);
+  connect(&searching_, &QTimer::timeout, this, &frmXMLfile::SearchOn);
+}
+
+void frmXMLfile::ConnectFind() {
+  connect(ui_->mnuFind, &QAction::triggered, this, &frmXMLfile::OpenFindBar);
+  connect(ui_->mnuFindNext, &QAction::triggered, this, [this] { Find(Direction::Forward, false); });
+  connect(ui_->mnuFindPrevious, &QAction::triggered, this, [this] { Find(Direction::Backward, false); });
+  connect(ui_->cmdFindNext, &QPushButton::clicked, this, [this] { Find(Direction::Forward, false); });
+  connect(ui_->cmdFindPrevious, &QPushButton::clicked, this, [this] { Find(Direction::Backward, false); });
+  connect(ui_->cmdFindClose, &QPushButton::clicked, this, &frmXMLfile::CloseFindBar);
+  connect(ui_->txtFind, &QLineEdit::textEdited, this, [this] { Find(Direction::Forward, true); });
+  ui_->fraFind->installEventFilter(this);
+  ui_->txtFind->installEventFilter(this);
+}
+
+void frmXMLfile::Load() {
+  search_.reset();
+  searching_.stop();
+  reader_.reset();
+  tree_.Clear();
+  rows_.ShowNothing();
+  ui_->TWXML->MeasureNewNodes();
+  if (!files_.IsFile(path_)) {
+    log_.WriteLog("File Not Found (" + Utf8FromPath(path_) + ")", LogCategory::Error);
+    return;
+  }
+  try {
+    fileBytes_ = files_.Stamp(path_).size;
+    reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
+  } catch (const std::exception&) {
+    return EndLoading(false);
+  }
+  ui_->mnuPrint->setEnabled(false);
+  ui_->mnuPreview->setEnabled(false);
+  reading_.start();
+  ReadOn();
+}
+
+void frmXMLfile::ReadOn() {
+  QElapsedTimer time;
+  time.start();
+  XmlTreeReader::State state = XmlTreeReader::State::Reading;
+  while (state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
+    state = reader_->ReadSlice();
+  }
+  if (state != XmlTreeReader::State::Reading) return EndLoading(state == XmlTreeReader::State::Done);
+  ShowRead(false);
+  ShowProgress();
+}
+
+/// The list lays all its rows out anew when some are added: that is done for the first, and then each time
+/// that they are a quarter more.
+void frmXMLfile::ShowRead(bool all) {
+  if (rows_.rowCount() == 0 && tree_.Size() > 0) {
+    setWindowTitle(Title());
+    rows_.ShowNewNodes();
+    ui_->TWXML->setCurrentIndex(rows_.index(0));
+  } else if (all || tree_.Size() / 5 * 4 > rows_.ShownNodes()) {
+    rows_.ShowNewNodes();
+  }
+  ui_->TWXML->MeasureNewNodes();
+}
+
+void frmXMLfile::EndLoading(bool good) {
+  reading_.stop();
+  reader_.reset();
+  ui_->mnuPrint->setEnabled(true);
+  ui_->mnuPreview->setEnabled(true);
+  ui_->statusBar->clearMessage();
+  if (good) return ShowRead(true);
+  tree_.Clear();
+  rows_.ShowNothing();
+  ui_->TWXML->MeasureNewNodes();
+  setWindowTitle(QStringLiteral("XML File"));
+  log_.WriteLog("File is not XML format (" + Utf8FromPath(path_) + ")", LogCategory::Error);
+}
+
+void frmXMLfile::ShowProgress() {
+  const double share =
+      fileBytes_ == 0 ? 0 : static_cast<double>(reader_->BytesRead()) / static_cast<double>(fileBytes_);
+  ui_->statusBar->showMessage(tr("Reading the file: %1 %").arg(qMin(static_cast<int>(share * 100), 100)));
+}
+
+QString frmXMLfile::Title() const {
+  return QStringLiteral("XML File    ") + PathToQt(path_);
+}
+
+void frmXMLfile::Print() {
+  CPrintTreeJob job(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename()));
+  if (job.Print() == CPrintTreeJob::Outcome::Failed) NoPrinter();
+}
+
+void frmXMLfile::Preview() {
+  if (rows_.rowCount() == 0) return NoPrinter();
+  CPrintTreeJob(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename())).Preview();
+}
+
+void frmXMLfile::NoPrinter() {
+  prompt_.ShowMessage("Default printer not found", MessageIcon::Exclamation, "");
+}
+
+/// The whole label, however little of it is shown.
+void frmXMLfile::CopyLabel() {
+  if (const auto node = ui_->TWXML->CurrentNode())
+    QGuiApplication::clipboard()->setText(ToQt(tree_.Label(*node)));
+}
+
+void frmXMLfile::OpenFindBar() {
+  ui_->fraFind->show();
+  ui_->txtFind->setFocus(Qt::ShortcutFocusReason);
+  ui_->txtFind->selectAll();
+}
+
+void frmXMLfile::CloseFindBar() {
+  ui_->fraFind->hide();
+  ui_->lblFound->clear();
+  searching_.stop();
+  search_.reset();
+  ui_->TWXML->setFocus(Qt::OtherFocusReason);
+}
+
+/// `stay`: the current node may be the one that is found, as while the text is being typed.
+void frmXMLfile::Find(Direction direction, bool stay) {
+  searching_.stop();
+  search_.reset();
+  ui_->lblFound->clear();
+  if (ui_->txtFind->text().isEmpty()) {
+    if (!stay) OpenFindBar();
+    return;
+  }
+  if (tree_.Size() == 0) return ui_->lblFound->setText(tr("Not found"));
+  const XmlTree::Node from = ui_->TWXML->CurrentNode().value_or(0);
+  search_.emplace(tree_, ui_->txtFind->text(), from, direction);
+  if (!stay) search_->SkipFirst();
+  ui_->lblFound->setText(tr("Searching..."));
+  searching_.start();
+  SearchOn();
+}
+
+void frmXMLfile::SearchOn() {
+  const WidgetXmlTreeSearch::State state = search_->SearchFor(SliceMilliseconds);
+  if (state == WidgetXmlTreeSearch::State::Searching) return;
+  searching_.stop();
+  if (state == WidgetXmlTreeSearch::State::Found) return ShowFound();
+  ui_->lblFound->setText(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
+  ui_->fraFind->show();
+}
+
+void frmXMLfile::ShowFound() {
+  rows_.ShowNewNodes();
+  ui_->TWXML->GoTo(search_->Node());
+  ui_->lblFound->setText(search_->WentRound() ? tr("Continued at the other end") : QString());
+}
+
+bool frmXMLfile::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::KeyPress) return QMainWindow::eventFilter(watched, event);
+  const auto& key = static_cast<const QKeyEvent&>(*event);
+  if (key.key() == Qt::Key_Escape) {
+    CloseFindBar();
+    return true;
+  }
+  const bool enter = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+  if (!enter || watched != ui_->txtFind) return QMainWindow::eventFilter(watched, event);
+  Find(key.modifiers() & Qt::ShiftModifier ? Direction::Backward : Direction::Forward, false);
+  return true;
+}
+
+}  // namespace fieldpost
