@@ -12,6 +12,7 @@ namespace {
 
 constexpr double TwipsAnInch = 1440;
 constexpr double TwipsAPoint = 20;
+constexpr double LineWidth = 5;  // twips: fine, but to be seen on any printer
 
 /// A font of the size in twips: on a painter whose unit is the twip, a "pixel" is one.
 QFont FontInTwips(const QFont& font) {
@@ -47,6 +48,7 @@ bool CPrintTreeView::PrintControl() {
   if (rows == 0 || !painter.begin(&printer_)) return false;
   painter.scale(printer_.logicalDpiX() / TwipsAnInch, printer_.logicalDpiY() / TwipsAnInch);
   painter.setFont(FontInTwips(control_->PrintedFont()));
+  painter.setPen(QPen(Qt::black, LineWidth));
   const QFontMetricsF text(painter.font());
   const PrintMeasures measures = MeasuresFor(printer_, *control_);
   TreePrintLayout layout(measures, [this] { Q_EMIT BeforeNewPage(); });

@@ -26,21 +26,17 @@ class WidgetXmlTree::Delegate final : public QStyledItemDelegate {
     const XmlTree::Node node = view_.rows_->NodeAt(index.row());
     QStyleOptionViewItem label(option);
     label.rect.setLeft(view_.SignRect(option.rect, view_.rows_->Tree().Level(node)).right() + 1);
-    initStyleOption(&label, index);
     DrawBranches(*painter, option, node);
-    label.rect.setWidth(LabelWidth(label));
+    label.rect.setWidth(QStyledItemDelegate::sizeHint(option, index).width());
+    label.textElideMode = Qt::ElideNone;
     view_.NoteWidth(label.rect.right() + view_.horizontalOffset());
     QStyledItemDelegate::paint(painter, label, index);
   }
 
   /// All rows are as wide as the widest.
   QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-    return {view_.widest_, QStyledItemDelegate::sizeHint(option, index).height()};
-  }
-
-  [[nodiscard]] int LabelWidth(const QStyleOptionViewItem& label) const {
-    const int margin = view_.style()->pixelMetric(QStyle::PM_FocusFrameHMargin, &label, &view_) + 1;
-    return label.fontMetrics.horizontalAdvance(label.text) + 2 * margin;
+    const int margin = view_.style()->pixelMetric(QStyle::PM_FocusFrameVMargin, &option, &view_) + 1;
+    return {view_.widest_, QStyledItemDelegate::sizeHint(option, index).height() + 2 * margin};
   }
 
  private:

@@ -7,19 +7,26 @@
 namespace fieldpost {
 
 WidgetXmlTreeSearch::State WidgetXmlTreeSearch::SearchFor(int milliseconds) {
-  constexpr XmlTree::Node LabelsBetweenLooksAtTheClock = 64;
+  constexpr int PartsBetweenLooksAtTheClock = 64;
   QElapsedTimer time;
   time.start();
-  while (left_ > 0) {
-    if (Matches()) return State::Found;
-    if (--left_ > 0) Step();
-    if (left_ % LabelsBetweenLooksAtTheClock == 0 && time.elapsed() >= milliseconds) break;
+  for (int parts = 1; left_ > 0; ++parts) {
+    if (MatchesPart()) return State::Found;
+    if (partAt_ == 0 && --left_ > 0) Step();
+    if (parts % PartsBetweenLooksAtTheClock == 0 && time.elapsed() >= milliseconds) break;
   }
   return left_ > 0 ? State::Searching : State::NotFound;
 }
 
-bool WidgetXmlTreeSearch::Matches() const {
-  return matcher_.indexIn(ToQt(tree_.Label(node_))) >= 0;
+/// Parts overlap, so that what lies across the end of one is in the next.
+bool WidgetXmlTreeSearch::MatchesPart() {
+  constexpr std::size_t PartBytes = 32'768;
+  constexpr std::size_t MaxBytesACharacter = 4;
+  const std::size_t overlap = static_cast<std::size_t>(matcher_.pattern().size() + 1) * MaxBytesACharacter;
+  const std::string part = tree_.LabelPart(node_, partAt_, PartBytes + overlap);
+  const bool isLast = part.size() < PartBytes + overlap;
+  partAt_ = isLast ? 0 : partAt_ + PartBytes;
+  return matcher_.indexIn(ToQt(part)) >= 0;
 }
 
 void WidgetXmlTreeSearch::Step() {

@@ -28,7 +28,7 @@ class WidgetXmlTreeSearch {
   /// Leaves `from` to the end: the next match is wanted, not the one at hand.
   void SkipFirst() { Step(); }
 
-  /// Looks at labels for some milliseconds.
+  /// Looks at labels, long ones in parts, for some milliseconds.
   State SearchFor(int milliseconds);
 
   /// The node that was found.
@@ -38,7 +38,7 @@ class WidgetXmlTreeSearch {
   [[nodiscard]] bool WentRound() const { return wentRound_; }
 
  private:
-  [[nodiscard]] bool Matches() const;
+  bool MatchesPart();
   void Step();
 
   const XmlTree& tree_;
@@ -46,7 +46,8 @@ class WidgetXmlTreeSearch {
   Direction direction_;
   XmlTree::Node node_;
   XmlTree::Node size_;
-  XmlTree::Node left_;  // how many are still to be looked at
+  XmlTree::Node left_;      // how many are still to be looked at
+  std::size_t partAt_ = 0;  // what comes before this in the node's label was looked at
   bool wentRound_ = false;
 };
 

@@ -31,25 +31,36 @@ std::string XmlTree::Key(Node node) {
 }
 
 std::string XmlTree::Label(Node node, std::size_t maxBytes) const {
-  std::string label;
-  const NodeData& data = nodes_[node];
-  label.reserve(std::min<std::size_t>(data.textBytes, maxBytes));
-  CopyText(data.textAt, std::min<std::uint64_t>(data.textBytes, maxBytes), label);
-  const auto more = more_.find(node);
-  if (more == more_.end()) return label;
-  for (const Piece& piece : more->second) {
-    if (label.size() == maxBytes) break;
-    CopyText(piece.at, std::min<std::uint64_t>(piece.bytes, maxBytes - label.size()), label);
+  return LabelPart(node, 0, maxBytes);
+}
+
+std::string XmlTree::LabelPart(Node node, std::size_t from, std::size_t maxBytes) const {
+  std::string part;
+  std::uint64_t skip = from;
+  const auto take = [&](const Piece& piece) {
+    const std::uint64_t skipped = std::min(skip, piece.bytes);
+    CopyText(piece.at + skipped, std::min<std::uint64_t>(piece.bytes - skipped, maxBytes - part.size()),
+             part);
+    skip -= skipped;
+  };
+  take({.at = nodes_[node].textAt, .bytes = nodes_[node].textBytes});
+  for (const Piece& piece : MorePieces(node)) {
+    if (part.size() == maxBytes) break;
+    take(piece);
   }
-  return label;
+  return part;
 }
 
 std::size_t XmlTree::LabelBytes(Node node) const {
-  std::size_t bytes = nodes_[node].textBytes;
+  std::uint64_t bytes = nodes_[node].textBytes;
+  for (const Piece& piece : MorePieces(node)) bytes += piece.bytes;
+  return static_cast<std::size_t>(bytes);
+}
+
+const std::vector<XmlTree::Piece>& XmlTree::MorePieces(Node node) const {
+  static const std::vector<Piece> none;
   const auto more = more_.find(node);
-  if (more == more_.end()) return bytes;
-  for (const Piece& piece : more->second) bytes += static_cast<std::size_t>(piece.bytes);
-  return bytes;
+  return more == more_.end() ? none : more->second;
 }
 
 std::size_t XmlTree::MemoryBytes() const {

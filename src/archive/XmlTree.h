@@ -92,6 +92,9 @@ class XmlTree {
   /// The label in UTF-8, or its first `maxBytes` bytes; a cut may fall within a character.
   [[nodiscard]] std::string Label(Node node, std::size_t maxBytes = static_cast<std::size_t>(-1)) const;
 
+  /// Up to `maxBytes` bytes of the label, from byte `from` on.
+  [[nodiscard]] std::string LabelPart(Node node, std::size_t from, std::size_t maxBytes) const;
+
   /// The length of the whole label in bytes.
   [[nodiscard]] std::size_t LabelBytes(Node node) const;
 
@@ -126,6 +129,7 @@ class XmlTree {
     std::uint64_t bytes;
   };
 
+  [[nodiscard]] const std::vector<Piece>& MorePieces(Node node) const;
   void CopyText(std::uint64_t at, std::uint64_t bytes, std::string& target) const;
 
   BlockList<NodeData, 16384> nodes_;

@@ -71,9 +71,13 @@ class XmlTreeReader::Parser {
     xmlDictSetLimit(parser_->dict, 0);
   }
 
-  /// Reads one piece of the file. False at its end.
+  /// Reads one piece of the file. False at its end. Pieces are small, since the parser takes a while for each
+  /// when the file has very many different names.
   bool ReadPiece() {
-    const std::string_view piece = source_.Next();
+    constexpr std::size_t PieceBytes = 8192;
+    if (unread_.empty()) unread_ = source_.Next();
+    const std::string_view piece = unread_.substr(0, PieceBytes);
+    unread_.remove_prefix(piece.size());
     xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), piece.empty() ? 1 : 0);
     RefuseExcess(piece);
     return !piece.empty();
@@ -254,6 +258,7 @@ class XmlTreeReader::Parser {
   XmlTree& tree_;
   XmlText text_;
   Utf8Source source_;
+  std::string_view unread_;  // of what came from there last
   std::unique_ptr<xmlParserCtxt, FreeParser> parser_;
   XmlPrefixes prefixes_;
   std::unordered_map<std::string, std::vector<std::pair<std::string, std::string>>> defaults_;

@@ -40,7 +40,7 @@ class XmlTreeReader {
   XmlTreeReader& operator=(const XmlTreeReader&) = delete;
   ~XmlTreeReader();
 
-  /// Reads some 64 KB more, and says how things stand then. Never throws.
+  /// Reads some 8 KB more, and says how things stand then. Never throws.
   State ReadSlice();
 
   /// How many bytes of text were read so far; in a file that is not UTF-8 this differs from what was read of

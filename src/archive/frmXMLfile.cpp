@@ -26,6 +26,7 @@ frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prom
       prompt_(prompt) {
   ui_->setupUi(this);
   ui_->fraFind->hide();
+  ui_->statusBar->hide();
   ui_->TWXML->Show(rows_);
   setFocusProxy(ui_->TWXML);
   Connect();
@@ -117,7 +118,7 @@ void frmXMLfile::EndLoading(bool good) {
   reader_.reset();
   ui_->mnuPrint->setEnabled(true);
   ui_->mnuPreview->setEnabled(true);
-  ui_->statusBar->clearMessage();
+  ui_->statusBar->hide();
   if (good) return ShowRead(true);
   tree_.Clear();
   rows_.ShowNothing();
@@ -129,6 +130,7 @@ void frmXMLfile::EndLoading(bool good) {
 void frmXMLfile::ShowProgress() {
   const double share =
       fileBytes_ == 0 ? 0 : static_cast<double>(reader_->BytesRead()) / static_cast<double>(fileBytes_);
+  ui_->statusBar->show();
   ui_->statusBar->showMessage(tr("Reading the file: %1 %").arg(qMin(static_cast<int>(share * 100), 100)));
 }
 

@@ -34,8 +34,8 @@ class frmXMLfile final : public QMainWindow {
   /// The full path of the file; to be set before Load.
   void SetPath(std::filesystem::path path) { path_ = std::move(path); }
 
-  /// Begins to read the file; a small one is read when it returns. A file that is missing, or is not
-  /// well-formed, leaves the tree empty and a line in the log.
+  /// Begins to read the file, and returns after the first slice; a small file is mostly read by then. A file
+  /// that is missing, or is not well-formed, leaves the tree empty and a line in the log.
   void Load();
 
   /// Whether the file is being read.

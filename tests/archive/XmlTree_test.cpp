@@ -222,6 +222,18 @@ TEST(XmlTree, ShowsWhatIsThereBeforeTheFileEnds) {
   EXPECT_EQ(tree.Size(), 0U);
 }
 
+TEST(XmlTree, GivesPartsOfALabel) {
+  XmlTree tree;
+  ASSERT_TRUE(Read(tree, "<a>one<b/>two<b/>three</a>"));
+  const std::string label = "a:  one:  two:  three";
+  ASSERT_EQ(tree.Label(0), label);
+  for (std::size_t from = 0; from <= label.size() + 1; ++from) {
+    for (std::size_t bytes = 0; bytes <= label.size() + 1; ++bytes) {
+      EXPECT_EQ(tree.LabelPart(0, from, bytes), label.substr(std::min(from, label.size()), bytes));
+    }
+  }
+}
+
 TEST(XmlTree, LongTextsAreWhole) {
   std::string words;
   while (words.size() < 3'000'000) words += "word  <x/>\n";

@@ -224,6 +224,19 @@ TEST(frmXMLfile, FindsOnceRoundTheTree) {
   EXPECT_TRUE(viewer.Tree().hasFocus());
 }
 
+TEST(frmXMLfile, FindsAnywhereInALongLabel) {
+  Viewer viewer;
+  const std::string fill(32'768 - 6, 'x');
+  viewer.OpenText("<r><a>" + fill + "needle" + fill + "</a><b>" + fill + fill + "NEEDLE</b><c/></r>");
+  viewer.Press(Qt::Key_F, Qt::ControlModifier);
+  QTest::keyClicks(&viewer.Find<QLineEdit>("txtFind"), QStringLiteral("needle"));
+  EXPECT_EQ(*viewer.Tree().CurrentNode(), 1U);
+  viewer.Press(Qt::Key_Return);
+  EXPECT_EQ(*viewer.Tree().CurrentNode(), 2U);
+  viewer.Press(Qt::Key_Return);
+  EXPECT_EQ(*viewer.Tree().CurrentNode(), 1U);
+}
+
 TEST(frmXMLfile, ClosesFromItsMenuWithItsFrame) {
   Viewer viewer;
   QMdiArea area;
