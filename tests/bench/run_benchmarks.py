@@ -285,6 +285,50 @@ class ArchiveBenchmarks:
         shutil.rmtree(self.folder, ignore_errors=True)
 
 
+def fault_data(path, megabytes):
+    """One faultlogger file of many entries."""
+    entry = ('  <FAULTLOG No="@@@@@@@@" Type="E"><MODEIND>P</MODEIND><CONDATE>20040315</CONDATE>\n'
+             '    <sympcode no="3">E-17</sympcode><TEXT>Door motor current too high &amp; rising</TEXT>\n'
+             f'    <DUMP>{"00FF17A2" * 20}</DUMP></FAULTLOG>\n').encode()
+    with open(path, "wb") as file:
+        file.write(b'<?xml version="1.0" encoding="UTF-8"?>\n<FLFILE><PRODCODE>GATE</PRODCODE>\n')
+        for number in range(megabytes * 1_000_000 // len(entry)):
+            file.write(entry.replace(b"@" * 8, b"%08d" % number))
+        file.write(b"</FLFILE>\n")
+
+
+class ViewerBenchmarks:
+    """Opening a file in the XML viewer, beside xmllint's check of the same file."""
+
+    def __init__(self, folder, repetitions):
+        self.folder = pathlib.Path(folder) / "viewer"
+        self.repetitions = repetitions
+
+    def compare(self, sizes):
+        print("\nOpening a file in the XML viewer; the program's start is in its processor seconds")
+        print("       MB   first screen    all read   longest gap   processor    xmllint   ratio      peak")
+        points = []
+        for megabytes in sizes:
+            shutil.rmtree(self.folder, ignore_errors=True)
+            self.folder.mkdir(parents=True)
+            path = self.folder / "faults.xml"
+            fault_data(path, megabytes)
+            costs, lints, times = [], [], []
+            for _ in range(self.repetitions):
+                lints.append(measure([shutil.which("xmllint"), "--stream", "--noout", str(path)]))
+                cost, printed = measure_and_read([str(TOOLS / "open_viewer"), str(self.folder), str(path)])
+                costs.append(cost)
+                times.append([int(word) for word in printed])
+            ours, lint = median(costs), median(lints)
+            first, read, gap = (statistics.median(column) for column in zip(*times))
+            points.append((megabytes, read))
+            print(f"{megabytes:9,} {first:11.0f} ms {read:8.0f} ms {gap:10.0f} ms {ours.processor:9.3f} s "
+                  f"{lint.processor:8.3f} s {ours.processor / lint.processor:7.2f} {ours.peak_mb:6.0f} MB")
+        print(f"  time until all is read grows with the power {growth(points):.2f} of the size; aims: first screen "
+              "within 500 ms, power 1, no gap that is felt")
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+
 def main():
     arguments = argparse.ArgumentParser(description="Measures the built program beside plain loops.")
     arguments.add_argument("--quick", action="store_true", help="small sizes alone")
@@ -308,6 +352,7 @@ def main():
         PpcBenchmarks(work, given.repetitions).compare([20, 50] if given.quick else [50, 200, 1000])
         LogViewerBenchmarks(work, given.repetitions).compare([1, 10] if given.quick else [1, 10, 100])
         ArchiveBenchmarks(work, given.repetitions).compare([1_000, 5_000] if given.quick else [1_000, 10_000, 50_000])
+        ViewerBenchmarks(work, given.repetitions).compare([1, 10] if given.quick else [1, 10, 100])
         benchmarks.merge(50, [25, 50] if given.quick else [50, 100, 200])
     finally:
         server.stdin.close()
