@@ -1,6 +1,9 @@
 #include "common/WidgetMemory.h"
 
 #include <QHeaderView>
+#include <QMdiSubWindow>
+#include <QRect>
+#include <QVariant>
 #include <QWidget>
 
 #include "common/WidgetText.h"
@@ -14,6 +17,10 @@ QString Key(const QWidget& owner, const QString& name) {
 
 QString GeometryKey(const QWidget& window) {
   return Key(window, QStringLiteral("geometry"));
+}
+
+QString MaximisedKey(const QWidget& form) {
+  return Key(form, QStringLiteral("maximised"));
 }
 
 QString ColumnsKey(const QWidget& owner) {
@@ -31,6 +38,22 @@ void WidgetMemory::RestoreGeometry(QWidget& window) {
 
 void WidgetMemory::SaveGeometry(const QWidget& window) {
   file_.setValue(GeometryKey(window), window.saveGeometry());
+}
+
+bool WidgetMemory::RestoreChild(QMdiSubWindow& child) {
+  const QVariant place = file_.value(GeometryKey(*child.widget()));
+  if (!place.isValid()) return false;
+  child.setGeometry(place.toRect());
+  if (file_.value(MaximisedKey(*child.widget())).toBool()) child.showMaximized();
+  return true;
+}
+
+void WidgetMemory::SaveChild(const QMdiSubWindow& child) {
+  if (child.widget() == nullptr) return;
+  const QWidget& form = *child.widget();
+  file_.setValue(MaximisedKey(form), child.isMaximized());
+  // What it had before it was made the largest or the smallest possible is what it goes back to.
+  if (!child.isMaximized() && !child.isMinimized()) file_.setValue(GeometryKey(form), child.geometry());
 }
 
 void WidgetMemory::RestoreColumns(const QWidget& owner, QHeaderView& columns) {

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 class QHeaderView;
+class QMdiSubWindow;
 class QWidget;
 
 namespace fieldpost {
@@ -20,6 +21,11 @@ class WidgetMemory {
   /// it stays as it is.
   void RestoreGeometry(QWidget& window);
   void SaveGeometry(const QWidget& window);
+
+  /// The same for a child window of a multiple-document frame; it goes by the object name of the form in it.
+  /// False when nothing is kept.
+  bool RestoreChild(QMdiSubWindow& child);
+  void SaveChild(const QMdiSubWindow& child);
 
   /// The same for the widths and the order of a list's columns; `owner` is the window that the list is in.
   void RestoreColumns(const QWidget& owner, QHeaderView& columns);

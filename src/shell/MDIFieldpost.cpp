@@ -11,6 +11,7 @@
 #include "archive/frmAboutFP.h"
 #include "archive/frmArchive.h"
 #include "archive/frmArchiveDelete.h"
+#include "archive/frmXMLfile.h"
 #include "common/ProgramVersion.h"
 #include "common/WidgetText.h"
 #include "shell/WidgetSend.h"
@@ -80,6 +81,8 @@ void MDIFieldpost::KeepTitle() {
 void MDIFieldpost::ShowChild(std::unique_ptr<QWidget> form) {
   form->setAttribute(Qt::WA_DeleteOnClose);
   QMdiSubWindow* const child = ui_->MdiArea->addSubWindow(form.release());
+  child->resize(ui_->MdiArea->size() * 4 / 5);
+  ports_.memory.RestoreChild(*child);
   child->show();
 }
 
@@ -126,6 +129,7 @@ void MDIFieldpost::ShowArchive() {
   }
   auto archive =
       std::make_unique<frmArchive>(program_.ports.files, program_.settings, program_.log, ports_.memory);
+  connect(archive.get(), &frmArchive::OpenFileRequested, this, &MDIFieldpost::OpenFile);
   connect(archive.get(), &frmArchive::DeleteRequested, this, &MDIFieldpost::ShowDeletion);
   ShowChild(std::move(archive));
 }
@@ -133,6 +137,16 @@ void MDIFieldpost::ShowArchive() {
 void MDIFieldpost::RefreshArchive(bool firstTime) {
   QMdiSubWindow* const child = Find<frmArchive>();
   if (child != nullptr) qobject_cast<frmArchive*>(child->widget())->UpdateList(firstTime);
+}
+
+/// One viewer at a time: a further file takes the place of the one that is shown.
+void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
+  CloseChild<frmXMLfile>();
+  auto viewer = std::make_unique<frmXMLfile>(program_.ports.files, program_.log, ports_.prompt);
+  frmXMLfile& shown = *viewer;
+  shown.SetPath(file);
+  ShowChild(std::move(viewer));
+  shown.Load();
 }
 
 void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& productCode) {
@@ -167,8 +181,12 @@ void MDIFieldpost::ShowHelp() {
   help_->activateWindow();
 }
 
-/// F1 in a modal dialog, where the menu's own key is out of reach.
+/// Notes the place of a child window that closes; and F1 in a modal dialog, where the menu's own key is out
+/// of reach.
 bool MDIFieldpost::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::Close) {
+    if (const auto* const child = qobject_cast<QMdiSubWindow*>(watched)) ports_.memory.SaveChild(*child);
+  }
   if (event->type() != QEvent::KeyPress || static_cast<const QKeyEvent*>(event)->key() != Qt::Key_F1 ||
       QApplication::activeModalWidget() == nullptr) {
     return QMainWindow::eventFilter(watched, event);

@@ -67,6 +67,7 @@ class MDIFieldpost final : public QMainWindow {
   void ShowOptions(OptionsPage page);
   void ShowArchive();
   void RefreshArchive(bool firstTime);
+  void OpenFile(const std::filesystem::path& file);
   void ShowDeletion(const PathList& files, const std::string& productCode);
   void ShowLogFile();
   void ShowHelp();

@@ -1,7 +1,6 @@
 """An X server without a screen, on a display of its own, for windows that need a real one."""
 
 import os
-import pathlib
 import subprocess
 import tempfile
 import time
@@ -82,9 +81,3 @@ class XServer:
                                    + self.run("xwininfo", "-root", "-tree"))
             time.sleep(0.02)
         return found
-
-    def picture(self, path):
-        """Writes a picture of the whole screen."""
-        raw = pathlib.Path(self._folder.name) / "screen.xwd"
-        self.run("xwd", "-root", "-silent", "-out", raw)
-        self.run("convert", f"xwd:{raw}", path)

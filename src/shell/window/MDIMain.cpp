@@ -16,6 +16,7 @@
 #include "platform/SqliteKeyStore.h"
 #include "shell/FieldpostProgram.h"
 #include "shell/MDIFieldpost.h"
+#include "shell/WidgetProgramIcon.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ int ShowWindow(int& argc, char** argv) {
 
   const QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("fieldpost"));
-  QApplication::setApplicationDisplayName({});
+  QApplication::setWindowIcon(ProgramIcon());
   WidgetMemory memory(ownFolder);
   const auto desktop =
       SessionTopLevelWindows(QGuiApplication::platformName() == QStringLiteral("xcb"), "Fieldpost");
