@@ -88,6 +88,12 @@ void frmXMLfile::Load() {
   ReadOn();
 }
 
+QSize frmXMLfile::sizeHint() const {
+  constexpr int Characters = 90;
+  constexpr int Lines = 36;
+  return {fontMetrics().averageCharWidth() * Characters, fontMetrics().height() * Lines};
+}
+
 void frmXMLfile::ReadOn() {
   QElapsedTimer time;
   time.start();

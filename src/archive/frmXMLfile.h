@@ -41,6 +41,9 @@ class frmXMLfile final : public QMainWindow {
   /// Whether the file is being read.
   [[nodiscard]] bool IsLoading() const { return reader_ != nullptr; }
 
+  /// Room for some thirty lines of a usual file.
+  [[nodiscard]] QSize sizeHint() const override;
+
   /// What was read so far.
   [[nodiscard]] const XmlTree& Tree() const { return tree_; }
 

@@ -72,6 +72,7 @@ class Opening {
 int main(int count, char** arguments) {
   if (count != 3) return 2;
   qputenv("QT_QPA_PLATFORM", "offscreen");
+  qputenv("QT_LOGGING_RULES", "*.warning=false");
   const QApplication application(count, arguments);
   Site site(PathFromUtf8(arguments[1]));
   frmXMLfile form(site.files, site.log, site.prompt);

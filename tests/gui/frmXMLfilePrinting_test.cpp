@@ -62,9 +62,11 @@ TEST(frmXMLfile, EveryFailureOfPrintingIsOneBox) {
     const char* what;
     std::string xml;
     std::string target;  // below the site's folder
+    std::string logged;
   };
-  for (const Row& row : {Row{"nothing to print", "no XML", ""},
-                         Row{"a file that cannot be written", "<a/>", "a-folder-that-is-not-there/x.pdf"}}) {
+  for (const Row& row : {Row{"nothing to print", "no XML", "", "File is not XML format"},
+                         Row{"a file that cannot be written", "<a/>", "a-folder-that-is-not-there/x.pdf",
+                             "a-folder-that-is-not-there"}}) {
     test::ViewerSite viewer;
     viewer.OpenText(row.xml);
     test::MessageBoxes boxes;
@@ -76,6 +78,8 @@ TEST(frmXMLfile, EveryFailureOfPrintingIsOneBox) {
     };
     viewer.Trigger("mnuPrint");
     EXPECT_THAT(boxes.seen, testing::Contains(NoPrinter)) << row.what;
+    EXPECT_THAT(viewer.Log(), testing::Contains(testing::HasSubstr(row.logged)))
+        << "a file's reason is logged";
   }
 }
 

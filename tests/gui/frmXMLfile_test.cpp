@@ -7,6 +7,7 @@
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QMenu>
 #include <QMenuBar>
 
 #include "support/ViewerSite.h"
@@ -183,6 +184,39 @@ TEST(frmXMLfile, FindsAnywhereInALongLabel) {
   EXPECT_EQ(*viewer.Tree().CurrentNode(), 2U);
   viewer.Press(Qt::Key_Return);
   EXPECT_EQ(*viewer.Tree().CurrentNode(), 1U);
+}
+
+TEST(frmXMLfile, HasItsKeysInAFrameWithAnotherOfItsKind) {
+  test::ViewerSite viewer;
+  QMdiArea area;
+  area.resize(900, 700);
+  area.show();
+  std::vector<frmXMLfile*> forms;
+  for (const char* name : {"1.xml", "2.xml"}) {
+    auto* const form = new frmXMLfile(viewer.files, viewer.program.log, viewer.prompt);
+    form->SetPath(viewer.folder.Write(name, "<a><b/></a>"));
+    area.addSubWindow(form)->show();
+    form->Load();
+    forms.push_back(form);
+    EXPECT_GT(form->width(), 300);
+  }
+  area.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&area));
+  for (frmXMLfile* const form : forms) {
+    area.setActiveSubWindow(qobject_cast<QMdiSubWindow*>(form->parentWidget()));
+    auto* const tree = form->findChild<WidgetXmlTree*>();
+    ASSERT_TRUE(tree->hasFocus());
+    QTest::keyClick(tree, Qt::Key_F, Qt::ControlModifier);
+    EXPECT_TRUE(form->findChild<QLineEdit*>(QStringLiteral("txtFind"))->hasFocus());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QTest::keyClick(tree, Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(tree->PrintedRows(), 1);
+    EXPECT_EQ(forms.back()->findChild<WidgetXmlTree*>()->PrintedRows(), form == forms.back() ? 1 : 2);
+    auto& menu = *form->findChild<QMenu*>(QStringLiteral("mnuDocument"));
+    QTest::keyClick(tree, Qt::Key_D, Qt::AltModifier);
+    EXPECT_TRUE(menu.isVisible());
+    menu.close();
+  }
 }
 
 TEST(frmXMLfile, ClosesFromItsMenuWithItsFrame) {
