@@ -13,7 +13,7 @@
 namespace fieldpost {
 namespace {
 
-constexpr qint64 EventTurnMilliseconds = 50;
+constexpr int EventTurnMilliseconds = 50;
 
 int BarValue(std::size_t value) {
   return static_cast<int>(std::min<std::size_t>(value, std::numeric_limits<int>::max()));
@@ -23,6 +23,9 @@ int BarValue(std::size_t value) {
 
 WidgetStatusDisplay::WidgetStatusDisplay() {
   sinceEvents_.start();
+  soon_.setSingleShot(true);
+  soon_.setInterval(EventTurnMilliseconds);
+  QObject::connect(&soon_, &QTimer::timeout, &soon_, [this] { ShowNow(); });
 }
 
 void WidgetStatusDisplay::ShowIn(StatusWidgets widgets) {
@@ -41,6 +44,7 @@ void WidgetStatusDisplay::SetStep(std::string_view text) {
 void WidgetStatusDisplay::SetLabel(std::string_view text) {
   label_ = text;
   labelChanged_ = true;
+  ShowSoon();
 }
 
 void WidgetStatusDisplay::SetRange(std::size_t steps) {
@@ -53,6 +57,7 @@ void WidgetStatusDisplay::SetRange(std::size_t steps) {
 void WidgetStatusDisplay::SetPosition(std::size_t done) {
   position_ = done;
   positionChanged_ = true;
+  ShowSoon();
 }
 
 void WidgetStatusDisplay::LetEventsRun() {
@@ -60,6 +65,10 @@ void WidgetStatusDisplay::LetEventsRun() {
   ShowNow();
   QCoreApplication::processEvents();
   sinceEvents_.restart();
+}
+
+void WidgetStatusDisplay::ShowSoon() {
+  if (!soon_.isActive()) soon_.start();
 }
 
 void WidgetStatusDisplay::ShowNow() {

@@ -3,6 +3,7 @@
 
 #include <QElapsedTimer>
 #include <QPointer>
+#include <QTimer>
 #include <string>
 
 #include "common/StatusDisplay.h"
@@ -22,7 +23,8 @@ struct StatusWidgets {
 };
 
 /// A status display on widgets. It lets events run at most every 50 ms, however often it is asked to, and
-/// redraws nothing in between.
+/// redraws nothing in between; what was set last is seen 50 ms later at the latest, also while a message box
+/// waits for its answer.
 class WidgetStatusDisplay final : public StatusDisplay {
  public:
   WidgetStatusDisplay();
@@ -48,10 +50,12 @@ class WidgetStatusDisplay final : public StatusDisplay {
   [[nodiscard]] bool StopRequested() const override { return stopRequested_; }
 
  private:
+  void ShowSoon();
   void ShowNow();
 
   StatusWidgets widgets_;
   QElapsedTimer sinceEvents_;
+  QTimer soon_;
   std::string label_;
   std::size_t position_ = 0;
   bool labelChanged_ = false;

@@ -142,6 +142,7 @@ bool SendLoop::SendMail() {
       display_.LetEventsRun();
       if (display_.StopRequested() || !SendOneMail(mail)) return false;
     }
+    ShowProgress("All mails sent", static_cast<std::size_t>(count), static_cast<std::size_t>(count));
   } catch (const std::exception& error) {
     return Fail(error.what());
   }

@@ -139,10 +139,11 @@ TEST(InteractiveSend, ShowsItsSteps) {
   EXPECT_TRUE(site.Run());
   EXPECT_THAT(site.display.captions,
               ElementsAre("Process faultlogger data...", "Collecting unsent files...", "Sending mail 1/1...",
-                          "Marking what was sent...", "Process PPC Data...", "Sending mail 1/1..."));
+                          "All mails sent", "Marking what was sent...", "Process PPC Data...",
+                          "Sending mail 1/1...", "All mails sent"));
   EXPECT_THAT(site.display.labels,
-              ElementsAre("unit.xml 0%", "100%", std::string(Document) + " 100%", "0%", "0%",
-                          "Dissect and analyse PPC file...", "PPC Count: 1/1 100%", "0%"));
+              ElementsAre("unit.xml 0%", "100%", std::string(Document) + " 100%", "0%", "100%", "0%",
+                          "Dissect and analyse PPC file...", "PPC Count: 1/1 100%", "0%", "100%"));
   EXPECT_THAT(site.display.lines, ElementsAre("Process latest files...", "Found 1 OK files"));
   EXPECT_THAT(site.display.ranges, ElementsAre(1, 1, 1, 1, 1, 1));
 }
