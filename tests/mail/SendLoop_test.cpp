@@ -285,12 +285,13 @@ TEST(SendData, ShowsWhichMailItIsAt) {
   SendSite site;
   site.program.lists.Attachments = site.Documents(3);
   EXPECT_TRUE(site.program.sendLoop.SendData());
-  EXPECT_THAT(site.display.captions, ElementsAre("Sending mail 1/3...", "Sending mail 2/3...",
-                                                 "Sending mail 3/3...", "Marking what was sent...",
-                                                 "Marking what was sent...", "Marking what was sent..."));
-  EXPECT_THAT(site.display.labels, ElementsAre("0%", "33%", "66%", "0%", "33%", "66%"));
+  EXPECT_THAT(
+      site.display.captions,
+      ElementsAre("Sending mail 1/3...", "Sending mail 2/3...", "Sending mail 3/3...", "All mails sent",
+                  "Marking what was sent...", "Marking what was sent...", "Marking what was sent..."));
+  EXPECT_THAT(site.display.labels, ElementsAre("0%", "33%", "66%", "100%", "0%", "33%", "66%"));
   EXPECT_THAT(site.display.ranges, ElementsAre(3, 3));
-  EXPECT_THAT(site.display.positions, ElementsAre(0, 1, 2, 0, 1, 2));
+  EXPECT_THAT(site.display.positions, ElementsAre(0, 1, 2, 3, 0, 1, 2));
 }
 
 TEST(SendData, EndsAtTheNextMailWhenAsked) {

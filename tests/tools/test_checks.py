@@ -181,9 +181,9 @@ class Forms(unittest.TestCase):
         self.assertEqual(["its class should be frmMenus"], check_forms.faults_in("frmMenus", text))
 
     def test_missing(self):
-        self.assertEqual([], check_forms.missing_forms(check_forms.REQUIRED))
+        self.assertEqual([], check_forms.missing_forms(check_forms.CONTROLS))
         self.assertEqual(["frmOptions.ui: missing"],
-                         check_forms.missing_forms(check_forms.REQUIRED - {"frmOptions"}))
+                         check_forms.missing_forms(check_forms.CONTROLS.keys() - {"frmOptions"}))
 
 
 if __name__ == "__main__":
