@@ -43,12 +43,20 @@ class NormalPointer {
   bool wasBusy_ = PointerIsBusy();
 };
 
+/// The window that the box stands over. None that goes when it is closed, as the help does: the box would go
+/// with it while it is still waited for.
+QWidget* Owner() {
+  if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
+  QWidget* const active = QApplication::activeWindow();
+  return active == nullptr || active->testAttribute(Qt::WA_DeleteOnClose) ? nullptr : active;
+}
+
 /// Returns the button that was pressed. The text is shown as it stands, never as markup.
 int ShowBox(std::string_view text, MessageIcon icon, std::string_view title,
             QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) {
   const NormalPointer pointer;
   QMessageBox box(BoxIcon(icon), title.empty() ? QStringLiteral("Fieldpost") : ToQt(title), ToQt(text),
-                  buttons, QApplication::activeWindow());
+                  buttons, Owner());
   box.setTextFormat(Qt::PlainText);
   box.setDefaultButton(defaultButton);
   return box.exec();

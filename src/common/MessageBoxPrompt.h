@@ -8,7 +8,8 @@
 
 namespace fieldpost {
 
-/// The only place that shows message boxes. A box stands over the window that is active when it comes up.
+/// The only place that shows message boxes. A box stands over the dialog that is open when it comes
+/// up, else over the window that is active.
 class MessageBoxPrompt final : public UserPrompt {
  public:
   /// Hands over what ShowOptions does: the dialog belongs to a room above this one.

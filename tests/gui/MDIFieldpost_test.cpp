@@ -7,6 +7,7 @@
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTimer>
 
 #include "archive/FrmLogFile.h"
 #include "environment/RegistryKeys.h"
@@ -168,6 +169,25 @@ TEST(MDIFieldpost, ClosesEveryWindow) {
   site.Command("mnuClose");
   EXPECT_FALSE(site.window.isVisible());
   EXPECT_THAT(site.Children(), IsEmpty());
+}
+
+TEST(MDIFieldpost, OpensTheHelpAnewOverABoxThatCameUpOverTheHelp) {
+  MainWindow site;
+  site.window.Load();
+  site.Command("mnuFPHelp");
+  ASSERT_EQ(HelpWindows().size(), 1U);
+  HelpWindows()[0]->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(HelpWindows()[0]));
+  bool ofTheBox = false;
+  QTimer::singleShot(0, [&] {
+    QWidget* const box = QApplication::activeModalWidget();
+    QTest::keyClick(box, Qt::Key_F1);
+    ofTheBox = HelpWindows().size() == 1 && HelpWindows()[0]->parentWidget() == box;
+    QTest::keyClick(box, Qt::Key_Return);
+  });
+  site.prompt.ShowMessage("Mail(s) has been Sent!", MessageIcon::Information, "");
+  EXPECT_TRUE(ofTheBox);
+  EXPECT_EQ(HelpWindows().size(), 0U);
 }
 
 /// A menu as lines: caption, and its name; a sub-menu's lines stand under it, deeper.
