@@ -210,6 +210,7 @@ void MDIFieldpost::closeEvent(QCloseEvent* event) {
     ports_.memory.SaveGeometry(*this);
   }
   ui_->MdiArea->closeAllSubWindows();
+  UnloadAllForms();
   event->accept();
 }
 

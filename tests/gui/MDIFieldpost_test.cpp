@@ -171,6 +171,15 @@ TEST(MDIFieldpost, ClosesEveryWindow) {
   EXPECT_THAT(site.Children(), IsEmpty());
 }
 
+TEST(MDIFieldpost, ClosesTheHelpWithItself) {
+  MainWindow site;
+  site.window.Load();
+  site.Command("mnuFPHelp");
+  ASSERT_EQ(HelpWindows().size(), 1U);
+  site.window.close();
+  EXPECT_EQ(HelpWindows().size(), 0U);
+}
+
 TEST(MDIFieldpost, OpensTheHelpAnewOverABoxThatCameUpOverTheHelp) {
   MainWindow site;
   site.window.Load();
