@@ -58,7 +58,8 @@ bool MDIFieldpost::Load() {
   startUp_.CreateFolderTree();
   startUp_.OpenDailyLogHeader([this] { Options(); });
   startUp_.RegisterProgramFolder();
-  return true;
+  // Whoever closed it meanwhile wants the program to end, and no loop runs yet that would notice.
+  return isVisible();
 }
 
 void MDIFieldpost::ConnectMenu() {

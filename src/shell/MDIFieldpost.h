@@ -49,7 +49,8 @@ class MDIFieldpost final : public QMainWindow {
   ~MDIFieldpost() override;
 
   /// The start: shows the window with the archive in it, makes the folder tree, begins the day's log. When
-  /// another copy of the program runs it shows nothing but says so; false then, and the program is to end.
+  /// another copy of the program runs it shows nothing but says so; false then, and when the window was
+  /// closed before the start was over: the program is to end.
   bool Load();
 
   /// Closes every window of the program, which ends it.

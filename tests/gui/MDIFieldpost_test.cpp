@@ -199,6 +199,13 @@ TEST(MDIFieldpost, OpensTheHelpAnewOverABoxThatCameUpOverTheHelp) {
   EXPECT_EQ(HelpWindows().size(), 0U);
 }
 
+TEST(MDIFieldpost, EndsWhenItIsClosedWhileItStarts) {
+  MainWindow site;
+  QObject::connect(&site.Area(), &QMdiArea::subWindowActivated, &site.window, &QWidget::close);
+  EXPECT_FALSE(site.window.Load());
+  EXPECT_THAT(site.Log(), ElementsAre("[Log File]"));
+}
+
 /// A menu as lines: caption, and its name; a sub-menu's lines stand under it, deeper.
 void Describe(const QMenu& menu, const std::string& indent, std::vector<std::string>& lines) {
   for (const QAction* action : menu.actions()) {
