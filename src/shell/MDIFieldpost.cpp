@@ -125,6 +125,7 @@ void MDIFieldpost::ShowOptions(OptionsPage page) {
 
 void MDIFieldpost::ShowArchive() {
   if (QMdiSubWindow* const child = Find<frmArchive>()) {
+    if (child->isMinimized() || child->isShaded()) child->showNormal();
     ui_->MdiArea->setActiveSubWindow(child);
     return;
   }

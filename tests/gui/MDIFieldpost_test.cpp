@@ -206,6 +206,28 @@ TEST(MDIFieldpost, EndsWhenItIsClosedWhileItStarts) {
   EXPECT_THAT(site.Log(), ElementsAre("[Log File]"));
 }
 
+TEST(MDIFieldpost, ShowsTheArchiveOnceAndAgain) {
+  MainWindow site;
+  site.window.Load();
+  site.Command("mnuArchive");
+  EXPECT_THAT(site.Children(), ElementsAre("Archive"));
+  site.Area().subWindowList()[0]->close();
+  EXPECT_THAT(site.Children(), IsEmpty());
+  site.Command("mnuArchive");
+  EXPECT_THAT(site.Children(), ElementsAre("Archive"));
+}
+
+TEST(MDIFieldpost, BringsTheArchiveUpFromItsIcon) {
+  MainWindow site;
+  site.window.Load();
+  QMdiSubWindow& archive = *site.Area().subWindowList().at(0);
+  archive.showMinimized();
+  site.Command("mnuLogfile");
+  site.Command("mnuArchive");
+  EXPECT_FALSE(archive.isMinimized());
+  EXPECT_EQ(site.Area().activeSubWindow(), &archive);
+}
+
 /// A menu as lines: caption, and its name; a sub-menu's lines stand under it, deeper.
 void Describe(const QMenu& menu, const std::string& indent, std::vector<std::string>& lines) {
   for (const QAction* action : menu.actions()) {
