@@ -1,7 +1,6 @@
 #include "archive/ModeIndicator.h"
 
 #include <libxml/SAX2.h>
-#include <libxml/parser.h>
 
 #include <algorithm>
 #include <array>
@@ -9,6 +8,7 @@
 #include <span>
 #include <utility>
 
+#include "common/LibXml.h"
 #include "common/Text.h"
 #include "common/XmlDocument.h"
 
@@ -25,17 +25,6 @@ constexpr std::int64_t MaxTagBytes = std::int64_t{256} * 1024;
 
 constexpr int ParseOptions =
     XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
-
-std::string_view FromXml(const xmlChar* text) {
-  return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
-
-struct FreeParser {
-  void operator()(xmlParserCtxt* parser) const {
-    xmlFreeDoc(parser->myDoc);
-    xmlFreeParserCtxt(parser);
-  }
-};
 
 /// One pass over one file. Entities are parsed in contexts of their own, so the parser's calls find this
 /// object by what the contexts have in common.
@@ -143,7 +132,7 @@ class Pass {
     return input != nullptr && input->end - input->cur > 1 && input->cur[0] == '<' && input->cur[1] != '!';
   }
 
-  std::unique_ptr<xmlParserCtxt, FreeParser> parser_;
+  XmlParser parser_;
   std::uint64_t fed_ = 0;
   std::uint64_t seen_ = 0;  // bytes of names and text that the parser handed over
   int depth_ = 0;

@@ -1,7 +1,6 @@
 #include "archive/XmlTreeReader.h"
 
 #include <libxml/SAX2.h>
-#include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
@@ -14,21 +13,11 @@
 
 #include "archive/XmlPrefixes.h"
 #include "archive/XmlText.h"
+#include "common/LibXml.h"
 #include "ppc/Utf8Source.h"
 
 namespace fieldpost {
 namespace {
-
-std::string_view FromXml(const xmlChar* text) {
-  return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
-
-struct FreeParser {
-  void operator()(xmlParserCtxt* parser) const {
-    xmlFreeDoc(parser->myDoc);
-    xmlFreeParserCtxt(parser);
-  }
-};
 
 std::string UpperAscii(std::string_view text) {
   std::string upper(text);
@@ -74,9 +63,9 @@ class XmlTreeReader::Parser {
   /// Reads one piece of the file. False at its end. Pieces are small, since the parser takes a while for each
   /// when the file has very many different names.
   bool ReadPiece() {
-    constexpr std::size_t PieceBytes = 8192;
+    constexpr std::size_t pieceBytes = 8192;
     if (unread_.empty()) unread_ = source_.Next();
-    const std::string_view piece = unread_.substr(0, PieceBytes);
+    const std::string_view piece = unread_.substr(0, pieceBytes);
     unread_.remove_prefix(piece.size());
     xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), piece.empty() ? 1 : 0);
     RefuseExcess(piece);
@@ -259,7 +248,7 @@ class XmlTreeReader::Parser {
   XmlText text_;
   Utf8Source source_;
   std::string_view unread_;  // of what came from there last
-  std::unique_ptr<xmlParserCtxt, FreeParser> parser_;
+  XmlParser parser_;
   XmlPrefixes prefixes_;
   std::unordered_map<std::string, std::vector<std::pair<std::string, std::string>>> defaults_;
   std::uint64_t expanded_ = 0;

@@ -1,7 +1,6 @@
 #include "common/XmlDocument.h"
 
 #include <libxml/SAX2.h>
-#include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlreader.h>
 #include <libxml/xmlsave.h>
@@ -11,6 +10,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "common/LibXml.h"
 #include "common/Text.h"
 
 namespace fieldpost {
@@ -19,24 +19,16 @@ namespace {
 constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOBLANKS | XML_PARSE_COMPACT |
                              XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
 
-struct FreeContext {
-  void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
-};
 struct FreeText {
   void operator()(xmlChar* text) const { xmlFree(text); }
 };
 struct FreeReader {
   void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
 };
-using ParserContext = std::unique_ptr<xmlParserCtxt, FreeContext>;
 using XmlText = std::unique_ptr<xmlChar, FreeText>;
 
 const xmlChar* ToXml(const std::string& text) {
   return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-
-std::string_view FromXml(const xmlChar* text) {
-  return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
 }
 
 /// Keeps the first complaint: later ones are mostly its consequences.
@@ -54,8 +46,8 @@ void DeclareInternalEntity(void* context, const xmlChar* name, int type, const x
   xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
 }
 
-ParserContext NewContext(std::string& reason) {
-  ParserContext context(xmlNewParserCtxt());
+XmlParser NewContext(std::string& reason) {
+  XmlParser context(xmlNewParserCtxt());
   if (!context) return context;
   context->_private = &reason;
   context->sax->serror = NoteError;
@@ -168,7 +160,7 @@ void XmlDocument::Free::operator()(_xmlDoc* document) const {
 bool XmlDocument::Load(std::string_view bytes) {
   document_.reset();
   reason_.clear();
-  const ParserContext context = NewContext(reason_);
+  const XmlParser context = NewContext(reason_);
   if (!context || !FitsParser(bytes)) {
     reason_ = bytes.empty() ? "the file is empty" : "too large for the XML parser";
     return false;
@@ -263,7 +255,7 @@ std::string XmlDocument::Xml(std::string_view rootXml) const {
 bool IsWellFormedXml(std::string_view bytes) {
   if (!FitsParser(bytes)) return false;
   std::string reason;
-  const ParserContext context = NewContext(reason);
+  const XmlParser context = NewContext(reason);
   if (!context) return false;
   context->sax->startElementNs = nullptr;
   context->sax->endElementNs = nullptr;

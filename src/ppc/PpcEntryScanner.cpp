@@ -1,7 +1,6 @@
 #include "ppc/PpcEntryScanner.h"
 
 #include <fmt/format.h>
-#include <libxml/parser.h>
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/LibXml.h"
 #include "common/Text.h"
 #include "common/XmlDocument.h"
 #include "ppc/NamespaceScopes.h"
@@ -27,10 +27,6 @@ constexpr int MaxNames = 20'000;
 constexpr std::size_t MaxNamespaces = 200;
 constexpr std::size_t MaxTagBytes = 256 * 1024;
 
-std::string_view FromXml(const xmlChar* text) {
-  return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
-
 std::vector<NamespaceScopes::Declaration> Declared(int count, const xmlChar** pairs) {
   std::vector<NamespaceScopes::Declaration> result;
   for (int i = 0; i < count; ++i) {
@@ -39,13 +35,6 @@ std::vector<NamespaceScopes::Declaration> Declared(int count, const xmlChar** pa
   }
   return result;
 }
-
-struct FreeParser {
-  void operator()(xmlParserCtxt* parser) const {
-    xmlFreeDoc(parser->myDoc);
-    xmlFreeParserCtxt(parser);
-  }
-};
 
 /// A text in memory, read like a file.
 class TextReader final : public FileReader {
@@ -286,7 +275,7 @@ class Scan {
 
   PpcEntrySink& sink_;
   StatusDisplay& display_;
-  std::unique_ptr<xmlParserCtxt, FreeParser> parser_;
+  XmlParser parser_;
   std::string window_;          // the text from `windowAt_` on
   std::uint64_t windowAt_ = 0;  // bytes of text before the window
   int depth_ = 0;
