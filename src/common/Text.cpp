@@ -21,16 +21,16 @@ bool IsLetterOrDigit(char c) {
   return (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9');
 }
 
-bool IsControl(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
-
 /// 1 for the first byte of a character, 0 for those that follow it.
 std::uint8_t BeginsCharacter(char c) {
   return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
 }
 
 }  // namespace
+
+bool IsControl(char c) {
+  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
 
 std::string ToLowerAscii(std::string_view text) {
   std::string result(text);
@@ -51,8 +51,7 @@ bool EndsWithNoCase(std::string_view text, std::string_view ending) {
   return text.size() >= ending.size() && EqualNoCase(text.substr(text.size() - ending.size()), ending);
 }
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r\n";
+std::string_view Trimmed(std::string_view text, std::string_view blanks) {
   const std::size_t first = text.find_first_not_of(blanks);
   if (first == std::string_view::npos) return {};
   return text.substr(first, text.find_last_not_of(blanks) - first + 1);

@@ -7,6 +7,9 @@
 
 namespace fieldpost {
 
+/// Whether a byte is a control character of ASCII; a tab and a line end are ones too.
+bool IsControl(char c);
+
 std::string ToLowerAscii(std::string_view text);
 
 /// Whether two texts are equal but for the case of ASCII letters.
@@ -18,8 +21,8 @@ bool ContainsNoCase(std::string_view text, std::string_view part);
 /// Whether `text` ends in `ending`, without regard to the case of ASCII letters.
 bool EndsWithNoCase(std::string_view text, std::string_view ending);
 
-/// `text` without the blanks, tabs and line ends at both of its ends.
-std::string_view Trimmed(std::string_view text);
+/// `text` without the characters of `blanks` at both of its ends.
+std::string_view Trimmed(std::string_view text, std::string_view blanks = " \t\r\n");
 
 /// `text` with every control character written as "\xNN", so that a hostile name cannot break a line.
 std::string Visible(std::string_view text);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <iterator>
-#include <limits>
 #include <unordered_set>
 #include <utility>
 
@@ -16,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view JournalName = "FLog.journal";
-constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
 

@@ -21,10 +21,6 @@ constexpr std::size_t LongestName = 255;  // bytes; the limit of the file system
 /// written once; below it the order of the folders holds.
 constexpr std::size_t ManyNamesakes = 8;
 
-bool IsControl(char c) {
-  return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
-}
-
 std::string ErrorPlace(const fs::path& source) {
   return fmt::format("[..\\Error\\{}]", Visible(Utf8FromPath(source.filename())));
 }

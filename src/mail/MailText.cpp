@@ -21,10 +21,6 @@ unsigned char ByteOf(char c) {
   return static_cast<unsigned char>(c);
 }
 
-bool IsControl(char c) {
-  return ByteOf(c) < 0x20 || c == 0x7F;
-}
-
 bool IsAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return ByteOf(c) < 0x80; });
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <exception>
-#include <limits>
 #include <unordered_set>
 #include <utility>
 
@@ -23,7 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
 constexpr std::int32_t FallbackPort = 25;
 constexpr std::int32_t FallbackTries = 2;
 constexpr std::int32_t FallbackTimeoutSeconds = 10;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <span>
@@ -47,6 +48,9 @@ struct FileStamp {
 
   bool operator==(const FileStamp&) const = default;
 };
+
+/// As a limit of reading: however large the file is.
+inline constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
 
 /// A file's content, and the state that it was read in.
 struct FileContent {
