@@ -87,8 +87,8 @@ std::size_t LogRow::UnitAt(std::size_t byteInRow) const {
 }
 
 LogText::LogText(std::string bytes) : bytes_(std::move(bytes)) {
-  constexpr std::size_t TypicalLineBytes = 64;
-  starts_.reserve(bytes_.size() / TypicalLineBytes + 1);
+  constexpr std::size_t typicalLineBytes = 64;
+  starts_.reserve(bytes_.size() / typicalLineBytes + 1);
   std::size_t begin = 0;
   while (begin < bytes_.size()) {
     const std::size_t lineFeed = FindByte(bytes_, '\n', begin, bytes_.size());

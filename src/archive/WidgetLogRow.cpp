@@ -10,10 +10,10 @@ namespace fieldpost {
 WidgetLogRow::WidgetLogRow(LogRow row, const QFont& font)
     : row_(std::move(row)),
       layout_(QString::fromUtf16(row_.text.data(), static_cast<qsizetype>(row_.text.size())), font) {
-  constexpr int TabColumns = 8;
+  constexpr int tabColumns = 8;
   QTextOption option;
   option.setWrapMode(QTextOption::NoWrap);
-  option.setTabStopDistance(TabColumns * QFontMetricsF(font).horizontalAdvance(u' '));
+  option.setTabStopDistance(tabColumns * QFontMetricsF(font).horizontalAdvance(u' '));
   layout_.setTextOption(option);
   layout_.beginLayout();
   layout_.createLine();

@@ -312,12 +312,12 @@ void WidgetLogText::mousePressEvent(QMouseEvent* event) {
 
 void WidgetLogText::mouseMoveEvent(QMouseEvent* event) {
   if (!(event->buttons() & Qt::LeftButton)) return event->ignore();
-  constexpr int ScrollMilliseconds = 50;
+  constexpr int scrollMilliseconds = 50;
   const QPoint point = event->position().toPoint();
   if (viewport()->rect().contains(point)) {
     dragTimer_.stop();
   } else if (!dragTimer_.isActive()) {
-    dragTimer_.start(ScrollMilliseconds, this);
+    dragTimer_.start(scrollMilliseconds, this);
   }
   DragTo(point);
 }
@@ -347,11 +347,11 @@ void WidgetLogText::mouseDoubleClickEvent(QMouseEvent* event) {
   const std::size_t row = text_.RowAt(caret_);
   const std::size_t start = text_.RowStart(row);
   const WidgetLogRow shaped = Shaped(row);
-  constexpr auto Character = QTextLayout::SkipCharacters;
+  constexpr auto character = QTextLayout::SkipCharacters;
   std::size_t from = caret_ - start;
   std::size_t to = from;
-  while (from > 0 && shaped.IsWordAt(shaped.Before(from, Character))) from = shaped.Before(from, Character);
-  while (shaped.IsWordAt(to)) to = shaped.After(to, Character);
+  while (from > 0 && shaped.IsWordAt(shaped.Before(from, character))) from = shaped.Before(from, character);
+  while (shaped.IsWordAt(to)) to = shaped.After(to, character);
   anchor_ = start + from;
   MoveTo(start + to, Select::Yes);
 }

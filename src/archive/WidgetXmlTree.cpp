@@ -146,8 +146,8 @@ PrintableTree::Row WidgetXmlTree::PrintedRow(int row) const {
 }
 
 int WidgetXmlTree::Indentation() const {
-  constexpr double TwipsAnInch = 1440;
-  return qRound(indentation_ * TwipsAnInch / ScreenDots().width());
+  constexpr double twipsAnInch = 1440;
+  return qRound(indentation_ * twipsAnInch / ScreenDots().width());
 }
 
 QSizeF WidgetXmlTree::ScreenDots() const {

@@ -9,19 +9,21 @@
 #include <optional>
 #include <vector>
 
+#include "common/Text.h"
+
 namespace fieldpost {
 namespace {
 
-constexpr std::uint32_t echoDataSize = 32;
-constexpr std::uint8_t echoTimeToLive = 128;
-constexpr std::chrono::milliseconds echoWait{1000};
+constexpr std::uint32_t EchoDataSize = 32;
+constexpr std::uint8_t EchoTimeToLive = 128;
+constexpr std::chrono::milliseconds EchoWait{1000};
 
 struct StatusWords {
   std::uint32_t status;
   std::string_view words;
 };
 
-constexpr std::array<StatusWords, 23> statusTable{{
+constexpr std::array<StatusWords, 23> StatusTable{{
     {0, "Success"},
     {11001, "Buffer too Small"},
     {11002, "Destination Unreahable"},
@@ -48,14 +50,8 @@ constexpr std::array<StatusWords, 23> statusTable{{
 }};
 
 std::optional<std::string_view> WordsOf(std::uint32_t status) {
-  const auto* const entry = std::ranges::find(statusTable, status, &StatusWords::status);
-  return entry == statusTable.end() ? std::nullopt : std::optional(entry->words);
-}
-
-std::string_view WithoutBlanks(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+  const auto* const entry = std::ranges::find(StatusTable, status, &StatusWords::status);
+  return entry == StatusTable.end() ? std::nullopt : std::optional(entry->words);
 }
 
 std::string Dotted(std::uint32_t address) {
@@ -66,18 +62,18 @@ std::string Dotted(std::uint32_t address) {
 }  // namespace
 
 bool modMailServerPing::PingMailServer(std::string_view hostName, std::string& message) {
-  const std::string_view name = WithoutBlanks(hostName);
-  if (!hosts_.Start()) return Fail(networkNotReady, "WSock32.dll is Not responding!", message);
+  const std::string_view name = Trimmed(hostName, " ");
+  if (!hosts_.Start()) return Fail(NetworkNotReady, "WSock32.dll is Not responding!", message);
   display_.LetEventsRun();
   const std::vector<std::uint32_t> addresses = hosts_.Resolve(name);
   if (addresses.empty()) {
     hosts_.Stop();
-    return Fail(hostNotFound, "Unable To Resolve Host", message);
+    return Fail(HostNotFound, "Unable To Resolve Host", message);
   }
   // From here on the sockets stay started: each check that gets this far leaves one start behind.
   const std::uint32_t address = addresses.front();
   display_.LetEventsRun();
-  SendIcmpEcho(address, Dotted(address), echoDataSize);
+  SendIcmpEcho(address, Dotted(address), EchoDataSize);
   if (const std::optional<std::string_view> words = WordsOf(lastStatus_)) message = *words;
   display_.LetEventsRun();
   return static_cast<std::int32_t>(lastStatus_) <= 0;
@@ -85,7 +81,7 @@ bool modMailServerPing::PingMailServer(std::string_view hostName, std::string& m
 
 std::uint32_t modMailServerPing::SendIcmpEcho(std::uint32_t address, std::string_view /*dotted*/,
                                               std::uint32_t dataSize) {
-  lastStatus_ = echo_.Send({address, dataSize, echoTimeToLive, echoWait}, display_);
+  lastStatus_ = echo_.Send({address, dataSize, EchoTimeToLive, EchoWait}, display_);
   return lastStatus_;
 }
 

@@ -16,8 +16,8 @@ namespace fieldpost {
 class modMailServerPing {
  public:
   /// What LastStatus tells when no echo was sent: the numbers by which Windows' sockets name these failures.
-  static constexpr std::uint32_t hostNotFound = 11001;
-  static constexpr std::uint32_t networkNotReady = 10091;
+  static constexpr std::uint32_t HostNotFound = 11001;
+  static constexpr std::uint32_t NetworkNotReady = 10091;
 
   modMailServerPing(HostLookup& hosts, IcmpEcho& echo, StatusDisplay& display)
       : hosts_(hosts), echo_(echo), display_(display) {}
@@ -32,8 +32,8 @@ class modMailServerPing {
   /// reply.
   std::uint32_t SendIcmpEcho(std::uint32_t address, std::string_view dotted, std::uint32_t dataSize);
 
-  /// The number that tells how the last check went: the status of its echo; `hostNotFound` or
-  /// `networkNotReady` when it did not come to one. 0 before the first.
+  /// The number that tells how the last check went: the status of its echo; `HostNotFound` or
+  /// `NetworkNotReady` when it did not come to one. 0 before the first.
   [[nodiscard]] std::uint32_t LastStatus() const { return lastStatus_; }
 
  private:

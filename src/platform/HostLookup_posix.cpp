@@ -12,7 +12,7 @@ namespace fieldpost {
 namespace {
 
 /// The longest text that can be a name: 255 bytes in the name service's own form.
-constexpr std::size_t longestName = 255;
+constexpr std::size_t LongestName = 255;
 
 struct FreeAddresses {
   void operator()(addrinfo* list) const { ::freeaddrinfo(list); }
@@ -20,7 +20,7 @@ struct FreeAddresses {
 
 /// A zero byte would end the name early, and so another name would be looked up.
 bool CanBeName(std::string_view hostName) {
-  return !hostName.empty() && hostName.size() <= longestName && hostName.find('\0') == std::string_view::npos;
+  return !hostName.empty() && hostName.size() <= LongestName && hostName.find('\0') == std::string_view::npos;
 }
 
 std::uint32_t AddressOf(const addrinfo& entry) {

@@ -10,23 +10,22 @@ namespace fieldpost {
 
 /// What became of an echo: the status numbers of the Windows ICMP library, on every system.
 namespace echo_status {
-inline constexpr std::uint32_t success = 0;
-inline constexpr std::uint32_t netUnreachable = 11002;
-inline constexpr std::uint32_t hostUnreachable = 11003;
-inline constexpr std::uint32_t protocolUnreachable = 11004;
-inline constexpr std::uint32_t portUnreachable = 11005;
-inline constexpr std::uint32_t noResources = 11006;
-inline constexpr std::uint32_t badOption = 11007;
-inline constexpr std::uint32_t hardwareError = 11008;
-inline constexpr std::uint32_t packetTooBig = 11009;
-inline constexpr std::uint32_t timedOut = 11010;
-inline constexpr std::uint32_t badRoute = 11012;
-inline constexpr std::uint32_t expiredInTransit = 11013;
-inline constexpr std::uint32_t expiredInReassembly = 11014;
-inline constexpr std::uint32_t parameterProblem = 11015;
-inline constexpr std::uint32_t sourceQuench = 11016;
-inline constexpr std::uint32_t badDestination = 11018;
-inline constexpr std::uint32_t generalFailure = 11050;
+inline constexpr std::uint32_t Success = 0;
+inline constexpr std::uint32_t NetUnreachable = 11002;
+inline constexpr std::uint32_t HostUnreachable = 11003;
+inline constexpr std::uint32_t ProtocolUnreachable = 11004;
+inline constexpr std::uint32_t PortUnreachable = 11005;
+inline constexpr std::uint32_t NoResources = 11006;
+inline constexpr std::uint32_t HardwareError = 11008;
+inline constexpr std::uint32_t PacketTooBig = 11009;
+inline constexpr std::uint32_t TimedOut = 11010;
+inline constexpr std::uint32_t BadRoute = 11012;
+inline constexpr std::uint32_t ExpiredInTransit = 11013;
+inline constexpr std::uint32_t ExpiredInReassembly = 11014;
+inline constexpr std::uint32_t ParameterProblem = 11015;
+inline constexpr std::uint32_t SourceQuench = 11016;
+inline constexpr std::uint32_t BadDestination = 11018;
+inline constexpr std::uint32_t GeneralFailure = 11050;
 }  // namespace echo_status
 
 /// One echo request.
@@ -48,14 +47,14 @@ class IcmpEcho {
   virtual ~IcmpEcho() = default;
 
   /// Sends one echo request and waits for its reply, letting `display` run window events at least every 50 ms
-  /// meanwhile. Returns the status: 0 for a reply, `timedOut` when none came, else what the network or the
-  /// system said; `generalFailure` when that has no number of its own. Never throws.
+  /// meanwhile. Returns the status: 0 for a reply, `TimedOut` when none came, else what the network or the
+  /// system said; `GeneralFailure` when that has no number of its own. Never throws.
   [[nodiscard]] virtual std::uint32_t Send(const EchoRequest& request, StatusDisplay& display) = 0;
 };
 
 /// Echoes on the real network. Linux lets a program send them when the sysctl net.ipv4.ping_group_range holds
 /// one of its groups, or when it has the capability CAP_NET_RAW (root has it); with neither, every status is
-/// `generalFailure`.
+/// `GeneralFailure`.
 class SystemIcmpEcho final : public IcmpEcho {
  public:
   [[nodiscard]] std::uint32_t Send(const EchoRequest& request, StatusDisplay& display) override;

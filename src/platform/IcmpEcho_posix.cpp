@@ -24,9 +24,9 @@ using Bytes = std::span<const unsigned char>;
 using SteadyTime = std::chrono::steady_clock::time_point;
 
 /// How long one turn of waiting lasts; window events run after each.
-constexpr std::chrono::milliseconds turn{20};
-constexpr std::size_t largestData = 65507;
-constexpr std::size_t largestPacket = 65536;
+constexpr std::chrono::milliseconds Turn{20};
+constexpr std::size_t LargestData = 65507;
+constexpr std::size_t LargestPacket = 65536;
 
 template <typename Header>
 std::optional<Header> Read(Bytes bytes) {
@@ -53,17 +53,17 @@ std::uint32_t StatusOfUnreachable(std::uint8_t code) {
     case ICMP_PKT_FILTERED:
     case ICMP_PREC_VIOLATION:
     case ICMP_PREC_CUTOFF:
-      return echo_status::hostUnreachable;
+      return echo_status::HostUnreachable;
     case ICMP_PROT_UNREACH:
-      return echo_status::protocolUnreachable;
+      return echo_status::ProtocolUnreachable;
     case ICMP_PORT_UNREACH:
-      return echo_status::portUnreachable;
+      return echo_status::PortUnreachable;
     case ICMP_FRAG_NEEDED:
-      return echo_status::packetTooBig;
+      return echo_status::PacketTooBig;
     case ICMP_SR_FAILED:
-      return echo_status::badRoute;
+      return echo_status::BadRoute;
     default:
-      return echo_status::netUnreachable;
+      return echo_status::NetUnreachable;
   }
 }
 
@@ -73,11 +73,11 @@ std::optional<std::uint32_t> StatusOfIcmp(std::uint8_t type, std::uint8_t code) 
     case ICMP_DEST_UNREACH:
       return StatusOfUnreachable(code);
     case ICMP_SOURCE_QUENCH:
-      return echo_status::sourceQuench;
+      return echo_status::SourceQuench;
     case ICMP_TIME_EXCEEDED:
-      return code == ICMP_EXC_FRAGTIME ? echo_status::expiredInReassembly : echo_status::expiredInTransit;
+      return code == ICMP_EXC_FRAGTIME ? echo_status::ExpiredInReassembly : echo_status::ExpiredInTransit;
     case ICMP_PARAMETERPROB:
-      return echo_status::parameterProblem;
+      return echo_status::ParameterProblem;
     default:
       return std::nullopt;
   }
@@ -87,27 +87,27 @@ std::uint32_t StatusOfErrno(int number) {
   switch (number) {
     case ENETUNREACH:
     case ENETDOWN:
-      return echo_status::netUnreachable;
+      return echo_status::NetUnreachable;
     case EHOSTUNREACH:
     case EHOSTDOWN:
-      return echo_status::hostUnreachable;
+      return echo_status::HostUnreachable;
     case ENOPROTOOPT:
-      return echo_status::protocolUnreachable;
+      return echo_status::ProtocolUnreachable;
     case ECONNREFUSED:
-      return echo_status::portUnreachable;
+      return echo_status::PortUnreachable;
     case ENOBUFS:
     case ENOMEM:
     case EMFILE:
     case ENFILE:
-      return echo_status::noResources;
+      return echo_status::NoResources;
     case EMSGSIZE:
-      return echo_status::packetTooBig;
+      return echo_status::PacketTooBig;
     case EIO:
-      return echo_status::hardwareError;
+      return echo_status::HardwareError;
     case EADDRNOTAVAIL:
-      return echo_status::badDestination;
+      return echo_status::BadDestination;
     default:
-      return echo_status::generalFailure;
+      return echo_status::GeneralFailure;
   }
 }
 
@@ -146,7 +146,7 @@ class EchoSocket {
   /// Sends the request. The status of a failure, nothing when it is on its way.
   std::optional<std::uint32_t> Send(const EchoRequest& request) {
     if (socket_ < 0) return StatusOfErrno(errno);
-    if (request.dataSize > largestData) return echo_status::packetTooBig;
+    if (request.dataSize > LargestData) return echo_status::PacketTooBig;
     address_ = request.address;
     const int hops = request.timeToLive;
     const int yes = 1;
@@ -206,7 +206,7 @@ class EchoSocket {
 
   /// Takes the next message from the socket and looks at it.
   std::optional<std::uint32_t> NextMessage() {
-    packet_.resize(largestPacket);
+    packet_.resize(LargestPacket);
     sockaddr_in from{};
     socklen_t length = sizeof from;
     auto* sender = reinterpret_cast<sockaddr*>(&from);
@@ -217,7 +217,7 @@ class EchoSocket {
     const std::optional<icmphdr> header = Read<icmphdr>(message);
     if (!header) return std::nullopt;
     if (header->type != ICMP_ECHOREPLY) return StatusOfErrorMessage(*header, message);
-    return IsOurs(*header) && from.sin_addr.s_addr == address_ ? std::optional(echo_status::success)
+    return IsOurs(*header) && from.sin_addr.s_addr == address_ ? std::optional(echo_status::Success)
                                                                : std::nullopt;
   }
 
@@ -287,14 +287,14 @@ std::uint32_t SystemIcmpEcho::Send(const EchoRequest& request, StatusDisplay& di
   const SteadyTime end = std::chrono::steady_clock::now() + request.wait;
   EchoSocket socket;
   if (const std::optional<std::uint32_t> failure = socket.Send(request)) return *failure;
-  SteadyTime eventsDue = std::chrono::steady_clock::now() + turn;
+  SteadyTime eventsDue = std::chrono::steady_clock::now() + Turn;
   while (true) {
-    if (const std::optional<std::uint32_t> status = socket.Await(turn)) return *status;
+    if (const std::optional<std::uint32_t> status = socket.Await(Turn)) return *status;
     const SteadyTime now = std::chrono::steady_clock::now();
-    if (now >= end) return echo_status::timedOut;
+    if (now >= end) return echo_status::TimedOut;
     if (now < eventsDue) continue;
     display.LetEventsRun();
-    eventsDue = now + turn;
+    eventsDue = now + Turn;
   }
 }
 

@@ -20,7 +20,7 @@ struct FileManager {
   const char* place;
 };
 
-constexpr std::array<FileManager, 8> fileManagers{{
+constexpr std::array<FileManager, 8> FileManagers{{
     {"GNOME", "nautilus", "network:///"},
     {"KDE", "dolphin", "remote:/"},
     {"XFCE", "thunar", "network:///"},
@@ -66,10 +66,10 @@ std::string FullName(std::string_view program) {
 /// Those of the running desktop first.
 std::vector<FileManager> InOrder() {
   std::vector<FileManager> result;
-  for (const FileManager& manager : fileManagers) {
+  for (const FileManager& manager : FileManagers) {
     if (IsOfDesktop(manager)) result.push_back(manager);
   }
-  for (const FileManager& manager : fileManagers) {
+  for (const FileManager& manager : FileManagers) {
     if (!IsOfDesktop(manager)) result.push_back(manager);
   }
   return result;

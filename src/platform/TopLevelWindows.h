@@ -65,9 +65,6 @@ class X11TopLevelWindows final : public TopLevelWindows {
 /// without /proc shows the calling process alone.
 class ProcessTopLevelWindows final : public TopLevelWindows {
  public:
-  /// The library's file name.
-  static constexpr std::string_view windowLibrary = "libfieldpost-window.so";
-
   explicit ProcessTopLevelWindows(std::string caption) : caption_(std::move(caption)) {}
 
   [[nodiscard]] std::vector<TopLevelWindow> OnLevelOf(std::uint64_t window) override;

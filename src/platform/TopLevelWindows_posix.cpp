@@ -10,6 +10,7 @@
 
 #include "platform/TopLevelWindows.h"
 #include "platform/WaylandSocket.h"
+#include "platform/WindowLibrary.h"
 
 namespace fieldpost {
 namespace fs = std::filesystem;
@@ -88,7 +89,7 @@ std::vector<pid_t> OthersThatLoaded(std::string_view library) {
 std::vector<TopLevelWindow> ProcessTopLevelWindows::OnLevelOf(std::uint64_t /*window*/) {
   std::vector<TopLevelWindow> result;
   result.push_back({static_cast<std::uint64_t>(::getpid()), caption_, true});
-  for (const pid_t process : OthersThatLoaded(windowLibrary)) {
+  for (const pid_t process : OthersThatLoaded(WindowLibraryName)) {
     result.push_back({static_cast<std::uint64_t>(process), caption_, true});
   }
   return result;

@@ -39,16 +39,16 @@ struct Atoms {
   xcb_atom_t normalType;
 };
 
-constexpr std::array<std::string_view, 7> atomNames{
+constexpr std::array<std::string_view, 7> AtomNames{
     "WM_STATE",    "WM_CLIENT_LEADER",    "_MOTIF_WM_HINTS",           "_NET_WM_NAME",
     "UTF8_STRING", "_NET_WM_WINDOW_TYPE", "_NET_WM_WINDOW_TYPE_NORMAL"};
 
 Atoms LookUpAtoms(xcb_connection_t* server) {
-  std::array<xcb_intern_atom_cookie_t, atomNames.size()> cookies{};
-  std::ranges::transform(atomNames, cookies.begin(), [server](std::string_view name) {
+  std::array<xcb_intern_atom_cookie_t, AtomNames.size()> cookies{};
+  std::ranges::transform(AtomNames, cookies.begin(), [server](std::string_view name) {
     return ::xcb_intern_atom(server, 0, static_cast<std::uint16_t>(name.size()), name.data());
   });
-  std::array<xcb_atom_t, atomNames.size()> atoms{};
+  std::array<xcb_atom_t, AtomNames.size()> atoms{};
   std::ranges::transform(cookies, atoms.begin(), [server](xcb_intern_atom_cookie_t cookie) {
     const Reply<xcb_intern_atom_reply_t> reply(::xcb_intern_atom_reply(server, cookie, nullptr));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
@@ -57,10 +57,10 @@ Atoms LookUpAtoms(xcb_connection_t* server) {
 }
 
 /// How much of a property is read, in units of four bytes. No title that matters is longer.
-constexpr std::uint32_t propertyLimit = 1024;
+constexpr std::uint32_t PropertyLimit = 1024;
 
 xcb_get_property_cookie_t AskProperty(xcb_connection_t* server, xcb_window_t window, xcb_atom_t property) {
-  return ::xcb_get_property(server, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, propertyLimit);
+  return ::xcb_get_property(server, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, PropertyLimit);
 }
 
 Reply<xcb_get_property_reply_t> PropertyReply(xcb_connection_t* server, xcb_get_property_cookie_t cookie) {

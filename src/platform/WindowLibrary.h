@@ -3,8 +3,12 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace fieldpost {
+
+/// The library's file name.
+inline constexpr std::string_view WindowLibraryName = "libfieldpost-window.so";
 
 /// Where the library lies: "lib/fieldpost" beside the folder that the running program is in.
 std::filesystem::path WindowLibraryFile();

@@ -12,7 +12,7 @@ namespace fieldpost {
 std::filesystem::path WindowLibraryFile() {
   std::error_code ignored;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-  return program.parent_path().parent_path() / "lib" / "fieldpost" / "libfieldpost-window.so";
+  return program.parent_path().parent_path() / "lib" / "fieldpost" / WindowLibraryName;
 }
 
 WindowLibrary::WindowLibrary(std::filesystem::path file) : file_(std::move(file)) {}

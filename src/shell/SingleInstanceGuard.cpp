@@ -4,10 +4,10 @@ namespace fieldpost {
 namespace {
 
 /// The product's name less its last letter: an exact title of its own, not the beginning of one.
-constexpr std::string_view fixedTitle = "Fieldpos";
+constexpr std::string_view FixedTitle = "Fieldpos";
 
 /// The caller's own window is one of them.
-constexpr int matchesOfTwoCopies = 2;
+constexpr int MatchesOfTwoCopies = 2;
 
 }  // namespace
 
@@ -16,11 +16,11 @@ bool SingleInstanceGuard::IsAlreadyOpen(std::uint64_t ownWindow, std::string_vie
   std::uint16_t examined = 0;
   for (const TopLevelWindow& window : windows_.OnLevelOf(ownWindow)) {
     if (!HasBorderStyle(window) || window.title.empty()) continue;
-    if (window.title != caption && window.title != fixedTitle) {
+    if (window.title != caption && window.title != FixedTitle) {
       ++examined;
       continue;
     }
-    if (++matches < matchesOfTwoCopies) continue;
+    if (++matches < MatchesOfTwoCopies) continue;
     alreadyOpen_ = true;
     return true;
   }

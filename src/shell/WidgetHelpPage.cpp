@@ -11,9 +11,9 @@ QVariant WidgetHelpPage::loadResource(int, const QUrl& name) {
 }
 
 void WidgetHelpPage::Zoom(int steps) {
-  constexpr int Least = -4;
-  constexpr int Most = 20;
-  const int wanted = std::clamp(zoom_ + steps, Least, Most);
+  constexpr int least = -4;
+  constexpr int most = 20;
+  const int wanted = std::clamp(zoom_ + steps, least, most);
   zoomIn(wanted - zoom_);
   zoom_ = wanted;
 }
