@@ -36,9 +36,6 @@ class WidgetXmlTree final : public QListView, public PrintableTree {
   /// The indentation for each level, in twips: the unit in which the view is printed.
   [[nodiscard]] int Indentation() const;
 
-  /// How wide the widest row is, as far as is known.
-  [[nodiscard]] int WidestRow() const { return widest_; }
-
   [[nodiscard]] int PrintedRows() const override;
   [[nodiscard]] Row PrintedRow(int row) const override;
   [[nodiscard]] QFont PrintedFont() const override { return font(); }

@@ -110,9 +110,6 @@ class XmlTree {
   /// Nothing more comes below the node that was opened last and not closed. Only while there is one.
   void Close();
 
-  /// Whether some node is open.
-  [[nodiscard]] bool IsOpen() const { return open_ != None; }
-
   /// Back to no nodes.
   void Clear();
 

@@ -32,9 +32,6 @@ class WidgetStatusDisplay final : public StatusDisplay {
   /// Shows the following steps in these widgets, until others are given. Widgets that are gone are left out.
   void ShowIn(StatusWidgets widgets);
 
-  /// Nothing is shown any more; events still run.
-  void ShowNowhere() { ShowIn({}); }
-
   /// The widgets given last.
   [[nodiscard]] const StatusWidgets& Shown() const { return widgets_; }
 

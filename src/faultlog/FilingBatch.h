@@ -44,9 +44,6 @@ class FilingBatch {
   void Accept(FaultloggerFile& file, const FileContent& content, const std::filesystem::path& source,
               const std::filesystem::path& target);
 
-  /// How many files were taken since the last Publish() or Drop().
-  [[nodiscard]] std::size_t AcceptedCount() const { return journal_.sources.size(); }
-
   /// Gives a document whose name the batch's own will take another, free one when the batch is published.
   void Displace(const std::filesystem::path& document, const std::filesystem::path& freeName);
 
