@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "archive/LogSearch.h"
+#include "archive/SearchDirection.h"
 #include "common/StatusDisplay.h"
 #include "environment/InstallPaths.h"
 #include "environment/ModWriteLogFile.h"
@@ -32,16 +32,12 @@ class FrmLogFile final : public QWidget {
   FrmLogFile& operator=(const FrmLogFile&) = delete;
   ~FrmLogFile() override;
 
- protected:
-  bool eventFilter(QObject* watched, QEvent* event) override;
-
  private:
   void Connect();
   void LoadLog(const InstallPaths& paths, ModWriteLogFile& log);
   [[nodiscard]] std::string ReadLog(const std::filesystem::path& file) const;
   void OpenFindBar();
-  void CloseFindBar();
-  void Find(SearchDirection direction, bool stay = false);
+  void Find(SearchDirection direction, bool stay);
   void ShowFindResult(bool found);
 
   const FileSystem& files_;

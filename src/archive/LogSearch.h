@@ -7,9 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "archive/SearchDirection.h"
+
 namespace fieldpost {
 
-enum class SearchDirection { Forward, Backward };
 enum class SearchState { Running, Found, NotFound };
 
 /// A search that goes once around the text, from a position to its end (or beginning) and on from the other

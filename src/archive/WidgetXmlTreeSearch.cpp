@@ -7,30 +7,30 @@
 namespace fieldpost {
 
 WidgetXmlTreeSearch::State WidgetXmlTreeSearch::SearchFor(int milliseconds) {
-  constexpr int PartsBetweenLooksAtTheClock = 64;
+  constexpr int partsBetweenLooksAtTheClock = 64;
   QElapsedTimer time;
   time.start();
   for (int parts = 1; left_ > 0; ++parts) {
     if (MatchesPart()) return State::Found;
     if (partAt_ == 0 && --left_ > 0) Step();
-    if (parts % PartsBetweenLooksAtTheClock == 0 && time.elapsed() >= milliseconds) break;
+    if (parts % partsBetweenLooksAtTheClock == 0 && time.elapsed() >= milliseconds) break;
   }
   return left_ > 0 ? State::Searching : State::NotFound;
 }
 
 /// Parts overlap, so that what lies across the end of one is in the next.
 bool WidgetXmlTreeSearch::MatchesPart() {
-  constexpr std::size_t PartBytes = 32'768;
-  constexpr std::size_t MaxBytesACharacter = 4;
-  const std::size_t overlap = static_cast<std::size_t>(matcher_.pattern().size() + 1) * MaxBytesACharacter;
-  const std::string part = tree_.LabelPart(node_, partAt_, PartBytes + overlap);
-  const bool isLast = part.size() < PartBytes + overlap;
-  partAt_ = isLast ? 0 : partAt_ + PartBytes;
+  constexpr std::size_t partBytes = 32'768;
+  constexpr std::size_t maxBytesACharacter = 4;
+  const std::size_t overlap = static_cast<std::size_t>(matcher_.pattern().size() + 1) * maxBytesACharacter;
+  const std::string part = tree_.LabelPart(node_, partAt_, partBytes + overlap);
+  const bool isLast = part.size() < partBytes + overlap;
+  partAt_ = isLast ? 0 : partAt_ + partBytes;
   return matcher_.indexIn(ToQt(part)) >= 0;
 }
 
 void WidgetXmlTreeSearch::Step() {
-  const bool forward = direction_ == Direction::Forward;
+  const bool forward = direction_ == SearchDirection::Forward;
   const XmlTree::Node end = forward ? size_ - 1 : 0;
   if (node_ != end) {
     node_ = forward ? node_ + 1 : node_ - 1;

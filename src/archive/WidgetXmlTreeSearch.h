@@ -5,6 +5,7 @@
 #include <QStringMatcher>
 #include <cstdint>
 
+#include "archive/SearchDirection.h"
 #include "archive/XmlTree.h"
 
 namespace fieldpost {
@@ -12,12 +13,11 @@ namespace fieldpost {
 /// One search, once round the tree. Upper and lower case letters are the same.
 class WidgetXmlTreeSearch {
  public:
-  enum class Direction { Forward, Backward };
   enum class State { Searching, Found, NotFound };
 
   /// Begins at `from`, and goes on at the other end when it comes to one. The tree outlives the search, and
   /// may grow meanwhile; what is added is not looked at.
-  WidgetXmlTreeSearch(const XmlTree& tree, const QString& text, XmlTree::Node from, Direction direction)
+  WidgetXmlTreeSearch(const XmlTree& tree, const QString& text, XmlTree::Node from, SearchDirection direction)
       : tree_(tree),
         matcher_(text, Qt::CaseInsensitive),
         direction_(direction),
@@ -43,7 +43,7 @@ class WidgetXmlTreeSearch {
 
   const XmlTree& tree_;
   QStringMatcher matcher_;
-  Direction direction_;
+  SearchDirection direction_;
   XmlTree::Node node_;
   XmlTree::Node size_;
   XmlTree::Node left_;      // how many are still to be looked at

@@ -3,7 +3,6 @@
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QKeyEvent>
 #include <QLocale>
 
 #include "archive/CPrintTreeJob.h"
@@ -25,7 +24,6 @@ frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prom
       log_(log),
       prompt_(prompt) {
   ui_->setupUi(this);
-  ui_->fraFind->hide();
   ui_->statusBar->hide();
   ui_->TWXML->Show(rows_);
   setFocusProxy(ui_->TWXML);
@@ -54,15 +52,12 @@ void frmXMLfile::Connect() {
 }
 
 void frmXMLfile::ConnectFind() {
-  connect(ui_->mnuFind, &QAction::triggered, this, &frmXMLfile::OpenFindBar);
-  connect(ui_->mnuFindNext, &QAction::triggered, this, [this] { Find(Direction::Forward, false); });
-  connect(ui_->mnuFindPrevious, &QAction::triggered, this, [this] { Find(Direction::Backward, false); });
-  connect(ui_->cmdFindNext, &QPushButton::clicked, this, [this] { Find(Direction::Forward, false); });
-  connect(ui_->cmdFindPrevious, &QPushButton::clicked, this, [this] { Find(Direction::Backward, false); });
-  connect(ui_->cmdFindClose, &QPushButton::clicked, this, &frmXMLfile::CloseFindBar);
-  connect(ui_->txtFind, &QLineEdit::textEdited, this, [this] { Find(Direction::Forward, true); });
-  ui_->fraFind->installEventFilter(this);
-  ui_->txtFind->installEventFilter(this);
+  connect(ui_->mnuFind, &QAction::triggered, this, [this] { ui_->fraFind->Open(); });
+  connect(ui_->mnuFindNext, &QAction::triggered, this, [this] { Find(SearchDirection::Forward, false); });
+  connect(ui_->mnuFindPrevious, &QAction::triggered, this,
+          [this] { Find(SearchDirection::Backward, false); });
+  connect(ui_->fraFind, &WidgetFindBar::FindWanted, this, &frmXMLfile::Find);
+  connect(ui_->fraFind, &WidgetFindBar::Closed, this, &frmXMLfile::LeaveFindBar);
 }
 
 void frmXMLfile::Load() {
@@ -164,34 +159,28 @@ void frmXMLfile::CopyLabel() {
     QGuiApplication::clipboard()->setText(ToQt(tree_.Label(*node)));
 }
 
-void frmXMLfile::OpenFindBar() {
-  ui_->fraFind->show();
-  ui_->txtFind->setFocus(Qt::ShortcutFocusReason);
-  ui_->txtFind->selectAll();
-}
-
-void frmXMLfile::CloseFindBar() {
-  ui_->fraFind->hide();
-  ui_->lblFound->clear();
+void frmXMLfile::LeaveFindBar() {
+  ui_->fraFind->Tell({});
   searching_.stop();
   search_.reset();
   ui_->TWXML->setFocus(Qt::OtherFocusReason);
 }
 
 /// `stay`: the current node may be the one that is found, as while the text is being typed.
-void frmXMLfile::Find(Direction direction, bool stay) {
+void frmXMLfile::Find(SearchDirection direction, bool stay) {
   searching_.stop();
   search_.reset();
-  ui_->lblFound->clear();
-  if (ui_->txtFind->text().isEmpty()) {
-    if (!stay) OpenFindBar();
+  ui_->fraFind->Tell({});
+  const QString text = ui_->fraFind->Text();
+  if (text.isEmpty()) {
+    if (!stay) ui_->fraFind->Open();
     return;
   }
-  if (tree_.Size() == 0) return ui_->lblFound->setText(tr("Not found"));
+  if (tree_.Size() == 0) return ui_->fraFind->Tell(tr("Not found"));
   const XmlTree::Node from = ui_->TWXML->CurrentNode().value_or(0);
-  search_.emplace(tree_, ui_->txtFind->text(), from, direction);
+  search_.emplace(tree_, text, from, direction);
   if (!stay) search_->SkipFirst();
-  ui_->lblFound->setText(tr("Searching..."));
+  ui_->fraFind->Tell(tr("Searching..."));
   searching_.start();
   SearchOn();
 }
@@ -201,27 +190,14 @@ void frmXMLfile::SearchOn() {
   if (state == WidgetXmlTreeSearch::State::Searching) return;
   searching_.stop();
   if (state == WidgetXmlTreeSearch::State::Found) return ShowFound();
-  ui_->lblFound->setText(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
+  ui_->fraFind->Tell(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
   ui_->fraFind->show();
 }
 
 void frmXMLfile::ShowFound() {
   rows_.ShowNewNodes();
   ui_->TWXML->GoTo(search_->Node());
-  ui_->lblFound->setText(search_->WentRound() ? tr("Continued at the other end") : QString());
-}
-
-bool frmXMLfile::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() != QEvent::KeyPress) return QMainWindow::eventFilter(watched, event);
-  const auto& key = static_cast<const QKeyEvent&>(*event);
-  if (key.key() == Qt::Key_Escape) {
-    CloseFindBar();
-    return true;
-  }
-  const bool enter = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
-  if (!enter || watched != ui_->txtFind) return QMainWindow::eventFilter(watched, event);
-  Find(key.modifiers() & Qt::ShiftModifier ? Direction::Backward : Direction::Forward, false);
-  return true;
+  ui_->fraFind->Tell(search_->WentRound() ? tr("Continued at the other end") : QString());
 }
 
 }  // namespace fieldpost

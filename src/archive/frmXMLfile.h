@@ -47,12 +47,7 @@ class frmXMLfile final : public QMainWindow {
   /// What was read so far.
   [[nodiscard]] const XmlTree& Tree() const { return tree_; }
 
- protected:
-  bool eventFilter(QObject* watched, QEvent* event) override;
-
  private:
-  using Direction = WidgetXmlTreeSearch::Direction;
-
   void Connect();
   void ConnectFind();
   void ReadOn();
@@ -62,9 +57,8 @@ class frmXMLfile final : public QMainWindow {
   void Print();
   void Preview();
   void CopyLabel();
-  void OpenFindBar();
-  void CloseFindBar();
-  void Find(Direction direction, bool stay);
+  void LeaveFindBar();
+  void Find(SearchDirection direction, bool stay);
   void SearchOn();
   void ShowFound();
   void NoPrinter();
