@@ -16,9 +16,6 @@
 namespace fieldpost {
 namespace {
 
-/// The bytes of a row's path, which its text need not hold: names of files may be no UTF-8.
-constexpr int PathRole = Qt::UserRole;
-
 /// What TlsMode says for each entry of its box.
 constexpr std::array<std::string_view, 3> TlsModes{"auto", "required", "none"};
 
@@ -52,12 +49,6 @@ std::string OneLine(QString text) {
 /// What a box says now. One that nobody touched gives back what it was loaded with, byte for byte.
 std::string TextOf(const QLineEdit& box, const std::string& loaded) {
   return box.text() == ToQt(loaded) ? loaded : OneLine(box.text());
-}
-
-QTreeWidgetItem& AppendRow(QTreeWidget& list, const std::string& path) {
-  auto* const row = new QTreeWidgetItem(&list, {ToQt(path)});
-  row->setData(0, PathRole, QByteArray::fromStdString(path));
-  return *row;
 }
 
 /// Enter in a box that holds something is for this box; otherwise it is for the dialog.
@@ -137,10 +128,10 @@ void frmOptions::ConnectFolders() {
   connect(ui_->cmdBrowserAdd, &QPushButton::clicked, this, &frmOptions::ChooseLatestFolder);
   connect(ui_->cmdAddPath, &QPushButton::clicked, this, &frmOptions::AddTypedFolder);
   ConnectEnter(*ui_->txtInputFolder, *this, [this] { AddTypedFolder(); });
-  connect(ui_->cmdDeletePath, &QPushButton::clicked, this, &frmOptions::DeleteLatestFolders);
+  connect(ui_->cmdDeletePath, &QPushButton::clicked, ui_->LVPath, &WidgetFolderList::DeleteSelected);
   auto* const deleteKey =
       new QShortcut(QKeySequence::Delete, ui_->LVPath, nullptr, nullptr, Qt::WidgetShortcut);
-  connect(deleteKey, &QShortcut::activated, this, &frmOptions::DeleteLatestFolders);
+  connect(deleteKey, &QShortcut::activated, ui_->LVPath, &WidgetFolderList::DeleteSelected);
   connect(ui_->LVPath, &QTreeWidget::itemSelectionChanged, this, &frmOptions::EnableDelete);
   for (QPushButton* map : {ui_->cmdLMapNetDriver, ui_->cmdAMapNetDriver, ui_->cmdPMapNetDriver}) {
     connect(map, &QPushButton::clicked, this, &frmOptions::MapDrive);
@@ -190,7 +181,8 @@ void frmOptions::done(int result) {
 void frmOptions::Load() {
   loaded_ = store_.LoadOptions(paths_.GetInstallPath());
   ShowValues();
-  ShowLatestFolders();
+  ui_->LVPath->Show(loaded_.latestFolders);
+  ui_->txtInputFolder->clear();
   EnableDelete();
 }
 
@@ -210,14 +202,6 @@ void frmOptions::ShowValues() {
   ui_->txtPPCMailAddress->setText(ToQt(loaded_.ppcRecipient));
 }
 
-void frmOptions::ShowLatestFolders() {
-  ui_->LVPath->clear();
-  ui_->txtInputFolder->clear();
-  for (const std::filesystem::path& folder : loaded_.latestFolders) {
-    AppendRow(*ui_->LVPath, Utf8FromPath(folder));
-  }
-}
-
 OptionsValues frmOptions::ShownValues() const {
   OptionsValues shown = loaded_;
   MailSettings& settings = shown.settings;
@@ -233,17 +217,8 @@ OptionsValues frmOptions::ShownValues() const {
                               &shown.faultlogRecipient, &shown.ppcRecipient}) {
     *pasted = std::string(Trimmed(*pasted));
   }
-  shown.latestFolders = ShownLatestFolders();
+  shown.latestFolders = ui_->LVPath->Folders();
   return shown;
-}
-
-PathList frmOptions::ShownLatestFolders() const {
-  PathList folders;
-  for (int row = 0; row < ui_->LVPath->topLevelItemCount(); ++row) {
-    const QByteArray bytes = ui_->LVPath->topLevelItem(row)->data(0, PathRole).toByteArray();
-    folders.push_back(PathFromUtf8(bytes.toStdString()));
-  }
-  return folders;
 }
 
 bool frmOptions::ValidateOptions(const OptionsValues& shown) {
@@ -285,7 +260,7 @@ void frmOptions::ChooseLatestFolder() {
   if (const auto refusal = FindFolderConflict(FolderButton::cmdBrowserAdd, folder, ShownValues())) {
     Tell(*refusal);
   } else {
-    AddLatestFolder(folder);
+    ui_->LVPath->Add(folder);
   }
 }
 
@@ -300,25 +275,8 @@ void frmOptions::AddTypedFolder() {
     Tell(*refusal);
     return;
   }
-  AddLatestFolder(WithSeparator(typed));
+  ui_->LVPath->Add(WithSeparator(typed));
   ui_->txtInputFolder->clear();
-}
-
-/// A folder that is in the list already is only shown there.
-void frmOptions::AddLatestFolder(const std::string& folder) {
-  const QList<QTreeWidgetItem*> same =
-      ui_->LVPath->findItems(ToQt(folder), Qt::MatchFixedString | Qt::MatchCaseSensitive);
-  SelectLatestFolder(same.isEmpty() ? AppendRow(*ui_->LVPath, folder) : *same.constFirst());
-}
-
-void frmOptions::SelectLatestFolder(QTreeWidgetItem& row) {
-  ui_->LVPath->setCurrentItem(&row, 0, QItemSelectionModel::ClearAndSelect);
-  ui_->LVPath->scrollToItem(&row);
-}
-
-void frmOptions::DeleteLatestFolders() {
-  qDeleteAll(ui_->LVPath->selectedItems());
-  if (QTreeWidgetItem* const next = ui_->LVPath->currentItem()) SelectLatestFolder(*next);
 }
 
 void frmOptions::EnableDelete() {
@@ -378,7 +336,7 @@ void frmOptions::Tell(const OptionsRefusal& refusal) {
   prompt_.ShowMessage(refusal.text, refusal.icon, refusal.title);
   if (!refusal.focus) return;
   ui_->SSTab1->setCurrentIndex(static_cast<int>(refusal.page));
-  if (refusal.row) SelectLatestFolder(*ui_->LVPath->topLevelItem(static_cast<int>(*refusal.row)));
+  if (refusal.row) ui_->LVPath->Select(static_cast<int>(*refusal.row));
   Control(*refusal.focus).setFocus();
 }
 

@@ -18,7 +18,6 @@
 
 class QCheckBox;
 class QLineEdit;
-class QTreeWidgetItem;
 
 namespace Ui {
 class frmOptions;
@@ -71,9 +70,7 @@ class frmOptions final : public QDialog {
 
   void Load();
   void ShowValues();
-  void ShowLatestFolders();
   [[nodiscard]] OptionsValues ShownValues() const;
-  [[nodiscard]] PathList ShownLatestFolders() const;
   [[nodiscard]] bool ValidateOptions(const OptionsValues& shown);
   void Save();
   void TellUnsaved();
@@ -82,9 +79,6 @@ class frmOptions final : public QDialog {
   void ChooseLatestFolder();
   void ChooseCertificates();
   void AddTypedFolder();
-  void AddLatestFolder(const std::string& folder);
-  void SelectLatestFolder(QTreeWidgetItem& row);
-  void DeleteLatestFolders();
   void EnableDelete();
   void MapDrive();
   void DisconnectDrive();
