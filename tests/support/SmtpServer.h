@@ -1,17 +1,13 @@
 // A mail server of a test's own, on a free port of the loopback interface.
 #pragma once
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "support/StartedProgram.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost::test {
@@ -20,37 +16,15 @@ namespace fieldpost::test {
 class SmtpServer {
  public:
   /// `arguments` are the script's own, folder and port excepted.
-  explicit SmtpServer(const std::vector<std::string>& arguments = {}) {
-    std::array<int, 2> input{};
-    std::array<int, 2> output{};
-    if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0) {
-      throw std::runtime_error("no pipe for the mail server");
-    }
-    std::vector<std::string> words{"/usr/bin/python3", FIELDPOST_TESTS "/tools/smtp_server.py", "--folder",
-                                   folder_.Path().native()};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    process_ = ::fork();
-    if (process_ == 0) {
-      ::dup2(input[0], STDIN_FILENO);
-      ::dup2(output[1], STDOUT_FILENO);
-      ::execv(argv.front(), argv.data());
-      ::_exit(127);
-    }
-    ::close(input[0]);
-    ::close(output[1]);
-    input_ = input[1];
-    port_ = ReadPort(output[0]);
-    ::close(output[0]);
+  explicit SmtpServer(const std::vector<std::string>& arguments = {})
+      : script_(Words(folder_.Path(), arguments), {}, StartedProgram::Errors::Shown) {
+    const std::string port = script_.ReadLine();
+    if (port.empty()) throw std::runtime_error("the mail server did not start");
+    port_ = std::stoi(port);
   }
   SmtpServer(const SmtpServer&) = delete;
   SmtpServer& operator=(const SmtpServer&) = delete;
-  ~SmtpServer() {
-    ::close(input_);
-    ::waitpid(process_, nullptr, 0);
-  }
+  ~SmtpServer() { script_.Finish(); }
 
   [[nodiscard]] std::int32_t Port() const { return port_; }
 
@@ -75,17 +49,16 @@ class SmtpServer {
   }
 
  private:
-  static std::int32_t ReadPort(int descriptor) {
-    std::string line;
-    char c = 0;
-    while (::read(descriptor, &c, 1) == 1 && c != '\n') line += c;
-    if (line.empty()) throw std::runtime_error("the mail server did not start");
-    return std::stoi(line);
+  static std::vector<std::string> Words(const std::filesystem::path& folder,
+                                        const std::vector<std::string>& arguments) {
+    std::vector<std::string> words{"/usr/bin/python3", FIELDPOST_TESTS "/tools/smtp_server.py", "--folder",
+                                   folder.native()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
   }
 
   TempFolder folder_;
-  pid_t process_ = -1;
-  int input_ = -1;
+  StartedProgram script_;
   std::int32_t port_ = 0;
 };
 

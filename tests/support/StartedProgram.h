@@ -19,10 +19,13 @@ namespace fieldpost::test {
 /// Runs a program; the test reads what it writes to its standard output and ends it by its process number.
 class StartedProgram {
  public:
+  enum class Errors { Hidden, Shown };
+
   /// The program's words, the first of them its name as the search path finds it, and variables that are set
-  /// for it alone. Its error output is not shown.
+  /// for it alone. `errors`: what becomes of its error output.
   explicit StartedProgram(std::vector<std::string> words,
-                          std::vector<std::pair<std::string, std::string>> variables = {}) {
+                          std::vector<std::pair<std::string, std::string>> variables = {},
+                          Errors errors = Errors::Hidden) {
     std::array<int, 2> input{};
     std::array<int, 2> output{};
     if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0) std::abort();
@@ -30,7 +33,7 @@ class StartedProgram {
     if (process_ == 0) {
       ::dup2(input[0], STDIN_FILENO);
       ::dup2(output[1], STDOUT_FILENO);
-      Become(words, variables);
+      Become(words, variables, errors);
     }
     ::close(input[0]);
     ::close(output[1]);
@@ -59,10 +62,15 @@ class StartedProgram {
 
   /// Ends it and waits until it is gone.
   void End() {
+    if (process_ > 0) ::kill(process_, SIGTERM);
+    Finish();
+  }
+
+  /// Ends its standard input, and waits until it has ended by itself.
+  void Finish() {
     if (process_ <= 0) return;
-    ::kill(process_, SIGTERM);
-    ::waitpid(process_, nullptr, 0);
     ::close(input_);
+    ::waitpid(process_, nullptr, 0);
     ::close(output_);
     process_ = 0;
   }
@@ -70,9 +78,10 @@ class StartedProgram {
  private:
   /// Also a test that is killed leaves nothing running.
   [[noreturn]] static void Become(std::vector<std::string>& words,
-                                  const std::vector<std::pair<std::string, std::string>>& variables) {
+                                  const std::vector<std::pair<std::string, std::string>>& variables,
+                                  Errors errors) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+    if (errors == Errors::Hidden) ::dup2(::open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
     for (const auto& [name, value] : variables) ::setenv(name.c_str(), value.c_str(), 1);
     std::vector<char*> arguments;
     for (std::string& word : words) arguments.push_back(word.data());
