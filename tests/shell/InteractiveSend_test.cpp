@@ -4,7 +4,7 @@
 
 #include <limits>
 
-#include "support/TestSite.h"
+#include "support/NewsSite.h"
 
 namespace fieldpost {
 namespace {
@@ -25,31 +25,17 @@ constexpr const char* Document = "FLog.4711.200403151401.xml";
 constexpr const char* WaitingText = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"/>\r\n";
 constexpr const char* SentText = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sent\"/>\r\n";
 
-/// A site with one new faultlogger file and a PPC database with one entry, and a send of both kinds.
-struct SendSite : test::ReadySite {
+/// A site with news of both kinds, and a send of both.
+struct SendSite : test::NewsSite {
   SendSite() {
     program.settings.SendFault = "True";
     program.settings.SendPPC = "True";
-    Latest("unit.xml", test::FaultlogXml("AB12"));
-    SetRegistry(PpcDatabaseKey, PpcFileNameValue, Utf8FromPath(folder.Path() / "db"));
-    folder.Write("db/ppc.xml", "<R><PPCentry>1</PPCentry></R>");
   }
 
   bool Run() { return InteractiveSend(program).Run(); }
 
   fs::path Process(std::string_view name, std::string_view text) const {
     return folder.Write("home/Faultlog/Process/" + std::string(name), text);
-  }
-
-  /// Who got a mail, with the names of its files.
-  [[nodiscard]] std::vector<std::string> Mails() const {
-    std::vector<std::string> result;
-    for (const Mail& mail : transport.mails) {
-      std::string text = mail.recipient.substr(0, mail.recipient.find('@')) + ":";
-      for (const fs::path& file : mail.attachments) text += " " + Utf8FromPath(file.filename());
-      result.push_back(text);
-    }
-    return result;
   }
 
   [[nodiscard]] std::string LastCollection() {

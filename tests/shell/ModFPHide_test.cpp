@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "support/TestSite.h"
+#include "support/NewsSite.h"
 
 namespace fieldpost {
 namespace {
@@ -12,25 +12,9 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// A site with one new faultlogger file and a PPC database with one entry.
-struct RunSite : test::ReadySite {
-  RunSite() {
-    program.settingsStore.Save(program.settings);
-    Latest("unit.xml", test::FaultlogXml("4711"));
-    SetRegistry(PpcDatabaseKey, PpcFileNameValue, Utf8FromPath(folder.Path() / "db"));
-    folder.Write("db/ppc.xml", "<R><PPCentry>1</PPCentry></R>");
-  }
-
-  /// Who got a mail, with the names of its files.
-  [[nodiscard]] std::vector<std::string> Mails() const {
-    std::vector<std::string> result;
-    for (const Mail& mail : transport.mails) {
-      std::string text = mail.recipient.substr(0, mail.recipient.find('@')) + ":";
-      for (const fs::path& file : mail.attachments) text += " " + Utf8FromPath(file.filename());
-      result.push_back(text);
-    }
-    return result;
-  }
+/// A site with news of both kinds, and its settings on the disk.
+struct RunSite : test::NewsSite {
+  RunSite() { program.settingsStore.Save(program.settings); }
 };
 
 constexpr const char* FaultlogMail = "faultlog: FLog.4711.200403151401.xml";
@@ -59,7 +43,7 @@ TEST(RunCommandLine, DoesWhatTheSwitchSays) {
     EXPECT_TRUE(unattended.RunCommandLine(row.line)) << row.line;
     EXPECT_TRUE(unattended.Succeeded()) << row.line;
     EXPECT_EQ(site.Mails(), row.mails) << row.line;
-    EXPECT_EQ(fs::exists(site.Tree("Archive") / "4711" / "unit.xml"), row.collects) << row.line;
+    EXPECT_EQ(fs::exists(site.Tree("Archive") / "AB12" / "unit.xml"), row.collects) << row.line;
     EXPECT_EQ(site.program.flags.ShowMessages, row.flags.ShowMessages) << row.line;
     EXPECT_EQ(site.program.flags.SendingPPC, row.flags.SendingPPC) << row.line;
     EXPECT_EQ(site.program.flags.SendAfterCollect, row.flags.SendAfterCollect) << row.line;
