@@ -41,7 +41,9 @@ function(fp_forms room)
   file(GLOB forms CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.ui)
   add_library(fp_${room}_forms STATIC ${sources} ${forms})
   # A form that is new in the folder has its .ui compiled too, which CMake's own list of causes leaves out.
+  # What is generated lies apart, so that nobody takes it for the room's own code.
   set_target_properties(fp_${room}_forms PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON
+                        AUTOGEN_BUILD_DIR ${PROJECT_BINARY_DIR}/generated/${room}
                         AUTOGEN_TARGET_DEPENDS "${sources};${forms}")
   # Without Qt's macros `signals`, `slots`, `emit`, and without its silent conversions of narrow text.
   target_compile_definitions(fp_${room}_forms PUBLIC QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII)
