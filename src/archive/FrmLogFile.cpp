@@ -4,7 +4,6 @@
 #include <new>
 #include <span>
 
-#include "common/PathText.h"
 #include "common/WidgetText.h"
 #include "ui_FrmLogFile.h"
 

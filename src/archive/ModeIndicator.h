@@ -1,7 +1,6 @@
 // The mode indicator of a faultlogger file, and the word for it.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -1,7 +1,6 @@
 // One row of a log, laid out for the screen.
 #pragma once
 
-#include <QList>
 #include <QPointF>
 #include <QTextLayout>
 

@@ -3,7 +3,6 @@
 
 #include <QString>
 #include <QStringMatcher>
-#include <cstdint>
 
 #include "archive/SearchDirection.h"
 #include "archive/XmlTree.h"

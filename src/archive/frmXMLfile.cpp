@@ -3,7 +3,6 @@
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QLocale>
 
 #include "archive/CPrintTreeJob.h"
 #include "common/WidgetText.h"

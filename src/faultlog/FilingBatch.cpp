@@ -6,9 +6,6 @@
 #include <unordered_set>
 #include <utility>
 
-#include "common/PathText.h"
-#include "common/Text.h"
-
 namespace fieldpost {
 namespace {
 

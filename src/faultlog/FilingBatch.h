@@ -8,7 +8,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
-#include <vector>
 
 #include "common/RunLists.h"
 #include "common/StatusDisplay.h"

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <utility>
 
 #include "common/DocumentNames.h"
 #include "common/Numbers.h"

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <span>
 #include <system_error>
 
 #include "common/Text.h"

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <span>
+#include <string_view>
 #include <unordered_set>
 
 #include "platform/TopLevelWindows.h"

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <exception>
 
 #include "common/DocumentNames.h"
@@ -12,7 +11,6 @@
 #include "mail/ZipArchive.h"
 #include "ppc/PpcDocuments.h"
 #include "ppc/PpcEntryScanner.h"
-#include "ppc/PpcFault.h"
 #include "ppc/PpcSearchPattern.h"
 
 namespace fieldpost {

@@ -6,7 +6,6 @@
 #include "common/DocumentNames.h"
 #include "common/PathText.h"
 #include "common/Text.h"
-#include "ppc/PpcFault.h"
 
 namespace fieldpost {
 namespace {

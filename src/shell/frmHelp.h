@@ -1,7 +1,6 @@
 // The help window.
 #pragma once
 
-#include <QString>
 #include <QTemporaryDir>
 #include <QWidget>
 #include <filesystem>

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <QPushButton>
-
 #include "support/CommandOutput.h"
 #include "support/MailSite.h"
 

@@ -4,7 +4,6 @@
 
 #include <limits>
 
-#include "common/DocumentMode.h"
 #include "support/TestSite.h"
 
 namespace fieldpost {
