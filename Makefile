@@ -6,6 +6,7 @@ PYTHON := /usr/bin/python3 -B
 JOBS := $(shell nproc)
 # Sources that may know Qt, where an object belongs to its parent.
 FORMS := frm|Frm|MDI|CPrint|Widget|MessageBox
+QT_OWNS := -cppcoreguidelines-owning-memory,-clang-analyzer-cplusplus.NewDeleteLeaks
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
 .PHONY: all packages configure run window test bench format lint install clean
@@ -41,7 +42,7 @@ lint: configure
 	@$(PYTHON) tests/tools/check_text.py
 	@$(PYTHON) tests/tools/check_layers.py
 	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) 'src/.*/(?!$(FORMS))[^/]*\.cpp$$'
-	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) -checks=-cppcoreguidelines-owning-memory 'src/.*/(?:$(FORMS))[^/]*\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) -checks=$(QT_OWNS) 'src/.*/(?:$(FORMS))[^/]*\.cpp$$'
 
 install: all
 	@cmake --install $(BUILD)
