@@ -83,9 +83,9 @@ void frmXMLfile::Load() {
 }
 
 QSize frmXMLfile::sizeHint() const {
-  constexpr int Characters = 90;
-  constexpr int Lines = 36;
-  return {fontMetrics().averageCharWidth() * Characters, fontMetrics().height() * Lines};
+  constexpr int characters = 90;
+  constexpr int lines = 36;
+  return {fontMetrics().averageCharWidth() * characters, fontMetrics().height() * lines};
 }
 
 void frmXMLfile::ReadOn() {

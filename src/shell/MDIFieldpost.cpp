@@ -169,7 +169,10 @@ void MDIFieldpost::ShowLogFile() {
 /// The help can be read beside everything, a modal dialog too: it then belongs to the dialog.
 void MDIFieldpost::ShowHelp() {
   QWidget* const owner = QApplication::activeModalWidget();
-  if (help_ && (help_->parentWidget() != owner || !help_->isVisible())) delete help_;
+  if (help_ && (help_->parentWidget() != owner || !help_->isVisible())) {
+    delete help_;
+    help_.clear();
+  }
   if (!help_) {
     auto help = std::make_unique<frmHelp>(program_.ports.files, program_.paths.OwnFolder(), ports_.prompt,
                                           ports_.memory, owner);
