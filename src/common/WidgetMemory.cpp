@@ -3,8 +3,10 @@
 #include <QHeaderView>
 #include <QMdiSubWindow>
 #include <QRect>
+#include <QScreen>
 #include <QVariant>
 #include <QWidget>
+#include <algorithm>
 
 #include "common/WidgetText.h"
 
@@ -23,6 +25,19 @@ QString MaximisedKey(const QWidget& form) {
   return Key(form, QStringLiteral("maximised"));
 }
 
+/// The room of a child window's frame. One that is to be maximised is not yet as large as it will be.
+QRect RoomOf(const QMdiSubWindow& child) {
+  if (child.window()->isMaximized()) return {QPoint(), child.screen()->availableSize()};
+  return child.parentWidget()->rect();
+}
+
+QRect Inside(const QRect& room, QRect place) {
+  place.setSize(place.size().boundedTo(room.size()));
+  place.moveLeft(std::clamp(place.left(), room.left(), room.right() - place.width() + 1));
+  place.moveTop(std::clamp(place.top(), room.top(), room.bottom() - place.height() + 1));
+  return place;
+}
+
 QString ColumnsKey(const QWidget& owner) {
   return Key(owner, QStringLiteral("columns"));
 }
@@ -33,19 +48,21 @@ WidgetMemory::WidgetMemory(const std::filesystem::path& ownFolder)
     : file_(PathToQt(ownFolder / "Windows.ini"), QSettings::IniFormat) {}
 
 void WidgetMemory::RestoreGeometry(QWidget& window) {
-  window.restoreGeometry(file_.value(GeometryKey(window)).toByteArray());
+  if (window.restoreGeometry(file_.value(GeometryKey(window)).toByteArray())) return;
+  // The frame that the desktop draws round it needs room too.
+  window.resize(window.size().boundedTo(window.screen()->availableSize() * 9 / 10));
 }
 
 void WidgetMemory::SaveGeometry(const QWidget& window) {
   file_.setValue(GeometryKey(window), window.saveGeometry());
 }
 
-bool WidgetMemory::RestoreChild(QMdiSubWindow& child) {
-  const QVariant place = file_.value(GeometryKey(*child.widget()));
-  if (!place.isValid()) return false;
-  child.setGeometry(place.toRect());
+void WidgetMemory::RestoreChild(QMdiSubWindow& child) {
+  const QRect kept = file_.value(GeometryKey(*child.widget())).toRect();
+  QRect place = kept.isEmpty() ? child.geometry() : kept;
+  place.setSize(place.size().expandedTo(child.minimumSizeHint()));
+  child.setGeometry(Inside(RoomOf(child), place));
   if (file_.value(MaximisedKey(*child.widget())).toBool()) child.showMaximized();
-  return true;
 }
 
 void WidgetMemory::SaveChild(const QMdiSubWindow& child) {

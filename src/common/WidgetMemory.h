@@ -18,13 +18,13 @@ class WidgetMemory {
   explicit WidgetMemory(const std::filesystem::path& ownFolder);
 
   /// Gives a window, or the frame of a child window, the size and place that it had; where nothing is kept,
-  /// it stays as it is.
+  /// it only becomes as small as the screen wants it.
   void RestoreGeometry(QWidget& window);
   void SaveGeometry(const QWidget& window);
 
-  /// The same for a child window of a multiple-document frame; it goes by the object name of the form in it.
-  /// False when nothing is kept.
-  bool RestoreChild(QMdiSubWindow& child);
+  /// The same for a child window, shown already, of a multiple-document frame; it goes by the object name of
+  /// the form in it. Wherever it was, it is wholly inside the frame then.
+  void RestoreChild(QMdiSubWindow& child);
   void SaveChild(const QMdiSubWindow& child);
 
   /// The same for the widths and the order of a list's columns; `owner` is the window that the list is in.

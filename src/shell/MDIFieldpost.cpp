@@ -83,8 +83,8 @@ void MDIFieldpost::ShowChild(std::unique_ptr<QWidget> form) {
   form->setAttribute(Qt::WA_DeleteOnClose);
   QMdiSubWindow* const child = ui_->MdiArea->addSubWindow(form.release());
   child->resize(ui_->MdiArea->size() * 4 / 5);
-  ports_.memory.RestoreChild(*child);
   child->show();
+  ports_.memory.RestoreChild(*child);
 }
 
 template <class Form>
