@@ -3,11 +3,15 @@
 #include <gmock/gmock.h>
 
 #include <QAction>
+#include <QComboBox>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPushButton>
+#include <QTabWidget>
 #include <QTimer>
+#include <QTreeView>
 
 #include "archive/FrmLogFile.h"
 #include "environment/RegistryKeys.h"
@@ -226,6 +230,107 @@ TEST(MDIFieldpost, BringsTheArchiveUpFromItsIcon) {
   site.Command("mnuArchive");
   EXPECT_FALSE(archive.isMinimized());
   EXPECT_EQ(site.Area().activeSubWindow(), &archive);
+}
+
+/// A site with files in its archive, and the program's window on it.
+struct FiledWindow : MainWindow {
+  FiledWindow() {
+    for (const char* name : {"A/one.xml", "A/two.xml", "B/three.xml"}) {
+      folder.Write(std::string("home/Faultlog/Archive/") + name, "<FLFILE><MODEIND>P</MODEIND></FLFILE>");
+    }
+    window.Load();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return List().model()->rowCount() > 0; }));
+  }
+
+  QTreeView& List() { return *window.findChild<QTreeView*>("LVFileList"); }
+  QComboBox& Codes() { return *window.findChild<QComboBox*>("CmbProdcode"); }
+
+  void DoubleClick(int row) {
+    const QPoint place = List().visualRect(List().model()->index(row, 0)).center();
+    QTest::mouseClick(List().viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseDClick(List().viewport(), Qt::LeftButton, {}, place);
+  }
+};
+
+TEST(MDIFieldpost, OpensTheClickedFileInOneViewer) {
+  FiledWindow site;
+  for (const auto& [row, name] : {std::pair(0, "one.xml"), std::pair(1, "two.xml")}) {
+    site.DoubleClick(row);
+    const std::filesystem::path file = site.Tree("Archive") / "A" / name;
+    EXPECT_THAT(site.Children(), ElementsAre("Archive", "XML File    " + Utf8FromPath(file)));
+  }
+}
+
+TEST(MDIFieldpost, ShowsTheFirstProductCodeAfterADeletion) {
+  FiledWindow site;
+  site.Codes().setCurrentIndex(1);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return site.List().model()->rowCount() == 1; }));
+  site.List().selectAll();
+  test::MessageBoxes boxes({Qt::Key_Y});
+  boxes.onDialog = [](QDialog& dialog) {
+    QTest::mouseClick(dialog.findChild<QPushButton*>("cmdDelete"), Qt::LeftButton);
+  };
+  site.Command("Delete");
+  EXPECT_FALSE(std::filesystem::exists(site.Tree("Archive") / "B"));
+  EXPECT_EQ(site.Codes().currentText(), QStringLiteral("A"));
+  EXPECT_EQ(site.List().model()->rowCount(), 2);
+}
+
+/// The page that the options dialog is on, which is then closed.
+std::string PageOf(QDialog& dialog) {
+  const auto* const pages = dialog.findChild<QTabWidget*>("SSTab1");
+  const std::string page = pages == nullptr ? "none" : std::to_string(pages->currentIndex());
+  QTest::keyClick(&dialog, Qt::Key_Escape);
+  return FromQt(dialog.windowTitle()) + " " + page;
+}
+
+TEST(MDIFieldpost, ShowsTheOptions) {
+  MainWindow site;
+  site.window.Load();
+  std::vector<std::string> pages;
+  test::MessageBoxes boxes;
+  boxes.onDialog = [&](QDialog& dialog) { pages.push_back(PageOf(dialog)); };
+  site.Command("mnuOptions");
+  EXPECT_THAT(pages, ElementsAre("Options 0"));
+}
+
+TEST(MDIFieldpost, AsksForEachMissingSettingBeforeASend) {
+  MainWindow site;
+  site.program.settings.SMTPServer.clear();
+  site.program.settings.PartnerID.clear();
+  site.window.Load();
+  std::vector<std::string> pages;
+  test::MessageBoxes boxes;
+  boxes.onDialog = [&](QDialog& dialog) { pages.push_back(PageOf(dialog)); };
+  site.Command("mnuSendData");
+  EXPECT_THAT(
+      boxes.seen,
+      ElementsAre(test::SeenBox{"You have to setup mail options (SMTP Server or Sender address box is empty)",
+                                QMessageBox::Warning, "Fieldpost"},
+                  test::SeenBox{"You have to setup mail options (PartnerID box is empty)",
+                                QMessageBox::Warning, "Fieldpost"}));
+  EXPECT_THAT(pages, ElementsAre("Options 3", "Options 4"));
+}
+
+TEST(MDIFieldpost, SendsInItsDialogAndShowsWhatWasFiled) {
+  MainWindow site;
+  site.program.settings.SendFault = "True";
+  site.Latest("new.xml", test::FaultlogXml("NEW"));
+  site.window.Load();
+  auto& codes = *site.window.findChild<QComboBox*>("CmbProdcode");
+  std::vector<std::string> dialogs;
+  test::MessageBoxes boxes;
+  boxes.onDialog = [&](QDialog& dialog) { dialogs.push_back(FromQt(dialog.windowTitle())); };
+  QTimer::singleShot(0, [&] {
+    if (QWidget* const dialog = QApplication::activeModalWidget())
+      boxes.onDialog(static_cast<QDialog&>(*dialog));
+  });
+  site.Command("mnuSendData");
+  EXPECT_THAT(dialogs, testing::Contains("Sending Data"));
+  EXPECT_THAT(boxes.seen,
+              ElementsAre(test::SeenBox{"Mail(s) has been Sent!", QMessageBox::Information, "Fieldpost"}));
+  EXPECT_EQ(codes.currentText(), QStringLiteral("NEW"));
+  EXPECT_EQ(site.window.findChild<QTreeView*>("LVFileList")->model()->rowCount(), 1);
 }
 
 /// A menu as lines: caption, and its name; a sub-menu's lines stand under it, deeper.
