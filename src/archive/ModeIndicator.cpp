@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <utility>
@@ -21,7 +22,7 @@ constexpr std::size_t LongestText = 1000;
 constexpr std::uint64_t MaxExpandedBytes = std::uint64_t{16} * 1024 * 1024;
 /// The parser takes a time that grows with the square of these two.
 constexpr int MaxNames = 20'000;
-constexpr std::int64_t MaxTagBytes = std::int64_t{256} * 1024;
+constexpr std::ptrdiff_t MaxAttributes = 10'000;  // of one element
 
 constexpr int ParseOptions =
     XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
@@ -41,8 +42,7 @@ class Pass {
   bool Parse(std::span<const char> piece, bool last) {
     fed_ += piece.size();
     xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), last ? 1 : 0);
-    const auto pending = static_cast<std::int64_t>(fed_) - xmlByteConsumed(parser_.get());
-    if (xmlDictSize(parser_->dict) > MaxNames || (pending > MaxTagBytes && InTag())) Refuse(parser_.get());
+    if (xmlDictSize(parser_->dict) > MaxNames || HeldSigns() > MaxAttributes) Refuse(parser_.get());
     return !refused_ && parser_->wellFormed == 1 && parser_->nsWellFormed == 1;
   }
 
@@ -127,9 +127,12 @@ class Pass {
     if (!rest.empty()) text_ += rest.front();
   }
 
-  [[nodiscard]] bool InTag() const {
+  /// How many "=" are in the tag that the parser holds back until it has seen the whole of it.
+  [[nodiscard]] std::ptrdiff_t HeldSigns() const {
     const xmlParserInput* const input = parser_->input;
-    return input != nullptr && input->end - input->cur > 1 && input->cur[0] == '<' && input->cur[1] != '!';
+    if (input == nullptr || input->end - input->cur < 2 || input->cur[0] != '<') return 0;
+    const bool isTag = input->cur[1] != '!' && input->cur[1] != '?';
+    return isTag ? std::count(input->cur, input->end, '=') : 0;
   }
 
   XmlParser parser_;

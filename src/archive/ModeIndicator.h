@@ -23,7 +23,8 @@ bool IsProcessMode(const std::optional<std::string>& indicator);
 
 /// Reads mode indicators, one file after the other. A file is read to its end in pieces, so that its size
 /// takes no memory; entities are resolved up to 16 MB, and nothing outside the file is ever opened. A file
-/// with a single section or comment of more than 10 MB is refused as if it were not well-formed.
+/// with a single section, comment or tag of more than 10 MB, more than 10,000 attributes in one element or
+/// more than 20,000 different names is refused as if it were not well-formed.
 class ModeIndicatorReader {
  public:
   ModeIndicatorReader();
