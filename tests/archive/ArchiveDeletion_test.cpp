@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <functional>
+#include <utility>
+
 #include "support/RecordingUi.h"
 #include "support/TempFolder.h"
 
@@ -126,6 +129,60 @@ TEST_F(ArchiveDeletionTest, DeleteSelectedLeavesEverythingOutsideTheArchive) {
   EXPECT_TRUE(fs::exists(target));
   EXPECT_TRUE(fs::exists(namesake));
   EXPECT_TRUE(fs::is_directory(archive / "a"));
+}
+
+TEST_F(ArchiveDeletionTest, TheArchiveFolderItselfMayBeALink) {
+  for (const char* name : {"a/1.xml", "a/2.xml", "b/3.xml"}) Write(name);
+  const fs::path link = folder.Path() / "link";
+  fs::create_directory_symlink(archive, link);
+  ArchiveDeletion linked(files, link / "");
+  EXPECT_EQ(linked.DeleteSelected({link / "a" / "1.xml"}, display).deleted, 1U);
+  EXPECT_EQ(linked.DeleteProcess("a", display).deleted, 1U);
+  EXPECT_EQ(linked.DeleteAll(display).deleted, 1U);
+  linked.RemoveEmptyProductFolders(display);
+  EXPECT_THAT(Left(), IsEmpty());
+  EXPECT_TRUE(fs::is_symlink(link));
+}
+
+/// Between two files, someone puts a link in the place of the product code's folder.
+struct SwappingDisplay final : StatusDisplay {
+  explicit SwappingDisplay(std::function<void()> swap) : swap_(std::move(swap)) {}
+  void LetEventsRun() override {
+    if (swap_) std::exchange(swap_, {})();
+  }
+
+ private:
+  std::function<void()> swap_;
+};
+
+TEST_F(ArchiveDeletionTest, NeverFollowsALinkThatComesMeanwhile) {
+  using Rule = std::function<void(StatusDisplay&)>;
+  const PathList selected{archive / "a" / "1.xml", archive / "a" / "2.xml"};
+  for (const Rule& rule : {Rule([&](StatusDisplay& shown) { deletion.DeleteAll(shown); }),
+                           Rule([&](StatusDisplay& shown) { deletion.DeleteProcess("a", shown); }),
+                           Rule([&](StatusDisplay& shown) { deletion.DeleteSelected(selected, shown); })}) {
+    for (const char* name : {"a/1.xml", "a/2.xml"}) Write(name);
+    for (const char* name : {"1.xml", "2.xml"}) Outside(name);
+    SwappingDisplay swapping([&] {
+      fs::rename(archive / "a", folder.Path() / "moved");
+      fs::create_directory_symlink(outside, archive / "a");
+    });
+    rule(swapping);
+    deletion.RemoveEmptyProductFolders(swapping);
+    EXPECT_TRUE(fs::exists(outside / "1.xml"));
+    EXPECT_TRUE(fs::exists(outside / "2.xml"));
+    EXPECT_TRUE(fs::is_symlink(archive / "a"));
+    fs::remove(archive / "a");
+    fs::remove_all(folder.Path() / "moved");
+  }
+}
+
+TEST_F(ArchiveDeletionTest, LeavesTheOtherNamesOfAFile) {
+  const fs::path target = Outside("target.xml");
+  folder.Folder("Archive/a");
+  fs::create_hard_link(target, archive / "a" / "x.xml");
+  EXPECT_EQ(deletion.DeleteAll(display).deleted, 1U);
+  EXPECT_EQ(fs::hard_link_count(target), 1U);
 }
 
 TEST_F(ArchiveDeletionTest, DeleteSelectedRemovesALinkItself) {
