@@ -308,9 +308,7 @@ void frmArchive::OpenCurrent() {
 }
 
 void frmArchive::OpenRow(const QModelIndex& index) {
-  if (!index.isValid()) return;
-  const fs::path path = PathOf(index);
-  if (files_.IsFile(path)) Q_EMIT OpenFileRequested(path);
+  if (index.isValid()) Q_EMIT OpenFileRequested(PathOf(index));
 }
 
 void frmArchive::DeleteSelected() {

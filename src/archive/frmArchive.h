@@ -45,7 +45,7 @@ class frmArchive final : public QWidget {
   void UpdateList(bool& firstTime);
 
  Q_SIGNALS:
-  /// The user wants to see a file. It was there a moment ago.
+  /// The user wants to see a file. It was there when the list was filled, and may be gone.
   void OpenFileRequested(const std::filesystem::path& file);
 
   /// The user wants to delete. `files` are the selected ones, never none; `productCode` is the folder that

@@ -144,6 +144,7 @@ void MDIFieldpost::RefreshArchive(bool firstTime) {
 /// One viewer at a time: a further file takes the place of the one that is shown.
 void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
   CloseChild<frmXMLfile>();
+  if (!program_.ports.files.IsFile(file)) return;
   auto viewer = std::make_unique<frmXMLfile>(program_.ports.files, program_.log, ports_.prompt);
   frmXMLfile& shown = *viewer;
   shown.SetPath(file);

@@ -259,6 +259,9 @@ TEST(MDIFieldpost, OpensTheClickedFileInOneViewer) {
     const std::filesystem::path file = site.Tree("Archive") / "A" / name;
     EXPECT_THAT(site.Children(), ElementsAre("Archive", "XML File    " + Utf8FromPath(file)));
   }
+  std::filesystem::remove(site.Tree("Archive") / "A" / "one.xml");
+  site.DoubleClick(0);
+  EXPECT_THAT(site.Children(), ElementsAre("Archive")) << "the file is gone, and the viewer with it";
 }
 
 TEST(MDIFieldpost, ShowsTheFirstProductCodeAfterADeletion) {
@@ -268,7 +271,9 @@ TEST(MDIFieldpost, ShowsTheFirstProductCodeAfterADeletion) {
   site.List().selectAll();
   test::MessageBoxes boxes({Qt::Key_Y});
   boxes.onDialog = [](QDialog& dialog) {
-    QTest::mouseClick(dialog.findChild<QPushButton*>("cmdDelete"), Qt::LeftButton);
+    auto* const button = dialog.findChild<QPushButton*>("cmdDelete");
+    // Not from in here: the boxes that follow are to be answered too.
+    QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
   };
   site.Command("Delete");
   EXPECT_FALSE(std::filesystem::exists(site.Tree("Archive") / "B"));
