@@ -55,7 +55,7 @@ bool MDIFieldpost::Load() {
   show();
   ShowArchive();
   ports_.display.LetEventsRun();
-  startUp_.CreateFolderTree();
+  RefreshArchiveAfter([this] { startUp_.CreateFolderTree(); });
   startUp_.OpenDailyLogHeader([this] { Options(); });
   startUp_.RegisterProgramFolder();
   // Whoever closed it meanwhile wants the program to end, and no loop runs yet that would notice.
@@ -118,9 +118,13 @@ frmOptions& MDIFieldpost::Options() {
 }
 
 void MDIFieldpost::ShowOptions(OptionsPage page) {
-  const std::string archive = program_.settings.ArchiveFolder;
-  Options().ShowPage(page);
-  if (program_.settings.ArchiveFolder != archive) RefreshArchive(true);
+  RefreshArchiveAfter([&] { Options().ShowPage(page); });
+}
+
+void MDIFieldpost::RefreshArchiveAfter(const std::function<void()>& change) {
+  const std::string before = program_.settings.ArchiveFolder;
+  change();
+  if (program_.settings.ArchiveFolder != before) RefreshArchive(true);
 }
 
 void MDIFieldpost::ShowArchive() {

@@ -4,6 +4,7 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <filesystem>
+#include <functional>
 #include <memory>
 
 #include "archive/modMailServerPing.h"
@@ -68,6 +69,8 @@ class MDIFieldpost final : public QMainWindow {
   void ShowOptions(OptionsPage page);
   void ShowArchive();
   void RefreshArchive(bool firstTime);
+  /// Lists anew when another folder is the Archive after the change.
+  void RefreshArchiveAfter(const std::function<void()>& change);
   void OpenFile(const std::filesystem::path& file);
   void ShowDeletion(const PathList& files, const std::string& productCode);
   void ShowLogFile();

@@ -252,6 +252,15 @@ struct FiledWindow : MainWindow {
   }
 };
 
+TEST(MDIFieldpost, ListsTheArchiveThatTheStartPutBack) {
+  MainWindow site;
+  site.folder.Write("home/Faultlog/Archive/A/one.xml", "<FLFILE><MODEIND>P</MODEIND></FLFILE>");
+  site.program.settings.ArchiveFolder.clear();
+  site.window.Load();
+  auto& list = *site.window.findChild<QTreeView*>("LVFileList");
+  EXPECT_TRUE(QTest::qWaitFor([&] { return list.model()->rowCount() == 1; }, 2000));
+}
+
 TEST(MDIFieldpost, OpensTheClickedFileInOneViewer) {
   FiledWindow site;
   for (const auto& [row, name] : {std::pair(0, "one.xml"), std::pair(1, "two.xml")}) {
