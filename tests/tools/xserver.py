@@ -18,8 +18,9 @@ class XServer:
     def __enter__(self):
         self._folder = tempfile.TemporaryDirectory(prefix="fieldpost-x-")
         read, write = os.pipe()
+        # Without -noreset it begins anew, and drops whoever comes just then, when its last client leaves.
         self._start(["Xvfb", "-displayfd", str(write), "-screen", "0", self.screen, "-nolisten", "tcp",
-                     "-dpi", "96"], pass_fds=[write])
+                     "-dpi", "96", "-noreset"], pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as pipe:
             number = pipe.readline().strip()
