@@ -41,8 +41,8 @@ lint: configure
 	@$(PYTHON) tests/tools/check_format.py clang-format
 	@$(PYTHON) tests/tools/check_text.py
 	@$(PYTHON) tests/tools/check_layers.py
-	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) 'src/.*/(?!$(FORMS))[^/]*\.cpp$$'
-	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) -checks=$(QT_OWNS) 'src/.*/(?:$(FORMS))[^/]*\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) '^$(CURDIR)/src/.*/(?!$(FORMS))[^/]*\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) -checks=$(QT_OWNS) '^$(CURDIR)/src/.*/(?:$(FORMS))[^/]*\.cpp$$'
 
 install: all
 	@cmake --install $(BUILD)

@@ -34,8 +34,8 @@ std::size_t LengthOf(unsigned char lead) {
 }
 
 bool IsOverlongOrSurrogate(char32_t codePoint, std::size_t bytes) {
-  constexpr char32_t Least[] = {0, 0, 0x80, 0x800, 0x10000};
-  return codePoint < Least[bytes] || (codePoint >= 0xD800 && codePoint < 0xE000) || codePoint > 0x10FFFF;
+  constexpr char32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+  return codePoint < least[bytes] || (codePoint >= 0xD800 && codePoint < 0xE000) || codePoint > 0x10FFFF;
 }
 
 /// The first character of a text that is not empty; a byte that begins none counts as one character.

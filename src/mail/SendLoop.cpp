@@ -150,7 +150,7 @@ bool SendLoop::SendMail() {
 void SendLoop::ShowProgress(std::string_view step, std::size_t done, std::size_t count) {
   if (done == 0) display_.SetRange(count);
   display_.SetStep(step);
-  display_.SetLabel(fmt::format("{}%", done * 100 / count));
+  display_.SetLabel(fmt::format("{}%", done * 100 / std::max<std::size_t>(count, 1)));
   display_.SetPosition(done);
 }
 
