@@ -155,7 +155,7 @@ TEST(frmSending, AnswersAndClosesWhileTheServerStalls) {
     QElapsedTimer time;
     time.start();
     site.Send();
-    EXPECT_LT(time.elapsed(), 3000) << mode;
+    EXPECT_LT(time.elapsed(), 20'000) << mode << ": long before the 30 s that the server may take";
     EXPECT_THAT(boxes.seen, IsEmpty()) << mode;
     EXPECT_THAT(site.Log(), Contains(Ended).Times(1)) << mode;
     EXPECT_THAT(site.Process(Document).substr(0, 200), HasSubstr("Mode=\"Not Sent\"")) << mode;
