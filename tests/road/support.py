@@ -26,9 +26,10 @@ class RoadTest(unittest.TestCase):
     """Each test has a temporary folder with a site in it that can send to a port of this machine."""
 
     maxDiff = None
+    scratch = None  # where the temporary folder is made; None is where the system has such
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="fieldpost-road-")
+        folder = tempfile.TemporaryDirectory(prefix="fieldpost-road-", dir=self.scratch)
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.site = Site(self.folder / "site")
