@@ -80,17 +80,19 @@ void FilingBatch::StageArchived(const fs::path& target, std::string_view bytes) 
   files_.WriteNew(temporary, bytes, FileAccess::ByUmask);
   const auto [place, isNew] = stagedByTarget_.try_emplace(target.native(), journal_.staged.size());
   if (isNew) {
-    journal_.staged.push_back({.temporary = temporary, .target = target});
+    journal_.staged.push_back({.temporary = temporary, .target = target, .content = HashContent(bytes)});
     return;
   }
-  files_.Remove(std::exchange(journal_.staged[place->second].temporary, temporary));
+  FilingJournal::Staged& staged = journal_.staged[place->second];
+  staged.content = HashContent(bytes);
+  files_.Remove(std::exchange(staged.temporary, temporary));
 }
 
 void FilingBatch::StageDocument(const fs::path& document, std::string_view text) {
   const fs::path temporary = TemporaryNameFor(document);
   files_.Remove(temporary);
   files_.WriteNew(temporary, text, FileAccess::ByUmask);
-  journal_.staged.push_back({.temporary = temporary, .target = document});
+  journal_.staged.push_back({.temporary = temporary, .target = document, .content = HashContent(text)});
   journal_.document = document;
 }
 
@@ -112,7 +114,7 @@ std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text
   stagedByTarget_.clear();
   knownFolders_.clear();
   MakeRoom(journal);
-  for (const auto& [temporary, target] : journal.staged) {
+  for (const auto& [temporary, target, content] : journal.staged) {
     files_.Rename(temporary, target);
     display_.LetEventsRun();
   }
@@ -125,8 +127,18 @@ void FilingBatch::Decide() {
   try {
     files_.Flush(FoldersOf(journal_));
   } catch (const FileError&) {
-    files_.Remove(JournalPath());
+    TakeBackDecision();
     throw;
+  }
+}
+
+/// Where even that fails, the batch's files are removed all the same, and a journal of files that are not
+/// there decides nothing.
+void FilingBatch::TakeBackDecision() {
+  try {
+    files_.Remove(JournalPath());
+  } catch (const FileError&) {
+    // what kept the journal from being flushed is what the log tells
   }
 }
 
@@ -143,14 +155,13 @@ void FilingBatch::Drop() noexcept {
 }
 
 std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
-  const std::optional<FilingJournal> journal =
-      files_.IsFile(JournalPath()) ? FilingJournal::FromBytes(files_.ReadWhole(JournalPath(), AnySize))
-                                   : std::nullopt;
+  const std::optional<FilingJournal> journal = ReadJournal();
   if (journal) {
     MakeRoom(*journal);
-    for (const auto& [temporary, target] : journal->staged) {
+    for (const auto& [temporary, target, content] : journal->staged) {
+      if (!files_.Exists(temporary)) continue;
       MakeFolderOf(target);
-      if (files_.Exists(temporary)) files_.Rename(temporary, target);
+      files_.Rename(temporary, target);
     }
     RemoveSources(*journal);
     documents.push_back(journal->document);
@@ -161,10 +172,36 @@ std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
   return journal ? journal->sources.size() : 0;
 }
 
+/// The journal of a batch that an interrupted run had decided.
+std::optional<FilingJournal> FilingBatch::ReadJournal() const {
+  if (!files_.IsFile(JournalPath())) return std::nullopt;
+  std::optional<FilingJournal> journal = FilingJournal::FromBytes(files_.ReadWhole(JournalPath(), AnySize));
+  if (journal && !WasDecided(*journal)) journal.reset();
+  return journal;
+}
+
+/// No file gets its name before the decision is durable: one that has it proves the decision, and where none
+/// has, all must be there whole under their temporary names.
+bool FilingBatch::WasDecided(const FilingJournal& journal) const {
+  const auto hasItsName = [this](const FilingJournal::Staged& file) {
+    return !files_.Exists(file.temporary) && Holds(file.target, file.content);
+  };
+  const auto isStaged = [this](const FilingJournal::Staged& file) {
+    return Holds(file.temporary, file.content);
+  };
+  return std::any_of(journal.staged.begin(), journal.staged.end(), hasItsName) ||
+         std::all_of(journal.staged.begin(), journal.staged.end(), isStaged);
+}
+
+bool FilingBatch::Holds(const fs::path& path, const ContentHash& content) const {
+  return files_.IsFile(path) && HashContent(files_.ReadWhole(path, AnySize)) == content;
+}
+
 /// The new name must be durable before the old one is taken: after a power cut nothing else tells whether the
 /// old one still bears the old document.
 void FilingBatch::MakeRoom(const FilingJournal& journal) {
   if (!journal.displaced || files_.Exists(journal.displaced->to)) return;
+  if (!files_.Exists(journal.displaced->from)) return;  // its reader took it away meanwhile
   files_.Rename(journal.displaced->from, journal.displaced->to);
   const std::array folder{processFolder_};
   files_.Flush(folder);

@@ -21,9 +21,10 @@ namespace fieldpost {
 ///
 /// Archived files and the document are written under temporary names while the batch grows. Publish() flushes
 /// them and a journal of what is to be done, gives them their names, and only then removes the files from
-/// their Latest folders. A program that ends before the journal is durable has changed nothing; one that ends
+/// their Latest folders. A program that ends before that is durable has changed nothing; one that ends
 /// later is finished by FinishInterrupted() of the next run. So an entry is in the Archive and in a combined
-/// document once each, or still in its Latest folder.
+/// document once each, or still in its Latest folder. The journal may become durable before the files that it
+/// names (one flush is for all), so it says what must be in them.
 ///
 /// Flushing once for a whole batch keeps the price of it small.
 ///
@@ -73,6 +74,10 @@ class FilingBatch {
   void StageDocument(const std::filesystem::path& document, std::string_view text);
   void MakeFolderOf(const std::filesystem::path& target);
   void Decide();
+  void TakeBackDecision();
+  [[nodiscard]] std::optional<FilingJournal> ReadJournal() const;
+  [[nodiscard]] bool WasDecided(const FilingJournal& journal) const;
+  [[nodiscard]] bool Holds(const std::filesystem::path& path, const ContentHash& content) const;
   void MakeRoom(const FilingJournal& journal);
   void RemoveSources(const FilingJournal& journal);
   [[nodiscard]] bool IsWhatWasFiled(const FilingJournal::Source& source) const;

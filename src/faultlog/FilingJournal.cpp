@@ -1,93 +1,52 @@
 #include "faultlog/FilingJournal.h"
 
-#include <charconv>
-#include <cstdint>
-
-#include "common/PathText.h"
-
-// The form: a title line; for each field its length in decimal, ":", its bytes and a line feed; last the hash
-// of all that. Names may hold any byte, so nothing but their length says where they end.
+#include "common/SealedFields.h"
 
 namespace fieldpost {
 namespace {
 
-namespace fs = std::filesystem;
+constexpr std::string_view Title = "Fieldpost filing journal 3";
 
-constexpr std::string_view Title = "Fieldpost filing journal 2\n";
-constexpr std::size_t HashLength = 32;
+std::optional<FilingJournal::Displaced> NextDisplaced(SealedFieldReader& reader) {
+  std::optional<std::filesystem::path> from = reader.NextPath();
+  std::optional<std::filesystem::path> to = reader.NextPath();
+  if (!from || !to) return std::nullopt;
+  return FilingJournal::Displaced{.from = std::move(*from), .to = std::move(*to)};
+}
 
-class FieldWriter {
- public:
-  void Add(std::string_view field) {
-    bytes_.append(std::to_string(field.size())).append(":").append(field) += '\n';
+std::optional<FilingJournal::Staged> NextStaged(SealedFieldReader& reader) {
+  std::optional<std::filesystem::path> temporary = reader.NextPath();
+  std::optional<std::filesystem::path> target = reader.NextPath();
+  const std::optional<ContentHash> content = reader.NextHash();
+  if (!temporary || !target || !content) return std::nullopt;
+  return FilingJournal::Staged{
+      .temporary = std::move(*temporary), .target = std::move(*target), .content = *content};
+}
+
+std::optional<FilingJournal::Source> NextSource(SealedFieldReader& reader) {
+  std::optional<std::filesystem::path> path = reader.NextPath();
+  const std::optional<ContentHash> content = reader.NextHash();
+  if (!path || !content) return std::nullopt;
+  return FilingJournal::Source{.path = std::move(*path), .content = *content};
+}
+
+/// As many records as a number in front of them says, or as are right.
+template <typename Record>
+std::vector<Record> NextRecords(SealedFieldReader& reader,
+                                std::optional<Record> (*next)(SealedFieldReader&)) {
+  std::vector<Record> records;
+  for (std::size_t left = reader.NextNumber().value_or(0); left > 0; --left) {
+    std::optional<Record> record = next(reader);
+    if (!record) break;
+    records.push_back(std::move(*record));
   }
-  void AddPath(const fs::path& path) { Add(Utf8FromPath(path)); }
-  void AddNumber(std::size_t number) { Add(std::to_string(number)); }
-
-  [[nodiscard]] std::string Finish() const { return bytes_ + ToHex(HashContent(bytes_)); }
-
- private:
-  std::string bytes_{Title};
-};
-
-/// Reads field after field; after the first that is not right, all are missing.
-class FieldReader {
- public:
-  explicit FieldReader(std::string_view bytes) : rest_(bytes) {}
-
-  std::optional<std::string_view> Next() {
-    const std::optional<std::size_t> length = Number(rest_.substr(0, rest_.find(':')));
-    const std::size_t start = rest_.find(':') + 1;
-    if (!length || *length >= rest_.size() - start) return Fail();
-    const std::string_view field = rest_.substr(start, *length);
-    rest_.remove_prefix(start + *length + 1);
-    return field;
-  }
-
-  std::optional<fs::path> NextPath() {
-    const std::optional<std::string_view> field = Next();
-    if (!field) return std::nullopt;
-    return PathFromUtf8(*field);
-  }
-
-  std::optional<std::size_t> NextNumber() {
-    const std::optional<std::string_view> field = Next();
-    return field ? Number(*field) : std::nullopt;
-  }
-
-  [[nodiscard]] bool AtEnd() const { return rest_.empty(); }
-
- private:
-  static std::optional<std::size_t> Number(std::string_view digits) {
-    std::size_t number = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-    return number;
-  }
-
-  std::optional<std::string_view> Fail() {
-    rest_ = {};
-    return std::nullopt;
-  }
-
-  std::string_view rest_;
-};
-
-std::optional<ContentHash> HashFromHex(std::string_view hex) {
-  ContentHash hash;
-  if (hex.size() != HashLength) return std::nullopt;
-  const char* const middle = hex.data() + HashLength / 2;
-  const bool whole =
-      std::from_chars(hex.data(), middle, hash.high, 16).ptr == middle &&
-      std::from_chars(middle, hex.data() + HashLength, hash.low, 16).ptr == hex.data() + HashLength;
-  if (!whole) return std::nullopt;
-  return hash;
+  return records;
 }
 
 }  // namespace
 
 std::string FilingJournal::ToBytes() const {
-  FieldWriter writer;
+  SealedFieldWriter writer(Title);
   writer.AddPath(document);
   writer.AddNumber(displaced ? 1 : 0);
   if (displaced) {
@@ -98,42 +57,25 @@ std::string FilingJournal::ToBytes() const {
   for (const Staged& file : staged) {
     writer.AddPath(file.temporary);
     writer.AddPath(file.target);
+    writer.AddHash(file.content);
   }
   writer.AddNumber(sources.size());
   for (const Source& source : sources) {
     writer.AddPath(source.path);
-    writer.Add(ToHex(source.content));
+    writer.AddHash(source.content);
   }
   return writer.Finish();
 }
 
 std::optional<FilingJournal> FilingJournal::FromBytes(std::string_view bytes) {
-  if (bytes.size() < Title.size() + HashLength || !bytes.starts_with(Title)) return std::nullopt;
-  const std::string_view fields = bytes.substr(0, bytes.size() - HashLength);
-  if (ToHex(HashContent(fields)) != bytes.substr(fields.size())) return std::nullopt;
-
-  FieldReader reader(fields.substr(Title.size()));
+  std::optional<SealedFieldReader> reader = SealedFieldReader::Open(Title, bytes);
+  if (!reader) return std::nullopt;
   FilingJournal journal;
-  journal.document = reader.NextPath().value_or(fs::path());
-  if (reader.NextNumber() == 1) {
-    std::optional<fs::path> from = reader.NextPath();
-    std::optional<fs::path> to = reader.NextPath();
-    if (!from || !to) return std::nullopt;
-    journal.displaced = Displaced{.from = std::move(*from), .to = std::move(*to)};
-  }
-  for (std::size_t left = reader.NextNumber().value_or(0); left > 0; --left) {
-    std::optional<fs::path> temporary = reader.NextPath();
-    std::optional<fs::path> target = reader.NextPath();
-    if (!temporary || !target) return std::nullopt;
-    journal.staged.push_back({.temporary = std::move(*temporary), .target = std::move(*target)});
-  }
-  for (std::size_t left = reader.NextNumber().value_or(0); left > 0; --left) {
-    std::optional<fs::path> path = reader.NextPath();
-    const std::optional<ContentHash> content = HashFromHex(reader.Next().value_or(""));
-    if (!path || !content) return std::nullopt;
-    journal.sources.push_back({.path = std::move(*path), .content = *content});
-  }
-  if (!reader.AtEnd()) return std::nullopt;
+  journal.document = reader->NextPath().value_or(std::filesystem::path());
+  if (reader->NextNumber() == 1) journal.displaced = NextDisplaced(*reader);
+  journal.staged = NextRecords(*reader, NextStaged);
+  journal.sources = NextRecords(*reader, NextSource);
+  if (!reader->AtEnd()) return std::nullopt;
   return journal;
 }
 

@@ -12,8 +12,9 @@
 
 namespace fieldpost {
 
-/// The steps that publish one batch, in this order. Once this is durable on disk the batch is decided: every
-/// step that is not done yet is done by whoever finds it, and doing one twice does no harm.
+/// The steps that publish one batch, in this order. Once this and the staged files are durable on disk the
+/// batch is decided: every step that is not done yet is done by whoever finds it, and doing one twice does no
+/// harm.
 struct FilingJournal {
   /// A document that makes room for another one, and the name that it keeps meanwhile. The new name is free
   /// when the batch is decided; once it is taken, the step is done.
@@ -23,10 +24,11 @@ struct FilingJournal {
 
     bool operator==(const Displaced&) const = default;
   };
-  /// A file written beside its place, and its place.
+  /// A file written beside its place, its place, and what is in it.
   struct Staged {
     std::filesystem::path temporary;
     std::filesystem::path target;
+    ContentHash content;
 
     bool operator==(const Staged&) const = default;
   };

@@ -17,8 +17,10 @@ using testing::ElementsAre;
 TEST(FilingJournal, ComesBackAsItWasWritten) {
   const FilingJournal journal{
       .displaced = FilingJournal::Displaced{.from = "/p/d.xml", .to = "/p/d.xml.1.displaced"},
-      .staged = {{.temporary = "/a/.1", .target = PathFromUtf8("/a/line\nbreak 3:x")},
-                 {.temporary = "", .target = ""}},
+      .staged = {{.temporary = "/a/.1",
+                  .target = PathFromUtf8("/a/line\nbreak 3:x"),
+                  .content = HashContent("1")},
+                 {.temporary = "", .target = "", .content = {}}},
       .sources = {{.path = "/l/a.xml", .content = HashContent("a")}},
       .document = "/p/d.xml"};
   EXPECT_EQ(FilingJournal::FromBytes(journal.ToBytes()), journal);
@@ -27,7 +29,7 @@ TEST(FilingJournal, ComesBackAsItWasWritten) {
 
 TEST(FilingJournal, IsWholeOrNothing) {
   const std::string bytes = FilingJournal{.displaced = std::nullopt,
-                                          .staged = {{.temporary = "/a/.1", .target = "/a/1"}},
+                                          .staged = {{.temporary = "/a/.1", .target = "/a/1", .content = {}}},
                                           .sources = {{.path = "/l/a.xml", .content = HashContent("a")}},
                                           .document = "/p/d.xml"}
                                 .ToBytes();
@@ -153,6 +155,54 @@ TEST(FilingBatch, LosesNothingWhenTheRecoveringRunIsKilledToo) {
     }
   }
   std::cout << pairs << " pairs\n";
+}
+
+/// The temporary files of a batch whose journal is there and none of whose files has its name yet.
+std::vector<fs::path> StagedFiles(const BusySite& site) {
+  std::vector<fs::path> staged;
+  for (const std::string_view folder : {"Archive", "Process"}) {
+    for (const auto& entry : fs::directory_iterator(site.Tree(folder))) {
+      if (IsTemporaryName(Utf8FromPath(entry.path().filename()))) staged.push_back(entry.path());
+    }
+  }
+  std::sort(staged.begin(), staged.end());
+  const bool decided = fs::exists(site.Tree("Process") / "FLog.journal");
+  return decided && staged.size() == 4 ? staged : std::vector<fs::path>();
+}
+
+TEST(FinishInterrupted, TakesNoBatchForDecidedWhoseFilesDidNotReachTheDisk) {
+  struct Case {
+    const char* name;
+    void (*lose)(const fs::path& file);
+  };
+  const std::array cases{
+      Case{"empty", [](const fs::path& file) { fs::resize_file(file, 0); }},
+      Case{"cut off", [](const fs::path& file) { fs::resize_file(file, fs::file_size(file) / 2); }},
+      Case{"gone", [](const fs::path& file) { fs::remove(file); }},
+  };
+  std::size_t tried = 0;
+  for (const Case& one : cases) {
+    for (std::size_t n = 0, changes = ChangesOfAWholeRun(); n < changes; ++n) {
+      for (std::size_t which = 0;; ++which) {
+        BusySite site;
+        site.files.changesLeft = n;
+        EXPECT_THROW(site.program.scan.ProcessLatestFiles(site.display), test::Killed) << n;
+        const std::vector<fs::path> staged = StagedFiles(site);
+        if (which >= staged.size()) break;
+        one.lose(staged[which]);
+        ++tried;
+        DiskFileSystem disk;
+        FieldpostProgram next({disk, site.clock, site.keys, site.transport, site.prompt, site.display},
+                              site.home);
+        next.settings = site.program.settings;
+        next.lists.LatestFolderList = site.program.lists.LatestFolderList;
+        next.scan.ProcessLatestFiles(site.display);
+        site.ExpectAllInPlace(
+            fmt::format("killed at {}, {} is {}", n, staged[which].filename().native(), one.name));
+      }
+    }
+  }
+  EXPECT_GE(tried, cases.size() * 4);
 }
 
 TEST(FinishInterrupted, SaysHowManyFilesItRecovered) {
