@@ -1,6 +1,6 @@
 #include "platform/FileSystem.h"
 
-#include <array>
+#include <set>
 
 #include "common/PathText.h"
 #include "common/Text.h"
@@ -35,18 +35,42 @@ bool IsTemporaryName(std::string_view fileName) {
 
 void FileSystem::SaveAtomically(const std::filesystem::path& path, std::string_view bytes,
                                 FileAccess access) {
+  WriteReplacement(path, bytes, access);
+  ReplaceAll({&path, 1});
+}
+
+void FileSystem::WriteReplacement(const std::filesystem::path& path, std::string_view bytes,
+                                  FileAccess access) {
   const std::filesystem::path temporary = TemporaryNameFor(path);
   Remove(temporary);
   WriteNew(temporary, bytes, access);
   try {
     if (access == FileAccess::ByUmask && IsFile(path)) CopyPermissions(path, temporary);
-    const std::array folder{path.parent_path()};
-    Flush(folder);
-    Rename(temporary, path);
-    Flush(folder);
   } catch (const FileError&) {
-    if (Exists(temporary)) Remove(temporary);
+    RemoveQuietly(temporary);
     throw;
+  }
+}
+
+void FileSystem::ReplaceAll(std::span<const std::filesystem::path> paths) {
+  std::set<std::filesystem::path> distinct;
+  for (const std::filesystem::path& path : paths) distinct.insert(path.parent_path());
+  const std::vector<std::filesystem::path> folders(distinct.begin(), distinct.end());
+  try {
+    Flush(folders);
+    for (const std::filesystem::path& path : paths) Rename(TemporaryNameFor(path), path);
+    Flush(folders);
+  } catch (const FileError&) {
+    for (const std::filesystem::path& path : paths) RemoveQuietly(TemporaryNameFor(path));
+    throw;
+  }
+}
+
+void FileSystem::RemoveQuietly(const std::filesystem::path& temporary) {
+  try {
+    Remove(temporary);
+  } catch (const FileError&) {
+    // what made it useless is what the caller is told
   }
 }
 

@@ -199,12 +199,24 @@ class FileSystem {
   void SaveAtomically(const std::filesystem::path& path, std::string_view bytes,
                       FileAccess access = FileAccess::ByUmask);
 
+  /// The first half of SaveAtomically, for files of which many are replaced together: writes what is to take
+  /// the place of `path` beside it. The file itself stays as it is until ReplaceAll.
+  void WriteReplacement(const std::filesystem::path& path, std::string_view bytes,
+                        FileAccess access = FileAccess::ByUmask);
+
+  /// The second half: gives what WriteReplacement wrote the names of these files, with two flushes for all.
+  /// On failure each file is either replaced whole or as it was, and no temporary file is left.
+  void ReplaceAll(std::span<const std::filesystem::path> paths);
+
   /// Creates a folder and those above it that are missing, one level at a time.
   void CreateFolders(const std::filesystem::path& path, FileAccess access = FileAccess::ByUmask);
 
  protected:
   /// Gives `path` the permissions that `model` has.
   virtual void CopyPermissions(const std::filesystem::path& model, const std::filesystem::path& path) = 0;
+
+ private:
+  void RemoveQuietly(const std::filesystem::path& temporary);
 };
 
 /// The name under which a file is written before it is given its own: beside it, and never "*.xml" or

@@ -145,6 +145,24 @@ TEST_F(FileSystemTest, LeavesTheOldFileWhenItCannotSave) {
   EXPECT_THROW(files.SaveAtomically(folder.Path() / "none" / "file", "new"), FileError);
 }
 
+TEST_F(FileSystemTest, ReplacesManyFilesTogetherOrSaysWhichItCouldNot) {
+  const fs::path first = folder.Write("first", "old");
+  const fs::path blocked = folder.Folder("blocked/in the way").parent_path();
+  const fs::path last = folder.Write("last", "old");
+  const std::vector<fs::path> paths{first, blocked, last};
+  for (const fs::path& path : paths) files.WriteReplacement(path, "new");
+  EXPECT_EQ(test::ReadFile(first), "old") << "nothing is replaced yet";
+  try {
+    files.ReplaceAll(paths);
+    ADD_FAILURE() << "a folder was replaced by a file";
+  } catch (const FileError& error) {
+    EXPECT_THAT(error.what(), HasSubstr("blocked"));
+  }
+  EXPECT_EQ(test::ReadFile(first), "new");
+  EXPECT_EQ(test::ReadFile(last), "old");
+  EXPECT_EQ(test::Names(folder.Path()), (std::set<std::string>{"blocked", "first", "last"}));
+}
+
 TEST_F(FileSystemTest, NamesTemporaryFilesSoThatNobodyTakesThemForDocuments) {
   EXPECT_EQ(TemporaryNameFor("/a/x.xml"), "/a/.x.xml.fieldpost-new");
   EXPECT_EQ(TemporaryNameFor("/a/" + std::string(255, 'x')).filename().native().size(), 255U);
