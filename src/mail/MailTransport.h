@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "common/DateText.h"
@@ -50,8 +51,8 @@ class MailTransport {
   virtual ~MailTransport() = default;
 
   /// Sends one mail. True once the server has accepted its data, whatever happens to the connection then.
-  /// Never throws.
-  virtual bool Send(const MailServer& server, const Mail& mail) = 0;
+  /// `accepted` is called the moment it has, before anything else is done; it must not throw. Never throws.
+  virtual bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) = 0;
 
   /// What became of the last mail, in two lines separated by CR LF: what was sent to whom; "Error: ", a
   /// number, a blank and the server's last reply or the fault's description. The number is 0 on success and

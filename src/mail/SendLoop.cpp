@@ -3,17 +3,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <exception>
+#include <set>
 #include <unordered_set>
 #include <utility>
 
 #include "common/ContentHash.h"
-#include "common/DocumentMode.h"
 #include "common/DocumentNames.h"
 #include "common/Numbers.h"
 #include "common/PathText.h"
 #include "common/Text.h"
+#include "mail/DocumentMarking.h"
 #include "mail/MailSummary.h"
 #include "mail/WaitingDocument.h"
 
@@ -30,17 +30,6 @@ TlsMode TlsModeFrom(std::string_view setting) {
   if (EqualNoCase(Trimmed(setting), "required")) return TlsMode::Required;
   if (EqualNoCase(Trimmed(setting), "none")) return TlsMode::None;
   return TlsMode::Auto;
-}
-
-ContentHash HashFile(const FileSystem& files, const fs::path& path, StatusDisplay& display) {
-  const std::unique_ptr<FileReader> reader = files.OpenForReading(path);
-  ContentHasher hasher;
-  std::array<char, 65536> buffer{};
-  while (const std::size_t got = reader->Read(buffer)) {
-    hasher.Add({buffer.data(), got});
-    display.LetEventsRun();
-  }
-  return hasher.Hash();
 }
 
 /// What stands behind the "@" of an address, as far as it can stand in a message ID.
@@ -68,7 +57,8 @@ SendLoop::SendLoop(FileSystem& files, const Clock& clock, const MailSettings& se
       packaging_(packaging),
       transport_(transport),
       prompt_(prompt),
-      display_(display) {}
+      display_(display),
+      journal_(files) {}
 
 bool SendLoop::SendQueuedFaultlogs() {
   lists_.Attachments.clear();
@@ -83,11 +73,12 @@ bool SendLoop::SendQueuedFaultlogs() {
 }
 
 void SendLoop::CollectWaiting() {
-  const fs::path folder = PathFromUtf8(settings_.ProcessFolder);
+  const fs::path folder = ProcessFolder();
   std::unordered_set<fs::path::string_type> known;
   const auto add = [&](const fs::path& document) {
     display_.LetEventsRun();
     if (!known.insert(document.native()).second || !IsWaitingDocument(files_, document)) return;
+    if (WasSent(document)) return;
     lists_.Attachments.push_back(document);
   };
   if (files_.IsFolder(folder)) {
@@ -133,12 +124,16 @@ bool SendLoop::SendPackedData() {
 bool SendLoop::SendMail() {
   const int count = packaging_.CountMails();
   try {
+    PrepareNote();
+    const auto noteSet = [this] { NoteSent(); };
+    const auto noteNothing = [] {};
     for (int number = 1; number <= count; ++number) {
       ShowProgress(fmt::format("Sending mail {}/{}...", number, count), static_cast<std::size_t>(number - 1),
                    static_cast<std::size_t>(count));
       const Mail mail = MailOf(number, count);
       display_.LetEventsRun();
-      if (display_.StopRequested() || !SendOneMail(mail)) return false;
+      if (display_.StopRequested()) return false;
+      if (!(number == count ? SendOneMail(mail, noteSet) : SendOneMail(mail, noteNothing))) return false;
     }
     ShowProgress("All mails sent", static_cast<std::size_t>(count), static_cast<std::size_t>(count));
   } catch (const std::exception& error) {
@@ -164,8 +159,8 @@ void SendLoop::ShowProblem(std::string_view problem) {
   if (flags_.ShowMessages) prompt_.ShowMessage(problem, MessageIcon::Critical, "Error");
 }
 
-bool SendLoop::SendOneMail(const Mail& mail) {
-  const bool sent = transport_.Send(Server(), mail);
+bool SendLoop::SendOneMail(const Mail& mail, const std::function<void()>& accepted) {
+  const bool sent = transport_.Send(Server(), mail, accepted);
   if (transport_.WasStopped()) return false;
   const std::string status = transport_.StatusText();
   log_.WriteLog(status, LogCategory::Mail);
@@ -226,30 +221,98 @@ std::string SendLoop::MessageIdOf(const Mail& mail, int number, int count) const
 }
 
 bool SendLoop::MarkSent() {
-  PathList documents = std::exchange(lists_.PackedFiles, {});
-  const PathList attachments = std::exchange(lists_.Attachments, {});
-  documents.insert(documents.end(), attachments.begin(), attachments.end());
-  std::string problem;
-  for (std::size_t i = 0; i < documents.size(); ++i) {
-    ShowProgress("Marking what was sent...", i, documents.size());
-    const std::string one = MarkFile(documents[i]);
-    log_.WriteLog(one, LogCategory::Error);
-    if (problem.empty()) problem = one;
-    display_.LetEventsRun();
+  PathList documents = DocumentsInHand();
+  lists_.PackedFiles.clear();
+  lists_.Attachments.clear();
+  try {
+    AddEarlierSentTo(documents);
+    return Mark(documents) && Forget();
+  } catch (const FileError& error) {
+    return Fail(error.what());
   }
-  if (!problem.empty()) ShowProblem(problem);
-  return problem.empty();
 }
 
-std::string SendLoop::MarkFile(const fs::path& path) {
-  if (!EndsWithNoCase(Utf8FromPath(path), ".xml") || !files_.IsFile(path)) return {};
-  try {
-    const std::optional<std::string> marked = MarkedAsSent(files_.ReadWhole(path, AnySize));
-    if (marked) files_.SaveAtomically(path, *marked);
-    return {};
-  } catch (const FileError& error) {
-    return error.what();
+/// Those that an earlier run had mailed and could not mark either.
+void SendLoop::AddEarlierSentTo(PathList& documents) const {
+  const std::set<fs::path> inHand(documents.begin(), documents.end());
+  for (const auto& [path, content] : unmarked_) {
+    if (!inHand.contains(path) && WasSent(path)) documents.push_back(path);
   }
+}
+
+PathList SendLoop::DocumentsInHand() const {
+  PathList documents = lists_.PackedFiles;
+  documents.insert(documents.end(), lists_.Attachments.begin(), lists_.Attachments.end());
+  return documents;
+}
+
+bool SendLoop::Mark(const PathList& documents) {
+  const std::vector<std::string> problems = MarkDocuments(files_, documents, [&](std::size_t done) {
+    ShowProgress("Marking what was sent...", done, documents.size());
+    display_.LetEventsRun();
+  });
+  for (const std::string& problem : problems) log_.WriteLog(problem, LogCategory::Error);
+  if (!problems.empty()) ShowProblem(problems.front());
+  return problems.empty();
+}
+
+/// What is needed for the note is found out before the first mail goes, so that nothing but writing it stands
+/// between the server's answer and the note.
+void SendLoop::PrepareNote() {
+  toNote_.clear();
+  if (flags_.SendingPPC || !files_.IsFolder(ProcessFolder())) return;
+  unmarked_ = journal_.Read(ProcessFolder());
+  toNote_ = unmarked_;
+  for (const fs::path& document : DocumentsInHand()) {
+    if (!EndsWithNoCase(Utf8FromPath(document), ".xml") || !files_.IsFile(document)) continue;
+    toNote_.insert_or_assign(document, HashFile(files_, document, display_));
+  }
+}
+
+void SendLoop::NoteSent() {
+  if (toNote_.empty()) return;
+  try {
+    journal_.Write(ProcessFolder(), toNote_);
+    unmarked_ = std::exchange(toNote_, {});
+  } catch (const FileError& error) {
+    log_.WriteLog(error.what(), LogCategory::Error);
+  }
+}
+
+/// Everything that was noted is marked.
+bool SendLoop::Forget() {
+  unmarked_.clear();
+  journal_.Remove(ProcessFolder());
+  return true;
+}
+
+bool SendLoop::FinishInterruptedSend() {
+  if (!files_.IsFolder(ProcessFolder())) return true;
+  try {
+    unmarked_ = journal_.Read(ProcessFolder());
+    PathList documents;
+    AddEarlierSentTo(documents);
+    if (!Mark(documents)) return false;
+    if (!documents.empty()) {
+      // the log leaves out the first line of what it is told about mail
+      log_.WriteLog(
+          fmt::format("-\r\nMarked {} documents that an interrupted run had mailed", documents.size()),
+          LogCategory::Mail);
+    }
+    return Forget();
+  } catch (const FileError& error) {
+    return Fail(error.what());
+  }
+}
+
+bool SendLoop::WasSent(const fs::path& document) const {
+  const auto sent = unmarked_.find(document);
+  return sent != unmarked_.end() && files_.IsFile(document) &&
+         HashFile(files_, document, display_) == sent->second;
+}
+
+fs::path SendLoop::ProcessFolder() const {
+  return PathFromUtf8(settings_.ProcessFolder);
 }
 
 }  // namespace fieldpost

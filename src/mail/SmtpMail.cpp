@@ -75,11 +75,11 @@ SmtpMail::~SmtpMail() {
   ::curl_global_cleanup();
 }
 
-bool SmtpMail::Send(const MailServer& server, const Mail& mail) {
+bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) {
   int number = CURLE_OK;
   std::string description;
   try {
-    description = Deliver(server, mail);
+    description = Deliver(server, mail, accepted);
   } catch (const SmtpFault& fault) {
     number = fault.Number();
     description = fault.what();
@@ -96,12 +96,14 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail) {
 }
 
 /// Returns the reply with which the server took the mail over.
-std::string SmtpMail::Deliver(const MailServer& server, const Mail& mail) const {
+std::string SmtpMail::Deliver(const MailServer& server, const Mail& mail,
+                              const std::function<void()>& accepted) const {
   const std::string fault = CheckMail(server, mail);
   if (!fault.empty()) throw SmtpFault(CURLE_BAD_FUNCTION_ARGUMENT, fault);
   MimeMessage message(files_, mail);
   const std::unique_ptr<SmtpConnection> connection = Connect(server);
   std::string reply = Submit(*connection, mail, message);
+  accepted();
   connection->Quit();
   return reply;
 }

@@ -1,6 +1,7 @@
 // Sends mails by SMTP.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -23,12 +24,13 @@ class SmtpMail final : public MailTransport {
   SmtpMail(const FileSystem& files, const Clock& clock, StatusDisplay& display, SmtpLimits limits = {});
   ~SmtpMail() override;
 
-  bool Send(const MailServer& server, const Mail& mail) override;
+  bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) override;
   [[nodiscard]] std::string StatusText() const override { return statusText_; }
   [[nodiscard]] bool WasStopped() const override { return stopped_; }
 
  private:
-  [[nodiscard]] std::string Deliver(const MailServer& server, const Mail& mail) const;
+  [[nodiscard]] std::string Deliver(const MailServer& server, const Mail& mail,
+                                    const std::function<void()>& accepted) const;
   [[nodiscard]] std::unique_ptr<SmtpConnection> Connect(const MailServer& server) const;
   [[nodiscard]] std::string Submit(SmtpConnection& connection, const Mail& mail, MimeMessage& message) const;
   [[nodiscard]] std::string Finish(SmtpConnection& connection) const;

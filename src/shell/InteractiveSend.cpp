@@ -76,6 +76,7 @@ bool InteractiveSend::Run() {
   const std::string problem = preparation.Prepare(RunPreparation::EmptyLatestList::Leave);
   if (!problem.empty()) return Refuse(problem);
   const ScreenRun screenRun(program_.flags, program_.lists);
+  program_.sendLoop.FinishInterruptedSend();
   return SendChosen(faultlogs, ppc);
 }
 
@@ -160,7 +161,9 @@ bool InteractiveSend::CollectUnsent(const fs::path& folder) {
   display.SetRange(names.size());
   for (std::size_t i = 0; i < names.size() && !StopRequested(); ++i) {
     const fs::path document = folder / PathFromUtf8(names[i]);
-    if (IsWaitingDocument(files, document, LinesThatTell)) program_.lists.Attachments.push_back(document);
+    if (IsWaitingDocument(files, document, LinesThatTell) && !program_.sendLoop.WasSent(document)) {
+      program_.lists.Attachments.push_back(document);
+    }
     display.SetLabel(fmt::format("{} {}%", Visible(names[i]), (i + 1) * 100 / names.size()));
     display.SetPosition(i + 1);
     display.LetEventsRun();

@@ -38,6 +38,7 @@ bool ModFPHide::RunCommandLine(std::string_view commandLine) {
                     .SendingPPC = found->first == Step::CollectPpcData,
                     .SendAfterCollect = found->sendAfterCollect};
   if (!Prepare()) return true;
+  if (!program_.sendLoop.FinishInterruptedSend()) succeeded_ = false;
   if (found->checksMail && program_.check.CheckMailOptionsQuiet()) {
     succeeded_ = false;
     return true;

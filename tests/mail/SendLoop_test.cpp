@@ -320,7 +320,7 @@ TEST(SendData, OnceAllWasMailedItIsMarkedWhateverTheUserWants) {
   SendSite site;
   const std::vector<fs::path> documents = site.Documents(3);
   site.program.lists.Attachments = documents;
-  site.display.stopAfterTurns = 7;
+  site.display.stopAfterTurns = 10;  // in the middle of the marking
   EXPECT_TRUE(site.program.sendLoop.SendData());
   EXPECT_TRUE(site.display.StopRequested());
   for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);

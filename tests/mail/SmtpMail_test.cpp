@@ -286,5 +286,13 @@ TEST_F(SmtpMailTest, AStopDoesNotWaitForTheFarewell) {
   EXPECT_LT(duration, seconds(2));
 }
 
+TEST_F(SmtpMailTest, TellsOfTheAcceptanceBeforeItTakesLeave) {
+  const SmtpServer sink({"--mode", "stall-at-quit"});
+  limits.farewell = seconds(1);
+  EXPECT_TRUE(Send(sink)) << status;
+  ASSERT_TRUE(acceptedAfter);
+  EXPECT_GE(duration - *acceptedAfter, seconds(1)) << "the server does not answer QUIT";
+}
+
 }  // namespace
 }  // namespace fieldpost::test

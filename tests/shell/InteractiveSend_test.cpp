@@ -120,6 +120,21 @@ TEST(InteractiveSend, MailsANewDocumentOnceTogetherWithThoseThatWaited) {
   EXPECT_THAT(site.Log(), ElementsAre("[Search Latest]:Found 1 OK files", "[Mail]:Mail Sent"));
 }
 
+TEST(InteractiveSend, MarksWhatAnInterruptedRunHadMailed) {
+  SendSite site;
+  const fs::path mailed = site.Process("mailed.xml", WaitingText);
+  const fs::path blocked = site.Process("blocked.xml", WaitingText);
+  fs::create_directories(TemporaryNameFor(blocked) / "in the way");
+  SendJournal(site.files)
+      .Write(site.Tree("Process"), {{mailed, HashContent(WaitingText)}, {blocked, HashContent(WaitingText)}});
+  EXPECT_FALSE(site.Run()) << "one is still to be marked";
+  EXPECT_EQ(test::ReadFile(mailed), SentText);
+  EXPECT_THAT(site.Mails(),
+              ElementsAre(std::string("faultlog: ") + Document, "ppc: PPC.4711.200403151401.xml"))
+      << "neither is sent again";
+  EXPECT_THAT(site.prompt.messages, Contains(testing::Field(&ShownMessage::title, "Error")));
+}
+
 TEST(InteractiveSend, ShowsItsSteps) {
   SendSite site;
   EXPECT_TRUE(site.Run());

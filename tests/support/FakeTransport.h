@@ -19,10 +19,11 @@ class FakeTransport final : public MailTransport {
   std::string failure = "Error: 7 refused";
   bool stopped = false;  ///< what fails was stopped
 
-  bool Send(const MailServer& server, const Mail& mail) override {
+  bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) override {
     servers.push_back(server);
     mails.push_back(mail);
     sent_ = !failing.contains(mails.size());
+    if (sent_) accepted();
     return sent_;
   }
   [[nodiscard]] std::string StatusText() const override {

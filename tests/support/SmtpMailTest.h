@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "common/Text.h"
@@ -61,7 +62,10 @@ class SmtpMailTest : public testing::Test {
   bool Send() {
     SmtpMail transport(files, clock, display, limits);
     const auto begin = std::chrono::steady_clock::now();
-    const bool sent = transport.Send(server, mail);
+    acceptedAfter.reset();
+    const bool sent =
+        transport.Send(server, mail, [&] { acceptedAfter = std::chrono::steady_clock::now() - begin; });
+    EXPECT_EQ(acceptedAfter.has_value(), sent);
     duration = std::chrono::steady_clock::now() - begin;
     status = transport.StatusText();
     stopped = transport.WasStopped();
@@ -97,6 +101,8 @@ class SmtpMailTest : public testing::Test {
   std::string status;
   bool stopped = false;
   std::chrono::steady_clock::duration duration{};
+  std::optional<std::chrono::steady_clock::duration>
+      acceptedAfter;  ///< the server took the mail; empty: never
 };
 
 }  // namespace fieldpost::test
