@@ -63,29 +63,44 @@ SendLoop::SendLoop(FileSystem& files, const Clock& clock, const MailSettings& se
 bool SendLoop::SendQueuedFaultlogs() {
   lists_.Attachments.clear();
   lists_.PackedFiles.clear();
+  bool whole = true;
   try {
-    CollectWaiting();
+    for (const fs::path& document : QueuedDocuments()) {
+      if (!CollectIfWaiting(document)) whole = false;
+    }
   } catch (const FileError& error) {
     log_.WriteLog(error.what(), LogCategory::Error);
     return false;
   }
-  return lists_.Attachments.empty() || SendData();
+  return (lists_.Attachments.empty() || SendData()) && whole;
 }
 
-void SendLoop::CollectWaiting() {
-  const fs::path folder = ProcessFolder();
+/// The documents of the process folder and those of this run, each once.
+PathList SendLoop::QueuedDocuments() const {
+  PathList documents;
   std::unordered_set<fs::path::string_type> known;
   const auto add = [&](const fs::path& document) {
-    display_.LetEventsRun();
-    if (!known.insert(document.native()).second || !IsWaitingDocument(files_, document)) return;
-    if (WasSent(document)) return;
-    lists_.Attachments.push_back(document);
+    if (known.insert(document.native()).second) documents.push_back(document);
   };
+  const fs::path folder = ProcessFolder();
   if (files_.IsFolder(folder)) {
     for (const std::string& name : files_.ListFiles(folder, ".xml")) add(folder / PathFromUtf8(name));
   }
   for (const fs::path& document : lists_.PendingFiles) {
     if (files_.IsFile(document)) add(document);
+  }
+  return documents;
+}
+
+/// False when the document cannot be read; the others go all the same.
+bool SendLoop::CollectIfWaiting(const fs::path& document) {
+  display_.LetEventsRun();
+  try {
+    if (IsWaitingDocument(files_, document) && !WasSent(document)) lists_.Attachments.push_back(document);
+    return true;
+  } catch (const FileError& error) {
+    log_.WriteLog(error.what(), LogCategory::Error);
+    return false;
   }
 }
 

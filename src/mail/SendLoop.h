@@ -66,7 +66,8 @@ class SendLoop {
 
  private:
   bool Pack();
-  void CollectWaiting();
+  [[nodiscard]] PathList QueuedDocuments() const;
+  bool CollectIfWaiting(const std::filesystem::path& document);
   void ShowProgress(std::string_view step, std::size_t done, std::size_t count);
   bool Fail(std::string_view problem);
   void ShowProblem(std::string_view problem);

@@ -68,6 +68,30 @@ TEST(SendQueuedFaultlogs, TakesEachDocumentOnceInOrderOfNames) {
   EXPECT_THAT(site.program.lists.PendingFiles, IsEmpty());
 }
 
+/// A file system on which one file cannot be read.
+class OneUnreadable final : public test::DyingFileSystem {
+ public:
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const fs::path& path) const override {
+    if (path.filename() == "b.xml") throw FileError("cannot read", path, "Input/output error");
+    return DyingFileSystem::OpenForReading(path);
+  }
+};
+
+TEST(SendQueuedFaultlogs, LeavesOutADocumentThatCannotBeReadAndSaysSo) {
+  SendSite site;
+  const fs::path a = site.Document("a.xml");
+  const fs::path b = site.Document("b.xml");
+  OneUnreadable files;
+  FieldpostProgram program({files, site.clock, site.keys, site.transport, site.prompt, site.display},
+                           site.home);
+  program.settings = site.program.settings;
+  EXPECT_FALSE(program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(a));
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:cannot read " + Utf8FromPath(b) + ": Input/output error",
+                                      "[Mail]:Mail Sent"));
+}
+
 TEST(SendQueuedFaultlogs, SendsNothingWhenNothingWaits) {
   SendSite site;
   EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());

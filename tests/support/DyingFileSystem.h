@@ -13,7 +13,7 @@ struct Killed {};
 
 /// The disk, until the change with the given number: that one and all later ones do not happen. The first
 /// throws Killed; the others, from destructors on the way out, are silently left out, as they would be.
-class DyingFileSystem final : public FileSystem {
+class DyingFileSystem : public FileSystem {
  public:
   mutable std::size_t changesLeft = std::numeric_limits<std::size_t>::max();
   mutable std::size_t changes = 0;
