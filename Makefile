@@ -9,7 +9,7 @@ FORMS := frm|Frm|MDI|CPrint|Widget|MessageBox
 QT_OWNS := -cppcoreguidelines-owning-memory,-clang-analyzer-cplusplus.NewDeleteLeaks
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all packages configure run window test bench format lint install clean
+.PHONY: all packages configure run window test bench coverage format lint install clean
 
 all: configure
 	@cmake --build --preset release -j$(JOBS)
@@ -32,6 +32,13 @@ test: all
 # QUICK=1 takes small sizes alone; BENCH_DIR=/dev/shm/bench puts the files into another folder.
 bench: all
 	@$(PYTHON) tests/bench/run_benchmarks.py $(if $(QUICK),--quick) $(if $(BENCH_DIR),--folder $(BENCH_DIR))
+
+# Lines and branches of the core that no test passes; the report is build/coverage/report.txt.
+coverage: packages
+	@tools/install-packages clang libclang-rt-14-dev llvm
+	@cmake --preset coverage $(LAUNCHER) --log-level=NOTICE > /dev/null
+	@cmake --build --preset coverage -j$(JOBS)
+	@$(PYTHON) tests/coverage/run_coverage.py $(BUILD)/coverage
 
 format: packages
 	@$(PYTHON) tests/tools/check_format.py clang-format --fix

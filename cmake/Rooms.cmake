@@ -9,6 +9,12 @@ if(FIELDPOST_SANITIZE)
                          -fno-omit-frame-pointer)
   target_link_options(fp_warnings INTERFACE -fsanitize=address,undefined)
 endif()
+if(FIELDPOST_COVERAGE)
+  # The counters lie in the mapped profile itself, so that what ends by a signal or by _exit has counted too.
+  target_compile_options(fp_warnings INTERFACE -fprofile-instr-generate -fcoverage-mapping
+                         -fcoverage-compilation-dir=${PROJECT_BINARY_DIR} -mllvm -runtime-counter-relocation)
+  target_link_options(fp_warnings INTERFACE -fprofile-instr-generate)
+endif()
 
 # Sources of forms and of what belongs to them are known by their names; these alone see Qt.
 set(FP_FORM_SOURCES "/(frm|Frm|MDI|CPrint|Widget|MessageBox)[^/]*\\.cpp$")

@@ -16,7 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view WrapperName = "TempElement";
-constexpr std::string_view ContainerName = "FLFILE";
 constexpr std::string_view CommonRootName = "FLFILES";
 constexpr std::string_view LineBreak = "\r\n";
 constexpr std::string_view Declaration = "<?xml version=\"1.0\"?>\r\n";

@@ -96,7 +96,7 @@ class DescriptorFolder final : public FolderHandle {
   }
 
   [[nodiscard]] mode_t TypeOf(const dirent& entry) const {
-    if (entry.d_type != DT_UNKNOWN) return DTTOIF(entry.d_type);
+    if (entry.d_type != DT_UNKNOWN) return DTTOIF(static_cast<mode_t>(entry.d_type));
     struct stat state {};
     const bool known = ::fstatat(folder_.Number(), entry.d_name, &state, AT_SYMLINK_NOFOLLOW) == 0;
     return known ? state.st_mode & S_IFMT : 0;
