@@ -16,7 +16,9 @@ namespace {
 
 class NoTransport final : public fieldpost::MailTransport {
  public:
-  bool Send(const fieldpost::MailServer&, const fieldpost::Mail&) override { return false; }
+  bool Send(const fieldpost::MailServer&, const fieldpost::Mail&, const std::function<void()>&) override {
+    return false;
+  }
   [[nodiscard]] std::string StatusText() const override { return {}; }
 };
 
