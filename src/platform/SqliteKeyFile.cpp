@@ -64,13 +64,15 @@ KeyStatus KeyStatusOf(const SqliteError& error) {
 }
 
 std::string ReasonFor(const SqliteError& error) {
+  // SQLite quotes what it found in the file.
+  const std::string description = Visible(error.what());
   switch (KeyStatusOf(error)) {
     case KeyBusy:
       return "another program has been using it for too long";
     case KeyStoreDamaged:
-      return std::string("the file is damaged, or is no key store (") + error.what() + ")";
+      return "the file is damaged, or is no key store (" + description + ")";
     default:
-      return error.what();
+      return description;
   }
 }
 
