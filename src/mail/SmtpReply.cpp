@@ -38,9 +38,11 @@ bool SmtpReplyReader::Add(std::string_view line) {
     throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "this is no answer of a mail server: " + Printable(line));
   }
   if (++lines_ > MostLines) throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "the server's answer has no end");
-  if (lines_ == 1) text_ = line.substr(0, 3);
+  if (lines_ == 1) text_.clear();
   if (line.size() > 4 && text_.size() < LongestText) text_.append(" ").append(line.substr(4, LongestText));
   if (line.size() > 3 && line[3] == '-') return false;
+  // Lines that do not agree on their code are taken at the last one's word.
+  text_.insert(0, line.substr(0, 3));
   last_ = {.code = (line[0] - '0') * 100 + (line[1] - '0') * 10 + (line[2] - '0'), .text = Printable(text_)};
   lines_ = 0;
   return true;

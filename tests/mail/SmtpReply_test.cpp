@@ -24,6 +24,14 @@ TEST(SmtpReplyTest, SeveralLinesBecomeOne) {
   EXPECT_EQ(reader.Last().text, "554 not today");
 }
 
+TEST(SmtpReplyTest, TheLastLinesCodeCountsAndIsShown) {
+  SmtpReplyReader reader;
+  EXPECT_FALSE(reader.Add("250-taken"));
+  EXPECT_TRUE(reader.Add("550 or not"));
+  EXPECT_EQ(reader.Last().code, 550);
+  EXPECT_EQ(reader.Last().text, "550 taken or not");
+}
+
 TEST(SmtpReplyTest, ACodeAloneIsAReply) {
   SmtpReplyReader reader;
   EXPECT_TRUE(reader.Add("354"));
