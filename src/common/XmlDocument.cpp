@@ -73,6 +73,15 @@ xmlNode* NextInDocument(xmlNode* node, int& depth, bool skipChildren = false) {
   return node == nullptr ? nullptr : node->next;
 }
 
+/// Whether `node` is an element of one of these names without a prefix; which one goes to `place`.
+bool IsNamed(const xmlNode* node, std::span<const std::string_view> names, std::size_t& place) {
+  if (node->type != XML_ELEMENT_NODE) return false;
+  if (node->ns != nullptr && node->ns->prefix != nullptr) return false;
+  place =
+      static_cast<std::size_t>(std::find(names.begin(), names.end(), FromXml(node->name)) - names.begin());
+  return place < names.size();
+}
+
 bool IsBlankText(const xmlNode* node) {
   return node->type == XML_TEXT_NODE && xmlIsBlankNode(node) == 1 &&
          xmlNodeGetSpacePreserve(node->parent) != 1;
@@ -113,6 +122,15 @@ std::string XmlElement::Text() const {
   }
   const XmlText content(xmlNodeGetContent(node_));
   return std::string(Trimmed(FromXml(content.get())));
+}
+
+bool XmlElement::Holds(std::span<const std::string_view> names) const {
+  std::size_t place = 0;
+  int depth = 1;
+  for (xmlNode* node = node_->children; node != nullptr && depth > 0; node = NextInDocument(node, depth)) {
+    if (IsNamed(node, names, place)) return true;
+  }
+  return false;
 }
 
 void XmlElement::SetText(std::string_view text) {
@@ -157,7 +175,7 @@ void XmlDocument::Free::operator()(_xmlDoc* document) const {
   xmlFreeDoc(document);
 }
 
-bool XmlDocument::Load(std::string_view bytes) {
+bool XmlDocument::Load(std::string_view bytes, int maxDepth) {
   document_.reset();
   reason_.clear();
   const XmlParser context = NewContext(reason_);
@@ -167,17 +185,17 @@ bool XmlDocument::Load(std::string_view bytes) {
   }
   document_.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
                                     nullptr, ParseOptions));
-  if (document_ && context->nsWellFormed == 1 && Tidy()) return true;
+  if (document_ && context->nsWellFormed == 1 && Tidy(maxDepth)) return true;
   if (reason_.empty()) reason_ = "not well-formed";
   document_.reset();
   return false;
 }
 
-bool XmlDocument::Tidy() {
+bool XmlDocument::Tidy(int maxDepth) {
   xmlNode* node = xmlDocGetRootElement(document_.get());
   for (int depth = 1; node != nullptr;) {
-    if (depth > MaxDepth) {
-      reason_ = fmt::format("nested deeper than {} levels", MaxDepth);
+    if (depth > maxDepth) {
+      reason_ = fmt::format("nested deeper than {} levels", maxDepth);
       return false;
     }
     if (node->type == XML_ENTITY_REF_NODE) {
@@ -213,11 +231,8 @@ std::vector<std::vector<XmlElement>> XmlDocument::ElementsByTagNames(
   int depth = 1;
   for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;
        node = NextInDocument(node, depth)) {
-    if (node->type != XML_ELEMENT_NODE) continue;
-    if (node->ns != nullptr && node->ns->prefix != nullptr) continue;
-    const auto name = std::find(names.begin(), names.end(), FromXml(node->name));
-    if (name == names.end()) continue;
-    found[static_cast<std::size_t>(name - names.begin())].emplace_back(node);
+    std::size_t place = 0;
+    if (IsNamed(node, names, place)) found[place].emplace_back(node);
   }
   return found;
 }

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,7 +21,10 @@ class XmlElement {
   /// Its text and that of the elements in it: entities resolved, white space at both ends off.
   [[nodiscard]] std::string Text() const;
 
-  /// Replaces all that is in it by a text.
+  /// Whether an element of one of these names is in it, at any depth.
+  [[nodiscard]] bool Holds(std::span<const std::string_view> names) const;
+
+  /// Replaces all that is in it by a text. Elements that were in it must not be used any more.
   void SetText(std::string_view text);
 
   [[nodiscard]] std::optional<std::string> Attribute(std::string_view name) const;
@@ -51,9 +55,10 @@ class XmlDocument {
   /// readable one level deeper.
   static constexpr int MaxDepth = 250;
 
-  /// Loads a document from its bytes, in whatever encoding they declare. False when it is not well-formed;
-  /// Reason() then tells why, and there is no document.
-  bool Load(std::string_view bytes);
+  /// Loads a document from its bytes, in whatever encoding they declare. False when it is not well-formed or
+  /// its elements lie deeper in each other than `maxDepth`; Reason() then tells why, and there is no
+  /// document.
+  bool Load(std::string_view bytes, int maxDepth = MaxDepth);
 
   /// Why the last Load failed, in one line.
   [[nodiscard]] const std::string& Reason() const { return reason_; }
@@ -82,7 +87,7 @@ class XmlDocument {
     void operator()(_xmlDoc* document) const;
   };
 
-  bool Tidy();
+  bool Tidy(int maxDepth);
   [[nodiscard]] bool IsUtf8() const;
 
   std::unique_ptr<_xmlDoc, Free> document_;

@@ -1,5 +1,8 @@
 #include "faultlog/FaultloggerFile.h"
 
+#include <algorithm>
+#include <array>
+
 #include "common/Text.h"
 
 namespace fieldpost {
@@ -8,19 +11,30 @@ namespace {
 constexpr std::string_view ContainerName = "FLFILE";
 constexpr std::string_view EntryName = "FAULTLOG";
 constexpr std::string_view RunningMode = "f";
+constexpr std::array<std::string_view, 5> RecordNames{ContainerName, EntryName, "PRODCODE", "MODEIND",
+                                                      "CONDATE"};
 
 }  // namespace
 
 bool FaultloggerFile::Load(std::string_view bytes) {
   containerXml_.clear();
-  if (!document_.Load(bytes)) return false;
-  auto found = document_.ElementsByTagNames({ContainerName, EntryName, "PRODCODE", "MODEIND", "CONDATE"});
+  const bool loads = document_.Load(bytes, MaxDepth);
+  reason_ = document_.Reason();
+  if (!loads) return false;
+  auto found = document_.ElementsByTagNames({RecordNames.begin(), RecordNames.end()});
   containers_ = std::move(found[0]);
   entries_ = std::move(found[1]);
   productCodes_ = std::move(found[2]);
   modes_ = std::move(found[3]);
   dates_ = std::move(found[4]);
-  return true;
+  if (ModesHoldOthers()) reason_ = "a MODEIND holds other elements of the record";
+  return reason_.empty();
+}
+
+/// Such elements would go when the mode is set, and entries with them.
+bool FaultloggerFile::ModesHoldOthers() const {
+  return std::any_of(modes_.begin(), modes_.end(),
+                     [](const XmlElement& mode) { return mode.Holds(RecordNames); });
 }
 
 bool FaultloggerFile::IsComplete() const {

@@ -17,10 +17,15 @@ inline constexpr std::string_view ProcessMode = "P";
 /// in it.
 class FaultloggerFile {
  public:
-  /// Loads a file from its bytes. False when it is not well-formed; Reason() then tells why.
+  /// Deepest nesting of elements. An entry may come to lie in an archived file's `FLFILE` that is nested as
+  /// deep, and the two together must still be read.
+  static constexpr int MaxDepth = XmlDocument::MaxDepth / 2;
+
+  /// Loads a file from its bytes. False when it is not well-formed, or would not be whole once it is filed;
+  /// Reason() then tells why.
   bool Load(std::string_view bytes);
 
-  [[nodiscard]] const std::string& Reason() const { return document_.Reason(); }
+  [[nodiscard]] const std::string& Reason() const { return reason_; }
 
   /// Whether there is at least one `PRODCODE`, `FAULTLOG`, `FLFILE` and `MODEIND`. The other procedures may
   /// be asked of a complete file only.
@@ -47,7 +52,10 @@ class FaultloggerFile {
  private:
   friend class ArchivedFile;
 
+  [[nodiscard]] bool ModesHoldOthers() const;
+
   XmlDocument document_;
+  std::string reason_;
   std::vector<XmlElement> containers_;    // FLFILE
   std::vector<XmlElement> entries_;       // FAULTLOG
   std::vector<XmlElement> productCodes_;  // PRODCODE

@@ -85,6 +85,52 @@ TEST(FaultloggerFile, IsTakenIntoProcessing) {
             "<MODEIND>P</MODEIND></FLFILE>\n");
 }
 
+TEST(FaultloggerFile, IsRefusedWhenSettingItsModesWouldTakeOtherElementsAway) {
+  struct Row {
+    const char* name;
+    const char* inMode;
+    bool refused;
+  };
+  for (const Row& row : {
+           Row{"an entry", "E<FAULTLOG No='2'/>", true},
+           Row{"an entry, deeper", "<a><b/><FAULTLOG/></a>", true},
+           Row{"a mode", "<MODEIND/>", true},
+           Row{"the container", "<FLFILE/>", true},
+           Row{"the product code", "<PRODCODE/>", true},
+           Row{"a date", "<CONDATE/>", true},
+           Row{"another element", "a<b><c/></b>", false},
+           Row{"an entry of another name space", "<p:FAULTLOG xmlns:p='urn:p'/>", false},
+           Row{"an entry behind it", "E</MODEIND><FAULTLOG/><MODEIND>", false},
+       }) {
+    FaultloggerFile file;
+    const bool loaded = file.Load("<FLFILE><PRODCODE>A</PRODCODE><FAULTLOG No='1'><MODEIND>" +
+                                  std::string(row.inMode) + "</MODEIND></FAULTLOG></FLFILE>");
+    EXPECT_EQ(!loaded, row.refused) << row.name;
+    EXPECT_EQ(file.Reason(), row.refused ? "a MODEIND holds other elements of the record" : "") << row.name;
+  }
+}
+
+std::string Nested(int levels, std::string_view in) {
+  std::string xml;
+  for (int i = 0; i < levels; ++i) xml += "<a>";
+  xml += in;
+  for (int i = 0; i < levels; ++i) xml += "</a>";
+  return xml;
+}
+
+TEST(MergeIntoArchived, GivesAFileThatCanBeReadAgainHoweverDeepTheTwoAre) {
+  constexpr int rest = FaultloggerFile::MaxDepth - 1;
+  const std::string deepEntry = "<FAULTLOG><FLFILE/><PRODCODE/><MODEIND/>" + Nested(rest, "") + "</FAULTLOG>";
+  ArchivedFile archived;
+  ASSERT_TRUE(archived.Load(Nested(rest, "<FLFILE/>")));
+  FaultloggerFile file = Loaded(deepEntry);
+  EXPECT_TRUE(archived.MergeIntoArchived(file));
+  ArchivedFile again;
+  EXPECT_TRUE(again.Load(archived.Xml())) << again.Reason();
+  EXPECT_FALSE(file.Load("<a>" + deepEntry + "</a>"));
+  EXPECT_EQ(file.Reason(), "nested deeper than 125 levels");
+}
+
 std::vector<std::string> NumbersIn(std::string_view xml) {
   XmlDocument document;
   EXPECT_TRUE(document.Load(xml)) << document.Reason();
