@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "common/LibXml.h"
 #include "common/Text.h"
+#include "common/XmlOutputEncoding.h"
 
 namespace fieldpost {
 namespace {
@@ -185,7 +187,10 @@ bool XmlDocument::Load(std::string_view bytes, int maxDepth) {
   }
   document_.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
                                     nullptr, ParseOptions));
-  if (document_ && context->nsWellFormed == 1 && Tidy(maxDepth)) return true;
+  if (document_ && context->nsWellFormed == 1 && Tidy(maxDepth)) {
+    ChooseEncoding();
+    return true;
+  }
   if (reason_.empty()) reason_ = "not well-formed";
   document_.reset();
   return false;
@@ -210,6 +215,11 @@ bool XmlDocument::Tidy(int maxDepth) {
     xmlFreeNode(blank);
   }
   return true;
+}
+
+void XmlDocument::ChooseEncoding() {
+  if (IsUtf8() || CanHoldMarkup(std::string(FromXml(document_->encoding)))) return;
+  xmlFree(const_cast<xmlChar*>(std::exchange(document_->encoding, xmlCharStrdup("UTF-8"))));
 }
 
 bool XmlDocument::IsUtf8() const {

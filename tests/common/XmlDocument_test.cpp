@@ -189,5 +189,31 @@ TEST(RootAttribute, ReadsNoFurtherThanTheRoot) {
   EXPECT_EQ(RootAttribute("", "Mode"), std::nullopt);
 }
 
+/// In some encodings the signs of the markup are others, and what is written in them is not read as it was
+/// meant.
+TEST(XmlDocument, IsWrittenInItsEncodingWhereThatCanHoldMarkup) {
+  struct Row {
+    const char* encoding;
+    const char* written;
+  };
+  for (const Row& row : {
+           Row{"ISO-8859-1", "ISO-8859-1"},
+           Row{"windows-1252", "windows-1252"},
+           Row{"US-ASCII", "US-ASCII"},
+           Row{"UTF-7", "UTF-8"},
+           Row{"HZ-GB-2312", "UTF-8"},
+       }) {
+    XmlDocument document;
+    ASSERT_TRUE(document.Load("<?xml version=\"1.0\" encoding=\"" + std::string(row.encoding) +
+                              "\"?><a b=\"1\">&#228;</a>"))
+        << row.encoding << document.Reason();
+    const std::string xml = document.Xml();
+    EXPECT_THAT(xml, HasSubstr("encoding=\"" + std::string(row.written) + "\"")) << row.encoding;
+    XmlDocument again;
+    EXPECT_TRUE(again.Load(xml)) << row.encoding << again.Reason();
+    EXPECT_EQ(again.Root().Text(), "ä") << row.encoding;
+  }
+}
+
 }  // namespace
 }  // namespace fieldpost
