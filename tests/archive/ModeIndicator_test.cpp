@@ -1,19 +1,20 @@
 #include "archive/ModeIndicator.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstring>
 #include <iostream>
 
 #include "common/XmlDocument.h"
+#include "support/PeakMemory.h"
 #include "support/RecordingUi.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
 namespace {
 
+using test::PeakKilobytes;
 using testing::Eq;
 using testing::Optional;
 
@@ -200,12 +201,6 @@ TEST(ModeIndicator, OfHostileFilesIsGivenUpInTime) {
   std::string deep;
   for (int i = 0; i < 100'000; ++i) deep += "<A>";
   EXPECT_EQ(Read("<F><MODEIND>P</MODEIND>" + deep), std::nullopt);
-}
-
-long PeakKilobytes() {
-  rusage usage{};
-  ::getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;
 }
 
 /// What is in the file takes no memory, of whatever kind it is.

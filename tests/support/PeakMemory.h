@@ -1,0 +1,59 @@
+// The most memory that this program has had in use so far.
+#pragma once
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/allocator_interface.h>
+
+#include <algorithm>
+#include <cstddef>
+#else
+#include <sys/resource.h>
+#endif
+
+namespace fieldpost::test {
+
+#ifdef __SANITIZE_ADDRESS__
+
+/// AddressSanitizer keeps what was freed for a while, to find its later use; the system counts that as in
+/// use. So what is asked for and given back is counted here. Every test program has one thread that
+/// allocates.
+class LiveMemory {
+ public:
+  LiveMemory() { __sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree); }
+
+  [[nodiscard]] static long Peak() { return Counts().peak; }
+
+ private:
+  struct Bytes {
+    long live = 0;
+    long peak = 0;
+  };
+  static Bytes& Counts() {
+    static Bytes counts;
+    return counts;
+  }
+  static void OnMalloc(const volatile void*, std::size_t size) {
+    Counts().live += static_cast<long>(size);
+    Counts().peak = std::max(Counts().peak, Counts().live);
+  }
+  static void OnFree(const volatile void* block) {
+    if (block != nullptr) Counts().live -= static_cast<long>(__sanitizer_get_allocated_size(block));
+  }
+};
+inline const LiveMemory CountedFromTheStart;
+
+inline long PeakKilobytes() {
+  return LiveMemory::Peak() / 1024;
+}
+
+#else
+
+inline long PeakKilobytes() {
+  rusage usage{};
+  ::getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+#endif
+
+}  // namespace fieldpost::test
