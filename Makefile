@@ -7,9 +7,14 @@ JOBS := $(shell nproc)
 # Sources that may know Qt, where an object belongs to its parent.
 FORMS := frm|Frm|MDI|CPrint|Widget|MessageBox
 QT_OWNS := -cppcoreguidelines-owning-memory,-clang-analyzer-cplusplus.NewDeleteLeaks
+# How long each fuzz target runs.
+SECONDS := 60
+# What counts thousands of states tries the same few ways through the program again and again; that takes an
+# instrumented program more than an hour, and `make test` does it.
+SWEEPS := ^loss\..*(sweep|power_cut|two_programs)
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all packages configure run window test bench coverage format lint install clean
+.PHONY: all packages configure run window test sanitize fuzz bench coverage format lint install clean
 
 all: configure
 	@cmake --build --preset release -j$(JOBS)
@@ -28,6 +33,19 @@ window: all
 
 test: all
 	@ctest --preset release -j$(JOBS)
+
+# Every test once more, in a build that ends with a report at any misuse of memory or undefined behaviour.
+sanitize: packages
+	@cmake --preset asan $(LAUNCHER) --log-level=NOTICE > /dev/null
+	@cmake --build --preset asan -j$(JOBS)
+	@ctest --preset asan -j$(JOBS) -E '$(SWEEPS)'
+
+# SECONDS=30 lets each target run for 30 seconds. What is found stays under build/fuzz.
+fuzz: packages
+	@tools/install-packages clang libclang-rt-14-dev
+	@cmake --preset fuzz $(LAUNCHER) --log-level=NOTICE > /dev/null
+	@cmake --build --preset fuzz -j$(JOBS)
+	@$(PYTHON) tests/fuzz/run_fuzzers.py $(BUILD)/fuzz/fuzz $(SECONDS)
 
 # QUICK=1 takes small sizes alone; BENCH_DIR=/dev/shm/bench puts the files into another folder.
 bench: all

@@ -5,8 +5,12 @@ target_compile_options(fp_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
   -Woverloaded-virtual -Wreorder -Werror)
 if(FIELDPOST_SANITIZE)
+  # In instrumented code of the standard library g++ sees variables that might not be set; other builds ask.
   target_compile_options(fp_warnings INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-                         -fno-omit-frame-pointer)
+                         -fno-omit-frame-pointer
+                         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
+                         $<$<BOOL:${FIELDPOST_FUZZ}>:-fsanitize=fuzzer-no-link>)
+  target_compile_definitions(fp_warnings INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(fp_warnings INTERFACE -fsanitize=address,undefined)
 endif()
 if(FIELDPOST_COVERAGE)
@@ -37,6 +41,9 @@ endfunction()
 
 # fp_forms(ROOM LIBRARIES...): the library fp_ROOM_forms from the forms of the current folder.
 function(fp_forms room)
+  if(NOT FIELDPOST_WINDOWS)
+    return()
+  endif()
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   list(FILTER sources INCLUDE REGEX ${FP_FORM_SOURCES})
   if(NOT sources)

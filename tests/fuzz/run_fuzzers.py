@@ -1,0 +1,75 @@
+#!/usr/bin/python3
+"""Lets every fuzz target grow inputs for a while: run_fuzzers.py FOLDER SECONDS [TARGET...].
+
+FOLDER holds the built targets. What they find worth keeping stays in FOLDER/corpus, where the next run goes on; an
+input that fails is kept in FOLDER/failed, is named here, and makes this fail. The sources are never written to.
+"""
+
+import concurrent.futures
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+AT_ONCE = 2
+# Bounds for any one input, which keep to what the program promises: 10 s, and 256 MB that are asked for in one go.
+# The sanitizers take a multiple of the memory that the program itself does.
+BOUNDS = ["-timeout=10", "-malloc_limit_mb=256", "-rss_limit_mb=1024"]
+# Large enough for several elements, small enough for hundreds of inputs a second.
+LONGEST = 4096
+SAME_SEEDS = {"latest_scan": "faultlogger"}
+MEMORY = "/dev/shm"
+
+
+class Target:
+    def __init__(self, program):
+        self.program = program
+        self.name = program.name.removeprefix("fuzz_")
+        self.seeds = SAME_SEEDS.get(self.name, self.name)
+        self.corpus = program.parent / "corpus" / self.name
+        self.failed = program.parent / "failed"
+        self.log = program.parent / f"{self.name}.log"
+
+    def command(self, seconds):
+        words = HERE / f"{self.seeds}.dict"
+        return [self.program, self.corpus, HERE / "seeds" / self.seeds, f"-max_total_time={seconds}",
+                f"-max_len={LONGEST}", f"-artifact_prefix={self.failed}/{self.name}-", "-print_final_stats=1",
+                *BOUNDS, *([f"-dict={words}"] if words.exists() else [])]
+
+    def run(self, seconds):
+        """Whether every input was taken; prints one line, or why not."""
+        self.corpus.mkdir(parents=True, exist_ok=True)
+        self.failed.mkdir(exist_ok=True)
+        with tempfile.TemporaryDirectory(prefix="fieldpost-fuzz-", dir=MEMORY) as scratch, open(self.log, "wb") as log:
+            done = subprocess.run([str(word) for word in self.command(seconds)], stdout=log, stderr=log,
+                                  env={**os.environ, "TMPDIR": scratch}, check=False)
+        text = self.log.read_text(errors="replace")
+        print(self.told(text, done.returncode), flush=True)
+        return done.returncode == 0
+
+    def told(self, text, status):
+        if status == 0:
+            runs = re.findall(r"number_of_executed_units:\s*(\d+)", text)
+            covered = re.findall(r"cov: (\d+)", text)
+            return f"{self.name:16} {int(runs[-1]):>9,} inputs, {covered[-1] if covered else '?'} places reached"
+        inputs = re.findall(r"Test unit written to (\S+)", text)
+        reason = re.search(r"This does not hold: .*|^.*(?:ERROR|SUMMARY|runtime error): .*", text, re.MULTILINE)
+        return (f"{self.name:16} FAILED: {reason.group() if reason else f'exit status {status}'}\n"
+                f"  input: {inputs[-1] if inputs else 'none was written'}\n  all of it: {self.log}")
+
+
+def main():
+    folder, seconds, *names = sys.argv[1:]
+    targets = [Target(path) for path in sorted(pathlib.Path(folder).resolve().glob("fuzz_*")) if path.is_file()]
+    targets = [target for target in targets if not names or target.name in names]
+    print(f"{len(targets)} targets, {seconds} seconds each, {AT_ONCE} at once")
+    with concurrent.futures.ThreadPoolExecutor(AT_ONCE) as pool:
+        fine = list(pool.map(lambda target: target.run(seconds), targets))
+    return 0 if fine and all(fine) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
