@@ -16,6 +16,8 @@ CRITICAL_FILES = [
     "faultlog/LatestScan.*",
     "mail/AttachmentPackaging.*",
     "mail/MailCheck.*",
+    "mail/DocumentMarking.*",
+    "mail/SendJournal.*",
     "mail/SendLoop.*",
     "mail/Smtp*",
     "mail/WaitingDocument.*",
