@@ -159,7 +159,8 @@ std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
   if (journal) {
     MakeRoom(*journal);
     for (const auto& [temporary, target, content] : journal->staged) {
-      if (!files_.Exists(temporary)) continue;
+      // a power cut may bring an old journal back, and what bears the name now is another batch's file
+      if (!Holds(temporary, content)) continue;
       MakeFolderOf(target);
       files_.Rename(temporary, target);
     }

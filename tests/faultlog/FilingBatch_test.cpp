@@ -205,6 +205,45 @@ TEST(FinishInterrupted, TakesNoBatchForDecidedWhoseFilesDidNotReachTheDisk) {
   EXPECT_GE(tried, cases.size() * 4);
 }
 
+/// The journal that a killed run left, when all files of its batch have their names.
+std::optional<FilingJournal> JournalOfNamedFiles(const BusySite& site) {
+  const fs::path file = site.Tree("Process") / "FLog.journal";
+  if (!fs::exists(file)) return std::nullopt;
+  std::optional<FilingJournal> journal = FilingJournal::FromBytes(test::ReadFile(file));
+  if (!journal || std::any_of(journal->staged.begin(), journal->staged.end(),
+                              [](const auto& staged) { return fs::exists(staged.temporary); })) {
+    return std::nullopt;
+  }
+  return journal;
+}
+
+/// A power cut may bring back a journal whose removal was not flushed, beside files that were staged since.
+TEST(FinishInterrupted, GivesNoNameToAFileThatANewerBatchHasStaged) {
+  std::size_t tried = 0;
+  for (std::size_t n = ChangesOfAWholeRun(), which = 0; n > 0 && tried < 4;) {
+    BusySite site;
+    site.files.changesLeft = n - 1;
+    EXPECT_THROW(site.program.scan.ProcessLatestFiles(site.display), test::Killed) << n;
+    const std::optional<FilingJournal> journal = JournalOfNamedFiles(site);
+    if (!journal || which >= journal->staged.size()) {
+      --n;
+      continue;
+    }
+    DiskFileSystem disk;
+    disk.WriteNew(journal->staged[which].temporary, test::FaultlogXml("X", "P", "20040101", "newer"),
+                  FileAccess::ByUmask);
+    FieldpostProgram next({disk, site.clock, site.keys, site.transport, site.prompt, site.display},
+                          site.home);
+    next.settings = site.program.settings;
+    next.lists.LatestFolderList = site.program.lists.LatestFolderList;
+    next.scan.ProcessLatestFiles(site.display);
+    site.ExpectAllInPlace(fmt::format("killed at {}, staged file {}", n, which));
+    ++which;
+    ++tried;
+  }
+  EXPECT_EQ(tried, 4U);
+}
+
 TEST(FinishInterrupted, SaysHowManyFilesItRecovered) {
   const std::size_t changes = ChangesOfAWholeRun();
   std::set<std::string> lines;
