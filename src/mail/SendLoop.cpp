@@ -303,6 +303,7 @@ bool SendLoop::Forget() {
 
 bool SendLoop::FinishInterruptedSend() {
   if (!files_.IsFolder(ProcessFolder())) return true;
+  packaging_.DeleteZipFiles();
   try {
     unmarked_ = journal_.Read(ProcessFolder());
     PathList documents;

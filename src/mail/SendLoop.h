@@ -35,8 +35,9 @@ class SendLoop {
            AttachmentPackaging& packaging, MailTransport& transport, UserPrompt& prompt,
            StatusDisplay& display);
 
-  /// Marks what an interrupted run had mailed and did not come to mark. False when that could not be done;
-  /// the log then says why, and those documents are kept from being mailed again.
+  /// Marks what an interrupted run had mailed and did not come to mark, and removes what it had packed. False
+  /// when that could not be done; the log then says why, and those documents are kept from being mailed
+  /// again.
   bool FinishInterruptedSend();
 
   /// Whether a document was mailed as it is now, though its own text does not say so yet. Throws FileError.

@@ -128,6 +128,14 @@ TEST(SendJournal, SaysWhatItMarked) {
   EXPECT_FALSE(fs::exists(site.Journal()));
 }
 
+TEST(SendJournal, WhatWasPackedForAnInterruptedSendGoes) {
+  WaitingSite site;
+  const fs::path zip = site.folder.Write("home/Faultlog/Process/FLog.4711.200403151400.zip", "packed");
+  EXPECT_TRUE(site.program.sendLoop.FinishInterruptedSend());
+  EXPECT_FALSE(fs::exists(zip));
+  EXPECT_THAT(site.Log(), IsEmpty());
+}
+
 TEST(SendJournal, DoesNothingWhereNothingWasNoted) {
   struct Row {
     const char* name;
