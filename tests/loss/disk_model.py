@@ -5,7 +5,7 @@ A recorded run is a list of its file-changing system calls, each a dict:
     {"call": "create", "path": p, "mode": m, "truncated": b, "existed": b}
     {"call": "write", "path": p, "offset": n, "data": base64 text}
     {"call": "truncate", "path": p, "size": n}
-    {"call": "rename", "path": p, "to": q}
+    {"call": "rename" or "link", "path": p, "to": q}
     {"call": "unlink" or "rmdir", "path": p}
     {"call": "mkdir", "path": p, "mode": m}
     {"call": "chmod", "path": p, "mode": m}
@@ -69,13 +69,17 @@ class DiskModel:
     def apply(self, call):
         """Returns whether anything on the disk below the root changed."""
         inside = [posixpath.normpath(call[key]) for key in ("path", "to") if self._is_inside(call.get(key))]
-        if call["call"] == "rename" and len(inside) == 1:
-            raise ValueError(f"a name went in or out: {call}")
+        if call["call"] == "symlink" or ("to" in call and len(inside) == 1):
+            raise ValueError(f"nothing is known of a disk after {call}")
         handler = getattr(self, "_" + call["call"], None)
         if handler is None or (not inside and call["call"] != "syncfs"):
             return False
         handler(call, *inside)
         return True
+
+    def durable_tree(self):
+        """What is left when all that was not flushed is lost."""
+        return self._tree([], {inode: inode.durable for inode in self.unflushed})
 
     def states(self):
         """The trees that a power cut can leave now, some of them more than once."""
@@ -176,8 +180,11 @@ class DiskModel:
         inode = self.names[path]
         if inode.content is None:
             raise ValueError(f"a folder got a new name: {path}")
-        if path != to:
+        if inode is not self.names.get(to):
             self._change_names({path: None, to: inode})
+
+    def _link(self, _, path, to):
+        self._change_names({to: self.names[path]})
 
     def _fsync(self, _, path):
         inode = self.names.get(path)
@@ -228,13 +235,14 @@ class TreeHashes:
         return int.from_bytes(hashlib.blake2b(text, digest_size=16).digest(), "big")
 
 
-def distinct_states(root, tree, calls, ignored=lambda path: False):
-    """Each (number of calls done, tree) that a power cut can leave, each tree once: where it comes up first."""
+def distinct_states(root, tree, calls, ignored=lambda path: False, since=0):
+    """Each (number of calls done, tree) that a power cut can leave once `since` calls are done. Each tree comes
+    but once: where it comes up first."""
     disk = DiskModel(root, tree)
     hashes = TreeHashes(ignored)
     made = set()
     for done, call in enumerate([{"call": "begin", "path": ""}, *calls]):
-        if not disk.apply(call) and done > 0:
+        if (not disk.apply(call) and done > since) or done < since:
             continue
         for state in disk.states():
             key = hashes.of(state)
@@ -246,3 +254,12 @@ def distinct_states(root, tree, calls, ignored=lambda path: False):
 def without_flushes(calls):
     """The same run on a disk that was told of no flush."""
     return [call for call in calls if call["call"] not in ("fsync", "syncfs")]
+
+
+def durable_trees(root, tree, calls):
+    """Each (number of calls done, tree) of what is durable right after a flush."""
+    disk = DiskModel(root, tree)
+    for done, call in enumerate(calls, 1):
+        disk.apply(call)
+        if call["call"] in ("fsync", "syncfs"):
+            yield done, disk.durable_tree()

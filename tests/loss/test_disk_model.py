@@ -3,7 +3,7 @@
 import base64
 import unittest
 
-from disk_model import DiskModel, Node, distinct_states, without_flushes
+from disk_model import DiskModel, Node, distinct_states, durable_trees, without_flushes
 
 ROOT = "/d"
 
@@ -14,7 +14,7 @@ def calls_of(text):
     for line in text.split(","):
         name, *words = line.split()
         call = {"call": name, "path": f"{ROOT}/{words[0]}" if words else ROOT, "mode": 0o600}
-        if name == "rename":
+        if name in ("rename", "link"):
             call["to"] = f"{ROOT}/{words[1]}"
         elif name == "write":
             call.update(data=base64.b64encode(words[1].encode()).decode(),
@@ -73,6 +73,7 @@ class StatesAtTheEnd(unittest.TestCase):
         ("a new name without a flush of the content", "b=2", "create a, write a 13, rename a b",
          {"b=2", "b=", "b=1", "b=13", "a= b=2", "a=13 b=2"}),
         ("replaced as it should be", "b=2", "create a, write a 13, fsync a, rename a b, fsync", {"b=13"}),
+        ("a second name", "a=1", "link a b, write b 2", {"a=1", "a=2", "a=1 b=1", "a=2 b=2", "a= b="}),
         ("a name that moves needs both folders", "f/ g/ f/a=1", "rename f/a g/a, fsync g",
          {"f/ f/a=1 g/", "f/ g/ g/a=1"}),
         ("both folders flushed", "f/ g/ f/a=1", "rename f/a g/a, fsync g, fsync f", {"f/ g/ g/a=1"}),
@@ -102,7 +103,8 @@ class StatesAtTheEnd(unittest.TestCase):
 
     def test_what_cannot_be_told(self):
         for name, start, trace in [("a name from elsewhere", "", "rename ../e/a b"),
-                                   ("a folder's new name", "f/", "rename f g")]:
+                                   ("a folder's new name", "f/", "rename f g"),
+                                   ("a link to a name", "", "symlink a")]:
             with self.subTest(name), self.assertRaises(ValueError):
                 states_at_end(start, trace)
 
@@ -134,6 +136,15 @@ class DistinctStates(unittest.TestCase):
         self.assertEqual(["create", "write", "unlink"], [call["call"] for call in without_flushes(trace)])
         left = {text_of(tree) for _, tree in distinct_states(ROOT, tree_of("a=1"), without_flushes(trace))}
         self.assertIn("", left)
+
+    def test_since(self):
+        self.assertEqual([(2, "a=1 b=x"), (2, "a=1 b="), (2, "a=1"), (3, "b=x"), (3, "b="), (3, "")],
+                         self.states("a=1", "create b, write b x, unlink a", since=2))
+
+    def test_durable_trees(self):
+        trace = calls_of("create b, write b x, fsync b, write b y 1, fsync, unlink a, syncfs")
+        self.assertEqual([(3, "a=1"), (5, "a=1 b=x"), (7, "b=xy")],
+                         [(done, text_of(tree)) for done, tree in durable_trees(ROOT, tree_of("a=1"), trace)])
 
     def test_the_work_grows_linearly(self):
         for count in (10, 100):
