@@ -1,0 +1,63 @@
+"""What it costs that nothing is lost: the same run with and without its flushes. Times are told, never asserted."""
+
+import pathlib
+import statistics
+import tempfile
+import time
+import unittest
+
+from loss_support import BUILD, MEMORY
+from support import PARTNER, SENDER, Entry, Site, fault_file
+
+FILES = 2000
+PAIRS = 3
+PRODUCTS = 20
+NO_FLUSH = BUILD / "tests" / "libno_flush.so"
+
+
+class PriceOfFlushes(unittest.TestCase):
+    def make_site(self, folder):
+        site = Site(pathlib.Path(folder) / "site")
+        site.set_up({"SMTPServer": "127.0.0.1", "SMTPPort": "1", "SenderAddress": SENDER, "PartnerID": PARTNER},
+                    latest=("depot",))
+        for number in range(FILES):
+            site.drop(f"unit{number:04}.xml", fault_file([Entry()], f"P{number % PRODUCTS}"))
+        return site
+
+    def seconds(self, site):
+        begin = time.monotonic()
+        status = site.run("-fc")
+        seconds = time.monotonic() - begin
+        self.assertEqual(0, status, site.printed)
+        self.assertEqual(FILES, len(site.archived()))
+        self.assertEqual([], site.waiting())
+        self.assertGreater(len(site.documents()), 0)
+        return seconds
+
+    def without_flushes(self, site):
+        """Seconds, and how many flushes were left out."""
+        count = site.root / "flushes"
+        site.more_environment = {"LD_PRELOAD": str(NO_FLUSH), "NO_FLUSH_COUNT": str(count),
+                                 "ASAN_OPTIONS": "verify_asan_link_order=0"}
+        return self.seconds(site), int(count.read_text())
+
+    def pair(self, folder):
+        with tempfile.TemporaryDirectory(prefix="fieldpost-price-", dir=folder) as one:
+            flushed = self.seconds(self.make_site(one))
+        with tempfile.TemporaryDirectory(prefix="fieldpost-price-", dir=folder) as other:
+            return flushed, *self.without_flushes(self.make_site(other))
+
+    def test_both_do_the_same_work(self):
+        for name, folder in [("the system's folder for temporary files", None), ("memory", MEMORY)]:
+            with self.subTest(name):
+                flushed, unflushed, flushes = zip(*[self.pair(folder) for _ in range(PAIRS)])
+                with_them, without = (FILES / statistics.median(times) for times in (flushed, unflushed))
+                print(f"In {folder or tempfile.gettempdir()}: {with_them:.0f} files/s with flushes, {without:.0f} "
+                      f"without ({without / with_them:.2f} times), {flushes[0] * 1000 / FILES:g} flushes for "
+                      f"1,000 files", flush=True)
+                self.assertEqual(1, len(set(flushes)), flushes)
+                self.assertGreater(flushes[0], 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
