@@ -12,6 +12,8 @@ if(FIELDPOST_SANITIZE)
                          $<$<BOOL:${FIELDPOST_FUZZ}>:-fsanitize=fuzzer-no-link>)
   target_compile_definitions(fp_warnings INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(fp_warnings INTERFACE -fsanitize=address,undefined)
+  target_sources(fp_warnings INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${PROJECT_SOURCE_DIR}/cmake/sanitizer_options.cpp>)
 endif()
 if(FIELDPOST_COVERAGE)
   # The counters lie in the mapped profile itself, so that what ends by a signal or by _exit has counted too.
