@@ -2,10 +2,15 @@
 #pragma once
 
 #ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/allocator_interface.h>
-
 #include <algorithm>
 #include <cstddef>
+
+// Of AddressSanitizer's own interface, whose header g++ comes without.
+extern "C" {
+int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
+                                              void (*onFree)(const volatile void*));
+std::size_t __sanitizer_get_allocated_size(const volatile void* block);
+}
 #else
 #include <sys/resource.h>
 #endif
