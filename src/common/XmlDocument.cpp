@@ -218,7 +218,7 @@ bool XmlDocument::Tidy(int maxDepth) {
 }
 
 void XmlDocument::ChooseEncoding() {
-  if (IsUtf8() || CanHoldMarkup(std::string(FromXml(document_->encoding)))) return;
+  if (IsUtf8() || CanHoldAnyText(std::string(FromXml(document_->encoding)))) return;
   xmlFree(const_cast<xmlChar*>(std::exchange(document_->encoding, xmlCharStrdup("UTF-8"))));
 }
 

@@ -75,8 +75,8 @@ class XmlDocument {
   [[nodiscard]] std::vector<std::vector<XmlElement>> ElementsByTagNames(
       const std::vector<std::string_view>& names) const;
 
-  /// The document as text in the encoding that it was read in, or in UTF-8 where that one cannot hold markup;
-  /// characters which the encoding lacks are written as character references.
+  /// The document as text in the encoding that it was read in, or in UTF-8 where that one cannot hold any
+  /// text; characters which the encoding lacks are written as character references.
   [[nodiscard]] std::string Xml() const;
 
   /// The same, for a caller who has the root's Xml() in hand already.

@@ -25,24 +25,33 @@ std::string AllAscii() {
   return text;
 }
 
-bool KeepsAscii(xmlCharEncodingHandler* handler) {
-  const std::string ascii = AllAscii();
+std::string Written(xmlCharEncodingHandler* handler, const std::string& utf8) {
   const Buffer in(xmlBufferCreate());
   const Buffer out(xmlBufferCreate());
-  xmlBufferAdd(in.get(), reinterpret_cast<const xmlChar*>(ascii.data()), static_cast<int>(ascii.size()));
+  xmlBufferAdd(in.get(), reinterpret_cast<const xmlChar*>(utf8.data()), static_cast<int>(utf8.size()));
   xmlCharEncOutFunc(handler, out.get(), in.get());
-  const std::string_view written(reinterpret_cast<const char*>(xmlBufferContent(out.get())),
-                                 static_cast<std::size_t>(xmlBufferLength(out.get())));
-  return written == ascii;
+  return {reinterpret_cast<const char*>(xmlBufferContent(out.get())),
+          static_cast<std::size_t>(xmlBufferLength(out.get()))};
+}
+
+bool KeepsAscii(xmlCharEncodingHandler* handler) {
+  const std::string ascii = AllAscii();
+  return Written(handler, ascii) == ascii;
+}
+
+/// Asks with a character that next to no encoding has.
+bool RefersToWhatItLacks(xmlCharEncodingHandler* handler) {
+  const std::string written = Written(handler, "\xF4\x8F\xBF\xBDz");
+  return written == "&#1114109;z" || written.find('&') == std::string::npos;
 }
 
 }  // namespace
 
-bool CanHoldMarkup(const std::string& encoding) {
+bool CanHoldAnyText(const std::string& encoding) {
   if (EqualNoCase(std::string_view(encoding).substr(0, 6), "UTF-16")) return true;
   const std::unique_ptr<xmlCharEncodingHandler, CloseHandler> handler(
       xmlFindCharEncodingHandler(encoding.c_str()));
-  return handler && KeepsAscii(handler.get());
+  return handler && KeepsAscii(handler.get()) && RefersToWhatItLacks(handler.get());
 }
 
 }  // namespace fieldpost

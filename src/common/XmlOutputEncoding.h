@@ -5,9 +5,11 @@
 
 namespace fieldpost {
 
-/// Whether a document written in this encoding means what it did: its markup must stay what it is. That is so
+/// Whether a document written in this encoding means what it did. Its markup must stay what it is: that is so
 /// in UTF-16, and where every ASCII character is itself; it is not in UTF-7, where "<" is a word of five
-/// letters, nor in an encoding that is not known at all.
-bool CanHoldMarkup(const std::string& encoding);
+/// letters, nor in an encoding that is not known at all. And a character that the encoding lacks must become
+/// a reference to that character; in some that the XML library knows from elsewhere it becomes one to its
+/// neighbour.
+bool CanHoldAnyText(const std::string& encoding);
 
 }  // namespace fieldpost

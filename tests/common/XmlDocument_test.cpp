@@ -191,7 +191,7 @@ TEST(RootAttribute, ReadsNoFurtherThanTheRoot) {
 
 /// In some encodings the signs of the markup are others, and what is written in them is not read as it was
 /// meant.
-TEST(XmlDocument, IsWrittenInItsEncodingWhereThatCanHoldMarkup) {
+TEST(XmlDocument, IsWrittenInItsEncodingWhereThatKeepsEveryCharacter) {
   struct Row {
     const char* encoding;
     const char* written;
@@ -200,18 +200,20 @@ TEST(XmlDocument, IsWrittenInItsEncodingWhereThatCanHoldMarkup) {
            Row{"ISO-8859-1", "ISO-8859-1"},
            Row{"windows-1252", "windows-1252"},
            Row{"US-ASCII", "US-ASCII"},
+           Row{"GB18030", "GB18030"},
            Row{"UTF-7", "UTF-8"},
+           Row{"windows1-252", "UTF-8"},
            Row{"HZ-GB-2312", "UTF-8"},
        }) {
     XmlDocument document;
     ASSERT_TRUE(document.Load("<?xml version=\"1.0\" encoding=\"" + std::string(row.encoding) +
-                              "\"?><a b=\"1\">&#228;</a>"))
+                              "\"?><a b=\"1\">&#228;&#12354;\\~+</a>"))
         << row.encoding << document.Reason();
     const std::string xml = document.Xml();
     EXPECT_THAT(xml, HasSubstr("encoding=\"" + std::string(row.written) + "\"")) << row.encoding;
     XmlDocument again;
     EXPECT_TRUE(again.Load(xml)) << row.encoding << again.Reason();
-    EXPECT_EQ(again.Root().Text(), "ä") << row.encoding;
+    EXPECT_EQ(again.Root().Text(), "äあ\\~+") << row.encoding;
   }
 }
 
