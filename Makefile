@@ -9,8 +9,8 @@ FORMS := frm|Frm|MDI|CPrint|Widget|MessageBox
 QT_OWNS := -cppcoreguidelines-owning-memory,-clang-analyzer-cplusplus.NewDeleteLeaks
 # How long each fuzz target runs.
 SECONDS := 60
-# What counts thousands of states tries the same few ways through the program again and again; that takes an
-# instrumented program more than an hour, and `make test` does it.
+# Tests of thousands of states, which go the same few ways through the program again and again. An instrumented
+# program takes many times as long for each; they are left to `make test`.
 SWEEPS := ^loss\..*(sweep|power_cut|two_programs)
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 

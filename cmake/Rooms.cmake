@@ -5,6 +5,8 @@ target_compile_options(fp_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
   -Woverloaded-virtual -Wreorder -Werror)
 if(FIELDPOST_SANITIZE)
+  # The presets build with -O1, as unoptimised instrumented code is so slow that tests of the built program do not end
+  # in their time, and with line numbers alone (-g1), which are all that a report shows.
   # In instrumented code of the standard library g++ sees variables that might not be set; other builds ask.
   target_compile_options(fp_warnings INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
                          -fno-omit-frame-pointer
