@@ -77,7 +77,7 @@ void FileSystem::RemoveQuietly(const std::filesystem::path& temporary) {
 void FileSystem::CreateFolders(const std::filesystem::path& path, FileAccess access) {
   if (path.empty() || IsFolder(path)) return;
   const std::filesystem::path plain = path.has_filename() ? path : path.parent_path();
-  if (plain.has_relative_path()) CreateFolders(plain.parent_path(), access);
+  CreateFolders(plain.parent_path(), access);
   CreateFolder(plain, access);
 }
 

@@ -6,8 +6,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 
+#include "support/FailingCall.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
@@ -223,6 +226,117 @@ TEST_F(FileSystemTest, LocksAFolderUntilItIsLetGo) {
 
 TEST_F(FileSystemTest, ShowsControlCharactersOfAPathInItsMessages) {
   EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder.Path() / "a\nb", 1); }), HasSubstr("a\\x0Ab: "));
+}
+
+TEST_F(FileSystemTest, SaysWhichCallFailedOnWhichFileAndWhy) {
+  const fs::path file = folder.Write("file", "x");
+  const std::vector<fs::path> folders{folder.Path()};
+  struct Row {
+    const char* call;
+    int error;
+    std::function<void()> action;
+    const char* said;
+  };
+  const std::vector<Row> rows{
+      {"fstat", EIO, [&] { (void)files.ReadWhole(file, 10); }, "cannot look at"},
+      {"read", EIO, [&] { (void)files.ReadWhole(file, 10); }, "cannot read"},
+      {"open", EMFILE, [&] { (void)files.ReadWhole(file, 10); }, "cannot open"},
+      {"stat", EIO, [&] { (void)files.Stamp(file); }, "cannot look at"},
+      {"write", ENOSPC, [&] { files.WriteNew(folder / "new", "x", FileAccess::ByUmask); }, "cannot write"},
+      {"close", EDQUOT, [&] { files.WriteNew(folder / "new", "x", FileAccess::ByUmask); }, "cannot write"},
+      {"write", ENOSPC, [&] { files.Append(folder / "log", "x"); }, "cannot write"},
+      {"close", EIO, [&] { files.Append(folder / "log", "x"); }, "cannot write"},
+      {"fstat", EIO, [&] { files.Flush(folders); }, "cannot flush"},
+      {"syncfs", EIO, [&] { files.Flush(folders); }, "cannot flush"},
+      {"flock", EIO, [&] { (void)files.TryLock(folder.Path()); }, "cannot lock"},
+      {"rename", EACCES, [&] { files.Move(file, folder / "moved"); }, "cannot move to"},
+  };
+  for (const Row& row : rows) {
+    const test::FailingCall failing(row.call, row.error);
+    EXPECT_THAT(FailureOf(row.action), AllOf(HasSubstr(row.said), HasSubstr(folder.Path().native()),
+                                             HasSubstr(std::strerror(row.error))))
+        << row.call;
+    EXPECT_EQ(failing.Failures(), 1) << row.call;
+  }
+  EXPECT_FALSE(files.Exists(folder / "new")) << "what was begun is removed";
+  EXPECT_EQ(test::ReadFile(file), "x");
+}
+
+TEST_F(FileSystemTest, CallsThatASignalInterruptsAreMadeAgain) {
+  const fs::path file = folder.Write("file", "x");
+  for (const char* call : {"open", "read"}) {
+    const test::FailingCall failing(call, EINTR, 0, 3);
+    EXPECT_EQ(files.ReadWhole(file, 10), "x") << call;
+    EXPECT_EQ(failing.Failures(), 3) << call;
+  }
+  const test::FailingCall failing("write", EINTR, 0, 3);
+  files.Append(file, "y");
+  EXPECT_EQ(test::ReadFile(file), "xy");
+}
+
+TEST_F(FileSystemTest, ReadsAFileThatGrowsMeanwhileUpToItsBound) {
+  // The system says that such a file has 0 bytes.
+  const fs::path growing = "/proc/self/status";
+  EXPECT_THAT(files.ReadWhole(growing, 1 << 20), HasSubstr("VmPeak:"));
+  EXPECT_THROW((void)files.ReadWhole(growing, 3), FileTooLarge);
+}
+
+TEST_F(FileSystemTest, ReadsWhereTheSystemGrantsNoLease) {
+  const fs::path file = folder.Write("file", "x");
+  const test::FailingCall failing("fcntl", EACCES);
+  ASSERT_TRUE(files.ReadFinished(file, 10));
+  EXPECT_EQ(failing.Failures(), 1);
+}
+
+TEST_F(FileSystemTest, AFullDiskTakesNothing) {
+  EXPECT_THAT(FailureOf([&] { files.Append("/dev/full", "x"); }),
+              HasSubstr("cannot write /dev/full: No space left on device"));
+}
+
+TEST_F(FileSystemTest, MovesToAnotherFileSystem) {
+  const std::string bytes(100'000, 'x');
+  const fs::path file = folder.Write("from/file", bytes);
+  const test::FailingCall failing("rename", EXDEV);
+  files.Move(file, folder / "to/file");
+  EXPECT_EQ(test::ReadFile(folder / "to/file"), bytes);
+  EXPECT_TRUE(test::Names(folder / "from").empty());
+  EXPECT_EQ(test::Names(folder / "to"), std::set<std::string>{"file"});
+}
+
+TEST_F(FileSystemTest, AMoveToAnotherFileSystemThatFailsLeavesTheFileWhereItWas) {
+  const fs::path file = folder.Write("from/file", "x");
+  const fs::path target = folder / "to/file";
+  for (const char* call : {"open", "read", "write", "fsync", "close"}) {
+    const test::FailingCall elsewhere("rename", EXDEV);
+    const test::FailingCall failing(call, EIO);
+    EXPECT_THROW(files.Move(file, target), FileError) << call;
+    EXPECT_EQ(test::ReadFile(file), "x") << call;
+    EXPECT_TRUE(test::Names(target.parent_path()).empty()) << call;
+  }
+}
+
+TEST_F(FileSystemTest, KeepsTheOldFileWhateverFailsWhileItIsSaved) {
+  const fs::path file = folder.Write("file", "old");
+  for (const char* call : {"open", "write", "close", "stat", "chmod", "syncfs", "rename"}) {
+    const test::FailingCall failing(call, EIO);
+    EXPECT_THROW(files.SaveAtomically(file, "new"), FileError) << call;
+    EXPECT_EQ(test::ReadFile(file), "old") << call;
+    EXPECT_EQ(test::Names(folder.Path()), std::set<std::string>{"file"}) << call;
+  }
+  const test::FailingCall failing("syncfs", EIO, 1);
+  EXPECT_THROW(files.SaveAtomically(file, "new"), FileError) << "its name may not be durable yet";
+  EXPECT_EQ(test::ReadFile(file), "new");
+}
+
+TEST_F(FileSystemTest, TakesAPathWithoutAFolderToBeInTheOneItWorksIn) {
+  const fs::path before = fs::current_path();
+  fs::current_path(folder.Path());
+  files.SaveAtomically("file", "x");
+  files.CreateFolders("");
+  files.CreateFolders("a/b");
+  fs::current_path(before);
+  EXPECT_EQ(test::ReadFile(folder / "file"), "x");
+  EXPECT_TRUE(files.IsFolder(folder.Path() / "a" / "b"));
 }
 
 }  // namespace

@@ -2,9 +2,11 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cerrno>
 
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
+#include "support/FailingCall.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
@@ -95,6 +97,38 @@ TEST_F(FolderHandleTest, SaysTheSystemsNumberOfAnError) {
   } catch (const FileError& error) {
     EXPECT_EQ(error.Number(), ENOENT);
   }
+}
+
+TEST_F(FolderHandleTest, WhatCannotBeListedOrLookedAtIsAnError) {
+  folder.Write("held/file", "x");
+  for (const char* call : {"openat", "fdopendir", "readdir"}) {
+    const test::FailingCall failing(call, EIO);
+    EXPECT_THROW((void)handle->ListFiles(""), FileError) << call;
+  }
+  const test::FailingCall failing("fstat", EIO);
+  EXPECT_THROW((void)handle->OpenPlainFile("file"), FileError);
+}
+
+TEST_F(FolderHandleTest, ASignalDoesNotKeepItFromListing) {
+  folder.Write("held/file", "x");
+  const test::FailingCall failing("openat", EINTR, 0, 2);
+  EXPECT_THAT(handle->ListFiles(""), ElementsAre("file"));
+}
+
+TEST_F(FolderHandleTest, TellsKindsWhereTheFileSystemListsNamesAlone) {
+  folder.Write("held/file", "x");
+  folder.Folder("held/sub");
+  constexpr int all = 1000;
+  const test::FailingCall failing("kind of readdir", 0, 0, all);
+  EXPECT_THAT(handle->ListFiles(""), ElementsAre("file"));
+  EXPECT_THAT(handle->ListFolders(), ElementsAre("sub"));
+}
+
+TEST_F(FolderHandleTest, ANameThatVanishesWhileItIsListedIsOfNoKind) {
+  folder.Write("held/file", "x");
+  const test::FailingCall onlyNames("kind of readdir", 0, 0, 1000);
+  const test::FailingCall gone("fstatat", ENOENT);
+  EXPECT_TRUE(handle->ListFiles("").empty());
 }
 
 TEST(LocalTimeOf, FollowsTheClock) {

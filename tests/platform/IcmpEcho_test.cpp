@@ -9,12 +9,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "support/FailingCall.h"
 #include "support/OwnNetwork.h"
 #include "support/RecordingUi.h"
 
@@ -133,6 +135,33 @@ TEST(IcmpEchoNoiseTest, OtherTrafficNeitherAnswersNorStopsEvents) {
 TEST(IcmpEchoRightsTest, WithoutAnySocketItIsAGeneralFailure) {
   const OwnNetworkOptions none{.grantsEchoSockets = false, .grantsRawSockets = false};
   EXPECT_EQ(InOwnNetwork(none, [] { return Status(Request("127.0.0.1")); }), "11050");
+}
+
+TEST(IcmpEchoErrorTest, EachErrorOfTheSystemHasItsStatus) {
+  const struct {
+    int error;
+    const char* status;
+  } rows[] = {{ENETUNREACH, "11002"},   {ENETDOWN, "11002"},    {EHOSTUNREACH, "11003"},
+              {EHOSTDOWN, "11003"},     {ENOPROTOOPT, "11004"}, {ECONNREFUSED, "11005"},
+              {ENOBUFS, "11006"},       {ENOMEM, "11006"},      {EMFILE, "11006"},
+              {ENFILE, "11006"},        {EMSGSIZE, "11009"},    {EIO, "11008"},
+              {EADDRNOTAVAIL, "11018"}, {EPERM, "11050"}};
+  for (const auto& row : rows) {
+    const FailingCall neitherSocket("socket", row.error, 0, 2);
+    EXPECT_EQ(Status(Request("127.0.0.1")), row.status) << row.error;
+  }
+}
+
+TEST_P(IcmpEchoTest, AReadThatFailsTellsItsStatusUnlessThereWasNothingToRead) {
+  const auto statusWhenReadFails = [](int error) {
+    return InOwnNetwork(GetParam(), [error] {
+      const FailingCall failing("recvfrom", error);
+      return Status(Request("127.0.0.1"));
+    });
+  };
+  EXPECT_EQ(statusWhenReadFails(ENOBUFS), "11006");
+  EXPECT_EQ(statusWhenReadFails(EAGAIN), "0") << "what was there is read the next time";
+  EXPECT_EQ(statusWhenReadFails(EINTR), "0");
 }
 
 template <typename Header>

@@ -1,6 +1,13 @@
 #include "platform/LocalAddress.h"
 
 #include <gtest/gtest.h>
+#include <ifaddrs.h>
+#include <netdb.h>
+
+#include <array>
+#include <cerrno>
+
+#include "support/FailingCall.h"
 
 namespace fieldpost::test {
 namespace {
@@ -17,6 +24,27 @@ TEST(LocalAddressTest, OthersAreNot) {
        {"192.0.2.1", "2001:db8::1", "::ffff:192.0.2.1", "128.0.0.1", "", "localhost", "127.1"}) {
     EXPECT_FALSE(IsThisMachine(address)) << address;
   }
+}
+
+TEST(LocalAddressTest, EachAddressOfItsInterfacesIsThisMachine) {
+  ifaddrs* first = nullptr;
+  ASSERT_EQ(::getifaddrs(&first), 0);
+  for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
+    const int family = entry->ifa_addr == nullptr ? AF_UNSPEC : entry->ifa_addr->sa_family;
+    if (family != AF_INET && family != AF_INET6) continue;
+    std::array<char, NI_MAXHOST> text{};
+    const socklen_t size = family == AF_INET ? sizeof(sockaddr_in) : sizeof(sockaddr_in6);
+    ASSERT_EQ(::getnameinfo(entry->ifa_addr, size, text.data(), text.size(), nullptr, 0, NI_NUMERICHOST), 0);
+    EXPECT_TRUE(IsThisMachine(text.data())) << text.data();
+  }
+  ::freeifaddrs(first);
+}
+
+TEST(LocalAddressTest, WhereTheSystemDoesNotTellItsAddressesLoopbackAloneIsThisMachine) {
+  const FailingCall failing("getifaddrs", EMFILE);
+  EXPECT_FALSE(IsThisMachine("192.0.2.1"));
+  EXPECT_EQ(failing.Failures(), 1);
+  EXPECT_TRUE(IsThisMachine("127.0.0.1"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <string>
 
+#include "support/FailingCall.h"
 #include "support/TempFolder.h"
 #include "support/Variables.h"
 
@@ -119,6 +120,30 @@ TEST_F(NetworkDrivesTest, WhatCannotBeRunIsNoProgram) {
 TEST_F(NetworkDrivesTest, FoldersOfTheSearchPathThatDependOnTheCurrentOneDoNotCount) {
   const Variables search({{"PATH", "::."}});
   EXPECT_FALSE(drives_.Connect(problem_));
+}
+
+TEST_F(NetworkDrivesTest, WhatCannotBeStartedIsNoFileManager) {
+  InstallManager("thunar");
+  const FailingCall failing("posix_spawn", EAGAIN, 0, 100);
+  EXPECT_FALSE(drives_.Connect(problem_));
+  EXPECT_NE(problem_.find("No file manager"), std::string::npos);
+  EXPECT_GT(failing.Failures(), 0);
+}
+
+TEST_F(NetworkDrivesTest, ASignalDoesNotKeepItFromWaiting) {
+  InstallManager("thunar");
+  const FailingCall failing("waitpid", EINTR, 0, 2);
+  EXPECT_TRUE(drives_.Connect(problem_));
+  EXPECT_EQ(News(), "thunar 1 network:/// detached\n");
+  EXPECT_EQ(failing.Failures(), 2);
+}
+
+TEST_F(NetworkDrivesTest, AHelperThatFailsStartedNothing) {
+  InstallManager("thunar");
+  for (const char* script : {"exit 1", "kill -9 $$"}) {
+    Install("setsid", script);
+    EXPECT_FALSE(drives_.Connect(problem_)) << script;
+  }
 }
 
 }  // namespace

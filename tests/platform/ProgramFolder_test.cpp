@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <optional>
 
+#include "support/FailingCall.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost::test {
@@ -71,6 +73,16 @@ TEST(ProgramFolderTest, AServiceWithoutHomeHasItsUsersHome) {
   const Variable home("HOME", nullptr);
   EXPECT_TRUE(OwnFolder().is_absolute());
   EXPECT_EQ(OwnFolder().filename(), "fieldpost");
+}
+
+TEST(ProgramFolderTest, AUserWithoutAHomeHasNone) {
+  const Variable own("FIELDPOST_HOME", nullptr);
+  const Variable data("XDG_DATA_HOME", nullptr);
+  const Variable home("HOME", nullptr);
+  const Variable registry("FIELDPOST_REGISTRY", nullptr);
+  const FailingCall failing("getpwuid", ENOENT, 0, 2);
+  EXPECT_EQ(OwnFolder(), fs::path());
+  EXPECT_EQ(RegistryFile(), fs::path());
 }
 
 TEST(ProgramFolderTest, TheRegistryMayLieElsewhere) {

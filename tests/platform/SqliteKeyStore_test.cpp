@@ -2,10 +2,12 @@
 
 #include <sqlite3.h>
 
+#include <cerrno>
 #include <memory>
 
 #include "common/Text.h"
 #include "contract/KeyStoreContract.h"
+#include "support/FailingCall.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost::test {
@@ -178,6 +180,16 @@ TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
        "is damaged"},
       {"another program's", [this] { RawDatabase(file_).Run("CREATE TABLE t (x); PRAGMA user_version = 1"); },
        "no key store of this program"},
+      {"another program's, empty yet", [this] { RawDatabase(file_).Run("PRAGMA application_id = 7"); },
+       "no key store of this program"},
+      {"another program's, without a number", [this] { RawDatabase(file_).Run("CREATE TABLE t (x)"); },
+       "no key store of this program"},
+      {"of no version",
+       [&] {
+         soundStore();
+         RawDatabase(file_).Run("PRAGMA user_version = 0");
+       },
+       "no key store of this program"},
       {"a later version",
        [&] {
          soundStore();
@@ -228,6 +240,36 @@ TEST_F(SqliteKeyStoreTest, AFolderThatCannotBeMadeIsAReasonNotAnError) {
   SqliteKeyStore keys(files_, folder_.Path() / "file" / "registry.sqlite");
   EXPECT_EQ(Write(keys, "K", "x"), KeyRefused);
   EXPECT_THAT(keys.Problem(), testing::HasSubstr("file"));
+}
+
+TEST_F(SqliteKeyStoreTest, AFileThatCannotBeMadeIsAReasonNotAnError) {
+  SqliteKeyStore keys(files_, file_);
+  const FailingCall failing("open", ENOSPC);
+  EXPECT_EQ(Write(keys, "K", "x"), KeyRefused);
+  EXPECT_THAT(keys.Problem(), testing::HasSubstr("No space left on device"));
+}
+
+TEST_F(SqliteKeyStoreTest, EachRootTakesValuesOfItsOwn) {
+  SqliteKeyStore keys(files_, file_);
+  for (const KeyHandle root : {KeyHandle::ClassesRoot, KeyHandle::CurrentUser, KeyHandle::LocalMachine,
+                               KeyHandle::Users, KeyHandle::CurrentConfig}) {
+    const std::string text = std::to_string(static_cast<std::uint32_t>(root));
+    ASSERT_EQ(keys.SetValue(root, "V", KeyTypeText, text), KeyOk);
+    KeyData data;
+    ASSERT_EQ(keys.QueryValue(root, "V", data), KeyOk);
+    EXPECT_EQ(data.bytes, text + std::string(1, '\0'));
+  }
+}
+
+TEST_F(SqliteKeyStoreTest, NamesOfKeysMayBeSeparatedByMoreThanOneSeparatorAndGoSoDeepOnly) {
+  SqliteKeyStore keys(files_, file_);
+  ASSERT_EQ(Write(keys, R"(\A\\B\)", "x"), KeyOk);
+  EXPECT_EQ(Text(keys, R"(A\B)"), "x");
+  std::string deep = "k";
+  for (int level = 1; level < 512; ++level) deep += R"(\k)";
+  std::string text;
+  EXPECT_EQ(Read(keys, deep, text), KeyMissing);
+  EXPECT_EQ(Read(keys, deep + R"(\k)", text), KeyBadArgument);
 }
 
 TEST_F(SqliteKeyStoreTest, TextsThatAnotherProgramStoredAreReadSafely) {
