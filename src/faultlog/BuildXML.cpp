@@ -24,7 +24,6 @@ void BuildXML::OpenXML(std::string_view name) {
 std::string BuildXML::CloseXML(std::string_view name) const& {
   BuildXML copy(*this);
   return std::move(copy).CloseXML(name);
-  ;
 }
 
 std::string BuildXML::CloseXML(std::string_view name) && {

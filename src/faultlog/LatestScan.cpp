@@ -61,11 +61,7 @@ void LatestScan::ProcessLatestFiles(StatusDisplay& display) {
   if (!succeeded_) return;
   if (!FinishInterruptedRun()) return;
   began_ = true;
-  try {
-    if (CollectLatestFiles()) FileAll(shown);
-  } catch (const FileError& error) {
-    Fail(error.what());
-  }
+  if (CollectLatestFiles()) FileAll(shown);
   Report(shown);
   if (lists_.PendingFiles.empty() || !flags_.SendAfterCollect || stopped_) return;
   if (!sendLoop_.SendQueuedFaultlogs()) succeeded_ = false;
@@ -257,7 +253,7 @@ fs::path LatestScan::SourcePath(const LatestFile& file) const {
 
 fs::path LatestScan::ProcessFolder() const {
   const fs::path configured = PathFromUtf8(WithSeparator(settings_.ProcessFolder));
-  if (!settings_.ProcessFolder.empty() && files_.IsFolder(configured)) return configured;
+  if (files_.IsFolder(configured)) return configured;
   return paths_.OwnFolder() / "Faultlog" / "Process" / "";
 }
 

@@ -109,6 +109,46 @@ TEST(SaveCombinedDocument, NumbersTheDocumentsOfAnHour) {
                                    "FLog.4711.200403151501.xml"}));
 }
 
+TEST(NextProcessSequence, IsOneMoreThanTheHighestOfTheHourUpTo99) {
+  DocumentSite site;
+  EXPECT_EQ(site.combined.NextProcessSequence(site.Tree("Process")), 1);
+  for (const auto& [name, next] :
+       {std::pair{"FLog.4711.200403151407.xml", 8}, std::pair{"FLog.4711.200403151398.xml", 8},
+        std::pair{"FLog.4711.200403151498.xml", 99}, std::pair{"FLog.4711.200403151499.xml", 99}}) {
+    site.folder.Write("home/Faultlog/Process/" + std::string(name), "");
+    EXPECT_EQ(site.combined.NextProcessSequence(site.Tree("Process")), next) << name;
+  }
+}
+
+TEST(SaveCombinedDocument, TakesATextWithoutAWrapperAsItStands) {
+  DocumentSite site;
+  EXPECT_TRUE(site.combined.SaveCombinedDocument("<FLFILE><A/></FLFILE>"));
+  EXPECT_EQ(site.Document(), "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"><A/></FLFILE>\r\n");
+}
+
+TEST(CombinedDocument, TakesInNoFileOnceItIsTheLast) {
+  DocumentSite site;
+  FaultloggerFile last;
+  ASSERT_TRUE(last.Load("<FLFILE><PRODCODE/><FAULTLOG><MODEIND/></FAULTLOG><LAST/></FLFILE>"));
+  EXPECT_TRUE(site.combined.AppendToCombinedDocument(
+      &site.File("<FLFILE><PRODCODE/><FAULTLOG><MODEIND/></FAULTLOG></FLFILE>"), false));
+  EXPECT_TRUE(site.combined.AppendToCombinedDocument(&last, true));
+  EXPECT_THAT(site.Document(), testing::Not(HasSubstr("<LAST/>")));
+}
+
+TEST(SaveCombinedDocument, GivesWhatMakesRoomANameThatIsFree) {
+  DocumentSite site;
+  const std::string waiting = "<FLFILE Mode=\"Not Sent\"/>";
+  site.folder.Write("home/Faultlog/Process/FLog.4711.200403151498.xml", waiting);
+  const fs::path last = site.folder.Write("home/Faultlog/Process/FLog.4711.200403151499.xml", waiting);
+  const fs::path earlier =
+      site.folder.Write("home/Faultlog/Process/FLog.4711.200403151499.xml.1.displaced", "earlier");
+  EXPECT_TRUE(site.combined.SaveCombinedDocument("<FLFILE><NEW/></FLFILE>"));
+  EXPECT_EQ(test::ReadFile(earlier), "earlier");
+  EXPECT_EQ(test::ReadFile(last.native() + ".2.displaced"), waiting);
+  EXPECT_THAT(test::ReadFile(last), HasSubstr("<NEW/>"));
+}
+
 TEST(SaveCombinedDocument, RemovesTheOuterWrapperAlone) {
   DocumentSite site;
   EXPECT_TRUE(site.combined.SaveCombinedDocument(

@@ -224,6 +224,31 @@ TEST(ProcessLatestFiles, LeavesANewFileWhenTheArchivedOneDoesNotLoad) {
   EXPECT_FALSE(site.program.scan.Succeeded());
 }
 
+TEST(ProcessLatestFiles, MergesOnAroundAnArchivedFileThatDoesNotLoad) {
+  ScanSite site;
+  for (const char* name : {"a.xml", "b.xml", "c.xml"}) {
+    site.folder.Write(std::string("home/Faultlog/Archive/A/") + name, test::FaultlogXml("A", "P"));
+    site.Latest(name, test::FaultlogXml("A"));
+  }
+  site.folder.Write("home/Faultlog/Archive/A/b.xml", "<broken");
+  site.Scan();
+  EXPECT_THAT(TextsIn(site.ArchivedXml("A", "a.xml"), "MODEIND"), ElementsAre("P", "P"));
+  EXPECT_EQ(site.ArchivedXml("A", "b.xml"), "<broken");
+  EXPECT_THAT(TextsIn(site.ArchivedXml("A", "c.xml"), "MODEIND"), ElementsAre("P", "P"));
+  EXPECT_EQ(test::Names(site.Tree("Latest")), std::set<std::string>{"b.xml"});
+}
+
+TEST(ProcessLatestFiles, FilesADocumentWhoseElementsLieDeeper) {
+  ScanSite site;
+  site.Latest(
+      "a.xml",
+      "<ROOT><FLFILE><PRODCODE>A</PRODCODE><FAULTLOG><MODEIND>F</MODEIND></FAULTLOG></FLFILE></ROOT>");
+  site.Scan();
+  EXPECT_EQ(site.ArchivedXml("A", "a.xml"),
+            "<?xml version=\"1.0\"?>\n<ROOT><FLFILE><PRODCODE>A</PRODCODE><FAULTLOG><MODEIND>P</MODEIND>"
+            "</FAULTLOG></FLFILE></ROOT>\n");
+}
+
 TEST(ProcessLatestFiles, NeverMergesAFileIntoItself) {
   ScanSite site;
   site.folder.Write("home/Faultlog/Archive/A/a.xml", test::FaultlogXml("A"));
