@@ -31,10 +31,6 @@ int OnDebug(CURL*, curl_infotype type, char* text, std::size_t size, void* login
   return 0;
 }
 
-std::size_t OnBody(char*, std::size_t size, std::size_t count, void*) {
-  return size * count;
-}
-
 }  // namespace
 
 SmtpConnection::SmtpConnection(const MailServer& server, const SmtpLimits& limits, const Clock& clock,
@@ -116,7 +112,6 @@ void SmtpConnection::SetUpCallbacks() {
   Set(CURLOPT_DEBUGFUNCTION, &OnDebug);
   Set(CURLOPT_DEBUGDATA, static_cast<void*>(&login_));
   Set(CURLOPT_VERBOSE, 1L);
-  Set(CURLOPT_WRITEFUNCTION, &OnBody);
 }
 
 void SmtpConnection::Open() {

@@ -55,5 +55,32 @@ TEST(CheckMailTest, LetsUsualSettingsPass) {
   }
 }
 
+TEST(CheckMailTest, SaysWhatIsWrong) {
+  struct Case {
+    const char* server;
+    std::int32_t port;
+    const char* sender;
+    const char* expected;
+  };
+  for (const Case& given :
+       {Case{"mail.example", 0, "a@b.example", "this is no port: 0"},
+        Case{"mail.example", 65536, "a@b.example", "this is no port: 65536"},
+        Case{"mail.example", 65535, "a@b.example", ""},
+        Case{"[::1", 25, "a@b.example", "this is no name of a mail server: [::1"},
+        Case{"mail.example", 25, "a@b.example\x7F",
+             "the sender's address holds a character that does not belong there: a@b.example\\x7F"},
+        Case{"mail.example", 25, "a b@b.example",
+             "the sender's address holds a character that does not belong there: a b@b.example"}}) {
+    MailServer server;
+    server.server = given.server;
+    server.port = given.port;
+    Mail mail;
+    mail.sender = given.sender;
+    mail.recipient = "a@b.example";
+    mail.messageId = "<1@b.example>";
+    EXPECT_EQ(CheckMail(server, mail), given.expected) << given.server;
+  }
+}
+
 }  // namespace
 }  // namespace fieldpost::test

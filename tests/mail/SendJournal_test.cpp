@@ -34,6 +34,9 @@ TEST(SendJournal, IsWholeOrNothing) {
   SealedFieldWriter half("Fieldpost send journal 1");
   half.AddPath("/p/a.xml");
   EXPECT_EQ(SentDocumentsFrom(half.Finish()), std::nullopt) << "a document without its hash";
+  std::string noField = "Fieldpost send journal 1\nno field";
+  noField += ToHex(HashContent(noField));
+  EXPECT_EQ(SentDocumentsFrom(noField), std::nullopt);
 }
 
 TEST(SendJournal, IsForItsOwnerAlone) {

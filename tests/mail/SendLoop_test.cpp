@@ -273,6 +273,32 @@ TEST(SendOneMail, HandsOverTheSettings) {
   EXPECT_THAT(mail.messageId, testing::MatchesRegex("<[0-9a-f]+@partner\\.example>"));
 }
 
+TEST(SendOneMail, TakesTheTlsModeThatTheSettingNames) {
+  for (const auto& [setting, mode] :
+       {std::pair{"", TlsMode::Auto}, std::pair{"auto", TlsMode::Auto}, std::pair{"other", TlsMode::Auto},
+        std::pair{" NONE ", TlsMode::None}, std::pair{"required", TlsMode::Required}}) {
+    SendSite site;
+    site.program.settings.TlsMode = setting;
+    site.Documents(1);
+    site.program.sendLoop.SendQueuedFaultlogs();
+    EXPECT_EQ(site.transport.servers.at(0).tlsMode, mode) << setting;
+  }
+}
+
+TEST(SendOneMail, NamesMessagesAfterTheSendersDomainAsFarAsItCanStandThere) {
+  for (const auto& [sender, domain] :
+       {std::pair{"site@partner-1.example", "partner-1.example"}, std::pair{"site", "site"},
+        std::pair{"a@b_c\"<>.x", "bc.x"}, std::pair{"a@", "fieldpost.invalid"},
+        std::pair{"a@@@", "fieldpost.invalid"}}) {
+    SendSite site;
+    site.program.settings.SenderAddress = sender;
+    site.Documents(1);
+    site.program.sendLoop.SendQueuedFaultlogs();
+    EXPECT_THAT(site.transport.mails.at(0).messageId, testing::EndsWith("@" + std::string(domain) + ">"))
+        << sender;
+  }
+}
+
 TEST(SendOneMail, TakesDefaultsForNumbersThatAreNone) {
   for (const char* text : {"", "x", "0", "-1", "99999999999", "25x"}) {
     SendSite site;

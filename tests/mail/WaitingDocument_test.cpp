@@ -35,6 +35,11 @@ TEST(IsWaitingDocument, LooksAtTheFirstLines) {
   }
 }
 
+TEST(IsWaitingDocument, LooksAtNoLineWhereNoneIsWanted) {
+  const test::TempFolder folder;
+  EXPECT_FALSE(IsWaitingDocument(DiskFileSystem(), folder.Write("a.xml", "not sent"), 0));
+}
+
 TEST(IsWaitingDocument, LooksAtEveryLineWhereNoneIsGiven) {
   const test::TempFolder folder;
   EXPECT_TRUE(IsWaitingDocument(DiskFileSystem(), folder.Write("a.xml", "1\n2\n3\n4\n5\n6\nnot sent")));

@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <chrono>
 
 #include "common/RunLists.h"
 #include "support/CommandOutput.h"
+#include "support/FailingCall.h"
 #include "support/RecordingUi.h"
 #include "support/TempFolder.h"
 
@@ -80,11 +82,13 @@ TEST_F(ZipArchiveTest, CompressesAtLevelSix) {
 TEST_F(ZipArchiveTest, NamesThatMeetBecomeUnique) {
   const ZipResult result =
       Pack({folder.Write("1/a.xml", "1"), folder.Write("2/a.xml", "2"), folder.Write("3/A.XML", "3"),
-            folder.Write("4/a (2).xml", "4"), folder.Write("5/b", "5"), folder.Write("6/b", "6")});
+            folder.Write("4/a (2).xml", "4"), folder.Write("5/b", "5"), folder.Write("6/b", "6"),
+            folder.Write("7/.xml", "7"), folder.Write("8/.xml", "8")});
   EXPECT_EQ(result.code, 0) << result.description;
   for (const auto& [name, content] :
        {std::pair("a.xml", "1"), std::pair("a (2).xml", "2"), std::pair("A (3).XML", "3"),
-        std::pair("a (2) (2).xml", "4"), std::pair("b", "5"), std::pair("b (2)", "6")}) {
+        std::pair("a (2) (2).xml", "4"), std::pair("b", "5"), std::pair("b (2)", "6"), std::pair(".xml", "7"),
+        std::pair(".xml (2)", "8")}) {
     EXPECT_EQ(Unpacked(name), content) << name;
   }
 }
@@ -120,6 +124,30 @@ TEST_F(ZipArchiveTest, AFileThatCannotBeReadFailsAndLeavesNothing) {
   EXPECT_NE(result.code, 0);
   EXPECT_THAT(result.description, HasSubstr("folder.xml"));
   EXPECT_TRUE(Names(zip.parent_path()).empty());
+}
+
+TEST_F(ZipArchiveTest, WhateverFailsLeavesNothingAndIsSaid) {
+  const PathList paths{folder.Write("a.xml", "a")};
+  for (const char* call : {"zip_open", "zip_source_function", "zip_file_add", "zip_set_file_compression",
+                           "zip_register_progress_callback_with_state"}) {
+    const FailingCall failing(call, ENOMEM);
+    const ZipResult result = WriteZip(files, paths, zip, display, [](int) {});
+    EXPECT_EQ(failing.Failures(), 1) << call;
+    EXPECT_NE(result.code, 0) << call;
+    EXPECT_FALSE(result.stopped) << call;
+    EXPECT_THAT(result.description, HasSubstr("Malloc failure")) << call;
+    EXPECT_TRUE(Names(zip.parent_path()).empty()) << call;
+  }
+  const FailingCall failing("rename", EACCES);
+  EXPECT_THAT(Pack(paths).description, HasSubstr("Permission denied"));
+  EXPECT_TRUE(Names(zip.parent_path()).empty());
+}
+
+TEST_F(ZipArchiveTest, SaysWhatFailedFirstWhenTheRestCannotBeRemovedEither) {
+  constexpr int onceForALeftOver = 1;
+  const FailingCall failing("unlink", EACCES, onceForALeftOver);
+  EXPECT_THAT(Pack({folder.Path() / "missing.xml"}).description, HasSubstr("missing.xml"));
+  EXPECT_EQ(failing.Failures(), 1);
 }
 
 TEST_F(ZipArchiveTest, AFolderThatIsMissingFails) {
