@@ -375,6 +375,13 @@ TEST(MakePPCFilesOnScreen, AnExportThatIsStoppedLeavesNothing) {
   EXPECT_THAT(site.prompt.messages, IsEmpty());
 }
 
+TEST(MakePPCFilesOnScreen, WritesTheDateToo) {
+  PpcSite site;
+  site.Export("<R><PPCentry/><ArchiveDate>20040315</ArchiveDate></R>");
+  EXPECT_TRUE(site.program.ppcAttachments.MakePPCFiles(site.display));
+  EXPECT_THAT(site.Document(), HasSubstr("<PPCentries>\r\n<ArchiveDate>20040315</ArchiveDate><PPCentry/>"));
+}
+
 TEST(ZipPPCDocuments, TakesSeveralNamesOrPatternsOneALine) {
   struct Row {
     const char* files;
