@@ -3,9 +3,11 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <functional>
 #include <utility>
 
+#include "support/FailingCall.h"
 #include "support/RecordingUi.h"
 #include "support/TempFolder.h"
 
@@ -208,6 +210,66 @@ TEST_F(ArchiveDeletionTest, EndsWhenAskedTo) {
   display.stopAfterTurns = 2;
   EXPECT_EQ(deletion.DeleteAll(display).deleted, 2U);
   EXPECT_THAT(Left(), ElementsAre("a/3.xml", "b/4.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, EachRuleEndsWhenAskedTo) {
+  const PathList selected{Write("a/1.xml"), Write("a/2.xml")};
+  display.stopAfterTurns = 0;
+  EXPECT_EQ(deletion.DeleteProcess("a", display).deleted, 0U);
+  display.stopAfterTurns = display.eventTurns + 1;
+  EXPECT_EQ(deletion.DeleteProcess("a", display).deleted, 1U);
+  EXPECT_THAT(Left(), ElementsAre("a/2.xml"));
+  Write("a/1.xml");
+  display.stopAfterTurns = display.eventTurns + 1;
+  EXPECT_EQ(deletion.DeleteSelected(selected, display).deleted, 1U);
+  EXPECT_THAT(Left(), ElementsAre("a/2.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, TellsOfTheFirstFailureAndCountsAll) {
+  const PathList folders{folder.Folder("Archive/a/1.xml"), folder.Folder("Archive/a/2.xml"), "/"};
+  const DeletionResult result = deletion.DeleteSelected(folders, display);
+  EXPECT_EQ(result.failed, 3U);
+  EXPECT_THAT(result.firstFailure, HasSubstr("1.xml: Is a directory"));
+}
+
+TEST_F(ArchiveDeletionTest, AFolderThatCannotBeOpenedIsPassedOver) {
+  Write("a/1.xml");
+  Write("b/2.xml");
+  {
+    const test::FailingCall listing("openat", EACCES);
+    EXPECT_THAT(deletion.ProductCodes(), IsEmpty());
+  }
+  constexpr int afterTheProductCodes = 1;
+  {
+    const test::FailingCall failing("openat", EACCES, afterTheProductCodes);
+    const DeletionResult result = deletion.DeleteProcess("a", display);
+    EXPECT_EQ(result.failed, 1U);
+    EXPECT_THAT(result.firstFailure, HasSubstr("a: Permission denied"));
+  }
+  {
+    const test::FailingCall failing("openat", EACCES, afterTheProductCodes);
+    const DeletionResult result = deletion.DeleteAll(display);
+    EXPECT_EQ(result.deleted, 1U);
+    EXPECT_EQ(result.failed, 1U);
+  }
+  EXPECT_THAT(Left(), ElementsAre("a/1.xml", "b"));
+}
+
+TEST_F(ArchiveDeletionTest, AFileThatCannotBeReadIsNoneInProcess) {
+  Write("a/1.xml");
+  constexpr int afterTheLists = 3;
+  const test::FailingCall failing("openat", EACCES, afterTheLists);
+  EXPECT_EQ(deletion.DeleteProcess("a", display).deleted, 0U);
+  EXPECT_EQ(failing.Failures(), 1);
+  EXPECT_THAT(Left(), ElementsAre("a/1.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, AnEmptyFolderThatCannotBeRemovedStays) {
+  folder.Folder("Archive/a");
+  folder.Folder("Archive/b");
+  const test::FailingCall failing("unlinkat", EACCES);
+  deletion.RemoveEmptyProductFolders(display);
+  EXPECT_THAT(Left(), ElementsAre("a"));
 }
 
 TEST_F(ArchiveDeletionTest, WithoutAnArchiveFolderDeletesNothing) {

@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <chrono>
 
+#include "support/FailingCall.h"
 #include "support/RecordingUi.h"
 #include "support/TempFolder.h"
 
@@ -149,6 +151,16 @@ TEST_F(ArchiveListTest, HasNoRowForAFileThatVanishesMeanwhile) {
   list.Fill(folder.Path(), "4711", remover);
   ASSERT_EQ(list.Rows().size(), 3U);
   EXPECT_EQ(list.Rows()[2].name, "d.xml");
+}
+
+TEST_F(ArchiveListTest, ReadsAFileAgainThatCouldNotBeRead) {
+  Write("a/1.xml", "P");
+  {
+    const test::FailingCall failing("read", EIO);
+    EXPECT_THAT(Fill("a"), ElementsAre("1.xml=" + std::string(NoModeIndicator)));
+    EXPECT_EQ(failing.Failures(), 1);
+  }
+  EXPECT_THAT(Fill("a"), ElementsAre("1.xml=Process"));
 }
 
 TEST_F(ArchiveListTest, KeepsTheRowsSoFarWhenAskedToEnd) {

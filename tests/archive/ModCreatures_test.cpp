@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+
+#include "support/FailingCall.h"
 #include "support/TestSite.h"
 
 namespace fieldpost {
@@ -55,6 +58,14 @@ TEST(ScanArchiveFolders, ListsThePathsOfAllFiles) {
   EXPECT_THAT(site.paths,
               ElementsAre(site.Archive("a/x.xml"), site.Archive("b/1.XML"), site.Archive("b/2.xml")));
   EXPECT_THAT(site.codes, IsEmpty());
+}
+
+TEST(ScanArchiveFolders, IsFalseAndSaysWhyWhenTheFolderCannotBeListed) {
+  CreatureSite site;
+  const test::FailingCall failing("openat", EIO);
+  EXPECT_FALSE(site.Codes());
+  EXPECT_THAT(site.Log(), ElementsAre(testing::AllOf(testing::StartsWith("[Error]:cannot list "),
+                                                     testing::HasSubstr("Input/output error"))));
 }
 
 TEST(ScanArchiveFolders, IsFalseWithoutAnArchiveFolder) {

@@ -124,6 +124,24 @@ TEST(XmlTree, AnElementInAnEntityIsANodeEachTime) {
               ElementsAre("a:  y", ".b:  x", ".b:  x"));
 }
 
+TEST(XmlTree, AParameterEntityDeclaresWhatItHolds) {
+  EXPECT_THAT(LabelsOf("<!DOCTYPE a [<!ENTITY % p '<!ENTITY e \"x\">'>%p;]><a>&e;</a>"),
+              ElementsAre("a:  x"));
+}
+
+TEST(XmlTree, TellsHowMuchOfTheFileIsRead) {
+  const std::string text = "<a>" + std::string(20'000, 'x') + "</a>";
+  XmlTree tree;
+  XmlTreeReader reader(tree, std::make_unique<TextFile>(text));
+  std::uint64_t before = 0;
+  while (reader.ReadSlice() == XmlTreeReader::State::Reading) {
+    EXPECT_GT(reader.BytesRead(), before);
+    before = reader.BytesRead();
+  }
+  EXPECT_EQ(reader.BytesRead(), text.size());
+  EXPECT_EQ(reader.ReadSlice(), XmlTreeReader::State::Done) << "nothing more comes";
+}
+
 TEST(XmlTree, KeysCountFromOne) {
   EXPECT_EQ(XmlTree::Key(0), "Node-1");
   EXPECT_EQ(XmlTree::Key(32767), "Node-32768");

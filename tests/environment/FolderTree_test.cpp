@@ -37,6 +37,31 @@ TEST(GetInstallPath, FallsBackOnTheProgramsOwnFolder) {
   }
 }
 
+TEST(CreateFolderTree, SaysThatTheFoldersCouldNotBeSaved) {
+  test::TestSite site;
+  site.folder.Folder("home/Options.ini");
+  site.program.tree.CreateFolderTree();
+  EXPECT_THAT(site.Log(),
+              testing::Contains("[Error]:The Archive and Process folders could not be saved in Options.ini"));
+  EXPECT_TRUE(fs::is_directory(site.Tree("Archive")));
+}
+
+TEST(CreateFolderTree, SaysWhatKeepsAFolderFromBeingMade) {
+  test::TestSite site;
+  site.folder.Write("home/Faultlog", "a file");
+  site.program.tree.CreateFolderTree();
+  EXPECT_EQ(test::ReadFile(site.home / "Faultlog"), "a file");
+  EXPECT_FALSE(fs::exists(site.Tree("Archive")));
+}
+
+TEST(PrepareErrorFolder, LeavesAFolderThatBearsTheFilesName) {
+  test::ReadySite site;
+  const fs::path file = site.Latest("a.xml", "<broken");
+  site.folder.Write("home/Faultlog/Error/a.xml/kept", "");
+  EXPECT_EQ(site.program.tree.PrepareErrorFolder(file), site.Tree("Error") / "");
+  EXPECT_TRUE(fs::exists(site.Tree("Error") / "a.xml" / "kept"));
+}
+
 TEST(GetFaultlogRootFromIni, CutsBeforeTheWordAsItIsSpelt) {
   struct Row {
     const char* name;

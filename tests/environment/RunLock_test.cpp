@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+
+#include "support/FailingCall.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
@@ -37,6 +40,19 @@ TEST(RunLock, ExcludesRunsThatShareAFolder) {
   }
   RunLock third;
   EXPECT_EQ(third.TryTake(files, {three}), "") << "a run that was refused holds nothing";
+}
+
+TEST(RunLock, SaysWhyAFolderCannotBeTakenAndHoldsNothing) {
+  const test::TempFolder folder;
+  DiskFileSystem files;
+  const PathList folders{folder.Folder("one"), folder.Folder("two")};
+  RunLock refused;
+  {
+    const test::FailingCall failing("flock", ENOLCK, 1);
+    EXPECT_THAT(refused.TryTake(files, folders), HasSubstr("cannot lock " + folders[1].native()));
+  }
+  RunLock next;
+  EXPECT_EQ(next.TryTake(files, folders), "");
 }
 
 TEST(RunLock, EndsWithItsObject) {

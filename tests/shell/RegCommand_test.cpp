@@ -114,6 +114,27 @@ TEST_F(RegCommandTest, QueryingAKeyListsValuesAndSubkeys) {
             "HKEY_LOCAL_MACHINE\\A\\Sub2\n");
 }
 
+TEST_F(RegCommandTest, ShowsTheTypesThatOthersStoredToo) {
+  KeyHandle key = KeyHandle::None;
+  ASSERT_EQ(keys_.CreateKey(KeyHandle::LocalMachine, "K", KeyAllAccess, key), KeyOk);
+  const struct {
+    const char* name;
+    std::uint32_t type;
+    std::string bytes;
+    const char* type_name;
+    const char* data;
+  } rows[] = {{"a", KeyTypeExpandableText, std::string("%x%\0", 4), "REG_EXPAND_SZ", "%x%"},
+              {"b", KeyTypeBinary, "\x01\xAB", "REG_BINARY", "01ab"},
+              {"c", KeyTypeNumber, "\x01", "REG_DWORD", "01"},
+              {"d", 77, "z", "REG_TYPE_77", "7a"}};
+  for (const auto& row : rows) {
+    ASSERT_EQ(keys_.SetValue(key, row.name, row.type, row.bytes), KeyOk) << row.name;
+    EXPECT_EQ(Run({"query", R"(HKLM\K)", "--value", row.name}),
+              (Outcome{0, std::string(row.data) + "\n", ""}));
+    EXPECT_THAT(Run({"query", R"(HKLM\K)"}).out, HasSubstr(row.type_name)) << row.name;
+  }
+}
+
 TEST_F(RegCommandTest, WhatIsMissingIsSaidAndNothingIsMade) {
   EXPECT_EQ(Run({"query", "HKLM"}), (Outcome{0, "HKEY_LOCAL_MACHINE\n", ""}));
   for (const Words& words : std::vector<Words>{{"query", R"(HKLM\A)"},

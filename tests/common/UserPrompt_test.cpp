@@ -1,0 +1,31 @@
+#include "common/UserPrompt.h"
+
+#include <gtest/gtest.h>
+
+#include "common/StatusDisplay.h"
+
+namespace fieldpost {
+namespace {
+
+TEST(UserPrompt, WithNobodyAtTheScreenAgreesToNothing) {
+  UserPrompt prompt;
+  prompt.ShowMessage("text", MessageIcon::Critical, "title");
+  prompt.ShowOptions(OptionsPage::Folders);
+  prompt.SetBusyPointer(true);
+  EXPECT_FALSE(prompt.AskYesNo("Really?", MessageIcon::Exclamation, "title"));
+}
+
+TEST(StatusDisplay, WithNobodyAtTheScreenNeverAsksForTheEnd) {
+  StatusDisplay display;
+  display.ShowStatusLine("line");
+  display.SetStep("step");
+  display.SetLabel("label");
+  display.SetRange(2);
+  display.SetPosition(1);
+  display.LetEventsRun();
+  EXPECT_FALSE(display.StopRequested());
+  EXPECT_NO_THROW(ThrowIfStopRequested(display));
+}
+
+}  // namespace
+}  // namespace fieldpost
