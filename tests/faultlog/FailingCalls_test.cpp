@@ -80,8 +80,9 @@ TEST(ProcessLatestFiles, LosesAndDoublesNothingWhicheverCallFails) {
       failures = failing.Failures();
     }
     const std::string when = fmt::format("{} number {} failed", call, n);
-    if (!site.program.scan.Succeeded())
+    if (!site.program.scan.Succeeded()) {
       EXPECT_THAT(site.Log(), Contains(HasSubstr("Input/output error"))) << when;
+    }
     site.RunAgain();
     site.ExpectAllInPlace(when);
     return failures;

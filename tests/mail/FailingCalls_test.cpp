@@ -68,7 +68,9 @@ int SendTwice(WaitingSite& site, std::string_view call, int n) {
     failures = failing.Failures();
   }
   const std::string when = fmt::format("{} number {} failed", call, n);
-  if (!sent) EXPECT_THAT(site.Log(), Contains(StartsWith("[Error]:"))) << when;
+  if (!sent) {
+    EXPECT_THAT(site.Log(), Contains(StartsWith("[Error]:"))) << when;
+  }
   EXPECT_TRUE(site.SendAnew()) << when;
   for (const fs::path& document : site.documents)
     EXPECT_EQ(test::ReadFile(document), Sent) << when << document;
