@@ -1,6 +1,7 @@
 // Stops a program at the system calls that change files, and at no other:
 //
 //   call_tracer --record FILE [--attempts] [--socket-marks] -- PROGRAM ARGUMENTS
+//   call_tracer --count FILE -- PROGRAM ARGUMENTS
 //   call_tracer --kill N -- PROGRAM ARGUMENTS
 //   call_tracer --fault KIND --at N [--from-then-on] [--record FILE] -- PROGRAM ARGUMENTS
 //
@@ -18,6 +19,7 @@
 //   Data are in base64. With --attempts those that failed are there too, with "error", and each line has in
 //   "faults" the kinds that the call could have. With --socket-marks there are lines without a number,
 //   send and recv (data), for what went through sockets.
+// --count writes how many calls there were, and can be had together with anything else.
 // --kill kills everything just before call N is made.
 // --fault has call N fail: ENOSPC EIO EACCES EROFS EMFILE EINTR EXDEV; short (half of the bytes are written);
 //   torn (half are written and the call fails with EIO); close (the close is done and fails with EIO). A call
@@ -36,8 +38,9 @@
 int main(int count, char** arguments) {
   const std::optional<fieldpost::tracer::Options> options = fieldpost::tracer::ReadOptions(count, arguments);
   if (!options) {
-    std::cerr << "usage: call_tracer [--record FILE [--attempts] [--socket-marks]] [--kill N]\n"
-                 "                   [--fault KIND --at N [--from-then-on]] -- PROGRAM ARGUMENTS\n";
+    std::cerr
+        << "usage: call_tracer [--record FILE [--attempts] [--socket-marks]] [--count FILE]\n"
+           "                   [--kill N] [--fault KIND --at N [--from-then-on]] -- PROGRAM ARGUMENTS\n";
     return 2;
   }
   return fieldpost::tracer::Tracer(*options).Run();

@@ -127,6 +127,13 @@ class CallTracer(LossTest):
         self.assertEqual((1, "unlink", errno.ENOENT), (line["n"], line["call"], line["error"]))
         self.assertEqual(["ENOSPC", "EIO", "EACCES", "EROFS"], line["faults"])
 
+    def test_the_calls_are_counted(self):
+        count = self.folder / "count"
+        for program, calls in [("pass", 0), (STEPS, 5), ("try: os.unlink('nobody')\nexcept OSError: pass", 1)]:
+            with self.subTest(program):
+                self.trace(program, "--count", count)
+                self.assertEqual(calls, int(count.read_text()))
+
     def test_the_same_number_is_the_same_call_in_every_run(self):
         for name, (program, _) in CALLS.items():
             with self.subTest(name):

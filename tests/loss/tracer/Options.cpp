@@ -25,11 +25,13 @@ bool TakeFlag(Options& options, std::string_view name) {
 
 bool TakeValue(Options& options, std::string_view name, const char* value) {
   if (name == "--record") options.record = value;
+  if (name == "--count") options.count = value;
   if (name == "--kill") options.kill = CallNumber(value);
   if (name == "--at") options.at = CallNumber(value);
   if (name == "--fault") options.fault = FaultNamed(value);
-  return (name == "--record" && !options.record.empty()) || (name == "--kill" && options.kill != 0) ||
-         (name == "--at" && options.at != 0) || (name == "--fault" && options.fault);
+  return (name == "--record" && !options.record.empty()) || (name == "--count" && !options.count.empty()) ||
+         (name == "--kill" && options.kill != 0) || (name == "--at" && options.at != 0) ||
+         (name == "--fault" && options.fault);
 }
 
 bool IsWhole(const Options& options) {

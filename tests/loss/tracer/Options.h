@@ -11,6 +11,7 @@ namespace fieldpost::tracer {
 
 struct Options {
   std::string record;        ///< file for the record; empty for none
+  std::string count;         ///< file for the number of the last call; empty for none
   bool attempts = false;     ///< the record has the calls that failed too, and the faults of each
   bool socketMarks = false;  ///< the record has what goes through sockets too
   std::uint64_t kill = 0;    ///< number of the call before which everything is killed; 0 for none

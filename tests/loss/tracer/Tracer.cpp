@@ -107,8 +107,17 @@ int Tracer::Run() {
     if (thread < 0) break;
     Handle(thread, status);
   }
+  return FinishFiles() ? Status() : CannotTrace;
+}
+
+/// False when one of the files asked for could not be written.
+bool Tracer::FinishFiles() {
+  if (!options_.count.empty()) {
+    std::ofstream count(options_.count);
+    if (!(count << calls_ << std::endl)) return false;
+  }
   record_.close();
-  return !options_.record.empty() && !record_ ? CannotTrace : Status();
+  return options_.record.empty() || record_;
 }
 
 /// The program waits at a gate until the tracer has it in hand.

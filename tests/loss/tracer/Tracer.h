@@ -49,6 +49,7 @@ class Tracer {
   void End(pid_t thread);
   void MarkSocket(pid_t thread, const Call& call, std::int64_t result);
   void KillAll(pid_t thread);
+  [[nodiscard]] bool FinishFiles();
   [[nodiscard]] int Status() const;
 
   const Options& options_;
