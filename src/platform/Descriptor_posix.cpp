@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <system_error>
 
@@ -32,8 +33,9 @@ Descriptor::~Descriptor() {
   if (number_ >= 0) ::close(number_);
 }
 
+/// A close that a signal interrupts has closed the file all the same (close(2)).
 bool Descriptor::Close() {
-  return ::close(Release()) == 0;
+  return ::close(Release()) == 0 || errno == EINTR;
 }
 
 Descriptor Open(const fs::path& path, int flags, std::string_view action, mode_t mode) {
