@@ -168,7 +168,8 @@ class FileSystem {
   /// Creates a file that must not be there yet and writes it. What was begun is removed when it fails.
   virtual void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) = 0;
 
-  /// Writes at the end of a file, creating it (by the umask) when it is missing.
+  /// Writes at the end of a file, creating it (by the umask) when it is missing. On failure nothing is added,
+  /// unless even that cannot be had.
   virtual void Append(const std::filesystem::path& path, std::string_view bytes) = 0;
 
   /// Gives a file a new name on the same file system; what bore that name is replaced in one step.

@@ -56,6 +56,14 @@ void WriteAll(int number, std::string_view bytes, const fs::path& path) {
   }
 }
 
+/// Cuts off what was written of `count` bytes at the end of a file. Where more has come meanwhile, it stays.
+void TakeBack(int number, off_t size, std::size_t count) {
+  struct stat now {};
+  if (::fstat(number, &now) != 0 || now.st_size >= size + static_cast<off_t>(count)) return;
+  // What cannot be taken back stays; the caller says that the file could not be written.
+  if (now.st_size > size) static_cast<void>(::ftruncate(number, size) == 0);
+}
+
 /// `flock` on the folder itself: no lock file is left behind, and the system ends it with the process.
 class DescriptorLock final : public FolderLock {
  public:
@@ -138,7 +146,14 @@ void DiskFileSystem::WriteNew(const fs::path& path, std::string_view bytes, File
 
 void DiskFileSystem::Append(const fs::path& path, std::string_view bytes) {
   Descriptor file = Open(path, O_WRONLY | O_CREAT | O_APPEND, "cannot open", 0666);
-  WriteAll(file.Number(), bytes, path);
+  struct stat before {};
+  if (::fstat(file.Number(), &before) != 0) Fail("cannot look at", path);
+  try {
+    WriteAll(file.Number(), bytes, path);
+  } catch (const FileError&) {
+    TakeBack(file.Number(), before.st_size, bytes.size());
+    throw;
+  }
   if (!file.Close()) Fail("cannot write", path);
 }
 
@@ -165,7 +180,12 @@ void DiskFileSystem::Move(const fs::path& from, const fs::path& to) {
       throw;
     }
   }
-  Rename(temporary, to);
+  try {
+    Rename(temporary, to);
+  } catch (const FileError&) {
+    ::unlink(temporary.c_str());
+    throw;
+  }
   const std::array folder{to.parent_path()};
   Flush(folder);
   Remove(from);
