@@ -30,14 +30,24 @@ FolderTree::FolderTree(FileSystem& files, const InstallPaths& paths, MailSetting
 
 void FolderTree::CreateFolderTree() {
   const MailSettings before = settings_;
+  isWhole_ = true;
   latestStore_.LoadLatestFolders(lists_.LatestFolderList);
   TakeOverIniTree(paths_.RegisteredPath());
   MakeDefaultTree();
   const bool changed =
       before.ArchiveFolder != settings_.ArchiveFolder || before.ProcessFolder != settings_.ProcessFolder;
-  if (changed && !settingsStore_.Save(settings_)) {
-    log_.WriteLog("The Archive and Process folders could not be saved in Options.ini", LogCategory::Error);
-  }
+  if (changed) Note("The Archive and Process folders were not saved", settingsStore_.TrySave(settings_));
+}
+
+void FolderTree::SaveLatest() {
+  Note("The list of Latest folders was not saved",
+       latestStore_.TrySaveLatestFolders(lists_.LatestFolderList));
+}
+
+void FolderTree::Note(std::string_view what, const std::string& problem) {
+  if (problem.empty()) return;
+  log_.WriteLog(fmt::format("{}: {}", what, problem), LogCategory::Error);
+  isWhole_ = false;
 }
 
 std::string FolderTree::GetFaultlogRootFromIni(const std::string& installPath) {
@@ -66,9 +76,9 @@ void FolderTree::TakeOverIniTree(const std::string& installPath) {
       std::any_of(lists_.LatestFolderList.begin(), lists_.LatestFolderList.end(),
                   [&](const fs::path& folder) { return EqualNoCase(Utf8FromPath(folder), latest); });
   if (!known) {
-    TryCreate(PathFromUtf8(tree + "Latest"));
+    const bool made = TryCreate(PathFromUtf8(tree + "Latest"));
     lists_.LatestFolderList.push_back(PathFromUtf8(latest));
-    latestStore_.SaveLatestFolders(lists_.LatestFolderList);
+    if (made) SaveLatest();
   }
   FillEmptySetting(settings_.ArchiveFolder, tree + "Archive");
   FillEmptySetting(settings_.ProcessFolder, tree + "Process");
@@ -82,10 +92,10 @@ void FolderTree::FillEmptySetting(std::string& setting, const std::string& folde
 
 void FolderTree::MakeDefaultTree() {
   if (lists_.LatestFolderList.empty()) {
-    MakeTreeFolder("Latest");
+    const bool made = MakeTreeFolder("Latest");
     lists_.LatestFolderList.push_back(
         PathFromUtf8(WithSeparator(Utf8FromPath(paths_.FaultlogFolder("Latest")))));
-    latestStore_.SaveLatestFolders(lists_.LatestFolderList);
+    if (made) SaveLatest();  // a list without a folder would never have it made
   }
   MakeDefaultFor(settings_.ArchiveFolder, "Archive");
   MakeDefaultFor(settings_.ProcessFolder, "Process");
@@ -115,6 +125,7 @@ bool FolderTree::TryCreate(const fs::path& folder) {
     return true;
   } catch (const FileError& error) {
     log_.WriteLog(error.what(), LogCategory::Error);
+    isWhole_ = false;
     return false;
   }
 }

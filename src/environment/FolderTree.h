@@ -22,8 +22,11 @@ class FolderTree {
 
   /// Loads the Latest folder list, takes over the tree that "faultlog.ini" names, and makes what is missing
   /// of the one under the installation path; the log gets a line for each folder of that made. A folder that
-  /// cannot be made is named in the log.
+  /// cannot be made is named in the log, and so is what cannot be saved of the settings.
   void CreateFolderTree();
+
+  /// Whether CreateFolderTree could make and save everything.
+  [[nodiscard]] bool IsWhole() const { return isWhole_; }
 
   /// What stands before "faultlog" in the folder that "faultlog.ini" of this installation path names, with a
   /// separator at its end; the search for that word knows case. Empty when there is no such folder.
@@ -38,6 +41,8 @@ class FolderTree {
   void MakeDefaultTree();
   void MakeDefaultFor(std::string& setting, std::string_view name);
   bool MakeTreeFolder(std::string_view name);
+  void SaveLatest();
+  void Note(std::string_view what, const std::string& problem);
   bool TryCreate(const std::filesystem::path& folder);
   [[nodiscard]] bool IsFolder(const std::string& path) const;
 
@@ -49,6 +54,7 @@ class FolderTree {
   RunLists& lists_;
   ModWriteLogFile& log_;
   std::string created_;  // a line for each folder made
+  bool isWhole_ = true;
 };
 
 }  // namespace fieldpost

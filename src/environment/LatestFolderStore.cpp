@@ -53,16 +53,20 @@ void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
 }
 
 bool LatestFolderStore::SaveLatestFolders(const PathList& folders) {
+  return TrySaveLatestFolders(folders).empty();
+}
+
+std::string LatestFolderStore::TrySaveLatestFolders(const PathList& folders) {
   const std::optional<std::string> text = TextOf(folders);
-  if (!text) return false;
+  if (!text) return FileError("cannot write", file_, "a folder's name has a line break in it").what();
   try {
     // A list that cannot be read now may be readable again tomorrow: it is not to be replaced unseen.
     const bool stored = IsStored();
-    if (stored && files_.ReadWhole(file_, LargestFile) == *text) return true;
+    if (stored && files_.ReadWhole(file_, LargestFile) == *text) return {};
     files_.SaveAtomically(file_, *text);
-    return true;
-  } catch (const FileError&) {
-    return false;
+    return {};
+  } catch (const FileError& error) {
+    return error.what();
   }
 }
 

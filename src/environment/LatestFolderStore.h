@@ -26,6 +26,9 @@ class LatestFolderStore {
   /// has a line break or a NUL in it, when what is stored cannot be read, or the file cannot be written.
   bool SaveLatestFolders(const PathList& folders);
 
+  /// The same. Returns one line on why nothing was stored; empty when the folders are.
+  std::string TrySaveLatestFolders(const PathList& folders);
+
   /// Whether a list was ever stored, be it an empty one.
   [[nodiscard]] bool IsStored() const;
 

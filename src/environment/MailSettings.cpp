@@ -21,11 +21,15 @@ MailSettings MailSettingsStore::Load() const {
 }
 
 bool MailSettingsStore::Save(const MailSettings& settings) {
+  return TrySave(settings).empty();
+}
+
+std::string MailSettingsStore::TrySave(const MailSettings& settings) {
   std::vector<IniEntry> entries;
   for (const MailSettingsField& field : MailSettingsFields) {
     entries.push_back({field.name, settings.*field.member});
   }
-  return WriteIniValues(files_, File(), MailOptionsSection, entries, FileAccess::OwnerOnly);
+  return TryWriteIniValues(files_, File(), MailOptionsSection, entries, FileAccess::OwnerOnly);
 }
 
 std::string MailSettingsStore::Problem() const {

@@ -96,6 +96,9 @@ class MailSettingsStore {
   /// and nothing changed, when a value has a line break or a NUL in it or the file cannot be written.
   bool Save(const MailSettings& settings);
 
+  /// The same. Returns one line on why nothing was stored; empty when the settings are.
+  std::string TrySave(const MailSettings& settings);
+
   /// One line on why the stored settings cannot be read; empty when they can, or were never stored.
   [[nodiscard]] std::string Problem() const;
 

@@ -39,6 +39,7 @@ void ModWriteLogFile::WriteLog(std::string_view text, std::int16_t category) {
   try {
     files_.Append(TodaysFile(), entry);
   } catch (const FileError& error) {
+    hasFailed_ = true;
     fmt::print(stderr, "{}{}\n", entry, error.what());
   }
 }

@@ -35,6 +35,9 @@ class ModWriteLogFile {
   /// Puts the non-empty lines of a text into the list of lines to be written. False for an empty text.
   bool SplitLogText(std::string_view text);
 
+  /// Some line could not be written to the log, and went to standard error.
+  [[nodiscard]] bool HasFailed() const { return hasFailed_; }
+
   [[nodiscard]] const std::vector<std::string>& PendingLogLines() const { return pendingLogLines_; }
 
   /// Today's log file.
@@ -49,6 +52,7 @@ class ModWriteLogFile {
   const Clock& clock_;
   const InstallPaths& paths_;
   std::vector<std::string> pendingLogLines_;
+  bool hasFailed_ = false;
 };
 
 }  // namespace fieldpost

@@ -26,6 +26,9 @@ class MailSettingsCheck {
   /// The same for an unattended run, which has only the log. True when something required is missing.
   bool CheckMailOptionsQuiet();
 
+  /// False when numbers that were filled in last could not be saved.
+  [[nodiscard]] bool DefaultsAreSaved() const { return defaultsAreSaved_; }
+
   /// Just before mailing. True when all is there; else the first thing that is missing is logged and, with
   /// somebody at the screen, shown.
   bool CheckSendSettings();
@@ -46,6 +49,7 @@ class MailSettingsCheck {
   ModWriteLogFile& log_;
   UserPrompt& prompt_;
   StatusDisplay& display_;
+  bool defaultsAreSaved_ = true;
 };
 
 }  // namespace fieldpost

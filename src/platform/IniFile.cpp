@@ -12,6 +12,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uint64_t LargestFile = 16U << 20U;
+constexpr std::string_view InUtf16 = "it is in UTF-16, not in UTF-8";
 
 bool IsUtf16(std::string_view bytes) {
   return bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF");
@@ -72,23 +73,28 @@ bool WriteIniValue(FileSystem& files, const fs::path& file, std::string_view sec
 
 bool WriteIniValues(FileSystem& files, const fs::path& file, std::string_view section,
                     std::span<const IniEntry> entries, FileAccess access) {
-  if (!AreFit(section, entries)) return false;
+  return TryWriteIniValues(files, file, section, entries, access).empty();
+}
+
+std::string TryWriteIniValues(FileSystem& files, const fs::path& file, std::string_view section,
+                              std::span<const IniEntry> entries, FileAccess access) {
+  if (!AreFit(section, entries)) return FileError("cannot write", file, "a value cannot be a line").what();
   try {
     std::string bytes = files.Exists(file) ? files.ReadWhole(file, LargestFile) : std::string();
-    if (IsUtf16(bytes)) return false;
+    if (IsUtf16(bytes)) return FileError("cannot write", file, InUtf16).what();
     IniText text(std::move(bytes));
     for (const IniEntry& entry : entries) text.SetValue(section, entry.key, entry.value);
     if (text.Changed()) files.SaveAtomically(file, text.Bytes(), access);
-    return true;
-  } catch (const FileError&) {
-    return false;
+    return {};
+  } catch (const FileError& error) {
+    return error.what();
   }
 }
 
 std::string IniFileProblem(const FileSystem& files, const fs::path& file) {
   try {
     if (!files.Exists(file) || !IsUtf16(files.ReadWhole(file, LargestFile))) return {};
-    return FileError("cannot read", file, "it is in UTF-16, not in UTF-8").what();
+    return FileError("cannot read", file, InUtf16).what();
   } catch (const FileError& error) {
     return error.what();
   }

@@ -43,6 +43,10 @@ bool WriteIniValue(FileSystem& files, const std::filesystem::path& file, std::st
 bool WriteIniValues(FileSystem& files, const std::filesystem::path& file, std::string_view section,
                     std::span<const IniEntry> entries, FileAccess access);
 
+/// The same. Returns one line on why nothing was changed; empty when all is written.
+std::string TryWriteIniValues(FileSystem& files, const std::filesystem::path& file, std::string_view section,
+                              std::span<const IniEntry> entries, FileAccess access);
+
 /// One line on why a file cannot be read as an INI file; empty when it can, or is missing. Never throws.
 std::string IniFileProblem(const FileSystem& files, const std::filesystem::path& file);
 

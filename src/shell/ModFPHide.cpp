@@ -39,10 +39,7 @@ bool ModFPHide::RunCommandLine(std::string_view commandLine) {
                     .SendAfterCollect = found->sendAfterCollect};
   if (!Prepare()) return true;
   if (!program_.sendLoop.FinishInterruptedSend()) succeeded_ = false;
-  if (found->checksMail && program_.check.CheckMailOptionsQuiet()) {
-    succeeded_ = false;
-    return true;
-  }
+  if (found->checksMail && !CheckMail()) return true;
   Do(found->first);
   if (found->second == Step::None) return true;
   EmptyLists();
@@ -53,7 +50,15 @@ bool ModFPHide::RunCommandLine(std::string_view commandLine) {
 
 bool ModFPHide::Prepare() {
   const std::string problem = preparation_.Prepare(RunPreparation::EmptyLatestList::TakeDefault);
+  if (!program_.tree.IsWhole()) succeeded_ = false;
   return problem.empty() || Refuse(problem);
+}
+
+/// Defaults that could not be saved serve this run, and are a failure all the same.
+bool ModFPHide::CheckMail() {
+  const bool missing = program_.check.CheckMailOptionsQuiet();
+  if (missing || !program_.check.DefaultsAreSaved()) succeeded_ = false;
+  return !missing;
 }
 
 /// One half's failure, of whatever kind, does not keep the other from its work.

@@ -20,8 +20,8 @@ class ModFPHide {
   /// then over, well or not. False, with nothing done, for any other line.
   bool RunCommandLine(std::string_view commandLine);
 
-  /// Whether the run did all that it set out to do.
-  [[nodiscard]] bool Succeeded() const { return succeeded_; }
+  /// Whether the run did all that it set out to do, and could log it.
+  [[nodiscard]] bool Succeeded() const { return succeeded_ && !program_.log.HasFailed(); }
 
  private:
   enum class Step { None, CollectFaultlogs, SendWaitingFaultlogs, CollectPpcData };
@@ -35,6 +35,7 @@ class ModFPHide {
   static const Switch* Find(std::string_view commandLine);
 
   bool Prepare();
+  bool CheckMail();
   void Do(Step step);
   bool DoWhole(Step step);
   void EmptyLists();

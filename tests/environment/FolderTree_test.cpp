@@ -1,6 +1,7 @@
 // Installation path and folder tree.
 #include "environment/FolderTree.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "environment/RegistryKeys.h"
@@ -122,6 +123,7 @@ TEST(CreateFolderTree, MakesAndLogsWhatIsMissingOnce) {
 TEST(CreateFolderTree, KeepsWhatItSetForTheNextStart) {
   test::TestSite site;
   site.program.tree.CreateFolderTree();
+  EXPECT_TRUE(site.program.tree.IsWhole());
   test::FakeTransport transport;
   const FieldpostProgram next({site.files, site.clock, site.keys, transport, site.prompt, site.display},
                               site.home);
@@ -214,6 +216,24 @@ TEST(CreateFolderTree, NamesAFolderThatCannotBeMade) {
   site.program.tree.CreateFolderTree();
   EXPECT_THAT(site.Log(), testing::Contains(testing::HasSubstr("[Error]:cannot create " + Text(site.home) +
                                                                "/Faultlog/Error: ")));
+  EXPECT_FALSE(site.program.tree.IsWhole());
+}
+
+TEST(CreateFolderTree, NamesWhatCannotBeSaved) {
+  struct Row {
+    const char* file;
+    const char* line;
+  };
+  for (const Row& row : {Row{"Options.ini", "The Archive and Process folders were not saved: "},
+                         Row{"LatestList.dat", "The list of Latest folders was not saved: "}}) {
+    test::TestSite site;
+    site.folder.Folder(fmt::format("home/.{}.fieldpost-new", row.file));  // where it would be written first
+    site.folder.Folder("home/Faultlog/Log");
+    site.program.tree.CreateFolderTree();
+    EXPECT_THAT(site.Log(), testing::Contains(
+                                testing::AllOf(testing::HasSubstr(row.line), testing::HasSubstr(row.file))));
+    EXPECT_FALSE(site.program.tree.IsWhole()) << row.file;
+  }
 }
 
 TEST(PrepareErrorFolder, MakesRoomForTheFile) {

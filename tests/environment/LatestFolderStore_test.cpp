@@ -76,12 +76,16 @@ TEST_F(LatestFolderStoreTest, NamesThatCannotBeALineAreRefused) {
     EXPECT_THAT(Load(), testing::ElementsAre("/old/"));
   }
   EXPECT_FALSE(store_.SaveLatestFolders({fs::path(std::string("/a\0b", 4))}));
+  EXPECT_THAT(store_.TrySaveLatestFolders({"/a\nb/"}),
+              testing::EndsWith("a folder's name has a line break in it"));
+  EXPECT_EQ(store_.TrySaveLatestFolders({"/b/"}), "");
 }
 
 TEST_F(LatestFolderStoreTest, WhatCannotBeReadIsNotReplaced) {
   folder_.Folder("LatestList.dat");
   EXPECT_THAT(Load(), testing::IsEmpty());
   EXPECT_FALSE(store_.SaveLatestFolders({"/a/"}));
+  EXPECT_THAT(store_.TrySaveLatestFolders({"/a/"}), testing::HasSubstr(file_.native()));
   EXPECT_TRUE(fs::is_directory(file_));
 }
 

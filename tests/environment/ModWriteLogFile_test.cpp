@@ -78,10 +78,12 @@ TEST(WriteLog, LosesNoLineWhenTheScratchFileCannotBeWritten) {
 
 TEST(WriteLog, SaysItOnStandardErrorWhenThereIsNoLog) {
   test::ReadySite site;
+  EXPECT_FALSE(site.program.log.HasFailed());
   std::filesystem::remove_all(site.Tree("Log"));
   testing::internal::CaptureStderr();
   site.program.log.WriteLog("the disk is full", LogCategory::Error);
   EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("[Error]:the disk is full"));
+  EXPECT_TRUE(site.program.log.HasFailed());
 }
 
 TEST(SplitLogText, FillsTheListOfLines) {

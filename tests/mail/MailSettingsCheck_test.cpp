@@ -133,6 +133,18 @@ TEST(MailSettingsCheck, FillsInNumbersWhateverElseIsMissing) {
   }
 }
 
+TEST(MailSettingsCheck, SaysThatDefaultsCouldNotBeSaved) {
+  test::ReadySite site;
+  site.program.settings.SMTPPort.clear();
+  site.folder.Folder("home/.Options.ini.fieldpost-new");  // where the file would be written first
+  EXPECT_FALSE(site.program.check.CheckMailOptionsQuiet()) << "nothing that is required is missing";
+  EXPECT_FALSE(site.program.check.DefaultsAreSaved());
+  EXPECT_EQ(site.program.settings.SMTPPort, "25");
+  EXPECT_THAT(site.Log(), ElementsAre(testing::AllOf(
+                              testing::StartsWith("[Error]:The mail settings were not saved: cannot "),
+                              testing::HasSubstr("Options.ini"))));
+}
+
 TEST(GetRecipientAddress, IsTheRegisteredOneOrTheDefaultOfTheKindOfData) {
   struct Recipient {
     const char* name;

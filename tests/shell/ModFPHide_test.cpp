@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
+
+#include "common/DocumentNames.h"
 #include "support/NewsSite.h"
 
 namespace fieldpost {
@@ -48,6 +51,30 @@ TEST(RunCommandLine, DoesWhatTheSwitchSays) {
     EXPECT_EQ(site.program.flags.SendingPPC, row.flags.SendingPPC) << row.line;
     EXPECT_EQ(site.program.flags.SendAfterCollect, row.flags.SendAfterCollect) << row.line;
     EXPECT_THAT(site.prompt.messages, IsEmpty());
+  }
+}
+
+TEST(RunCommandLine, CountsAsFailedWhatCouldNotBeSavedOrLogged) {
+  struct Row {
+    const char* name;
+    std::function<void(RunSite&)> given;
+  };
+  for (const Row& row :
+       {Row{"the numbers filled in", [](RunSite& site) { site.program.settings.SMTPPort.clear(); }},
+        Row{"the Process folder", [](RunSite& site) { site.program.settings.ProcessFolder.clear(); }},
+        Row{"the log", [](RunSite& site) {
+              fs::remove_all(site.Tree("Log") / LogFileName(site.clock.Now()));
+              fs::create_directories(site.Tree("Log") / LogFileName(site.clock.Now()));
+            }}}) {
+    RunSite site;
+    site.folder.Folder("home/.Options.ini.fieldpost-new");  // where the settings would be written first
+    row.given(site);
+    testing::internal::CaptureStderr();
+    ModFPHide unattended(site.program);
+    EXPECT_TRUE(unattended.RunCommandLine("-fcs")) << row.name;
+    testing::internal::GetCapturedStderr();
+    EXPECT_FALSE(unattended.Succeeded()) << row.name;
+    EXPECT_EQ(site.Mails(), std::vector<std::string>{FaultlogMail}) << row.name;
   }
 }
 
