@@ -128,7 +128,7 @@ Archive OpenNew(const fs::path& path) {
   ::zip_error_init_with_code(&error, code);
   const std::string text = Describe(error);
   ::zip_error_fini(&error);
-  throw ZipFault(code, text + ": " + Visible(Utf8FromPath(path)));
+  throw ZipFault(code, text);
 }
 
 /// `name`, or the first of "name (2).xml", "name (3).xml" ... that is still free.
@@ -197,7 +197,9 @@ ZipResult WriteZip(FileSystem& files, std::span<const fs::path> paths, const fs:
     files.Rename(temporary, zipFile);
     return result;
   } catch (const ZipFault& fault) {
-    result = {.code = fault.Code(), .description = fault.what(), .stopped = fault.Code() == ZIP_ER_CANCELLED};
+    result = {.code = fault.Code(),
+              .description = FileError("cannot pack", zipFile, fault.what()).what(),
+              .stopped = fault.Code() == ZIP_ER_CANCELLED};
   } catch (const std::exception& error) {
     result = {.code = ZIP_ER_WRITE, .description = error.what()};
   }

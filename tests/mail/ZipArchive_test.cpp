@@ -154,7 +154,7 @@ TEST_F(ZipArchiveTest, AFolderThatIsMissingFails) {
   zip = folder.Path() / "missing" / "a.zip";
   const ZipResult result = Pack({folder.Write("a.xml", "a")});
   EXPECT_NE(result.code, 0);
-  EXPECT_NE(result.description, "");
+  EXPECT_THAT(result.description, HasSubstr("cannot pack " + zip.native() + ": "));
 }
 
 TEST_F(ZipArchiveTest, NothingToPackFails) {
