@@ -84,25 +84,33 @@ fs::path AttachmentPackaging::ZipFolder() const {
   return flags_.SendingPPC ? paths_.FaultlogFolder("PPCTemp") : PathFromUtf8(settings_.ProcessFolder);
 }
 
-void AttachmentPackaging::ClearPPCTemp() {
-  DeleteFiles(paths_.FaultlogFolder("PPCTemp"), "");
+bool AttachmentPackaging::ClearPPCTemp() {
+  return DeleteFiles(paths_.FaultlogFolder("PPCTemp"), "");
 }
 
-void AttachmentPackaging::DeleteZipFiles() {
-  DeleteFiles(PathFromUtf8(settings_.ProcessFolder), ".zip");
+bool AttachmentPackaging::DeleteZipFiles() {
+  return DeleteFiles(PathFromUtf8(settings_.ProcessFolder), ".zip");
 }
 
-void AttachmentPackaging::DeleteFiles(const fs::path& folder, std::string_view ending) {
+/// One that cannot be deleted does not keep the others.
+bool AttachmentPackaging::DeleteFiles(const fs::path& folder, std::string_view ending) {
   if (!files_.IsFolder(folder)) {
     log_.WriteLog(fmt::format("Path not found ({})", Utf8FromPath(folder)), LogCategory::Error);
-    return;
+    return true;
   }
-  try {
-    for (const std::string& name : files_.ListFiles(folder, ending))
-      files_.Remove(folder / PathFromUtf8(name));
-  } catch (const FileError& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
-  }
+  bool all = true;
+  const auto attempt = [&](const auto& step) {
+    try {
+      step();
+    } catch (const FileError& error) {
+      log_.WriteLog(error.what(), LogCategory::Error);
+      all = false;
+    }
+  };
+  std::vector<std::string> names;
+  attempt([&] { names = files_.ListFiles(folder, ending); });
+  for (const std::string& name : names) attempt([&] { files_.Remove(folder / PathFromUtf8(name)); });
+  return all;
 }
 
 }  // namespace fieldpost

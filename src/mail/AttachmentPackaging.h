@@ -43,17 +43,17 @@ class AttachmentPackaging {
   /// when the person at the screen wanted the end.
   [[nodiscard]] const std::string& Problem() const { return problem_; }
 
-  /// Deletes every file of the PPCTemp folder.
-  void ClearPPCTemp();
+  /// Deletes every file of the PPCTemp folder. False when one is still there; the log then has why.
+  bool ClearPPCTemp();
 
-  /// Deletes every "*.zip" file of the process folder.
-  void DeleteZipFiles();
+  /// The same of every "*.zip" file of the process folder.
+  bool DeleteZipFiles();
 
  private:
   [[nodiscard]] std::size_t ConfiguredPerMail() const;
   [[nodiscard]] std::filesystem::path ZipFolder() const;
   bool Fail(std::string_view problem);
-  void DeleteFiles(const std::filesystem::path& folder, std::string_view ending);
+  bool DeleteFiles(const std::filesystem::path& folder, std::string_view ending);
 
   FileSystem& files_;
   const Clock& clock_;

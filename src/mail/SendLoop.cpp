@@ -125,15 +125,15 @@ bool SendLoop::SendPackedData() {
   log_.WriteLog(done, LogCategory::Mail);
   if (flags_.ShowMessages) prompt_.ShowMessage(done, MessageIcon::Information, "");
   display_.LetEventsRun();
-  bool marked = true;
+  bool whole = true;
   if (flags_.SendingPPC) {
-    packaging_.ClearPPCTemp();
+    whole = packaging_.ClearPPCTemp();
   } else {
-    marked = MarkSent();
+    whole = MarkSent();
     lists_.PendingFiles.clear();
   }
-  packaging_.DeleteZipFiles();
-  return marked;
+  whole = packaging_.DeleteZipFiles() && whole;
+  return whole && (flags_.SendingPPC || Forget());
 }
 
 bool SendLoop::SendMail() {
@@ -241,7 +241,7 @@ bool SendLoop::MarkSent() {
   lists_.Attachments.clear();
   try {
     AddEarlierSentTo(documents);
-    return Mark(documents) && Forget();
+    return Mark(documents);
   } catch (const FileError& error) {
     return Fail(error.what());
   }
@@ -294,11 +294,15 @@ void SendLoop::NoteSent() {
   }
 }
 
-/// Everything that was noted is marked.
+/// Everything that was noted is marked, and what it was packed into is gone.
 bool SendLoop::Forget() {
   unmarked_.clear();
-  journal_.Remove(ProcessFolder());
-  return true;
+  try {
+    journal_.Remove(ProcessFolder());
+    return true;
+  } catch (const FileError& error) {
+    return Fail(error.what());
+  }
 }
 
 bool SendLoop::FinishInterruptedSend() {
@@ -309,6 +313,7 @@ bool SendLoop::FinishInterruptedSend() {
     PathList documents;
     AddEarlierSentTo(documents);
     if (!Mark(documents)) return false;
+    if (!unmarked_.empty() && !packaging_.DeleteZipFiles()) return false;
     if (!documents.empty()) {
       // the log leaves out the first line of what it is told about mail
       log_.WriteLog(

@@ -118,6 +118,30 @@ TEST(SendJournal, WhatWasNotedIsMarkedAndNotSentAgainWhereverTheProgramIsKilled)
   std::cout << changes << " changes, killed at each; noted at " << noted << " of them\n";
 }
 
+TEST(SendJournal, StaysUntilTheZipOfWhatItNotedIsGone) {
+  std::size_t changes = 0;
+  {
+    WaitingSite site;
+    site.program.settings.UseZip = "True";
+    const std::size_t before = site.files.changes;
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+    changes = site.files.changes - before;
+  }
+  for (std::size_t n = 0; n < changes; ++n) {
+    WaitingSite site;
+    site.program.settings.UseZip = "True";
+    site.files.changesLeft = n;
+    EXPECT_THROW(site.program.sendLoop.SendQueuedFaultlogs(), test::Killed) << n;
+    NextRun next(site);
+    EXPECT_TRUE(next.program.sendLoop.FinishInterruptedSend()) << n;
+    EXPECT_TRUE(next.program.sendLoop.SendQueuedFaultlogs()) << n;
+    site.ExpectAllMarked(fmt::format("killed at {} of {}: ", n, changes));
+    for (const fs::directory_entry& file : fs::directory_iterator(site.Tree("Process"))) {
+      EXPECT_NE(file.path().extension(), ".zip") << "killed at " << n;
+    }
+  }
+}
+
 TEST(SendJournal, SaysWhatItMarked) {
   WaitingSite site;
   SendJournal(site.files)
