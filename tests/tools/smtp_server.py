@@ -71,13 +71,16 @@ class Server:
             self.tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             self.tls.load_cert_chain(options.cert, options.key)
 
+    def session(self, reader, writer):
+        return Session(self, reader, writer)
+
     def note(self, text):
         self.transcript.write(text + "\n")
 
     async def connected(self, reader, writer):
         self.note("-- connected")
         try:
-            await Session(self, reader, writer).run()
+            await self.session(reader, writer).run()
         except (ConnectionError, asyncio.IncompleteReadError, ssl.SSLError):
             pass
         self.note("-- closed")
