@@ -26,6 +26,19 @@ std::uint8_t BeginsCharacter(char c) {
   return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
 }
 
+/// How many bytes at the front of `text` are a character that shows as none but changes how others show: a
+/// control character, ASCII or beyond (U+0080 to U+009F), a separator of lines or a turn of the direction
+/// (U+2028 to U+202E, U+2066 to U+2069).
+std::size_t HiddenLength(std::string_view text) {
+  if (IsControl(text.front())) return 1;
+  const std::string_view two = text.substr(0, 2);
+  if (two >= "\xC2\x80" && two <= "\xC2\x9F") return two.size();
+  const std::string_view three = text.substr(0, 3);
+  const bool turns = (three >= "\xE2\x80\xA8" && three <= "\xE2\x80\xAE") ||
+                     (three >= "\xE2\x81\xA6" && three <= "\xE2\x81\xA9");
+  return turns ? three.size() : 0;
+}
+
 }  // namespace
 
 bool IsControl(char c) {
@@ -60,12 +73,12 @@ std::string_view Trimmed(std::string_view text, std::string_view blanks) {
 std::string Visible(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  for (const char c : text) {
-    if (IsControl(c)) {
+  while (!text.empty()) {
+    const std::size_t hidden = HiddenLength(text);
+    for (const char c : text.substr(0, hidden))
       result += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
-    } else {
-      result += c;
-    }
+    if (hidden == 0) result += text.front();
+    text.remove_prefix(std::max<std::size_t>(hidden, 1));
   }
   return result;
 }

@@ -24,7 +24,9 @@ bool EndsWithNoCase(std::string_view text, std::string_view ending);
 /// `text` without the characters of `blanks` at both of its ends.
 std::string_view Trimmed(std::string_view text, std::string_view blanks = " \t\r\n");
 
-/// `text` with every control character written as "\xNN", so that a hostile name cannot break a line.
+/// `text` with every byte of a control character written as "\xNN", so that a hostile name cannot break a
+/// line or be shown as another one. Control characters beyond ASCII, separators of lines and turns of the
+/// direction of writing count too.
 std::string Visible(std::string_view text);
 
 /// The ASCII letters and digits of `text`, in order.
