@@ -15,6 +15,14 @@ namespace {
 /// Well below the 50 ms after which a window lets events run: waits that end just before would double them.
 constexpr int LongestWaitMilliseconds = 20;
 constexpr std::size_t LongestLine = 65536;
+constexpr std::string_view CheckTheClock =
+    "check this computer's clock, or have the server's certificate renewed";
+constexpr std::string_view EnterItsName =
+    "enter the server under the name that its certificate bears, or have it checked";
+constexpr std::string_view TrustItself =
+    "if it is the right server, let Trusted certificates (TlsCaFile) name its certificate";
+constexpr std::string_view TrustItsAuthority =
+    "if it is the right server, let Trusted certificates (TlsCaFile) name that authority's certificate";
 
 std::string_view WithoutLineEnd(std::string_view line) {
   while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
@@ -49,7 +57,8 @@ SmtpConnection::SmtpConnection(const MailServer& server, const SmtpLimits& limit
              }),
       multi_(::curl_multi_init()),
       easy_(::curl_easy_init()),
-      lastProgress_(clock.Steady()) {
+      lastProgress_(clock.Steady()),
+      replyBegun_(lastProgress_) {
   if (!multi_ || !easy_) throw SmtpFault(CURLE_OUT_OF_MEMORY, "out of memory", false);
   SetUp();
   SetUpTls();
@@ -125,6 +134,7 @@ void SmtpConnection::Open() {
       break;
     }
     NoteProgress();
+    CheckDragging(limits_.wholeReply * timeout_);
     Wait(0, timeout_);
   }
   ::curl_easy_getinfo(easy_.get(), CURLINFO_ACTIVESOCKET, &socket_);
@@ -141,7 +151,7 @@ std::optional<CURLcode> SmtpConnection::Result() {
 }
 
 void SmtpConnection::NoteProgress() {
-  std::size_t steps = login_.LineCount();
+  std::size_t steps = login_.ReplyCount();
   for (const CURLINFO info :
        {CURLINFO_NAMELOOKUP_TIME_T, CURLINFO_CONNECT_TIME_T, CURLINFO_APPCONNECT_TIME_T}) {
     curl_off_t microseconds = 0;
@@ -153,7 +163,9 @@ void SmtpConnection::NoteProgress() {
       Set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::numeric_limits<std::int32_t>::max()));
     }
   }
-  if (steps != seenSteps_) Progress();
+  if (login_.LineCount() != seenLines_) Progress();
+  if (steps != seenSteps_) BeginReply();
+  seenLines_ = login_.LineCount();
   seenSteps_ = steps;
 }
 
@@ -188,10 +200,20 @@ void SmtpConnection::Send(std::string_view bytes) {
   }
 }
 
+/// A server that says a line now and then would never seem to stand still.
+void SmtpConnection::CheckDragging(Seconds limit) const {
+  if (handingOver_ && StopRequested()) limit = std::min(limit, limits_.wholeReply * timeout_);
+  if (clock_.Steady() - replyBegun_ < limit || lastProgress_ == replyBegun_) return;
+  throw SmtpFault(CURLE_OPERATION_TIMEDOUT,
+                  fmt::format("the server's answer was not whole after {} seconds", limit.count()));
+}
+
 SmtpReply SmtpConnection::AwaitReply(std::optional<Seconds> limit) {
+  BeginReply();
   for (;;) {
     if (std::optional<SmtpReply> reply = TakeReply()) return *reply;
     if (closed_) throw Broken();
+    CheckDragging(limit.value_or(limits_.wholeReply * timeout_));
     if (!Receive()) Wait(CURL_WAIT_POLLIN, limit.value_or(timeout_));
   }
 }
@@ -252,7 +274,11 @@ SmtpFault SmtpConnection::Broken() {
   while (!closed_ && input_.size() < LongestLine && Receive()) {
   }
   if (const std::optional<SmtpReply> reply = TakeReply()) return {CURLE_SEND_ERROR, reply->text};
-  return {CURLE_RECV_ERROR, fmt::format("the connection to {} broke off", server_.server)};
+  return Gone(CURLE_RECV_ERROR);
+}
+
+SmtpFault SmtpConnection::Gone(CURLcode code) const {
+  return {code, fmt::format("the connection to {} broke off", server_.server)};
 }
 
 SmtpFault SmtpConnection::Silence(Seconds limit) const {
@@ -280,19 +306,32 @@ SmtpFault SmtpConnection::FaultOf(CURLcode code) const {
       return {code, CertificateFault()};
     case CURLE_SSL_CACERT_BADFILE:
       return {code, "the file of trusted certificates cannot be read: " + Visible(server_.tlsCaFile), false};
+    case CURLE_SSL_CONNECT_ERROR:
+      return {code, fmt::format("no encryption came about with {} ({})", server_.server,
+                                Visible(Trimmed(WellFormedUtf8(detail_.data()))))};
     case CURLE_USE_SSL_FAILED:
       return {code, "the server offers no encryption, and the settings demand it"};
     case CURLE_LOGIN_DENIED:
       if (login_.HasBegunLogin()) return {code, reply.text, reply.code / 100 != 5};
       return {code, "the server offers no way of logging in with user name and password", false};
     default:
-      break;
+      return OtherFaultOf(code);
   }
+}
+
+/// What the number alone does not tell.
+SmtpFault SmtpConnection::OtherFaultOf(CURLcode code) const {
+  if (code == CURLE_WEIRD_SERVER_REPLY && login_.HasConsentedToTls()) {
+    return {code,
+            "the server went on unencrypted after it had agreed to encryption; somebody may be in between"};
+  }
+  const SmtpReply& reply = login_.LastReply();
   if (reply.code >= 400) return {code, reply.text};
   const std::string_view words = detail_.front() == '\0' ? ::curl_easy_strerror(code) : detail_.data();
-  const std::string detail = Visible(WellFormedUtf8(words));
+  // libcurl's own bound on what a server says before it is logged in to.
+  if (words.starts_with("Too large response")) return {code, "the server's answer has no end"};
   const bool broken = code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR || code == CURLE_GOT_NOTHING;
-  return {code, broken ? fmt::format("the connection to {} broke off ({})", server_.server, detail) : detail};
+  return broken ? Gone(code) : SmtpFault(code, Visible(WellFormedUtf8(words)));
 }
 
 std::string SmtpConnection::CertificateFault() const {
@@ -300,13 +339,21 @@ std::string SmtpConnection::CertificateFault() const {
   constexpr long unspecified = 1;  // also where libcurl stops at the name, before it looks at the rest
   constexpr long notYetValid = 9;
   constexpr long expired = 10;
+  constexpr long selfSigned = 18;
+  constexpr std::array unknownAuthority{2L, 7L, 19L, 20L, 21L};  // also one that only bears a known name
   long result = unspecified;
   ::curl_easy_getinfo(easy_.get(), CURLINFO_SSL_VERIFYRESULT, &result);
-  const std::string subject = fmt::format("the certificate of {}", server_.server);
-  if (result == expired) return subject + " has expired";
-  if (result == notYetValid) return subject + " is not valid yet";
-  if (result <= unspecified) return subject + " is for another name";
-  return fmt::format("{} is not trusted ({})", subject, Visible(WellFormedUtf8(detail_.data())));
+  const auto fault = [this](std::string_view what, std::string_view whatToDo) {
+    return fmt::format("the certificate of {} {}; {}", server_.server, what, whatToDo);
+  };
+  if (result == expired) return fault("has expired", CheckTheClock);
+  if (result == notYetValid) return fault("is not valid yet", CheckTheClock);
+  if (result <= unspecified) return fault("is for another name", EnterItsName);
+  if (result == selfSigned) return fault("is signed by itself alone", TrustItself);
+  if (std::find(unknownAuthority.begin(), unknownAuthority.end(), result) != unknownAuthority.end())
+    return fault("is signed by an authority that is not trusted here", TrustItsAuthority);
+  return fault(fmt::format("is not trusted ({})", Visible(WellFormedUtf8(detail_.data()))),
+               TrustItsAuthority);
 }
 
 }  // namespace fieldpost

@@ -23,6 +23,7 @@ namespace fieldpost {
 struct SmtpLimits {
   std::chrono::seconds finalAnswer{600};  ///< for the answer to the end of the data (RFC 5321, 4.5.3.2.6)
   std::chrono::seconds farewell{2};       ///< for the answer to QUIT
+  std::int32_t wholeReply = 3;            ///< time-outs in which any other reply must have come whole
   std::int32_t implicitTlsPort = ImplicitTlsPort;
   std::function<bool(const std::string&)> isThisMachine = IsThisMachine;
 };
@@ -54,7 +55,8 @@ class SmtpConnection {
   /// Sends all of `bytes`.
   void Send(std::string_view bytes);
 
-  /// The next reply. Throws when none comes for `limit`, or for the settings' time-out when there is none.
+  /// The next reply. Throws when it does not come within `limit`; when there is none, when nothing comes for
+  /// the settings' time-out, or not the whole reply for a few times that.
   SmtpReply AwaitReply(std::optional<std::chrono::seconds> limit = std::nullopt);
 
   /// Throws when the server has said something that it was not asked for.
@@ -81,6 +83,8 @@ class SmtpConnection {
   [[nodiscard]] std::optional<CURLcode> Result();
   void NoteProgress();
   void Progress() { lastProgress_ = clock_.Steady(); }
+  void BeginReply() { replyBegun_ = lastProgress_ = clock_.Steady(); }
+  void CheckDragging(Seconds limit) const;
   void Wait(short events, Seconds limit);
   void TakeTurn();
   [[nodiscard]] bool StopRequested() const { return display_.StopRequested(); }
@@ -88,7 +92,9 @@ class SmtpConnection {
   std::optional<std::string> TakeLine();
   std::optional<SmtpReply> TakeReply();
   [[nodiscard]] SmtpFault Broken();
+  [[nodiscard]] SmtpFault Gone(CURLcode code) const;
   [[nodiscard]] SmtpFault FaultOf(CURLcode code) const;
+  [[nodiscard]] SmtpFault OtherFaultOf(CURLcode code) const;
   [[nodiscard]] SmtpFault Silence(Seconds limit) const;
   [[nodiscard]] std::string CertificateFault() const;
 
@@ -104,6 +110,8 @@ class SmtpConnection {
   std::unique_ptr<CURL, CleanEasy> easy_;
   curl_socket_t socket_ = CURL_SOCKET_BAD;
   std::chrono::steady_clock::time_point lastProgress_;
+  std::chrono::steady_clock::time_point replyBegun_;
+  std::size_t seenLines_ = 0;
   std::size_t seenSteps_ = 0;
   std::string input_;
   bool closed_ = false;

@@ -48,7 +48,9 @@ void SmtpLogin::Check(std::string_view line) {
   ++lineCount_;
   const bool complete = replies_.Add(line);
   if (stage_ == Stage::Ehlo && line.size() > 4) NoteExtension(line.substr(4));
-  if (complete) CheckReply(replies_.Last());
+  if (!complete) return;
+  ++replyCount_;
+  CheckReply(replies_.Last());
 }
 
 void SmtpLogin::NoteExtension(std::string_view line) {

@@ -33,6 +33,12 @@ class SmtpLogin {
   /// How many lines have come.
   [[nodiscard]] std::size_t LineCount() const { return lineCount_; }
 
+  /// How many whole replies have come.
+  [[nodiscard]] std::size_t ReplyCount() const { return replyCount_; }
+
+  /// Whether the server has agreed to encryption, and nothing was said to it since.
+  [[nodiscard]] bool HasConsentedToTls() const { return stage_ == Stage::StartTls && encrypted_; }
+
   /// Whether a login was begun.
   [[nodiscard]] bool HasBegunLogin() const { return stage_ == Stage::Auth; }
 
@@ -56,6 +62,7 @@ class SmtpLogin {
   bool offersLogin_ = false;
   bool offersSize_ = false;
   std::size_t lineCount_ = 0;
+  std::size_t replyCount_ = 0;
   SmtpReplyReader replies_;
   std::optional<SmtpFault> fault_;
 };

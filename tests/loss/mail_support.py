@@ -2,9 +2,11 @@
 
 import argparse
 import asyncio
+import base64
 import dataclasses
 import email
 import itertools
+import logging
 import pathlib
 import re
 import socket
@@ -20,6 +22,12 @@ from support import SENDER, Site
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tools"))
 import smtp_server  # noqa: E402
 
+logging.getLogger("asyncio").setLevel(logging.ERROR)
+USER, PASSWORD = "collector", "Kn0rke-7391 Wort"
+LOGIN = f"{USER}:{PASSWORD}"
+# The password as it is written in settings, as it is asked for, and as it goes with a login.
+SECRETS = [PASSWORD.encode(), base64.b64encode(PASSWORD.encode()).rstrip(b"="),
+           base64.b64encode(f"\0{USER}\0{PASSWORD}".encode()).rstrip(b"=")]
 # A connection with this SO_LINGER is reset when it is closed.
 RESET = struct.pack("ii", 1, 0)
 
@@ -43,12 +51,15 @@ class Certificates:
                      "-addext", "basicConstraints=critical,CA:TRUE")
 
     def make(self, name, names="IP:127.0.0.1", signer="authority", moment=None):
-        """Makes NAME.pem and NAME.key for `names`, valid for two days from `moment` on, or from now."""
+        """Makes NAME.pem and NAME.key for `names`, valid for two days from `moment` on, or from now.
+
+        signer: an authority; None for one that signs itself.
+        """
         (self.folder / f"{name}.names").write_text(f"subjectAltName={names}\n")
         self.openssl("req", *self.new_key(name), "-subj", f"/CN={name}", "-out", f"{name}.csr")
-        self.openssl("x509", "-req", "-in", f"{name}.csr", "-CA", f"{signer}.pem", "-CAkey", f"{signer}.key",
-                     "-set_serial", "7", "-days", "2", "-extfile", f"{name}.names", "-out", f"{name}.pem",
-                     moment=moment)
+        by = ("-signkey", f"{name}.key") if signer is None else ("-CA", f"{signer}.pem", "-CAkey", f"{signer}.key")
+        self.openssl("x509", "-req", "-in", f"{name}.csr", *by, "-set_serial", "7", "-days", "2", "-extfile",
+                     f"{name}.names", "-out", f"{name}.pem", moment=moment)
 
     @staticmethod
     def new_key(name):
@@ -64,15 +75,23 @@ class ServerThread:
     """A thread on which any number of servers listen."""
 
     def __init__(self):
+        self.sessions = {}
         self.loop = asyncio.new_event_loop()
         self.loop.set_exception_handler(lambda *_: None)
         self.thread = threading.Thread(target=self.loop.run_forever, daemon=True)
         self.thread.start()
 
-    def listen(self, server, limit=4 * smtp_server.PIECE, **how):
+    def listen(self, server, **how):
         """Lets a server listen on a free port of this machine; returns the port."""
+        sessions = self.sessions[server] = []
+
+        async def connected(reader, writer):
+            sessions.append((asyncio.current_task(), writer))
+            await server.connected(reader, writer)
+
         async def listen():
-            server.listener = await asyncio.start_server(server.connected, "127.0.0.1", 0, limit=limit, **how)
+            server.listener = await asyncio.start_server(connected, "127.0.0.1", 0, limit=4 * smtp_server.PIECE,
+                                                         **how)
             return server.listener.sockets[0].getsockname()[1]
         return asyncio.run_coroutine_threadsafe(listen(), self.loop).result(30)
 
@@ -80,9 +99,8 @@ class ServerThread:
         """Ends a server with all its sessions."""
         def close():
             server.listener.close()
-            for writer in server.writers:
+            for task, writer in self.sessions.pop(server):
                 writer.transport.abort()
-            for task in server.tasks:
                 task.cancel()
         self.loop.call_soon_threadsafe(close)
 
@@ -103,6 +121,14 @@ class MailSite(Site):
         self.set_options(SMTPServer="127.0.0.1", SMTPPort=str(port), SenderAddress=SENDER, PartnerID="4711",
                          NumAttachments="4", UseZip="False", TryCount="1", Timeout="10")
         self.set_options(**options)
+
+
+def secrets_in(site):
+    """Where the password is to be found but should not: names of files of the site, and what the program printed."""
+    found = [str(path) for path in site.root.rglob("*") if path.is_file() and path.name != "Options.ini"
+             and any(secret in path.read_bytes() for secret in SECRETS)]
+    printed = site.printed.encode("utf-8", "surrogateescape")
+    return found + (["printed"] if any(secret in printed for secret in SECRETS) else [])
 
 
 def run_through_time(site, *switches, begin, step=700):
@@ -178,17 +204,9 @@ class SteppedServer(smtp_server.Server):
         self.steps = []
         self.struck = threading.Event()
         self.kept = []
-        self.writers = []
-        self.tasks = []
-        self.listener = None
 
     def note(self, text):
         pass
-
-    async def connected(self, reader, writer):
-        self.tasks.append(asyncio.current_task())
-        self.writers.append(writer)
-        await super().connected(reader, writer)
 
     def session(self, reader, writer):
         return SteppedSession(self, reader, writer)

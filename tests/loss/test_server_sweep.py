@@ -14,10 +14,10 @@ import sys
 import time
 import unittest
 
-from mail_support import Certificates, Fault, MailLossTest, MailSite, SteppedServer, run_through_time
+from mail_support import (LOGIN, PASSWORD, USER, Certificates, Fault, MailLossTest, MailSite, SteppedServer,
+                          run_through_time, secrets_in)
 from support import Entry, entries_of, mode_of
 
-AUTH = "user:pass word"
 PIECE = 64 * 1024
 
 
@@ -75,11 +75,11 @@ class ServerSweep(MailLossTest):
         self.tls = self.certificates.context("server")
 
     def server_for(self, kind, fault=None):
-        return SteppedServer(fault, tls=self.tls if kind.tls else None, auth=AUTH if kind.auth else None,
+        return SteppedServer(fault, tls=self.tls if kind.tls else None, auth=LOGIN if kind.auth else None,
                              piece=PIECE if kind.size else 0)
 
     def site_for(self, kind, name, port):
-        user, password = AUTH.split(":") if kind.auth else ("", "")
+        user, password = (USER, PASSWORD) if kind.auth else ("", "")
         site = MailSite(self.folder / name, port, NumAttachments="0", TryCount=str(kind.tries), Timeout="1",
                         MailUserName=user, MailPassword=password,
                         TlsCaFile=self.certificates.path("authority.pem"))
@@ -170,6 +170,7 @@ def check_case(kind, step, fault, server, site):
     if status != (0 if whole else 1) or modes != {"Sent" if whole else "Not Sent"}:
         yield f"exit status {status}, documents {modes}, {sum(mail.answered for mail in kept)} mails answered"
     yield from faults_of_log(log, kept, whole)
+    yield from (f"the password is in {place}" for place in secrets_in(site))
     site.set_options(Timeout="10")
     if site.run("-fs") != 0:
         yield f"the second run failed: {site.log()}"

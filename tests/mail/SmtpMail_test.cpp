@@ -98,7 +98,11 @@ INSTANTIATE_TEST_SUITE_P(
         Misbehaviour{"silent", "Error: 28 no answer from the server for 1 second", 3},
         Misbehaviour{"stall-at-hello", "no answer from the server for 1 second", 3},
         Misbehaviour{"garbage-greeting", "no answer of a mail server: hello there", 3},
-        Misbehaviour{"endless-hello", "broke off (", 3},
+        Misbehaviour{"endless-hello", "the server's answer has no end", 3},
+        Misbehaviour{"close-at-once", "Error: 56 the connection to 127.0.0.1 broke off", 3},
+        Misbehaviour{"tls-closed", "Error: 35 no encryption came about with 127.0.0.1 (", 3},
+        Misbehaviour{"tls-garbage", "Error: 35 no encryption came about with 127.0.0.1 (", 3},
+        Misbehaviour{"tls-injected", "the server went on unencrypted after it had agreed to encryption", 3},
         Misbehaviour{"refuse-sender", "Error: 55 550 5.7.1 not you", 1},
         Misbehaviour{"refuse-recipient", "550 5.1.1 nobody of that name", 1},
         Misbehaviour{"garbage-answer", "no answer of a mail server: certainly, sir", 1},
@@ -109,6 +113,22 @@ INSTANTIATE_TEST_SUITE_P(
         Misbehaviour{"stall-at-end", "no answer from the server for 1 second; the mail may", 1, true},
         Misbehaviour{"hang-up-at-end", "broke off; the mail may", 1, true}),
     [](const auto& given) { return Replaced(given.param.mode, "-", "_"); });
+
+class SmtpDraggingTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SmtpDraggingTest, AnAnswerIsAwaitedAsAWhole) {
+  const SmtpServer sink({"--mode", GetParam(), "--delay", "0.3"});
+  limits.wholeReply = 2;
+  limits.finalAnswer = seconds(2);
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, HasSubstr("Error: 28 the server's answer was not whole after 2 seconds"));
+  EXPECT_LT(duration, seconds(4));
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, SmtpDraggingTest,
+                         testing::Values("drip-lines-greeting", "drip-lines-hello", "drip-lines",
+                                         "drip-lines-at-end"),
+                         [](const auto& given) { return Replaced(given.param, "-", "_"); });
 
 TEST_F(SmtpMailTest, AnAnswerInTheMiddleOfTheDataIsAFailure) {
   const SmtpServer sink({"--mode", "answer-in-data"});

@@ -42,12 +42,42 @@ MODE is one of:
     endless-line        answers MAIL with a line that has no end
     endless-reply       answers MAIL with a reply that has no end
     endless-hello       answers EHLO with a line that has no end
+    endless-hello-reply answers EHLO with a reply that has no end
+    endless-greeting    greets with a line that has no end
+    endless-challenge   asks on and on in a login
+    endless-at-end      answers to the end of the data with a line that has no end
+    endless-reply-at-end  answers to the end of the data with a reply that has no end
+    drip-greeting       greets with one byte in --delay seconds
+    drip-lines-greeting greets with one line in --delay seconds, and on and on
+    drip-lines-hello    answers EHLO with one line in --delay seconds, and on and on
+    drip-lines          answers MAIL with one line in --delay seconds, and on and on
+    drip-answer         answers MAIL with one byte in --delay seconds
+    drip-at-end         answers to the end of the data with one byte in --delay seconds
+    drip-lines-at-end   answers to the end of the data with one line in --delay seconds, and on and on
+    drip-data           takes one byte of the data in --delay seconds
+    nul-greeting        greets with a line that begins with NULs
+    nul-answer          refuses MAIL in a line with NULs
+    eight-bit           refuses MAIL in a line with bytes that are no UTF-8
+    colours             refuses MAIL in a line that would colour a terminal and ring its bell
+    colours-8-bit       the same by the controls beyond ASCII, which turn the text round and break the line too
+    negative-code       answers MAIL with -250
+    huge-code           answers MAIL with a code of forty digits
+    code-999            answers MAIL with 999
+    code-000            answers MAIL with 000
+    two-codes           answers MAIL with a reply whose first line says 250 and whose last says 550
+    bare-cr             ends its answer to MAIL with CR alone
+    out-of-turn         answers MAIL with all its answers up to that to the data
+    close-at-once       closes before it greets
+    tls-closed          agrees to STARTTLS and closes
+    tls-garbage         agrees to STARTTLS and answers the handshake with what is no TLS, on and on
+    tls-injected        agrees to STARTTLS and says a line more before the handshake
 "--fail-mail K" answers 451 to the end of the data of the K-th mail, whatever the mode.
 """
 
 import argparse
 import asyncio
 import base64
+import itertools
 import os
 import pathlib
 import socket
@@ -56,6 +86,17 @@ import struct
 import sys
 
 PIECE = 64 * 1024
+ENDLESS_REPLY = b"250-and so on\r\n" * 1000
+ODD_ANSWERS = {"nul-answer": ["550 5.7.1 not\0\0you"],
+               "eight-bit": ["550 5.7.1 \xff\xfe nicht f\xfcr Sie"],
+               "colours": ["550 5.7.1 \x1b[31mnot\x07 you\x1b]0;x\x07\x9b31m"],
+               "colours-8-bit": ["550 5.7.1 \u009b31mnot you\u202ecod\u2028".encode().decode("latin-1")],
+               "negative-code": ["-250 sender ok"],
+               "huge-code": ["250" * 13 + "2 sender ok"],
+               "code-999": ["999 sender ok"],
+               "code-000": ["000 sender ok"],
+               "two-codes": ["250-sender", "550 not ok"],
+               "out-of-turn": ["250 sender ok", "250 recipient ok", "354 go on", "250 taken"]}
 
 
 class Server:
@@ -122,6 +163,12 @@ class Session:
             self.writer.write(piece)
             await self.writer.drain()
 
+    async def drip(self, pieces):
+        for piece in pieces:
+            self.writer.write(piece)
+            await self.writer.drain()
+            await asyncio.sleep(self.delay)
+
     async def run(self):
         if not await self.greet():
             return
@@ -142,22 +189,31 @@ class Session:
             return False
         if self.mode == "silent":
             await self.stall()
-        await self.say("hello there" if self.mode == "garbage-greeting" else "220 test.example ready")
+        if self.mode == "close-at-once":
+            return False
+        if self.mode == "endless-greeting":
+            await self.flood(b"2" * PIECE)
+        if self.mode in ("drip-greeting", "drip-lines-greeting"):
+            await self.drip(itertools.repeat(b"2" if self.mode == "drip-greeting" else b"220-wait\r\n"))
+        odd = {"garbage-greeting": "hello there", "nul-greeting": "\x00\x00\x00" "220 test.example ready"}
+        await self.say(odd.get(self.mode, "220 test.example ready"))
         return True
 
     async def do_ehlo(self, _):
         if self.mode == "stall-at-hello":
             await self.stall()
-        if self.mode == "endless-hello":
-            await self.flood(b"x" * PIECE)
+        if self.mode in ("endless-hello", "endless-hello-reply"):
+            await self.flood(b"x" * PIECE if self.mode == "endless-hello" else ENDLESS_REPLY)
+        if self.mode == "drip-lines-hello":
+            await self.drip(itertools.repeat(b"250-wait\r\n"))
         if self.mode == "hello-refused":
             await self.say("502 not here")
             return
         lines = ["test.example", "SIZE 100000000", "8BITMIME"]
         offers_tls = self.server.options.tls == "starttls" and not self.encrypted
-        if offers_tls or self.mode == "starttls-refused":
+        if offers_tls or self.mode.startswith(("starttls-refused", "tls-")):
             lines.append("STARTTLS")
-        if not offers_tls and (self.server.options.auth or self.mode == "auth-without-ask"):
+        if not offers_tls and (self.server.options.auth or self.mode in ("auth-without-ask", "endless-challenge")):
             lines.append("AUTH GSSAPI PLAIN LOGIN")
         for text in lines[:-1]:
             await self.say("250-" + text)
@@ -172,7 +228,16 @@ class Session:
         if self.mode == "starttls-refused":
             await self.say("454 TLS not available")
             return
+        if self.mode == "tls-injected":
+            # In one piece, so that the client has both before it begins the handshake.
+            self.writer.write(b"220 go ahead\r\n250 injected\r\n")
+            return
         await self.say("220 go ahead")
+        if self.mode == "tls-closed":
+            raise ConnectionError
+        if self.mode == "tls-garbage":
+            await self.reader.read(PIECE)
+            await self.flood(b"220 go ahead\r\n" * 1000)
         await self.writer.start_tls(self.server.tls)
         self.encrypted = True
         self.server.note("-- tls")
@@ -182,6 +247,8 @@ class Session:
         return await self.line()
 
     async def do_auth(self, line):
+        while self.mode == "endless-challenge":
+            await self.ask("and?")
         words = line.split(" ")
         if words[1].upper() == "PLAIN":
             sent = words[2] if len(words) > 2 else await self.ask("")
@@ -204,10 +271,14 @@ class Session:
     async def do_mail(self, _):
         if self.mode == "garbage-answer":
             await self.say("certainly, sir")
-        elif self.mode == "endless-line":
-            await self.flood(b"2" * PIECE)
-        elif self.mode == "endless-reply":
-            await self.flood(b"250-and so on\r\n" * 1000)
+        elif self.mode in ("endless-line", "endless-reply"):
+            await self.flood(b"2" * PIECE if self.mode == "endless-line" else ENDLESS_REPLY)
+        elif self.mode in ("drip-answer", "drip-lines"):
+            await self.drip(itertools.repeat(b"2" if self.mode == "drip-answer" else b"250-wait\r\n"))
+        elif self.mode == "bare-cr":
+            self.writer.write(b"250 2.1.0 sender ok\r")
+        elif self.mode in ODD_ANSWERS:
+            await self.say(*ODD_ANSWERS[self.mode])
         elif self.mode == "refuse-sender":
             await self.say("550 5.7.1 not you")
         elif not self.logged_in:
@@ -228,6 +299,13 @@ class Session:
                 await self.say("552 5.3.4 that is too much")
             self.open = False
             return
+        if self.mode == "drip-data":
+            self.writer.transport.pause_reading()
+            raw = self.writer.get_extra_info("socket").dup()
+            raw.setblocking(False)
+            while True:
+                await asyncio.get_running_loop().sock_recv(raw, 1)
+                await asyncio.sleep(self.delay)
         data = await self.data()
         self.server.note("C: (%d bytes of data)" % len(data))
         await self.end_of_data(data)
@@ -249,6 +327,10 @@ class Session:
             await self.stall()
         if self.mode == "late-at-end":
             await asyncio.sleep(self.delay)
+        if self.mode in ("endless-at-end", "endless-reply-at-end"):
+            await self.flood(b"2" * PIECE if self.mode == "endless-at-end" else ENDLESS_REPLY)
+        if self.mode in ("drip-at-end", "drip-lines-at-end"):
+            await self.drip(itertools.repeat(b"2" if self.mode == "drip-at-end" else b"250-wait\r\n"))
         if self.mode == "hang-up-at-end":
             self.open = False
         elif self.mode == "refuse-data":
@@ -280,7 +362,7 @@ class Session:
         self.open = False
 
 
-def parse():
+def parse(arguments=None):
     parser = argparse.ArgumentParser()
     parser.add_argument("--folder", required=True)
     parser.add_argument("--port", type=int, default=0)
@@ -291,7 +373,7 @@ def parse():
     parser.add_argument("--cert")
     parser.add_argument("--key")
     parser.add_argument("--delay", type=float, default=0.0)
-    options = parser.parse_args()
+    options = parser.parse_args(arguments)
     if options.mode not in __doc__.replace("(default)", "").split():
         parser.error("unknown mode " + options.mode)
     return options
