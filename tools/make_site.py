@@ -141,7 +141,7 @@ class Site:
         self.options.update(changed)
         lines = [f"{key}={value}\n" for key, value in self.options.items() if value is not None]
         path = self.home / "Options.ini"
-        path.write_text("[Mail Options]\n" + "".join(lines), encoding="utf-8")
+        path.write_bytes(("[Mail Options]\n" + "".join(lines)).encode("utf-8", "surrogateescape"))
         path.chmod(0o600)
 
     def environment(self):

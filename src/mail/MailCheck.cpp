@@ -36,6 +36,19 @@ std::string FaultOf(const Checked& checked) {
                      Visible(WellFormedUtf8(checked.text)));
 }
 
+/// Whether an address can stand in a header as it is: quotes, comments and groups would give it another
+/// meaning there. A name alone belongs to the server's own machine.
+bool IsAddress(std::string_view address) {
+  const std::size_t at = address.find('@');
+  const std::string_view local = address.substr(0, at);
+  std::string_view domain = at == std::string_view::npos ? "localhost" : address.substr(at + 1);
+  const bool literal = domain.starts_with('[') && domain.ends_with(']');
+  if (literal) domain = domain.substr(1, domain.size() - 2);
+  constexpr std::string_view special = "()\":\\@[]";
+  return !local.empty() && !domain.empty() && local.find_first_of(special) == std::string_view::npos &&
+         domain.find_first_of(literal ? "()\"\\@[]" : special) == std::string_view::npos;
+}
+
 bool IsNameChar(char c) {
   return !LettersAndDigits({&c, 1}).empty() || c == '-' || c == '.' || c == '_';
 }
@@ -94,6 +107,8 @@ std::string CheckMail(const MailServer& server, const Mail& mail) {
     const Checked hostName{"the announced host name", server.hostName, LongestName, brackets};
     if (std::string fault = FaultOf(hostName); !fault.empty()) return fault;
   }
+  if (!IsAddress(mail.sender)) return "the sender's address is none: " + mail.sender;
+  if (!IsAddress(mail.recipient)) return "the recipient's address is none: " + mail.recipient;
   if (!IsServerName(server.server)) return "this is no name of a mail server: " + server.server;
   if (server.port < 1 || server.port > 65535) return fmt::format("this is no port: {}", server.port);
   return {};

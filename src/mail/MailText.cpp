@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t LongestHeaderLine = 78;
 constexpr std::size_t LongestEncodedLine = 76;     // RFC 2047, section 2; RFC 2045, section 6.7
 constexpr std::size_t LongestTransportLine = 998;  // RFC 5322, section 2.1.1
+constexpr std::string_view EncodedWordBegin = "=?";
 constexpr std::string_view Replacement = "\xEF\xBF\xBD";
 
 unsigned char ByteOf(char c) {
@@ -62,7 +63,8 @@ std::vector<std::string_view> Foldable(std::string_view text) {
 /// Whether a text can stand in a header as it is.
 bool NeedsNoEncoding(std::string_view name, const std::vector<std::string_view>& pieces) {
   const auto isPlain = [](std::string_view piece) {
-    return piece.size() <= LongestHeaderLine && IsAscii(piece) && piece.find("=?") == std::string_view::npos;
+    return piece.size() <= LongestHeaderLine && IsAscii(piece) &&
+           piece.find(EncodedWordBegin) == std::string_view::npos;
   };
   const bool firstFits = pieces.empty() || name.size() + 2 + pieces.front().size() <= LongestHeaderLine;
   return firstFits && std::all_of(pieces.begin(), pieces.end(), isPlain);
@@ -109,19 +111,29 @@ bool IsAttributeChar(char c) {
          std::string_view("-._~").find(c) != std::string_view::npos;
 }
 
-/// A parameter in sections (RFC 2231, sections 3 and 4).
+/// A character as it stands in a parameter in sections.
+std::string PercentEncoded(std::string_view character) {
+  if (IsAttributeChar(character.front())) return std::string(character);
+  std::string result;
+  for (const char c : character) result += fmt::format("%{:02X}", ByteOf(c));
+  return result;
+}
+
+/// A parameter in sections (RFC 2231, sections 3 and 4). No character is cut in two, because some readers
+/// take each section for itself.
 std::string InSections(std::string_view parameter, std::string_view name) {
   std::string result;
   std::size_t section = 0;
   std::string line = fmt::format(" {}*0*=UTF-8''", parameter);
-  for (std::size_t at = 0; at < name.size(); ++at) {
-    const std::string piece =
-        IsAttributeChar(name[at]) ? std::string(1, name[at]) : fmt::format("%{:02X}", ByteOf(name[at]));
+  while (!name.empty()) {
+    const std::size_t length = std::max<std::size_t>(CharacterLength(name), 1);
+    const std::string piece = PercentEncoded(name.substr(0, length));
     if (line.size() + piece.size() + 1 > LongestHeaderLine) {
       result.append(";\r\n").append(line);
       line = fmt::format(" {}*{}*=", parameter, ++section);
     }
     line += piece;
+    name.remove_prefix(length);
   }
   return result.append(";\r\n").append(line);
 }
@@ -173,7 +185,9 @@ std::string TravelName(const std::filesystem::path& file) {
   return WithoutControls(WellFormedUtf8(Utf8FromPath(file.filename())), '_');
 }
 
-std::string QuotedName(std::string_view name) {
+std::string QuotedName(std::string_view given) {
+  const std::string withoutWords = Replaced(given, EncodedWordBegin, "=_");
+  std::string_view name = withoutWords;
   std::string result = "\"";
   while (!name.empty()) {
     const std::size_t length = std::max<std::size_t>(CharacterLength(name), 1);
@@ -185,7 +199,8 @@ std::string QuotedName(std::string_view name) {
 }
 
 std::string NameParameter(std::string_view parameter, std::string_view name) {
-  if (!IsAscii(name)) return InSections(parameter, name);
+  const bool looksEncoded = name.find(EncodedWordBegin) != std::string_view::npos;
+  if (looksEncoded || !IsAscii(name)) return InSections(parameter, name);
   return fmt::format(";\r\n {}={}", parameter, QuotedName(name));
 }
 

@@ -20,13 +20,13 @@ std::string HeaderField(std::string_view name, std::string_view text);
 /// characters replaced by "_".
 std::string TravelName(const std::filesystem::path& file);
 
-/// A file name as a quoted-string (RFC 2045, section 5.1), quotes included. Every character beyond ASCII
-/// becomes "_".
-std::string QuotedName(std::string_view name);
+/// A file name as a quoted-string (RFC 2045, section 5.1), quotes included. Every character beyond ASCII, and
+/// what would make it look like an encoded word, becomes "_".
+std::string QuotedName(std::string_view given);
 
 /// A MIME parameter that carries a file name, as continuation lines of a header: each begins with "; ", the
-/// line end and a blank. An ASCII name is one quoted-string; any other is written as RFC 2231 says, in as
-/// many sections as lines of 78 bytes need.
+/// line end and a blank. An ASCII name that does not look like an encoded word is one quoted-string; any
+/// other is written as RFC 2231 says, in as many sections as lines of 78 bytes need.
 std::string NameParameter(std::string_view parameter, std::string_view name);
 
 /// `text` with every line ended by CR LF, whatever ended it before. The last line gets no end that it had

@@ -36,9 +36,11 @@ TlsMode TlsModeFrom(std::string_view setting) {
 std::string DomainOf(std::string_view address) {
   std::string domain;
   for (const char c : address.substr(address.find('@') + 1)) {
-    if (c == '.' || c == '-' || !LettersAndDigits({&c, 1}).empty()) domain += c;
+    if (c == '.' || c == '-' || c == '_' || !LettersAndDigits({&c, 1}).empty()) domain += c;
   }
-  return domain.empty() ? "fieldpost.invalid" : domain;
+  const bool whole = !domain.starts_with('.') && !domain.ends_with('.') &&
+                     domain.find("..") == std::string::npos && !domain.empty();
+  return whole ? domain : "fieldpost.invalid";
 }
 
 }  // namespace

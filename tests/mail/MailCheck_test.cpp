@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <utility>
+
 namespace fieldpost::test {
 namespace {
 
@@ -79,6 +82,34 @@ TEST(CheckMailTest, SaysWhatIsWrong) {
     mail.recipient = "a@b.example";
     mail.messageId = "<1@b.example>";
     EXPECT_EQ(CheckMail(server, mail), given.expected) << given.server;
+  }
+}
+
+TEST(CheckMailTest, RefusesAddressesThatAHeaderWouldReadOtherwise) {
+  MailServer server;
+  server.server = "mail.example";
+  for (const char* address :
+       {"a(b)@x.example", "\"a\"@x.example", "a:b@x.example", "a@b@x.example", "@x.example", "a@",
+        "a\\b@x.example", "a@[10.0.0.1", "a@[]", "[a]@x.example", "a@x[1]"}) {
+    Mail mail;
+    mail.messageId = "<1@x>";
+    mail.sender = mail.recipient = "a@x";
+    mail.sender = address;
+    EXPECT_EQ(CheckMail(server, mail), std::string("the sender's address is none: ") + address);
+    std::swap(mail.sender, mail.recipient);
+    EXPECT_EQ(CheckMail(server, mail), std::string("the recipient's address is none: ") + address);
+  }
+}
+
+TEST(CheckMailTest, LetsUnusualAddressesPass) {
+  MailServer server;
+  server.server = "mail.example";
+  for (const char* address :
+       {"root", "a@b", "a@[IPv6:::1]", "!#$%&'*+-/=?^_`{|}~@x.example", "a@x.example."}) {
+    Mail mail;
+    mail.messageId = "<1@x>";
+    mail.sender = mail.recipient = address;
+    EXPECT_EQ(CheckMail(server, mail), "");
   }
 }
 

@@ -82,6 +82,26 @@ TEST_F(MimeMessageTest, AttachmentsFollowTheBody) {
   EXPECT_THAT(text, EndsWith("--\r\n"));
 }
 
+TEST_F(MimeMessageTest, ANameThatAReaderWouldChangeIsWrittenInSections) {
+  mail.attachments = {folder.Write("=?UTF-8?B?YQ==?=.xml", "a"), folder.Write(" b.xml", "b")};
+  const std::string text = Text();
+  EXPECT_THAT(text, HasSubstr("\r\n name=\"=_UTF-8?B?YQ==?=.xml\"\r\n"));
+  EXPECT_THAT(text, HasSubstr("attachment;\r\n filename*0*=UTF-8''%3D%3FUTF-8%3FB%3FYQ%3D%3D%3F%3D.xml\r\n"));
+  EXPECT_THAT(text, HasSubstr("attachment;\r\n filename=\" b.xml\"\r\n")) << "a blank is no reason";
+}
+
+TEST_F(MimeMessageTest, NoCharacterOfANameIsCutInTwo) {
+  for (const std::string padding : {"", "x", "xx", "xxx"}) {
+    mail.attachments = {folder.Write(padding + Replaced(std::string(30, '.'), ".", "測") + ".xml", "a")};
+    std::string text = Text();
+    text = text.substr(text.find("filename*0*"));
+    for (std::size_t at = 0; (at = text.find("*=", at)) != std::string::npos; at += 2) {
+      const std::string section = text.substr(at, text.find("\r\n", at) - at);
+      EXPECT_EQ((CountCharacters(section) - CountCharacters(Replaced(section, "%", ""))) % 3, 0U) << section;
+    }
+  }
+}
+
 TEST_F(MimeMessageTest, AnOrganizationOfBlanksIsNone) {
   mail.organization = " \r\n ";
   EXPECT_THAT(Text(), Not(HasSubstr("Organization")));

@@ -288,8 +288,10 @@ TEST(SendOneMail, TakesTheTlsModeThatTheSettingNames) {
 TEST(SendOneMail, NamesMessagesAfterTheSendersDomainAsFarAsItCanStandThere) {
   for (const auto& [sender, domain] :
        {std::pair{"site@partner-1.example", "partner-1.example"}, std::pair{"site", "site"},
-        std::pair{"a@b_c\"<>.x", "bc.x"}, std::pair{"a@", "fieldpost.invalid"},
-        std::pair{"a@@@", "fieldpost.invalid"}}) {
+        std::pair{"a@b_c\"<>.x", "b_c.x"}, std::pair{"a@_.example", "_.example"},
+        std::pair{"a@[10.0.0.1]", "10.0.0.1"}, std::pair{"a@", "fieldpost.invalid"},
+        std::pair{"a@@@", "fieldpost.invalid"}, std::pair{"a@.example", "fieldpost.invalid"},
+        std::pair{"a@x..example", "fieldpost.invalid"}, std::pair{"a@x.example.", "fieldpost.invalid"}}) {
     SendSite site;
     site.program.settings.SenderAddress = sender;
     site.Documents(1);
