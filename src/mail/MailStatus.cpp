@@ -15,12 +15,13 @@ std::string OneLine(std::string_view text) {
   return Visible(WellFormedUtf8(text));
 }
 
+/// `text` is printable already, and so must be the password that is looked for in it.
 std::string WithoutPassword(std::string_view text, const MailServer& server) {
   std::string result(text);
   if (server.password.empty()) return result;
   using namespace std::string_literals;
   const std::array secrets{Base64("\0"s + server.userName + "\0"s + server.password), Base64(server.password),
-                           server.password};
+                           server.password, OneLine(server.password)};
   for (const std::string& secret : secrets) result = Replaced(result, secret, "***");
   return result;
 }

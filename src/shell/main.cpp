@@ -7,6 +7,7 @@
 
 #include "mail/SmtpMail.h"
 #include "platform/Clock.h"
+#include "platform/CoreDump.h"
 #include "platform/FileSystem.h"
 #include "platform/ProgramFolder.h"
 #include "platform/SqliteKeyStore.h"
@@ -51,6 +52,7 @@ int RunWindow(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  ForbidCoreDumps();
   try {
     const std::string commandLine = JoinArguments({argv, static_cast<std::size_t>(argc)});
     const std::optional<int> status = RunUnattended(commandLine);

@@ -44,5 +44,16 @@ TEST_F(MailStatusTest, APasswordIsHiddenInPlainAndInBase64) {
   EXPECT_TRUE(text.ends_with("Error: 67 535 *** *** ***")) << text;
 }
 
+TEST_F(MailStatusTest, APasswordIsHiddenInTheFormInWhichItWouldBeShown) {
+  server.userName = "user";
+  server.password =
+      "se\x01"
+      "cret\xFF";
+  const std::string text = MailStatusText(server, mail, 67,
+                                          "535 se\\x01"
+                                          "cret\xEF\xBF\xBD no");
+  EXPECT_TRUE(text.ends_with("Error: 67 535 *** no")) << text;
+}
+
 }  // namespace
 }  // namespace fieldpost::test
