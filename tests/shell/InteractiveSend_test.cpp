@@ -1,9 +1,11 @@
 #include "shell/InteractiveSend.h"
 
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 
 #include <limits>
 
+#include "support/CommandOutput.h"
 #include "support/NewsSite.h"
 
 namespace fieldpost {
@@ -275,6 +277,29 @@ TEST(InteractiveSend, LeavesTheFoldersToAnotherRunThatHasThem) {
     EXPECT_TRUE(fs::exists(site.Tree("Latest") / "unit.xml"));
     EXPECT_THAT(site.Mails(), IsEmpty());
   }
+}
+
+TEST(InteractiveSend, AnUnattendedRunBesideItIsRefused) {
+  SendSite site;
+  std::vector<test::CommandResult> beside;
+  site.transport.during = [&] {
+    beside.push_back(test::RunCommand("env -u FIELDPOST_REGISTRY FIELDPOST_HOME='" + site.home.native() +
+                                      "' '" + FIELDPOST_BIN "/fieldpost' -fcs"));
+  };
+  EXPECT_TRUE(site.Run());
+  EXPECT_EQ(site.Mails().size(), 2U);
+  ASSERT_EQ(beside.size(), 2U) << "one while each mail is on its way";
+  std::string log;
+  for (const std::string& name : test::Names(site.Tree("Log")))
+    log += test::ReadFile(site.Tree("Log") / name);
+  for (const test::CommandResult& run : beside) {
+    EXPECT_EQ(WEXITSTATUS(run.status), 1);
+    EXPECT_EQ(run.output, "");
+    const std::size_t line = log.find("[Error]:Another run of Fieldpost is working in ");
+    ASSERT_NE(line, std::string::npos);
+    log.erase(0, line + 1);
+  }
+  EXPECT_THAT(log, Not(HasSubstr("[Error]")));
 }
 
 TEST(InteractiveSend, GivesTheFoldersBack) {

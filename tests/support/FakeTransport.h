@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -17,11 +18,13 @@ class FakeTransport final : public MailTransport {
   std::vector<Mail> mails;        ///< all that were tried
   std::set<std::size_t> failing;  ///< which of them fail, counted from 1
   std::string failure = "Error: 7 refused";
-  bool stopped = false;  ///< what fails was stopped
+  bool stopped = false;                  ///< what fails was stopped
+  std::function<void()> during = [] {};  ///< what a test wants done while a mail is on its way
 
   bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) override {
     servers.push_back(server);
     mails.push_back(mail);
+    during();
     sent_ = !failing.contains(mails.size());
     if (sent_) accepted();
     return sent_;
