@@ -39,10 +39,37 @@ std::size_t HiddenLength(std::string_view text) {
   return turns ? three.size() : 0;
 }
 
+bool IsWithin(char c, unsigned char first, unsigned char last) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte >= first && byte <= last;
+}
+
+/// The bytes of the character that a text begins with; 0 where it is not UTF-8.
+std::size_t CharacterLength(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  if (lead < 0x80) return 1;
+  const std::size_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+  if (length == 0 || text.size() < length) return 0;
+  // The second byte tells what is written longer than needed, half a pair, or beyond the last character.
+  const unsigned char first = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+  const unsigned char last = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+  if (!IsWithin(text[1], first, last)) return 0;
+  const std::string_view rest = text.substr(2, length - 2);
+  const bool whole = std::all_of(rest.begin(), rest.end(), [](char c) { return IsWithin(c, 0x80, 0xBF); });
+  return whole ? length : 0;
+}
+
 }  // namespace
 
 bool IsControl(char c) {
   return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+bool HoldsControl(std::string_view text) {
+  for (; !text.empty(); text.remove_prefix(1)) {
+    if (HiddenLength(text) > 0) return true;
+  }
+  return false;
 }
 
 std::string ToLowerAscii(std::string_view text) {
@@ -74,11 +101,14 @@ std::string Visible(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {
-    const std::size_t hidden = HiddenLength(text);
-    for (const char c : text.substr(0, hidden))
-      result += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
-    if (hidden == 0) result += text.front();
-    text.remove_prefix(std::max<std::size_t>(hidden, 1));
+    const std::size_t length = CharacterLength(text);
+    const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
+    text.remove_prefix(character.size());
+    if (length > 0 && !HoldsControl(character)) {
+      result += character;
+      continue;
+    }
+    for (const char c : character) result += fmt::format("\\x{:02X}", static_cast<unsigned char>(c));
   }
   return result;
 }

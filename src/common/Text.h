@@ -10,6 +10,10 @@ namespace fieldpost {
 /// Whether a byte is a control character of ASCII; a tab and a line end are ones too.
 bool IsControl(char c);
 
+/// Whether a UTF-8 text holds a control character, of ASCII or beyond. Separators of lines and turns of the
+/// direction of writing count too.
+bool HoldsControl(std::string_view text);
+
 std::string ToLowerAscii(std::string_view text);
 
 /// Whether two texts are equal but for the case of ASCII letters.
@@ -24,9 +28,8 @@ bool EndsWithNoCase(std::string_view text, std::string_view ending);
 /// `text` without the characters of `blanks` at both of its ends.
 std::string_view Trimmed(std::string_view text, std::string_view blanks = " \t\r\n");
 
-/// `text` with every byte of a control character written as "\xNN", so that a hostile name cannot break a
-/// line or be shown as another one. Control characters beyond ASCII, separators of lines and turns of the
-/// direction of writing count too.
+/// `text` with every byte of a control character, and every byte that is no UTF-8, written as "\xNN", so that
+/// a hostile name can neither break a line, nor steer a terminal, nor be shown as another one.
 std::string Visible(std::string_view text);
 
 /// The ASCII letters and digits of `text`, in order.

@@ -31,9 +31,7 @@ std::string ErrorPlace(const fs::path& source) {
 std::string_view ProductCodeFault(std::string_view productCode) {
   if (productCode == "." || productCode == "..") return "the product code is no folder name";
   if (productCode.find_first_of("/\\") != std::string_view::npos) return "the product code holds a separator";
-  if (std::any_of(productCode.begin(), productCode.end(), IsControl)) {
-    return "the product code holds a control character";
-  }
+  if (HoldsControl(productCode)) return "the product code holds a control character";
   if (productCode.size() > LongestName) return "the product code is too long for a folder name";
   return {};
 }

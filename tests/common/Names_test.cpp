@@ -112,6 +112,29 @@ TEST(Text, TrimsShowsCountsAndReplaces) {
   EXPECT_EQ(Replaced("aXbXX", "X", "--"), "a--b----");
 }
 
+TEST(Visible, LeavesNothingThatSteersATerminalOrIsNoText) {
+  struct Row {
+    const char* name;
+    std::string_view text;
+    const char* expected;
+  };
+  for (const Row& row : {
+           Row{"plain", "aä€🔧", "aä€🔧"},
+           Row{"escape", "\x1B[2J", "\\x1B[2J"},
+           Row{"beyond ASCII", "\xC2\x9B", "\\xC2\\x9B"},
+           Row{"not a control", "\xC2\xA0", "\xC2\xA0"},
+           Row{"lone byte", "a\xE4z", "a\\xE4z"},
+           Row{"cut off", "\xE2\x82", "\\xE2\\x82"},
+           Row{"too long", "\xC0\xAF", "\\xC0\\xAF"},
+           Row{"too long, of three", "\xE0\x80\xAF", "\\xE0\\x80\\xAF"},
+           Row{"half a pair", "\xED\xA0\x80", "\\xED\\xA0\\x80"},
+           Row{"beyond the last", "\xF4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"},
+           Row{"the last", "\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
+       }) {
+    EXPECT_EQ(Visible(row.text), row.expected) << row.name;
+  }
+}
+
 TEST(CountCharacters, CountsTextsOfEveryLength) {
   std::string text;
   for (std::size_t characters = 0; characters < 1000; ++characters) {
