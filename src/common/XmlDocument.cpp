@@ -1,6 +1,5 @@
 #include "common/XmlDocument.h"
 
-#include <libxml/SAX2.h>
 #include <libxml/tree.h>
 #include <libxml/xmlreader.h>
 #include <libxml/xmlsave.h>
@@ -13,13 +12,11 @@
 
 #include "common/LibXml.h"
 #include "common/Text.h"
+#include "common/XmlGuard.h"
 #include "common/XmlOutputEncoding.h"
 
 namespace fieldpost {
 namespace {
-
-constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOBLANKS | XML_PARSE_COMPACT |
-                             XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
 
 struct FreeText {
   void operator()(xmlChar* text) const { xmlFree(text); }
@@ -31,30 +28,6 @@ using XmlText = std::unique_ptr<xmlChar, FreeText>;
 
 const xmlChar* ToXml(const std::string& text) {
   return reinterpret_cast<const xmlChar*>(text.c_str());
-}
-
-/// Keeps the first complaint: later ones are mostly its consequences.
-void NoteError(void* context, xmlError* error) {
-  auto* reason = static_cast<std::string*>(static_cast<xmlParserCtxt*>(context)->_private);
-  if (!reason->empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
-  *reason = fmt::format("line {}: {}", error->line, Visible(Trimmed(error->message)));
-}
-
-/// An entity that lies outside the document is not declared at all, so that a reference to it is an error
-/// instead of a file that is opened.
-void DeclareInternalEntity(void* context, const xmlChar* name, int type, const xmlChar* publicId,
-                           const xmlChar* systemId, xmlChar* content) {
-  if (type != XML_INTERNAL_GENERAL_ENTITY && type != XML_INTERNAL_PARAMETER_ENTITY) return;
-  xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
-}
-
-XmlParser NewContext(std::string& reason) {
-  XmlParser context(xmlNewParserCtxt());
-  if (!context) return context;
-  context->_private = &reason;
-  context->sax->serror = NoteError;
-  context->sax->entityDecl = DeclareInternalEntity;
-  return context;
 }
 
 bool FitsParser(std::string_view bytes) {
@@ -177,17 +150,17 @@ void XmlDocument::Free::operator()(_xmlDoc* document) const {
   xmlFreeDoc(document);
 }
 
-bool XmlDocument::Load(std::string_view bytes, int maxDepth) {
+bool XmlDocument::Load(std::string_view bytes) {
+  return Load(bytes, Bounds{});
+}
+
+bool XmlDocument::Load(std::string_view bytes, const Bounds& bounds) {
   document_.reset();
   reason_.clear();
-  const XmlParser context = NewContext(reason_);
-  if (!context || !FitsParser(bytes)) {
-    reason_ = bytes.empty() ? "the file is empty" : "too large for the XML parser";
-    return false;
-  }
-  document_.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                    nullptr, ParseOptions));
-  if (document_ && context->nsWellFormed == 1 && Tidy(maxDepth)) {
+  XmlGuard guard(XmlGuard::Keep::Tree, bounds, reason_);
+  const bool parsed = guard.Parse(bytes);
+  document_.reset(guard.TakeTree());
+  if (parsed && Tidy(bounds.depth)) {
     ChooseEncoding();
     return true;
   }
@@ -278,20 +251,8 @@ std::string XmlDocument::Xml(std::string_view rootXml) const {
 }
 
 bool IsWellFormedXml(std::string_view bytes) {
-  if (!FitsParser(bytes)) return false;
   std::string reason;
-  const XmlParser context = NewContext(reason);
-  if (!context) return false;
-  context->sax->startElementNs = nullptr;
-  context->sax->endElementNs = nullptr;
-  context->sax->characters = nullptr;
-  context->sax->ignorableWhitespace = nullptr;
-  context->sax->cdataBlock = nullptr;
-  context->sax->comment = nullptr;
-  context->sax->processingInstruction = nullptr;
-  xmlFreeDoc(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
-                               ParseOptions & ~XML_PARSE_NOBLANKS));
-  return context->wellFormed == 1 && context->nsWellFormed == 1;
+  return XmlGuard(XmlGuard::Keep::Nothing, {}, reason).Parse(bytes);
 }
 
 std::optional<std::string> RootAttribute(std::string_view bytes, std::string_view name) {

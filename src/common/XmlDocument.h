@@ -1,6 +1,7 @@
 // An XML document in memory.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <span>
@@ -55,10 +56,30 @@ class XmlDocument {
   /// readable one level deeper.
   static constexpr int MaxDepth = 250;
 
+  /// Elements, attributes (two each), texts, comments and the like, entities replaced. Each takes about 128
+  /// bytes of memory.
+  static constexpr std::size_t MaxNodes = 500'000;
+
+  /// The parser takes a time that grows with the square of these.
+  static constexpr std::size_t MaxAttributes = 256;  // of one element, name spaces not counted
+  static constexpr std::size_t MaxNamespaces = 200;  // in force at a time
+  static constexpr std::size_t MaxNames = 20'000;    // different ones
+  static constexpr std::size_t MaxDeclarations = 1000;
+  static constexpr std::size_t MaxEntityUses = 5000;
+
+  /// What all entities of a document's own stand for, each time that they are used.
+  static constexpr std::size_t MaxEntityBytes = std::size_t{16} * 1024 * 1024;
+
+  /// What a document may ask that not all may ask alike.
+  struct Bounds {
+    int depth = MaxDepth;
+    std::size_t nodes = MaxNodes;
+  };
+
   /// Loads a document from its bytes, in whatever encoding they declare. False when it is not well-formed or
-  /// its elements lie deeper in each other than `maxDepth`; Reason() then tells why, and there is no
-  /// document.
-  bool Load(std::string_view bytes, int maxDepth = MaxDepth);
+  /// beyond a bound; Reason() then tells why, and there is no document.
+  bool Load(std::string_view bytes);
+  bool Load(std::string_view bytes, const Bounds& bounds);
 
   /// Why the last Load failed, in one line.
   [[nodiscard]] const std::string& Reason() const { return reason_; }

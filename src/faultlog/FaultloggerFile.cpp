@@ -18,7 +18,7 @@ constexpr std::array<std::string_view, 5> RecordNames{ContainerName, EntryName, 
 
 bool FaultloggerFile::Load(std::string_view bytes) {
   containerXml_.clear();
-  const bool loads = document_.Load(bytes, MaxDepth);
+  const bool loads = document_.Load(bytes, {.depth = MaxDepth, .nodes = XmlDocument::MaxNodes});
   reason_ = document_.Reason();
   if (!loads) return false;
   auto found = document_.ElementsByTagNames({RecordNames.begin(), RecordNames.end()});
