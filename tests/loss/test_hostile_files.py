@@ -1,0 +1,233 @@
+"""Poison in the Latest folders: each costs little, says what it is, harms nothing, and the next file goes on."""
+
+import os
+import socket
+import unittest
+
+from hostile_support import HostileTest
+from support import Entry, entries_of, fault_file
+
+KIB = 1024
+MIB = 1024 * KIB
+HEAD = b'<?xml version="1.0"?>\n'
+ENTRY = b'<FAULTLOG NR="1"><CONDATE>20040305</CONDATE><MODEIND>A</MODEIND></FAULTLOG>'
+
+
+def whole(inside=b"", doctype=b"", head=HEAD, root=b"FLFILE", product=b"4711"):
+    """A file with everything that it must have, and something more."""
+    name = root.split()[0]
+    return (head + doctype + b"<" + root + b"><PRODCODE>" + product + b"</PRODCODE>" + ENTRY + inside +
+            b"</" + name + b">")
+
+
+def doctype(*declarations):
+    return b"<!DOCTYPE FLFILE [" + b"".join(declarations) + b"]>\n"
+
+
+def laughs(first, levels, times):
+    """Entities each of which stands for the one before it many times."""
+    result = b'<!ENTITY e0 "%s">' % first
+    for level in range(1, levels + 1):
+        result += b'<!ENTITY e%d "%s">' % (level, b"&e%d;" % (level - 1) * times)
+    return result
+
+
+def numbered(pattern, count):
+    return b"".join(pattern % {b"n": n} for n in range(count))
+
+
+def parameter_bomb():
+    parts = [b'<!ENTITY % p0 "<!-- aaaaaaaaaaaaaaaaaaaaaaaaaaaaaa -->">']
+    parts += [b'<!ENTITY %% p%d "%s">' % (n, b"&#37;p%d;\n" % (n - 1) * 20) for n in range(1, 10)]
+    return doctype(*parts, b"%p9;")
+
+
+ATTRIBUTES = numbered(b' a%(n)d=""', 100_000)
+
+# name: (what makes the content, what the reason must say). None: a good file, which is filed.
+XML_POISON = {
+    "laughs": (lambda: whole(b"&e9;", doctype(laughs(b"a" * 20, 9, 20))), "entities"),
+    "laughs of elements": (lambda: whole(b"&e5;", doctype(laughs(b"<a/>", 5, 20))), "entities|more than"),
+    "laughs in an attribute": (lambda: whole(b'<x a="&e9;"/>', doctype(laughs(b"a" * 20, 9, 20))), "entities"),
+    "entity of itself": (lambda: whole(b"&a;", doctype(b'<!ENTITY a "&b;">', b'<!ENTITY b "&a;">')), "entit"),
+    "quadratic blow-up": (lambda: whole(b"&a;" * 20_000, doctype(b'<!ENTITY a "%s">' % (b"x" * 100_000))), "entities"),
+    "elements a million times": (lambda: whole(b"&a;" * 1000, doctype(b'<!ENTITY a "%s">' % (b"<a/>" * 10_000))),
+                                 "entities|more than"),
+    "small entity very often": (lambda: whole(b"&a;" * 2_000_000, doctype(b'<!ENTITY a "x">')), "entities"),
+    "parameter entities": (lambda: whole(doctype=parameter_bomb()), "entit"),
+    "tag of many attributes in an entity": (
+        lambda: whole(b"&a;", doctype(b"<!ENTITY a '<x%s/>'>" % ATTRIBUTES)), "more than 256 attributes"),
+    "defaults of attributes": (
+        lambda: whole(b"<x/>" * 500_000, doctype(b"<!ATTLIST x%s>" % numbered(b' a%(n)d CDATA "v"', 900))),
+        "more than 256 attributes"),
+    "some defaults often": (
+        lambda: whole(b"<x/>" * 500_000, doctype(b"<!ATTLIST x%s>" % numbered(b' a%(n)d CDATA "v"', 200))),
+        "more than 500000"),
+    "declarations": (lambda: whole(doctype=doctype(numbered(b'<!ENTITY e%(n)d "">', 300_000))), "declarations"),
+    "declarations of attributes": (
+        lambda: whole(doctype=doctype(b"<!ATTLIST y%s>" % numbered(b" a%(n)d CDATA #IMPLIED", 100_000))),
+        "declarations"),
+    "nested": (lambda: b"<a>" * 100_000 + b"</a>" * 100_000, "nested deeper than 250 levels"),
+    "nested, never closed": (lambda: b"<a>" * 2_000_000, "nested deeper than 250 levels"),
+    "nested entities": (lambda: whole(b"&e9;", doctype(
+        b'<!ENTITY e0 "%s">' % (b"<a>" * 100 + b"</a>" * 100),
+        numbered(b"", 0), *[b'<!ENTITY e%d "%s&e%d;%s">' % (n, b"<a>" * 100, n - 1, b"</a>" * 100)
+                            for n in range(1, 10)])), "nested deeper than 250 levels"),
+    "tag of many attributes": (lambda: whole(root=b"FLFILE" + ATTRIBUTES), "more than 256 attributes"),
+    "tags of many attributes": (lambda: whole((b"<x" + numbered(b' a%(n)d=""', 9000) + b"/>") * 70),
+                                "more than 256 attributes"),
+    "tag of a million attributes": (lambda: whole(root=b"FLFILE" + b" a=''" * 1_000_000), "more than 256 attributes"),
+    "tag of many name spaces": (lambda: whole(root=b"FLFILE" + numbered(b' xmlns:a%(n)d="u"', 100_000)),
+                                "more than 200 name spaces|more than 256 attributes"),
+    "name spaces in force": (
+        lambda: whole(b"".join(b"<x%s>" % numbered(b' xmlns:b%d_%%(n)d="u"' % level, 100) for level in range(200))
+              + b"<b0_0:y/>" * 100_000 + b"</x>" * 200), "more than 200 name spaces"),
+    "different names": (lambda: whole(numbered(b"<n%(n)d/>", 700_000)), "more than 20000 different names"),
+    "names of attributes": (lambda: whole(numbered(b'<n a%(n)d=""/>', 500_000)), "more than 20000 different names"),
+    "elements": (lambda: whole(b"<a/>" * 2_000_000), "more than 500000"),
+    "attributes": (lambda: whole(b'<a b="" c="" d="" e="" f=""/>' * 280_000), "more than 500000"),
+    "comments": (lambda: whole(b"<!---->" * 1_100_000), "more than 500000"),
+    "instructions": (lambda: whole(b"<?a?>" * 1_500_000), "more than 500000"),
+    "texts": (lambda: whole(b"x<a/>" * 1_500_000), "more than 500000"),
+    "long name": (lambda: whole(b"<" + b"n" * 7_000_000 + b"/>"), "."),
+    "attribute of 10 MB": (lambda: whole(b'<a b="' + b"x" * 10_000_000 + b'"/>'), "larger than 8388608 bytes"),
+    "text of 10 MB": (lambda: whole(b"x" * 10_000_000), "larger than 8388608 bytes"),
+    "attribute of 7 MB": (lambda: whole(b'<a b="' + b"x" * 7_000_000 + b'"/>'), None),
+    "text of 7 MB": (lambda: whole(b"<T>" + b"x" * 7_000_000 + b"</T>"), None),
+    "text of signs": (lambda: whole(b"<T>" + b"&#60;" * 1_400_000 + b"</T>"), None),
+    "text of equals": (lambda: whole(b"<T>" + b"a=b " * 1_000_000 + b"</T>"), None),
+    "attribute of equals": (lambda: whole(b'<T a="' + b"a=b> " * 1_000_000 + b'"/>'), None),
+    "comment of a tag": (lambda: whole(b"<!-- <x" + ATTRIBUTES + b"> -->"), None),
+    "cdata of a tag": (lambda: whole(b"<T><![CDATA[<x" + ATTRIBUTES + b">]]></T>"), None),
+    "external entity": (lambda: whole(b"&a;", doctype(b'<!ENTITY a SYSTEM "file://%(secret)s">')), "not (declared|defined)"),
+    "external entity by path": (lambda: whole(b"&a;", doctype(b'<!ENTITY a SYSTEM "%(secret)s">')), "not (declared|defined)"),
+    "external entity of the web": (lambda: whole(b"&a;", doctype(b'<!ENTITY a SYSTEM "http://127.0.0.1:9/x">')),
+                                   "not (declared|defined)"),
+    "external entity in an attribute": (
+        lambda: whole(b'<x a="&a;"/>', doctype(b'<!ENTITY a SYSTEM "file://%(secret)s">')), "."),
+    "external parameter entity": (lambda: whole(doctype=doctype(b'<!ENTITY % a SYSTEM "file://%(secret)s">', b"%a;")), "not found"),
+    "external DTD": (lambda: whole(doctype=b'<!DOCTYPE FLFILE SYSTEM "file://%(secret)s">'), None),
+    "external DTD of the web": (lambda: whole(doctype=b'<!DOCTYPE FLFILE SYSTEM "http://127.0.0.1:9/x.dtd">'), None),
+    "XInclude": (lambda: whole(b'<x:include xmlns:x="http://www.w3.org/2001/XInclude" href="%(secret)s" parse="text"/>'),
+                 None),
+    "style sheet": (lambda: whole(head=HEAD + b'<?xml-stylesheet href="file://%(secret)s"?>'), None),
+    "NUL in a text": (lambda: whole(b"<T>a\0b</T>"), "."),
+    "NULs alone": (lambda: b"\0" * 100_000, "."),
+    "NULs behind": (lambda: whole() + b"\0" * 1000, None),
+    "text behind a NUL": (lambda: whole() + b"\0" + whole(), "text behind a zero byte"),
+    "overlong UTF-8": (lambda: whole(b"<T>\xC0\xBCx/\xC0\xBE</T>"), "."),
+    "broken UTF-8": (lambda: whole(b"<T>\xE2\x82</T>"), "."),
+    "UTF-8 of half a pair": (lambda: whole(b"<T>\xED\xA0\x80</T>"), "."),
+    "control characters": (lambda: whole(b"<T>\x1B[2J\x07</T>"), "."),
+    "control characters in a name": (lambda: whole(b"<T\x1B[2J/>"), "."),
+    "UTF-16 without a mark": (lambda: whole(head=b"").decode().encode("utf-16-le"), "."),
+    "UTF-16 without a mark, declared": (
+        lambda: whole(head=b'<?xml version="1.0" encoding="UTF-16"?>').decode().encode("utf-16-be"), None),
+    "UTF-16 cut in a character": (lambda: b"\xFF\xFE" + whole().decode().encode("utf-16-le")[:-1], "."),
+    "says UTF-16, is not": (lambda: whole(head=b'<?xml version="1.0" encoding="UTF-16"?>'), "."),
+    "says UTF-8, is Latin": (lambda: whole("<T>Größe</T>".encode("latin-1"),
+                                   head=b'<?xml version="1.0" encoding="UTF-8"?>'), "."),
+    "says ASCII, is not": (lambda: whole("<T>Größe</T>".encode(), head=b'<?xml version="1.0" encoding="US-ASCII"?>'), "."),
+    "unknown encoding": (lambda: whole(head=b'<?xml version="1.0" encoding="nonsense-\x1B[1m"?>'), "."),
+    "long encoding": (lambda: whole(head=b'<?xml version="1.0" encoding="' + b"x" * 1_000_000 + b'"?>'), "."),
+    "UTF-7": (lambda: whole(head=b'<?xml version="1.0" encoding="UTF-7"?>'), None),
+    "many attributes in UTF-7": (
+        lambda: whole(b"<x" + ATTRIBUTES.replace(b"=", b"+AD0-") + b"/>",
+                      head=b'<?xml version="1.0" encoding="UTF-7"?>'), "more than 256 attributes"),
+    "many attributes in UTF-16": (
+        lambda: whole(b"<x" + ATTRIBUTES + b"/>", head=b'<?xml version="1.0" encoding="UTF-16"?>')
+        .decode().encode("utf-16"), "more than 256 attributes"),
+    "UCS-4 by its look": (lambda: b"\0\0\0<" * 1000, "."),
+    "EBCDIC by its look": (lambda: b"\x4C\x6F\xA7\x94" * 1000, "."),
+    "empty": (lambda: b"", "the file is empty"),
+    "one byte": (lambda: b"<", "."),
+    "blanks": (lambda: b" " * MIB, "."),
+    "byte order mark": (lambda: b"\xEF\xBB\xBF", "."),
+    "a program": (lambda: b"\x7FELF" + bytes(range(256)) * 1000, "."),
+    "zip": (lambda: b"PK\x03\x04" + b"\0" * 1000, "."),
+    "a line of 8 MB": (lambda: b"x" * (8 * MIB - 10), "."),
+    "open comment": (lambda: whole()[:-9] + b"<!--" + b"- " * 3_000_000, "."),
+    "open CDATA": (lambda: whole()[:-9] + b"<![CDATA[" + b"] " * 3_000_000, "."),
+    "open tag": (lambda: whole()[:-9] + b"<x a='" + b"<" * 7_000_000, "."),
+    "open document type": (lambda: b"<!DOCTYPE a [" + b"<" * 7_000_000, "."),
+    "open quote in the document type": (lambda: b"<!DOCTYPE a [<!ENTITY a '" + b"x>" * 3_500_000, "."),
+    "open instruction": (lambda: HEAD + b"<?a " + b"? " * 3_500_000, "."),
+    "ends of tags": (lambda: b"<a" + b">" * 8_000_000, "."),
+    "brackets": (lambda: b"<" * 8_000_000, "."),
+    "references": (lambda: whole(b"&#x" + b"0" * 7_000_000 + b"41;"), None),
+    "unknown references": (lambda: whole(b"&nix;" * 1_000_000), "."),
+}
+
+PRODUCT_POISON = {
+    "climbs": (b"../x", "holds a separator"),
+    "above": (b"..", "is no folder name"),
+    "here": (b".", "is no folder name"),
+    "root": (b"/etc", "holds a separator"),
+    "below": (b"a/b", "holds a separator"),
+    "drive": (b"C:\\x", "holds a separator"),
+    "line break": (b"a&#10;b", "holds a control character"),
+    "escape": (b"a&#x7F;[2Jb", "holds a control character"),
+    "C1": (b"a&#x9B;2Jb", "holds a control character"),
+    "long": (b"n" * 300, "too long"),
+    "long in bytes": ("ü".encode() * 130, "too long"),
+    "a megabyte": (b"n" * 1_000_000, "too long"),
+    "entity": (b"..&#47;..&#47;x", "holds a separator"),
+    "hidden": (b"<a>..</a><b>/x</b>", "holds a separator"),
+    "device": (b"CON", None),
+    "dots behind": (b"x...", None),
+    "blank within": (b"x y", None),
+    "blanks behind": (b"x &#160;", None),
+    "dash": (b"-rf", None),
+    "home": (b"~", None),
+    "star": (b"*", None),
+}
+
+
+class PoisonInLatest(HostileTest):
+    def check(self, name, content, reason):
+        """One file of poison between two good ones."""
+        secret = self.folder / "secret"
+        secret.write_text("<!ELEMENT a ANY>TOP-SECRET")
+        site = self.make_site(latest=("depot",))
+        good = [Entry(), Entry()]
+        site.drop("a.xml", fault_file([good[0]]))
+        site.drop("m.xml", content().replace(b"%(secret)s", str(secret).encode()))
+        site.drop("z.xml", fault_file([good[1]]))
+        run = self.watched("-fc")
+        log = site.log()
+        self.assertEqual(0, run.status, (run.printed, log))
+        self.assert_readable(log)
+        self.assertEqual([], site.waiting())
+        filed = self.all_entries(path for path in site.archived() if path.name in ("a.xml", "z.xml"))
+        self.assertEqual({entry.uid for entry in good}, set(filed))
+        lines = self.errors_about(log, "m.xml")
+        if reason is None:
+            self.assertEqual([], lines)
+            self.assertIn("[Search Latest]:Found 3 OK files", log)
+        else:
+            self.assertEqual(1, len(lines), log)
+            self.assertRegex(lines[0], r"^\[Error\]:Reason: .*(%s).*\[\.\.\\Error\\m\.xml\]$" % reason)
+            self.assertTrue((site.error / "m.xml").exists())
+            self.assertIn("[Search Latest]:Found 1 Error files", log)
+        for path in [*site.archived(), *site.documents()]:
+            self.assertNotIn(b"TOP-SECRET", path.read_bytes())
+        return run
+
+    def check_all(self, poison):
+        peak, slowest = (0, ""), (0, "")
+        for name, (content, reason) in poison.items():
+            with self.subTest(name):
+                run = self.check(name, content, reason)
+                peak, slowest = max(peak, (run.megabytes, name)), max(slowest, (run.seconds, name))
+        print(f"{len(poison)} files; most memory {peak[0]:.0f} MB ({peak[1]}), "
+              f"longest {slowest[0]:.1f} s ({slowest[1]})")
+
+    def test_contents(self):
+        self.check_all(XML_POISON)
+
+    def test_product_codes(self):
+        self.check_all({name: (lambda code=code: whole(product=code), reason) for name, (code, reason) in PRODUCT_POISON.items()})
+
+
+if __name__ == "__main__":
+    unittest.main()
