@@ -78,6 +78,21 @@ bool HasCrowdedStretch(std::string_view bytes) {
   });
 }
 
+std::size_t CountAttributes(std::string_view tag) {
+  std::size_t signs = 0;
+  char quote = 0;
+  for (const char c : tag) {
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '=') {
+      ++signs;
+    }
+  }
+  return signs;
+}
+
 XmlGuard::XmlGuard(Keep keep, const XmlDocument::Bounds& bounds, std::string& reason)
     : keepsTree_(keep == Keep::Tree),
       bounds_(bounds),
@@ -173,9 +188,14 @@ bool XmlGuard::HoldsCrowdedTag() {
   return heldSigns_ > MaxSignsInTag;
 }
 
-/// Keeps the first complaint: later ones are mostly its consequences.
+/// Keeps the first complaint: later ones are mostly its consequences. Behind a fault the parser would go on
+/// without telling anybody what it meets.
 void XmlGuard::OnError(void* context, xmlError* error) {
   XmlGuard& guard = Of(context);
+  if (error->level == XML_ERR_FATAL) {
+    xmlStopParser(static_cast<xmlParserCtxt*>(context));
+    xmlStopParser(guard.parser_.get());
+  }
   if (!guard.reason_.empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
   std::string text = Visible(Trimmed(error->message));
   if (error->code == XML_ERR_DOCUMENT_END && !guard.namespaces_.empty()) text = "the document ends too early";

@@ -17,6 +17,9 @@ namespace fieldpost {
 /// there can be a tag whose attributes the parser would compare with each other for minutes.
 bool HasCrowdedStretch(std::string_view bytes);
 
+/// How many "=" in a start tag, or the beginning of one, lie outside quotes: as many as it has attributes.
+std::size_t CountAttributes(std::string_view tag);
+
 /// Reads a document once. What it asks beyond the bounds of XmlDocument ends the reading; so does an entity
 /// that lies outside the document, which is not declared at all.
 class XmlGuard {

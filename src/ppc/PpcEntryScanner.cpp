@@ -14,6 +14,7 @@
 #include "common/LibXml.h"
 #include "common/Text.h"
 #include "common/XmlDocument.h"
+#include "common/XmlGuard.h"
 #include "ppc/NamespaceScopes.h"
 #include "ppc/PpcFault.h"
 #include "ppc/Utf8Source.h"
@@ -105,7 +106,8 @@ class Scan {
   };
 
   static void OnStart(void* self, const xmlChar* name, const xmlChar* prefix, const xmlChar*, int nsCount,
-                      const xmlChar** namespaces, int, int, const xmlChar**) {
+                      const xmlChar** namespaces, int attributes, int, const xmlChar**) {
+    static_cast<Scan*>(self)->CheckAttributes(static_cast<std::size_t>(attributes));
     static_cast<Scan*>(self)->Start(FromXml(name), prefix == nullptr, nsCount, namespaces);
   }
 
@@ -133,6 +135,7 @@ class Scan {
   static void OnError(void* self, xmlError* error) {
     // Later complaints are mostly consequences of the first.
     auto* const scan = static_cast<Scan*>(self);
+    if (error->level == XML_ERR_FATAL) xmlStopParser(scan->parser_.get());
     if (!scan->fault_.empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
     // The library has but one message for a document that goes on too long and for one that is cut off.
     const bool cutOff = error->code == XML_ERR_DOCUMENT_END && scan->depth_ > 0;
@@ -142,6 +145,12 @@ class Scan {
 
   void NeedDocument() {
     needsDocument_ = true;
+    xmlStopParser(parser_.get());
+  }
+
+  void CheckAttributes(std::size_t count) {
+    if (count <= XmlDocument::MaxAttributes || !fault_.empty()) return;
+    fault_ = fmt::format("more than {} attributes in one tag", XmlDocument::MaxAttributes);
     xmlStopParser(parser_.get());
   }
 
@@ -205,7 +214,10 @@ class Scan {
     if (xmlDictSize(parser_->dict) > MaxNames) fault_ = fmt::format("more than {} different names", MaxNames);
     const auto pending = std::string_view(window_).substr(
         static_cast<std::size_t>(std::min<std::uint64_t>(Position() - windowAt_, window_.size())));
-    if (pending.size() > MaxTagBytes && pending.front() == '<' && pending[1] != '!') {
+    if (pending.size() < 2 || pending[0] != '<' || pending[1] == '!') return;
+    const std::size_t attributes = CountAttributes(pending.substr(0, MaxTagBytes));
+    CheckAttributes(attributes - std::min(attributes, MaxNamespaces));
+    if (pending.size() > MaxTagBytes && fault_.empty()) {
       fault_ = fmt::format("a tag of more than {} bytes", MaxTagBytes);
     }
   }

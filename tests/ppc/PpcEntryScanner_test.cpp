@@ -249,7 +249,9 @@ TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
                "more than 20000 different names"},
            Row{"very many name spaces", "<R " + many("xmlns:p", "='urn:p' ", 300) + "><PPCentry/></R>",
                "more than 200 name spaces"},
-           Row{"a very long tag", "<R><PPCentry " + many("a", "='' ", 100000) + "/></R>",
+           Row{"very many attributes", "<R><PPCentry " + many("a", "='' ", 100000) + "/></R>",
+               "more than 256 attributes in one tag"},
+           Row{"a very long tag", "<R><PPCentry a='" + std::string(300000, 'x') + "'/></R>",
                "a tag of more than 262144 bytes"},
            Row{"a date that is too long", "<R><ArchiveDate>" + large + "</ArchiveDate></R>", "ArchiveDate"},
        }) {
