@@ -65,7 +65,7 @@ std::string FaultloggerFile::Xml() {
 }
 
 bool ArchivedFile::Load(std::string_view bytes) {
-  if (!document_.Load(bytes)) {
+  if (!document_.Load(bytes, {.depth = XmlDocument::MaxDepth, .nodes = MaxNodes})) {
     reason_ = document_.Reason();
     return false;
   }

@@ -181,8 +181,10 @@ bool LatestScan::ProcessFile(const LatestFile& latest, FilingBatch& batch, Combi
     }
     file.SetProcessMode();
     const std::string_view productFolder = productCode.empty() ? MissingProductFolder : productCode;
-    batch.Accept(file, *content, source,
-                 PathFromUtf8(fmt::format("{}{}{}{}", archive_, productFolder, PathSeparator, latest.name)));
+    const fs::path target =
+        PathFromUtf8(fmt::format("{}{}{}{}", archive_, productFolder, PathSeparator, latest.name));
+    RefuseFullArchived(target);
+    batch.Accept(file, *content, source, target);
     return combined.AppendToCombinedDocument(&file, false);
   } catch (const FileTooLarge&) {
     return MoveToError(source, fmt::format("larger than {} bytes", MaxFaultloggerFileBytes), shown);
@@ -190,6 +192,15 @@ bool LatestScan::ProcessFile(const LatestFile& latest, FilingBatch& batch, Combi
     Fail(error.what());
   }
   return true;
+}
+
+/// Before it is read: memory for it may not be there.
+void LatestScan::RefuseFullArchived(const fs::path& target) const {
+  const std::optional<FileStamp> stamp = files_.PlainFileStamp(target);
+  if (!stamp || stamp->size <= ArchivedFile::MaxBytes) return;
+  throw FileError(
+      "cannot merge into", target,
+      fmt::format("larger than {} bytes; move it out of the Archive folder", ArchivedFile::MaxBytes));
 }
 
 /// A file without a reason is told of by the counts alone.

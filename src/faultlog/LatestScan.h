@@ -72,6 +72,7 @@ class LatestScan {
   bool FileEach(FilingBatch& batch, CombinedDocument& combined, StatusDisplay& shown);
   bool ProcessFile(const LatestFile& latest, FilingBatch& batch, CombinedDocument& combined,
                    StatusDisplay& shown);
+  void RefuseFullArchived(const std::filesystem::path& target) const;
   bool MoveToError(const std::filesystem::path& source, std::string_view reason, StatusDisplay& shown);
   void ShowStatus(std::string_view text, StatusDisplay& shown) const;
   void Report(StatusDisplay& shown);
