@@ -15,6 +15,15 @@ namespace {
 constexpr std::array<std::string_view, 7> Tags{
     "", "[Mail]:", "[Search Latest]:", "[Create missing directory]:", "[Error]:", "[Log File]", "[PPC]:"};
 
+/// A line of the log is read by people: what makes it longer is no help to them.
+constexpr std::size_t LongestLine = 2000;
+
+/// What a hostile name or setting cannot break, steer or drown.
+std::string Readable(std::string_view line) {
+  const bool whole = line.size() <= LongestLine;
+  return Visible(line.substr(0, LongestLine)) + (whole ? "" : " ...");
+}
+
 bool IsKnown(std::int16_t category) {
   return category >= LogCategory::Mail && category <= LogCategory::Ppc;
 }
@@ -71,7 +80,7 @@ std::string ModWriteLogFile::ThroughScratchFile(std::string_view text) {
 }
 
 std::string ModWriteLogFile::StampedLine(std::string_view tag, std::string_view text) const {
-  return fmt::format("{}  {}{}\r\n", DateAndTime(clock_.Now()), tag, text);
+  return fmt::format("{}  {}{}\r\n", DateAndTime(clock_.Now()), tag, Readable(text));
 }
 
 std::string ModWriteLogFile::Entry(std::int16_t category) const {
