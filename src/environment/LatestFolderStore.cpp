@@ -1,5 +1,7 @@
 #include "environment/LatestFolderStore.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -10,17 +12,24 @@
 namespace fieldpost {
 namespace {
 
-constexpr std::uint64_t LargestFile = 16U << 20U;
+constexpr std::uint64_t LargestFile = 4U << 20U;
 constexpr std::string_view Utf8ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view Unstorable("\r\n\0", 3);
 
-PathList FoldersOf(std::string_view text) {
+/// Throws FileError with the reason why `text` is no list.
+PathList FoldersOf(std::string_view text, const std::filesystem::path& file) {
   PathList folders;
   if (text.starts_with(Utf8ByteOrderMark)) text.remove_prefix(Utf8ByteOrderMark.size());
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);
     if (line.ends_with('\r')) line.remove_suffix(1);
+    if (line.find('\0') != std::string_view::npos) {
+      throw FileError("cannot read", file, "it holds a zero byte, so it is no text in UTF-8");
+    }
+    if (folders.size() == MaxLatestFolders) {
+      throw FileError("cannot read", file, fmt::format("it names more than {} folders", MaxLatestFolders));
+    }
     if (!line.empty()) folders.push_back(PathFromUtf8(WithSeparator(line)));
     text.remove_prefix(std::min(end + 1, text.size()));
   }
@@ -46,9 +55,18 @@ LatestFolderStore::LatestFolderStore(FileSystem& files, const std::filesystem::p
 void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
   folders.clear();
   try {
-    if (IsStored()) folders = FoldersOf(files_.ReadWhole(file_, LargestFile));
+    if (IsStored()) folders = FoldersOf(files_.ReadWhole(file_, LargestFile), file_);
   } catch (const FileError&) {
     // what cannot be read holds no folders
+  }
+}
+
+std::string LatestFolderStore::Problem() const {
+  try {
+    if (IsStored()) static_cast<void>(FoldersOf(files_.ReadWhole(file_, LargestFile), file_));
+    return {};
+  } catch (const FileError& error) {
+    return error.what();
   }
 }
 

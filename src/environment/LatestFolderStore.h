@@ -1,7 +1,9 @@
 // The list of Latest folders, kept between runs.
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "common/RunLists.h"
@@ -10,6 +12,8 @@
 namespace fieldpost {
 
 inline constexpr std::string_view LatestListFileName = "LatestList.dat";
+
+inline constexpr std::size_t MaxLatestFolders = 10'000;
 
 /// "LatestList.dat" in the program's own folder: one folder a line, in order, UTF-8 (outside Windows the
 /// bytes of the name, whatever they are).
@@ -21,6 +25,9 @@ class LatestFolderStore {
   /// Fills the list with the stored folders, each ending in the separator. The list is empty when none were
   /// stored or the file cannot be read. Never throws.
   void LoadLatestFolders(PathList& folders) const;
+
+  /// One line on why what is stored cannot be read; empty when it can, or nothing is stored. Never throws.
+  [[nodiscard]] std::string Problem() const;
 
   /// Stores the folders as they stand; empty ones are left out. False, and the file as it was, when a name
   /// has a line break or a NUL in it, when what is stored cannot be read, or the file cannot be written.

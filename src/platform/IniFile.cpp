@@ -11,7 +11,7 @@ namespace fieldpost {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::uint64_t LargestFile = 16U << 20U;
+constexpr std::uint64_t LargestFile = 2U << 20U;
 constexpr std::string_view InUtf16 = "it is in UTF-16, not in UTF-8";
 
 bool IsUtf16(std::string_view bytes) {
