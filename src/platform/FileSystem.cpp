@@ -74,6 +74,10 @@ void FileSystem::RemoveQuietly(const std::filesystem::path& temporary) {
   }
 }
 
+bool FileSystem::KeepToOwner(const std::filesystem::path&) {
+  return false;
+}
+
 void FileSystem::CreateFolders(const std::filesystem::path& path, FileAccess access) {
   if (path.empty() || IsFolder(path)) return;
   const std::filesystem::path plain = path.has_filename() ? path : path.parent_path();

@@ -161,15 +161,15 @@ class FileSystem {
   [[nodiscard]] virtual std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
                                                                 std::uint64_t maxBytes) const = 0;
 
-  /// Opens a file for reading from front to back (links followed).
+  /// Opens a plain file for reading from front to back; a link is refused.
   [[nodiscard]] virtual std::unique_ptr<FileReader> OpenForReading(
       const std::filesystem::path& path) const = 0;
 
   /// Creates a file that must not be there yet and writes it. What was begun is removed when it fails.
   virtual void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) = 0;
 
-  /// Writes at the end of a file, creating it (by the umask) when it is missing. On failure nothing is added,
-  /// unless even that cannot be had.
+  /// Writes at the end of a plain file, creating it (by the umask) when it is missing; a link is refused. On
+  /// failure nothing is added, unless even that cannot be had.
   virtual void Append(const std::filesystem::path& path, std::string_view bytes) = 0;
 
   /// Gives a file a new name on the same file system; what bore that name is replaced in one step.
@@ -189,6 +189,10 @@ class FileSystem {
 
   /// Files of this folder can be removed by this user. Never throws.
   [[nodiscard]] virtual bool MayRemoveFrom(const std::filesystem::path& folder) const = 0;
+
+  /// Takes from everybody but its owner what rights they have on a plain file. False when they had none, the
+  /// file is missing, or the system knows no such rights.
+  virtual bool KeepToOwner(const std::filesystem::path& path);
 
   /// Takes a folder for this process alone. Empty when another process has it. A folder that does not exist
   /// or cannot be opened throws.
@@ -253,6 +257,7 @@ class DiskFileSystem final : public FileSystem {
   void CreateFolder(const std::filesystem::path& path, FileAccess access) override;
   void Flush(std::span<const std::filesystem::path> folders) override;
   [[nodiscard]] bool MayRemoveFrom(const std::filesystem::path& folder) const override;
+  bool KeepToOwner(const std::filesystem::path& path) override;
   [[nodiscard]] std::unique_ptr<FolderLock> TryLock(const std::filesystem::path& folder) override;
 
  protected:

@@ -27,10 +27,15 @@ Descriptor OpenPlainFile(const fs::path& path) {
   return Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open");
 }
 
-FileContent ReadPlainFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
+struct stat StateOfPlainFile(const Descriptor& file, const fs::path& path, std::string_view action) {
   struct stat state {};
   if (::fstat(file.Number(), &state) != 0) Fail("cannot look at", path);
-  if (!S_ISREG(state.st_mode)) throw FileError("cannot read", path, "not a plain file");
+  if (!S_ISREG(state.st_mode)) throw FileError(action, path, "not a plain file");
+  return state;
+}
+
+FileContent ReadPlainFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
+  const struct stat state = StateOfPlainFile(file, path, "cannot read");
   if (static_cast<std::uint64_t>(state.st_size) > maxBytes) throw FileTooLarge(path, maxBytes);
 
   // One byte more than the file has: of a plain file, the read that returns less than it was asked for is the
@@ -129,7 +134,9 @@ std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, st
 }
 
 std::unique_ptr<FileReader> DiskFileSystem::OpenForReading(const fs::path& path) const {
-  return posix::ReaderOf(Open(path, O_RDONLY, "cannot open"), path);
+  Descriptor file = OpenPlainFile(path);
+  StateOfPlainFile(file, path, "cannot read");
+  return posix::ReaderOf(std::move(file), path);
 }
 
 void DiskFileSystem::WriteNew(const fs::path& path, std::string_view bytes, FileAccess access) {
@@ -145,9 +152,8 @@ void DiskFileSystem::WriteNew(const fs::path& path, std::string_view bytes, File
 }
 
 void DiskFileSystem::Append(const fs::path& path, std::string_view bytes) {
-  Descriptor file = Open(path, O_WRONLY | O_CREAT | O_APPEND, "cannot open", 0666);
-  struct stat before {};
-  if (::fstat(file.Number(), &before) != 0) Fail("cannot look at", path);
+  Descriptor file = Open(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK, "cannot open", 0666);
+  const struct stat before = StateOfPlainFile(file, path, "cannot write");
   try {
     WriteAll(file.Number(), bytes, path);
   } catch (const FileError&) {
@@ -228,6 +234,16 @@ std::unique_ptr<FolderLock> DiskFileSystem::TryLock(const fs::path& folder) {
   }
   if (errno == EWOULDBLOCK) return nullptr;
   Fail("cannot lock", folder);
+}
+
+bool DiskFileSystem::KeepToOwner(const fs::path& path) {
+  constexpr mode_t ofOthers = 077;
+  if (!IsFile(path)) return false;
+  const Descriptor file = OpenPlainFile(path);
+  const struct stat state = StateOfPlainFile(file, path, "cannot look at");
+  if ((state.st_mode & ofOthers) == 0) return false;
+  if (::fchmod(file.Number(), state.st_mode & 0700U) != 0) Fail("cannot set the permissions of", path);
+  return true;
 }
 
 void DiskFileSystem::CopyPermissions(const fs::path& model, const fs::path& path) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -113,6 +114,9 @@ class KeyStore {
 
   /// One line on what was wrong with the store itself when a call last failed for that; empty when none did.
   [[nodiscard]] virtual std::string Problem() const = 0;
+
+  /// The files that hold the store; none where the system keeps it.
+  [[nodiscard]] virtual std::vector<std::filesystem::path> Files() const { return {}; }
 };
 
 /// An open key that is closed at the end of its scope.

@@ -293,6 +293,11 @@ KeyStatus SqliteKeyStore::CloseKey(KeyHandle key) {
   return IsRoot(key) || open_.erase(key) == 1 ? KeyOk : KeyBadHandle;
 }
 
+/// SQLite's own file beside a store that a write is under way in, or was when the program ended.
+std::vector<std::filesystem::path> SqliteKeyStore::Files() const {
+  return {path_, std::filesystem::path(path_).concat("-journal")};
+}
+
 KeyStatus SqliteKeyStore::Check() {
   return Guarded([this] { file_.OpenExisting(); });
 }

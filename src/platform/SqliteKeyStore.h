@@ -35,6 +35,7 @@ class SqliteKeyStore final : public KeyStore {
   KeyStatus CloseKey(KeyHandle key) override;
   [[nodiscard]] KeyStatus Check() override;
   [[nodiscard]] std::string Problem() const override { return problem_; }
+  [[nodiscard]] std::vector<std::filesystem::path> Files() const override;
 
  private:
   /// A key that somebody has open.

@@ -1,10 +1,12 @@
 #include "shell/RunPreparation.h"
 
 #include "common/PathText.h"
+#include "shell/KeepSecrets.h"
 
 namespace fieldpost {
 
 std::string RunPreparation::Prepare(EmptyLatestList empty) {
+  KeepSecrets(program_.ports, program_.settingsStore, program_.log);
   std::string problem = StoreProblem();
   if (!problem.empty()) return problem;
   PathList& latest = program_.lists.LatestFolderList;
@@ -21,7 +23,8 @@ std::string RunPreparation::Prepare(EmptyLatestList empty) {
 /// worked on.
 std::string RunPreparation::StoreProblem() const {
   if (program_.ports.keys.Check() != KeyOk) return program_.ports.keys.Problem();
-  return program_.settingsStore.Problem();
+  std::string problem = program_.settingsStore.Problem();
+  return problem.empty() ? program_.latestStore.Problem() : problem;
 }
 
 }  // namespace fieldpost

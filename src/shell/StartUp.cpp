@@ -8,6 +8,7 @@
 #include "environment/RegistryKeys.h"
 #include "mail/SmtpMail.h"
 #include "shell/ComponentCheck.h"
+#include "shell/KeepSecrets.h"
 
 namespace fieldpost {
 
@@ -33,6 +34,7 @@ void StartUp::CreateFolderTree() {
   hadLog_ = program_.ports.files.IsFile(program_.log.TodaysFile());
   hadLatestList_ = program_.latestStore.IsStored();
   program_.tree.CreateFolderTree();
+  KeepSecrets(program_.ports, program_.settingsStore, program_.log);
 }
 
 void StartUp::OpenDailyLogHeader(const std::function<void()>& loadOptions) {
