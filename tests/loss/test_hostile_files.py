@@ -5,7 +5,7 @@ import socket
 import unittest
 
 from hostile_support import HostileTest
-from support import Entry, entries_of, fault_file
+from support import Entry, fault_file
 
 KIB = 1024
 MIB = 1024 * KIB
@@ -63,16 +63,18 @@ XML_POISON = {
     "some defaults often": (
         lambda: whole(b"<x/>" * 500_000, doctype(b"<!ATTLIST x%s>" % numbered(b' a%(n)d CDATA "v"', 200))),
         "more than 500000"),
+    "defaults behind an error": (
+        lambda: whole(b"<x/>" * 500_000, doctype(b"<!ATTLIST x%s" % numbered(b' a%(n)d CDATA "v"', 900))), "."),
     "declarations": (lambda: whole(doctype=doctype(numbered(b'<!ENTITY e%(n)d "">', 300_000))), "declarations"),
     "declarations of attributes": (
         lambda: whole(doctype=doctype(b"<!ATTLIST y%s>" % numbered(b" a%(n)d CDATA #IMPLIED", 100_000))),
         "declarations"),
-    "nested": (lambda: b"<a>" * 100_000 + b"</a>" * 100_000, "nested deeper than 250 levels"),
-    "nested, never closed": (lambda: b"<a>" * 2_000_000, "nested deeper than 250 levels"),
+    "nested": (lambda: b"<a>" * 100_000 + b"</a>" * 100_000, "nested deeper than 125 levels"),
+    "nested, never closed": (lambda: b"<a>" * 2_000_000, "nested deeper than 125 levels"),
     "nested entities": (lambda: whole(b"&e9;", doctype(
         b'<!ENTITY e0 "%s">' % (b"<a>" * 100 + b"</a>" * 100),
         numbered(b"", 0), *[b'<!ENTITY e%d "%s&e%d;%s">' % (n, b"<a>" * 100, n - 1, b"</a>" * 100)
-                            for n in range(1, 10)])), "nested deeper than 250 levels"),
+                            for n in range(1, 10)])), "nested deeper than 125 levels"),
     "tag of many attributes": (lambda: whole(root=b"FLFILE" + ATTRIBUTES), "more than 256 attributes"),
     "tags of many attributes": (lambda: whole((b"<x" + numbered(b' a%(n)d=""', 9000) + b"/>") * 70),
                                 "more than 256 attributes"),
@@ -227,6 +229,242 @@ class PoisonInLatest(HostileTest):
 
     def test_product_codes(self):
         self.check_all({name: (lambda code=code: whole(product=code), reason) for name, (code, reason) in PRODUCT_POISON.items()})
+
+
+def pipe(path):
+    os.mkfifo(path)
+
+
+def listening(path):
+    with socket.socket(socket.AF_UNIX) as one:
+        here = os.open(path.parent, os.O_PATH)
+        try:
+            one.bind(f"/proc/self/fd/{here}/{path.name}")  # a socket's name may be short only
+        finally:
+            os.close(here)
+
+
+NO_FILES = {
+    "pipe": pipe,
+    "socket": listening,
+    "folder": lambda path: path.mkdir(),
+    "link to a good file": lambda path: path.symlink_to("../../outside.xml"),
+    "link to the users": lambda path: path.symlink_to("/etc/passwd"),
+    "link to a folder": lambda path: path.symlink_to("/etc"),
+    "link to nothing": lambda path: path.symlink_to("nothing"),
+    "link to itself": lambda path: path.symlink_to(path.name),
+    "link to a device": lambda path: path.symlink_to("/dev/zero"),
+}
+
+NAMES = {
+    "line break": b"a\nb.xml",
+    "forged line": b"x\n21.11.2026 07:10:34  [Mail]:Mail Sent.xml",
+    "tab": b"a\tb.xml",
+    "escape": b"\x1b[2J\x1b]0;x\x07.xml",
+    "C1": "\u009b2J.xml".encode(),
+    "broken UTF-8": b"\xff\xfe\xe4.xml",
+    "255 bytes": b"n" * 251 + b".xml",
+    "255 bytes, not ASCII": "ü".encode() * 125 + b"x.xml",
+    "ending alone": b".xml",
+    "blanks": b"   .xml",
+    "dash": b"-rf.xml",
+    "quotes": b"\"'`$(x).xml",
+    "percent": b"%s%n{}.xml",
+    "like a temporary one": b".1.fieldpost-new.xml",
+    "capitals": b"A.XML",
+}
+
+
+class NoFilesInLatest(HostileTest):
+    def test_what_is_no_plain_file_is_not_touched(self):
+        for name, make in NO_FILES.items():
+            with self.subTest(name):
+                site = self.make_site(latest=("depot",))
+                (self.folder / "outside.xml").write_bytes(fault_file([Entry()]))
+                make(site.latest[0] / "m.xml")
+                site.drop("z.xml", fault_file([Entry()]))
+                run = self.watched("-fc")
+                self.assertEqual((0, ["z.xml"]), (run.status, [path.name for path in site.archived()]))
+                self.assertEqual(["m.xml"], [path.name for path in site.waiting()])
+                self.assertTrue((self.folder / "outside.xml").exists())
+                self.assertNotIn("m.xml", run.trace)
+
+    def test_a_link_in_the_way_is_not_followed_out_of_the_error_folder(self):
+        site = self.make_site(latest=("depot",))
+        outside = self.folder / "outside"
+        outside.write_bytes(b"mine")
+        site.error.mkdir(parents=True)
+        (site.error / "m.xml").symlink_to(outside)
+        site.drop("m.xml", b"poison")
+        self.assertEqual(0, self.watched("-fc").status)
+        self.assertEqual((b"mine", b"poison"), (outside.read_bytes(), (site.error / "m.xml").read_bytes()))
+
+    def test_a_file_of_two_gigabytes_is_moved_by_its_name_alone(self):
+        site = self.make_site(latest=("depot",))
+        with open(site.latest[0] / "m.xml", "wb") as huge:
+            huge.truncate(2 << 30)
+        site.drop("z.xml", fault_file([Entry()]))
+        run = self.watched("-fc")
+        self.assertEqual((0, ["z.xml"]), (run.status, [path.name for path in site.archived()]))
+        (line,) = self.errors_about(site.log(), "m.xml")
+        self.assertEqual("[Error]:Reason: larger than 8388608 bytes[..\\Error\\m.xml]", line)
+        self.assertEqual(2 << 30, (site.error / "m.xml").stat().st_size)
+
+
+class NamesInLatest(HostileTest):
+    def test_every_name_is_filed_and_every_poison_named_in_one_line(self):
+        for title, name in NAMES.items():
+            with self.subTest(title):
+                site = self.make_site(latest=("good", "bad"))
+                entry = Entry()
+                (site.latest[0] / os.fsdecode(name)).write_bytes(fault_file([entry]))
+                (site.latest[1] / os.fsdecode(name)).write_bytes(b"poison")
+                run = self.watched("-fc")
+                log = site.log()
+                self.assert_readable(log)
+                self.assertEqual((0, []), (run.status, site.waiting()), log)
+                self.assertEqual({entry.uid}, set(self.all_entries(site.archived())))
+                self.assertEqual([name], [os.fsencode(path.name) for path in site.archived()])
+                self.assertEqual([name], [os.fsencode(path.name) for path in site.error.iterdir()])
+                self.assertEqual(1, sum(line.startswith("[Error]:Reason: ") for line in log), log)
+
+
+class PoisonInTheArchive(HostileTest):
+    """The archived file that a new one of its name should go into."""
+
+    POISON = {
+        "text": lambda path: path.write_bytes(b"hello"),
+        "empty": lambda path: path.write_bytes(b""),
+        "cut off": lambda path: path.write_bytes(whole()[:-20]),
+        "no FLFILE": lambda path: path.write_bytes(b"<a/>"),
+        "many attributes": lambda path: path.write_bytes(whole(root=b"FLFILE" + ATTRIBUTES)),
+        "laughs": lambda path: path.write_bytes(whole(b"&e9;", doctype(laughs(b"a" * 20, 9, 20)))),
+        "deep": lambda path: path.write_bytes(whole(b"<a>" * 100_000 + b"</a>" * 100_000)),
+        "very many elements": lambda path: path.write_bytes(whole(b"<a/>" * 3_000_000)),
+        "two gigabytes": lambda path: (path.write_bytes(whole()), os.truncate(path, 2 << 30)),
+        "link": lambda path: path.symlink_to("/etc/passwd"),
+        "link to nothing": lambda path: path.symlink_to("nothing"),
+        "pipe": pipe,
+        "folder": lambda path: path.mkdir(),
+    }
+
+    def state(self, path):
+        found = os.lstat(path)
+        return found.st_ino, found.st_mode, found.st_size, found.st_mtime_ns
+
+    def test_the_new_file_stays_and_one_line_says_why(self):
+        for name, make in self.POISON.items():
+            with self.subTest(name):
+                site = self.make_site(latest=("depot",))
+                folder = site.archive / "4711"
+                folder.mkdir(parents=True)
+                make(folder / "m.xml")
+                before = self.state(folder / "m.xml")
+                content = fault_file([Entry()])
+                site.drop("m.xml", content)
+                site.drop("z.xml", fault_file([Entry()]))
+                run = self.watched("-fc")
+                log = site.log()
+                self.assert_readable(log)
+                self.assertEqual(1, run.status)
+                self.assertEqual(content, (site.latest[0] / "m.xml").read_bytes())
+                self.assertTrue((folder / "z.xml").is_file())
+                self.assertEqual(before, self.state(folder / "m.xml"))
+                self.assertEqual(1, len(self.errors_about(log, "m.xml")), log)
+
+    def test_the_largest_that_is_merged_costs_what_it_may(self):
+        site = self.make_site(latest=("depot",))
+        folder = site.archive / "4711"
+        folder.mkdir(parents=True)
+        (folder / "m.xml").write_bytes(whole(b"<a>12</a>" * 345_000 + b"<b>" + b"x" * 17_000_000 + b"</b>"))
+        site.drop("m.xml", whole(b"<a>12</a>" * 245_000 + b"<b>" + b"x" * 5_000_000 + b"</b>"))
+        run = self.watched("-fc")
+        self.assertEqual((0, []), (run.status, site.waiting()), site.log())
+        print(f"the largest merge took {run.megabytes:.0f} MB, {run.seconds:.1f} s")
+
+
+class PoisonInTheProcessFolder(HostileTest):
+    def test_a_document_of_poison_waits_and_the_next_is_sent(self):
+        start = b'<?xml version="1.0"?>\r\n<FLFILE Mode="Not Sent"'
+        for name, content in {
+            "many attributes": start + ATTRIBUTES + b"/>",
+            "deep": start + b">" + b"<a>" * 100_000,
+            "laughs": b"<!DOCTYPE FLFILE [" + laughs(b"a" * 20, 9, 20) + b']>\n<FLFILE Mode="Not Sent">&e9;</FLFILE>',
+            "external": b'<!DOCTYPE FLFILE SYSTEM "file:///secret"><FLFILE Mode="Not Sent"/>',
+            "binary": bytes(range(256)) * 4000,
+        }.items():
+            with self.subTest(name):
+                sink = self.start_sink()
+                site = self.make_site(sink.port)
+                site.queue("FLog.4711.202611210702.xml", [Entry()])
+                (site.process / "FLog.4711.202611210701.xml").write_bytes(content)
+                run = self.watched("-fs", port=sink.port)
+                self.assert_readable(site.log())
+                self.assertIn(b'Mode="Sent"', (site.process / "FLog.4711.202611210702.xml").read_bytes()[:100])
+                self.assertIn(run.status, (0, 1))
+
+    def test_journals_of_poison_are_no_journals(self):
+        for journal in ("FLog.journal", "Sent.journal"):
+            for name, make in {
+                "text": lambda path: path.write_bytes(b"hello"),
+                "zeros": lambda path: path.write_bytes(b"\0" * 100_000),
+                "title": lambda path: path.write_bytes(b"Fieldpost filing journal 3\n" + b"9" * 1000 + b":"),
+                "link": lambda path: path.symlink_to("/etc/passwd"),
+            }.items():
+                with self.subTest(journal=journal, name=name):
+                    site = self.make_site(latest=("depot",))
+                    site.process.mkdir(parents=True)
+                    make(site.process / journal)
+                    site.drop("z.xml", fault_file([Entry()]))
+                    self.assertEqual(0, self.watched("-fc").status, site.log())
+                    self.assertEqual(["z.xml"], [path.name for path in site.archived()])
+
+
+class PoisonInPpcData(HostileTest):
+    POISON = {
+        "text": b"hello",
+        "empty": b"",
+        "laughs": b"<!DOCTYPE a [" + laughs(b"a" * 20, 9, 20) + b"]><a><PPCentry>&e9;</PPCentry></a>",
+        "external": b'<!DOCTYPE a [<!ENTITY e SYSTEM "file:///secret">]><a><PPCentry>&e;</PPCentry></a>',
+        "many attributes": b"<a><PPCentry" + ATTRIBUTES + b"/></a>",
+        "many tags of many attributes": b"<a>" + (b"<PPCentry" + numbered(b' a%(n)d=""', 9000) + b"/>") * 100 + b"</a>",
+        "many name spaces": b"<a><PPCentry" + numbered(b' xmlns:a%(n)d="u"', 20_000) + b"/></a>",
+        "deep": b"<a>" * 100_000,
+        "names": b"<a>" + numbered(b"<n%(n)d/>", 900_000) + b"</a>",
+        "never ending tag": b"<a " + b"x" * 20_000_000,
+        "NULs": b"<a>\0</a>",
+        "unknown encoding": b'<?xml version="1.0" encoding="\x1b[2J"?><a/>',
+        "small entity very often": b"<!DOCTYPE a [<!ENTITY e 'x'>]><a><PPCentry>" + b"&e;" * 330_000 + b"</PPCentry></a>",
+        "defaults": b"<!DOCTYPE a [<!ATTLIST x" + numbered(b' a%(n)d CDATA "v"', 900) + b">]><a>"
+                    + b"<x/>" * 200_000 + b"</a>",
+        "defaults behind an error": b"<!DOCTYPE a [<!ATTLIST x" + numbered(b' a%(n)d CDATA "v"', 900) + b"]><a>"
+                                    + b"<x/>" * 200_000 + b"</a>",
+    }
+
+    def check(self, name, put):
+        with self.subTest(name):
+            site = self.make_site()
+            put(site)
+            run = self.watched("-ps")
+            log = site.log()
+            self.assert_readable(log)
+            self.assertEqual(1, run.status, log)
+            self.assertEqual([], site.ppc_documents())
+            (line,) = [line for line in log if line.startswith("[Error]:")]
+            self.assertRegex(line, r"PPC Error \(.*\S.*\)")
+            return run
+
+    def test_a_database_of_poison(self):
+        for name, content in self.POISON.items():
+            self.check(name, lambda site, content=content: site.store_ppc("m.xml", content))
+
+    def test_an_export_of_poison(self):
+        for name, content in self.POISON.items():
+            def put(site, content=content):
+                site.registry("delete", r"HKLM\SOFTWARE\Kestrel\OrvikShared\Common\InstPath", "--ve")
+                (site.home / "PPCData.xml").write_bytes(content)
+                site.suite = site.home
+            self.check(name, put)
 
 
 if __name__ == "__main__":
