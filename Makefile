@@ -14,7 +14,7 @@ SECONDS := 60
 SWEEPS := ^loss\..*(sweep|power_cut|two_programs)
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all packages configure run window test sanitize fuzz bench coverage format lint install clean
+.PHONY: all packages configure run window test sanitize fuzz bench coverage mutants format lint install clean
 
 all: configure
 	@cmake --build --preset release -j$(JOBS)
@@ -57,6 +57,11 @@ coverage: packages
 	@cmake --preset coverage $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset coverage -j$(JOBS)
 	@$(PYTHON) tests/coverage/run_coverage.py $(BUILD)/coverage
+
+# ONLY=faultlog takes the sources whose path holds this word alone. A run that was ended is gone on with.
+mutants: packages
+	@tools/install-packages python3-clang
+	@$(PYTHON) tests/mutants/mutants.py $(if $(ONLY),--only $(ONLY))
 
 format: packages
 	@$(PYTHON) tests/tools/check_format.py clang-format --fix

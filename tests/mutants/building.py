@@ -1,0 +1,181 @@
+"""One build of a copy of the tree that holds every mutant."""
+
+import dataclasses
+import hashlib
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+import points
+
+sys.path.insert(0, str(points.TESTS / "tools"))
+import tree  # noqa: E402
+
+FOLDER = tree.ROOT / "build" / "mutants"
+COPY = FOLDER / "tree"
+BUILD = COPY / "build"
+ROOMS = ("faultlog", "mail", "ppc", "environment")
+PROGRAMS = [f"{room}_tests" for room in (*ROOMS, "shell", "platform")]
+LIBRARIES = [f"fp_{room}" for room in (*ROOMS, "platform")]
+FORMS = re.compile(r"^(frm|Frm|MDI|CPrint|Widget|MessageBox)")
+REPLACING = tuple(f"FileSystem::{name}" for name in ("SaveAtomically", "WriteReplacement", "ReplaceAll", "RemoveQuietly"))
+NUMBERS_A_FILE = 1000
+PLACE = re.compile(r"^\S*?(src/\S+?):(\d+):(\d+): +(error|.*required from)")
+
+
+def sources():
+    """The sources to be mutated, and the functions in them that count; all where none is named."""
+    found = [(path.as_posix(), ()) for path in tree.files(*(f"src/{room}" for room in ROOMS))
+             if path.suffix == ".cpp" and not FORMS.match(path.name)]
+    return [*found, ("src/platform/FileSystem.cpp", REPLACING)]
+
+
+class MutatedTree:
+    """The copy of the tree, its mutants and its programs."""
+
+    def __init__(self, jobs):
+        self.jobs = jobs
+        self.finders = {}  # of the files that were looked through in this run
+        self.mutants = []
+        self.dropped = self._read("dropped.json", {})  # key of a mutant that does not compile: True
+
+    def remaining(self):
+        return [one for one in self.mutants if one.key not in self.dropped]
+
+    def make(self):
+        self._copy()
+        self._configure()
+        self._find(self._read("points.json", {}))
+        if self._compile(LIBRARIES).returncode != 0:
+            if len(self.finders) < len(sources()):
+                self._find({})
+            while self._drop_what_does_not_compile():
+                self._write()
+        self._remember()
+        self._compile(PROGRAMS, check=True)
+
+    def _copy(self):
+        """Copies the files that are new, so that little is built again."""
+        wanted = set()
+        mutated = {name for name, _ in sources()}
+        for path in tree.files():
+            wanted.add(path)
+            if path.as_posix() not in mutated or not (COPY / path).exists():
+                _save(COPY / path, (tree.ROOT / path).read_bytes())
+        _save(COPY / "src" / "Mutant.h", (tree.ROOT / "tests" / "mutants" / "Mutant.h").read_bytes())
+        for path in tree.files("src", "tests", root=COPY):
+            if path not in wanted and path.as_posix() != "src/Mutant.h":
+                (COPY / path).unlink()
+
+    def _configure(self):
+        command = ["cmake", "--preset", "mutants", "--log-level=NOTICE"]
+        if shutil.which("ccache"):
+            command.append("-DCMAKE_CXX_COMPILER_LAUNCHER=ccache")
+        done = subprocess.run(command, cwd=COPY, check=False, text=True, capture_output=True)
+        if done.returncode != 0:
+            raise SystemExit(done.stdout + done.stderr)
+
+    def _find(self, known):
+        """`known` holds the mutants that an earlier run found in a source, which need not be looked for again."""
+        commands = {one["file"]: one["command"] for one in json.loads((BUILD / "compile_commands.json").read_text())}
+        self.finders, self.mutants = {}, []
+        for order, (name, functions) in enumerate(sources()):
+            if known.get(name, {}).get("stamp") == self._stamp(name):
+                found = [points.Mutant(**one) for one in known[name]["mutants"]]
+            else:
+                arguments = _arguments(commands[str(COPY / name)])
+                self.finders[name] = points.Finder(tree.ROOT / name, name, arguments, functions)
+                found = self.finders[name].mutants
+            for number, mutant in enumerate(found, order * NUMBERS_A_FILE):
+                mutant.number = number
+            self.mutants += found
+        self._write()
+
+    def _remember(self):
+        of = {name: [] for name, _ in sources()}
+        for mutant in self.mutants:
+            of[mutant.file].append(dataclasses.asdict(mutant))
+        known = {name: {"stamp": self._stamp(name), "mutants": found} for name, found in of.items()}
+        _save(FOLDER / "points.json", json.dumps(known).encode())
+
+    @staticmethod
+    def _stamp(name):
+        """Changes with all that the mutants of a source, and the source with them, are made of."""
+        order = [one for one, _ in sources()].index(name)
+        parts = [(tree.ROOT / name).read_bytes(), pathlib.Path(points.__file__).read_bytes(), b"%d" % order]
+        parts.append((COPY / name).read_bytes() if (COPY / name).exists() else b"")
+        return hashlib.sha256(b"\0".join(parts)).hexdigest()
+
+    def _write(self):
+        self.written = {name: finder.write(self.dropped) for name, finder in self.finders.items()}
+        for name, mutated in self.written.items():
+            _save(COPY / name, mutated.text)
+
+    def _drop_what_does_not_compile(self):
+        done = self._compile(LIBRARIES)
+        if done.returncode == 0:
+            return False
+        sure, likely = set(), {}
+        for name, line, column in _places(done.stdout, self.finders):
+            keys, inserted = self.written[name].at(line, column, self.dropped)
+            if inserted:
+                sure.update(keys)
+            likely.setdefault(name, keys)
+        # Errors elsewhere mostly follow from others: of these only the first is looked at.
+        found = sure or {key for keys in likely.values() for key in keys}
+        if not found:
+            raise SystemExit(done.stdout[-20000:] + done.stderr)
+        self.dropped.update(dict.fromkeys(found, True))
+        print(f"{len(found)} mutants that do not compile are left out", flush=True)
+        _save(FOLDER / "dropped.json", json.dumps(self.dropped, indent=0).encode())
+        return True
+
+    def _compile(self, targets, check=False):
+        command = ["cmake", "--build", str(BUILD), f"-j{self.jobs}", "--target", *targets, "--", "-k", "0"]
+        environment = {name: text for name, text in os.environ.items() if name not in ("MUTANT", "MUTANT_RECORD")}
+        done = subprocess.run(command, check=False, text=True, capture_output=True, env=environment)
+        if check and done.returncode != 0:
+            raise SystemExit(done.stdout[-20000:] + done.stderr)
+        return done
+
+    @staticmethod
+    def _read(name, otherwise):
+        try:
+            return json.loads((FOLDER / name).read_text())
+        except (FileNotFoundError, ValueError):
+            return otherwise
+
+
+def _places(output, files):
+    """Where in these files the compiler's errors are; of one in a header, where the header was asked for it."""
+    asked = None
+    for line in output.splitlines():
+        found = PLACE.match(line)
+        if not found:
+            continue
+        place = (found[1], int(found[2]), int(found[3])) if found[1] in files else None
+        if found[4] != "error":
+            asked = place or asked
+        elif place or asked:
+            yield place or asked
+            asked = None
+
+
+def _arguments(command):
+    words = command.split()
+    wanted = [word for word in words if word.startswith(("-I", "-D", "-std"))]
+    systems = [text for place, word in enumerate(words) if word == "-isystem" for text in (word, words[place + 1])]
+    return ["-x", "c++", *(word.replace('\\"', '"') for word in wanted), *systems]
+
+
+def _save(path, content):
+    """Writes a file unless it is there as it is to be: what is not touched is not built again."""
+    path = FOLDER / path
+    if path.exists() and path.read_bytes() == content:
+        return
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_bytes(content)

@@ -1,0 +1,508 @@
+"""Finds by its syntax tree where a C++ source can be mutated, and writes the source that holds all mutants."""
+
+import bisect
+import dataclasses
+import hashlib
+import pathlib
+import re
+
+from clang import cindex
+from clang.cindex import CursorKind as Kind
+
+TESTS = pathlib.Path(__file__).resolve().parent.parent
+SCOPE = "fieldpost::mutants"
+COMPARISONS = {  # what stands there: what mutants do
+    "<": ("std::less<>", {"<=": "std::less_equal<>", ">=": "std::greater_equal<>"}),
+    "<=": ("std::less_equal<>", {"<": "std::less<>", ">": "std::greater<>"}),
+    ">": ("std::greater<>", {">=": "std::greater_equal<>", "<=": "std::less_equal<>"}),
+    ">=": ("std::greater_equal<>", {">": "std::greater<>", "<": "std::less<>"}),
+    "==": ("std::equal_to<>", {"!=": "std::not_equal_to<>"}),
+    "!=": ("std::not_equal_to<>", {"==": "std::equal_to<>"}),
+}
+SUMS = {
+    "+": ("std::plus<>", {"-": "std::minus<>"}),
+    "-": ("std::minus<>", {"+": "std::plus<>"}),
+    "+=": ("AddTo", {"-=": "TakeFrom"}),
+    "-=": ("TakeFrom", {"+=": "AddTo"}),
+}
+STEPS = {  # (what stands there, whether before its operand)
+    ("++", True): ("Increment", {"--": "Decrement"}),
+    ("--", True): ("Decrement", {"++": "Increment"}),
+    ("++", False): ("IncrementAfter", {"--": "DecrementAfter"}),
+    ("--", False): ("DecrementAfter", {"++": "IncrementAfter"}),
+}
+CONDITIONS = {"negate", "<", "<=", ">", ">=", "==", "!=", "&&", "||"}  # operators that change a decision
+NEVER = {Kind.CLASS_TEMPLATE, Kind.FUNCTION_TEMPLATE, Kind.STATIC_ASSERT, Kind.ENUM_DECL, Kind.PARM_DECL,
+         Kind.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION, Kind.TYPE_ALIAS_DECL}
+FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR, Kind.CONVERSION_FUNCTION}
+LEAVES = {Kind.RETURN_STMT, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_THROW_EXPR}
+EMPTY = {"", "{}", "nullptr", "std::nullopt", '""', "0", "true", "false"}
+NUMBER = re.compile(rb"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)[uUlLzZ]*")
+
+# Calls on which it hangs that nothing is lost, and the files in which they do.
+CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(New|Replacement|Marked)?$|Replace(All|Written)|"
+                           r"Mark|Displace|MakeRoom|Decide|TakeBack|Drop$|Stage|Publish|Delete|Refuse|Note|PrepareNote|"
+                           r"Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
+# What decides whether a file goes, is marked or is mailed again.
+CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasDecided|Holds|IsWhatWasFiled|RefuseTheSameFile)$")
+CRITICAL_FILES = re.compile(r"^src/(faultlog/|mail/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
+                            r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
+
+
+@dataclasses.dataclass
+class Mutant:
+    """One change at one point. Its name says what it is, and stays when lines above it move."""
+
+    file: str
+    line: int
+    column: int
+    function: str
+    operator: str
+    text: str  # what is changed, on one line
+    begin: int
+    end: int
+    scope: str  # hash of the function that it is in
+    critical: bool = False
+    number: int = 0
+    ordinal: int = 1
+
+    @property
+    def name(self):
+        count = f" #{self.ordinal}" if self.ordinal > 1 else ""
+        return f"{self.file} | {self.function} | {self.operator} | {self.text}{count}"
+
+    @property
+    def key(self):
+        return f"{self.name} | {self.scope}"
+
+
+@dataclasses.dataclass
+class Point:
+    """A place in the source: what is put before, between and behind its parts for the mutants that remain."""
+
+    begin: int
+    end: int
+    mutants: list
+    write: object  # (mutants that remain) -> list of (offset, length taken away, text, closes)
+
+
+class Mutated:
+    """A source with mutants in it, and where in the source each place of it comes from."""
+
+    def __init__(self, source, edits, points):
+        self.points = points
+        pieces, at, length = [], 0, 0
+        self.origins = []  # (offset in the text, offset in the source)
+        for offset, _, taken, text in edits:
+            pieces += [source[at:offset], text.encode()]
+            self.origins += [(length, at), (length + offset - at, offset)]
+            length += len(pieces[-2]) + len(pieces[-1])
+            at = offset + taken
+        self.origins.append((length, at))
+        self.text = b"".join([*pieces, source[at:]])
+        self.lines = [0] + [found.end() for found in re.finditer(rb"\n", self.text)]
+
+    def at(self, line, column, dropped):
+        """The mutants that remain of the innermost point around a place that the compiler names, and whether the
+        place is in what was written for them."""
+        offset = self.lines[line - 1] + column - 1
+        order = bisect.bisect_right(self.origins, (offset, 1 << 60)) - 1
+        at, origin = self.origins[order]
+        inserted = order % 2 == 1
+        origin += 0 if inserted else offset - at
+        around = [one for one in self.points if one.begin <= origin <= one.end]
+        on_line = [one for one in self.points if any(mutant.line == line for mutant in one.mutants)]
+        for points in (around, on_line):
+            for point in sorted(points, key=lambda one: one.end - one.begin):
+                remaining = [one.key for one in point.mutants if one.key not in dropped]
+                if remaining:
+                    return remaining, inserted
+        return [], False
+
+
+@dataclasses.dataclass
+class Context:
+    function: str = ""
+    scope: str = ""
+    result: object = None  # type that the function returns; None in a lambda
+
+
+class Finder:
+    """The points of one source."""
+
+    def __init__(self, path, name, arguments, only_in=()):
+        """`only_in` names the functions whose points count; all count when there is none."""
+        self.name = name
+        self.source = path.read_bytes()
+        self.lines = [0] + [found.end() for found in re.finditer(rb"\n", self.source)]
+        self.points = []
+        self.critical_ranges = []
+        unit = cindex.Index.create().parse(str(path), args=arguments)
+        faults = [str(one) for one in unit.diagnostics if one.severity >= cindex.Diagnostic.Error]
+        if faults:
+            raise SystemExit("\n".join(faults))
+        self.path = str(path)
+        own = [one for one in unit.cursor.get_children() if self._is_here(one)]
+        if CRITICAL_FILES.match(name):
+            self._find_critical(own)
+        for cursor in own:
+            self._visit(cursor, Context())
+        self.points = [one for one in self.points if not only_in or one.mutants[0].function in only_in]
+        self._name_apart()
+
+    @property
+    def mutants(self):
+        return [mutant for point in self.points for mutant in point.mutants]
+
+    def write(self, dropped):
+        """The source with every mutant but those of these keys."""
+        edits = []
+        for order, point in enumerate(self.points):
+            remaining = [one for one in point.mutants if one.key not in dropped]
+            if not remaining:
+                continue
+            for offset, length, text, closes in point.write(remaining):
+                # At one place: first what closes, the innermost first; then what opens, the outermost first.
+                rank = (0, -point.begin, point.end, -order) if closes else (1, -point.end, point.begin, order)
+                edits.append((offset, rank, length, text))
+        edits.sort(key=lambda edit: (edit[0], edit[1]))
+        return Mutated(self.source, edits, self.points)
+
+    # The walk.
+
+    def _visit(self, cursor, context):
+        if not self._is_here(cursor) or cursor.kind in NEVER or self._is_constant(cursor):
+            return
+        if cursor.kind in FUNCTIONS:
+            context = Context(self._function_name(cursor), self._hash(cursor), cursor.result_type)
+        elif cursor.kind == Kind.LAMBDA_EXPR:
+            context = dataclasses.replace(context, result=None)
+        self._points_at(cursor, context)
+        children = list(cursor.get_children())
+        if cursor.kind == Kind.CASE_STMT:
+            children = children[1:]
+        for child in children:
+            self._visit(child, context)
+
+    def _points_at(self, cursor, context):
+        kind, children = cursor.kind, list(cursor.get_children())
+        if kind in (Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPERATOR) and len(children) == 2:
+            self._binary(cursor, self._operator_between(*children), context)
+        elif kind == Kind.CALL_EXPR and cursor.spelling.startswith("operator"):
+            self._overloaded(cursor, children, context)
+        elif kind == Kind.UNARY_OPERATOR:
+            self._step(cursor, context)
+        elif kind == Kind.INTEGER_LITERAL:
+            self._number(cursor, context)
+        elif kind == Kind.CXX_BOOL_LITERAL_EXPR:
+            self._negate(cursor, context, "flip")
+        elif kind == Kind.CONDITIONAL_OPERATOR:
+            self._condition(children[0], context)
+        elif kind == Kind.RETURN_STMT and children:
+            self._return(cursor, children[0], context)
+        elif kind in (Kind.IF_STMT, Kind.WHILE_STMT):
+            self._branch(cursor, children, context)
+        elif kind == Kind.DO_STMT:
+            self._condition(children[-1], context)
+        for statement in self._statements_below(cursor, children):
+            self._drop(statement, context)
+
+    @staticmethod
+    def _statements_below(cursor, children):
+        if cursor.kind == Kind.COMPOUND_STMT:
+            return children
+        if cursor.kind in (Kind.FOR_STMT, Kind.CXX_FOR_RANGE_STMT, Kind.WHILE_STMT, Kind.CASE_STMT, Kind.DEFAULT_STMT):
+            return children[-1:]
+        if cursor.kind == Kind.DO_STMT:
+            return children[:1]
+        if cursor.kind == Kind.IF_STMT:
+            return children[2 if children[0].kind in (Kind.VAR_DECL, Kind.DECL_STMT) else 1:]
+        return []
+
+    # One kind of point each.
+
+    def _binary(self, cursor, found, context):
+        if found is None:
+            return
+        text, begin, end = found
+        if text in COMPARISONS:
+            self._chosen(cursor, (begin, end), COMPARISONS[text], context)
+        elif text in SUMS:
+            self._chosen(cursor, (begin, end), SUMS[text], context)
+        elif text in ("&&", "||"):
+            self._logical(cursor, (begin, end), text, context)
+
+    def _overloaded(self, cursor, children, context):
+        for child in children:
+            begin, end = self._range(child)
+            text = self.source[begin:end].decode(errors="replace")
+            outer = self._range(cursor)
+            if text in COMPARISONS and outer[0] < begin and end < outer[1]:
+                self._chosen(cursor, (begin, end), COMPARISONS[text], context)
+                return
+            if text in ("++", "--"):
+                self._step(cursor, context)
+                return
+
+    def _chosen(self, cursor, place, choice, context):
+        original, others = choice
+        begin, end = self._range(cursor)
+        mutants = [self._mutant(begin, end, other, context) for other in others]
+
+        def write(remaining):
+            named = ", ".join(f"{SCOPE}::M<{one.number}, {_in_scope(others[one.operator])}>" for one in remaining)
+            head = f"{SCOPE}::Choose<{_in_scope(original)}, {named}>("
+            return [(begin, 0, head, False), (place[0], place[1] - place[0], ",", False), (end, 0, ")", True)]
+
+        self.points.append(Point(begin, end, mutants, write))
+
+    def _logical(self, cursor, place, text, context):
+        begin, end = self._range(cursor)
+        mutant = self._mutant(begin, end, "||" if text == "&&" else "&&", context)
+        compare, otherwise = ("!=", "") if text == "&&" else ("==", "!")
+
+        def write(remaining):
+            on = f"{SCOPE}::On({remaining[0].number})"
+            return [(begin, 0, "((static_cast<bool>(", False),
+                    (place[0], place[1] - place[0], f") {compare} {on}) ? static_cast<bool>(", False),
+                    (end, 0, f") : {otherwise}{on})", True)]
+
+        self.points.append(Point(begin, end, [mutant], write))
+
+    def _step(self, cursor, context):
+        begin, end = self._range(cursor)
+        text = self.source[begin:end]
+        for (operator, before), (original, others) in STEPS.items():
+            sign = operator.encode()
+            if not (text.startswith(sign) if before else text.endswith(sign)):
+                continue
+            other = next(iter(others))
+            mutant = self._mutant(begin, end, other, context)
+            place = begin if before else end - 2
+
+            def write(remaining, original=original, other=others[other], place=place):
+                named = f"{SCOPE}::M<{remaining[0].number}, {_in_scope(other)}>"
+                return [(begin, 0, f"{SCOPE}::Choose<{_in_scope(original)}, {named}>(", False),
+                        (place, 2, "", False), (end, 0, ")", True)]
+
+            self.points.append(Point(begin, end, [mutant], write))
+            return
+
+    def _number(self, cursor, context):
+        begin, end = self._range(cursor)
+        if not NUMBER.fullmatch(self.source[begin:end]):
+            return
+        functions = {"+1": "OneMore", "-1": "OneLess"}
+        mutants = [self._mutant(begin, end, other, context) for other in functions]
+
+        def write(remaining):
+            named = ", ".join(f"{SCOPE}::M<{one.number}, {_in_scope(functions[one.operator])}>" for one in remaining)
+            return [(begin, 0, f"{SCOPE}::Choose<{_in_scope('Same')}, {named}>(", False), (end, 0, ")", True)]
+
+        self.points.append(Point(begin, end, mutants, write))
+
+    def _negate(self, cursor, context, operator="negate"):
+        begin, end = self._range(cursor)
+        mutant = self._mutant(begin, end, operator, context)
+
+        def write(remaining):
+            on = f"{SCOPE}::On({remaining[0].number})"
+            return [(begin, 0, f"({on} != static_cast<bool>(", False), (end, 0, "))", True)]
+
+        self.points.append(Point(begin, end, [mutant], write))
+
+    def _condition(self, cursor, context):
+        """A condition that is a comparison has the mutant that negates it already."""
+        if not self._is_comparison(cursor) and cursor.kind != Kind.CXX_BOOL_LITERAL_EXPR:
+            self._negate(cursor, context)
+
+    def _branch(self, cursor, children, context):
+        begin = self._range(cursor)[0]
+        if re.match(rb"if\s+constexpr", self.source[begin:begin + 20]):
+            return
+        first = children[0]
+        if first.kind == Kind.VAR_DECL:
+            if cursor.kind == Kind.IF_STMT:
+                self._declared_condition(first, context)
+        elif first.kind == Kind.DECL_STMT:
+            self._condition(children[1], context)
+        else:
+            self._condition(first, context)
+
+    def _declared_condition(self, variable, context):
+        begin, end = self._range(variable)
+        mutant = self._mutant(begin, end, "negate", context)
+
+        def write(remaining):
+            on = f"{SCOPE}::On({remaining[0].number})"
+            return [(end, 0, f"; {on} != static_cast<bool>({variable.spelling})", True)]
+
+        self.points.append(Point(begin, end, [mutant], write))
+
+    def _return(self, cursor, value, context):
+        text = self._one_line(*self._range(value))
+        is_bool = (context.result or value.type).get_canonical().spelling == "bool"
+        if is_bool:
+            self._condition(value, context)
+        elif text not in EMPTY and context.result is not None and "&" not in context.result.spelling:
+            self._return_nothing(cursor, context)
+
+    def _return_nothing(self, cursor, context):
+        begin, end = self._range(cursor)
+        end = self._behind_semicolon(end)
+        mutant = self._mutant(begin, end, "return {}", context)
+
+        def write(remaining):
+            return [(begin, 0, f"{{ if ({SCOPE}::On({remaining[0].number})) return {{}}; ", False), (end, 0, " }", True)]
+
+        self.points.append(Point(begin, end, [mutant], write))
+
+    def _drop(self, cursor, context):
+        if not cursor.kind.is_expression() or not self._is_here(cursor):
+            return
+        begin, end = self._range(cursor)
+        text = self.source[begin:end]
+        throws = cursor.kind == Kind.CXX_THROW_EXPR
+        # Where a value must be returned, a program without its throw has no meaning.
+        if throws and (context.result is None or context.result.spelling != "void"):
+            return
+        if re.match(rb"(\(void\)|static_cast<void>|\+\+|--)", text) or text.endswith((b"++", b"--")):
+            return
+        end = self._behind_semicolon(end)
+        mutant = self._mutant(begin, end, "drop", context)
+
+        def write(remaining):
+            return [(begin, 0, f"{{ if (!{SCOPE}::On({remaining[0].number})) ", False), (end, 0, " }", True)]
+
+        self.points.append(Point(begin, end, [mutant], write))
+
+    # What is critical: calls on which it hangs that nothing is lost, the conditions of these calls, and the
+    # functions that such a condition asks.
+
+    def _find_critical(self, own):
+        asked = set()
+        functions = [one for top in own for one in _below(top) if one.kind in FUNCTIONS and one.is_definition()]
+        for function in functions:
+            self._critical_in(function, [], asked)
+        for function in functions:
+            if function.spelling in asked or CRITICAL_FUNCTION.match(function.spelling):
+                self.critical_ranges.append((*self._range(function), CONDITIONS | {"flip", "return {}"}))
+
+    def _critical_in(self, cursor, conditions, asked):
+        """Walks through statements in their order; `conditions` are those that decide whether `cursor` is reached."""
+        inner = list(conditions)
+        for child in cursor.get_children():
+            if child.kind == Kind.CALL_EXPR and CRITICAL_CALL.match(child.spelling or ""):
+                for condition in inner:
+                    self._critical_condition(condition, asked)
+            below = inner + self._conditions_of(child)
+            self._critical_in(child, below, asked)
+            if child.kind == Kind.IF_STMT and any(one.kind in LEAVES for one in _below(child)):
+                inner = below
+
+    def _conditions_of(self, cursor):
+        if cursor.kind not in (Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR):
+            return []
+        children = list(cursor.get_children())
+        return children[:2] if children[0].kind == Kind.DECL_STMT else children[:1]
+
+    def _critical_condition(self, condition, asked):
+        self.critical_ranges.append((*self._range(condition), CONDITIONS))
+        for one in _below(condition):
+            if one.kind == Kind.CALL_EXPR and one.spelling:
+                asked.add(one.spelling)
+            told = one.referenced if one.kind == Kind.DECL_REF_EXPR else None
+            if told is not None and told.kind == Kind.VAR_DECL and told.type.get_canonical().spelling == "const bool":
+                self.critical_ranges.append((*self._range(told), CONDITIONS))
+
+    def _is_critical(self, begin, end, operator):
+        if not CRITICAL_FILES.match(self.name):
+            return False
+        if operator == "drop":
+            calls = re.findall(rb"([A-Za-z_]\w*)\s*\(", self.source[begin:end])
+            return any(CRITICAL_CALL.match(call.decode()) for call in calls)
+        return any(low <= begin and end <= high and operator in operators
+                   for low, high, operators in self.critical_ranges)
+
+    # What the tree and the text say.
+
+    def _mutant(self, begin, end, operator, context):
+        line = bisect.bisect_right(self.lines, begin)
+        column = begin - self.lines[line - 1] + 1
+        return Mutant(self.name, line, column, context.function, operator, self._one_line(begin, end), begin, end,
+                      context.scope, self._is_critical(begin, end, operator))
+
+    def _name_apart(self):
+        """Gives mutants that would bear one name an ordinal each."""
+        seen = {}
+        for mutant in sorted(self.mutants, key=lambda one: one.begin):
+            first = mutant.name
+            seen[first] = mutant.ordinal = seen.get(first, 0) + 1
+
+    def _is_here(self, cursor):
+        return cursor.location.file is not None and cursor.location.file.name == self.path
+
+    def _range(self, cursor):
+        return cursor.extent.start.offset, cursor.extent.end.offset
+
+    def _one_line(self, begin, end):
+        text = re.sub(r"\s+", " ", self.source[begin:end].decode(errors="replace"))
+        return text if len(text) <= 100 else f"{text[:60]} ... {text[-30:]}"
+
+    def _hash(self, cursor):
+        begin, end = self._range(cursor)
+        return hashlib.sha256(self.source[begin:end]).hexdigest()[:12]
+
+    def _is_constant(self, cursor):
+        """constexpr and the like: nothing in them can be chosen when the program runs."""
+        if cursor.kind not in FUNCTIONS | {Kind.VAR_DECL}:
+            return False
+        begin, end = self._range(cursor)
+        head = re.split(rb"[={(]", self.source[begin:end], maxsplit=1)[0]
+        return re.search(rb"\b(constexpr|consteval|constinit)\b", head) is not None
+
+    def _function_name(self, cursor):
+        names, one = [], cursor
+        while one is not None and one.kind not in (Kind.TRANSLATION_UNIT, Kind.NAMESPACE):
+            names.append(one.spelling)
+            one = one.semantic_parent
+        return "::".join(reversed(names))
+
+    def _behind_semicolon(self, end):
+        return self.source.index(b";", end) + 1
+
+    def _operator_between(self, left, right):
+        begin, end = self._range(left)[1], self._range(right)[0]
+        text = self.source[begin:end]
+        # A closing bracket belongs to what stands left, an opening one to what stands right.
+        found = re.search(rb"(?:^|[\s)])([<>=!+*/%&|-]=?|&&|\|\||<<|>>)(?:$|[\s(])", text)
+        if found is None:
+            return None
+        return found.group(1).decode(), begin + found.start(1), begin + found.end(1)
+
+    def _is_comparison(self, cursor):
+        while cursor.kind == Kind.UNEXPOSED_EXPR or (cursor.kind == Kind.UNARY_OPERATOR and self._is_rewritten(cursor)):
+            children = list(cursor.get_children())
+            if len(children) != 1:
+                return False
+            cursor = children[0]
+        children = list(cursor.get_children())
+        if cursor.kind == Kind.BINARY_OPERATOR and len(children) == 2:
+            found = self._operator_between(*children)
+            return found is not None and found[0] in COMPARISONS
+        return cursor.kind == Kind.CALL_EXPR and re.fullmatch(r"operator(==|!=|<|>|<=|>=|<=>)", cursor.spelling or "") \
+            is not None
+
+    def _is_rewritten(self, cursor):
+        begin = self._range(cursor)[0]
+        return self.source[begin:begin + 2] == b"!="
+
+
+def _below(cursor):
+    yield cursor
+    for child in cursor.get_children():
+        yield from _below(child)
+
+
+def _in_scope(function):
+    return function if function.startswith("std::") else f"{SCOPE}::{function}"
