@@ -157,6 +157,8 @@ void FilingBatch::Drop() noexcept {
 std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
   const std::optional<FilingJournal> journal = ReadJournal();
   if (journal) {
+    // What a program wrote that was killed since may not be on the disk yet.
+    files_.Flush(FoldersOf(*journal));
     MakeRoom(*journal);
     for (const auto& [temporary, target, content] : journal->staged) {
       // a power cut may bring an old journal back, and what bears the name now is another batch's file

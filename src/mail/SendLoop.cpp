@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <set>
 #include <unordered_set>
@@ -312,6 +313,9 @@ bool SendLoop::FinishInterruptedSend() {
   packaging_.DeleteZipFiles();
   try {
     unmarked_ = journal_.Read(ProcessFolder());
+    // What is marked already may not be on the disk yet: the program that did it was killed since.
+    const std::array folder{ProcessFolder()};
+    if (!unmarked_.empty()) files_.Flush(folder);
     PathList documents;
     AddEarlierSentTo(documents);
     if (!Mark(documents)) return false;

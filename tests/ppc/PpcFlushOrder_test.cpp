@@ -1,0 +1,75 @@
+// What has to be durable before what, from an export to the documents that are cut out of it.
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "support/Ppc.h"
+#include "support/TracedFileSystem.h"
+
+namespace fieldpost {
+namespace {
+
+using test::Change;
+using test::FlushRule;
+
+bool IsPublished(const Change& change) {
+  return change.what == "rename" && change.to.extension() == ".xml" &&
+         Utf8FromPath(change.to.filename()).starts_with("PPC.");
+}
+
+const std::array Rules{
+    FlushRule{"a document is written before it gets its name",
+              [](const Change& first, const Change& then) {
+                return (first.what == "write" || first.what == "append") && IsPublished(then) &&
+                       first.path == then.path;
+              }},
+    FlushRule{"a document with its date put in is whole before it gets its name",
+              [](const Change& first, const Change& then) {
+                return first.what == "rename" && IsPublished(then) && first.to == then.path;
+              }},
+    FlushRule{"the documents have their names before the export goes",
+              [](const Change& first, const Change& then) {
+                return IsPublished(first) && then.what == "remove" && then.path.filename() == "PPCData.xml";
+              }},
+};
+
+TEST(PpcFlushOrder, OfAWholeRun) {
+  test::PpcSite site;
+  const std::string long1 = "<PPCentry>" + std::string(2'900'000, 'x') + "</PPCentry>";
+  site.Export("<R>" + long1 + "<PPCentry/><ArchiveDate>20040315</ArchiveDate></R>");
+  test::Trace trace;
+  test::TracedFileSystem traced(site.files, trace);
+  FieldpostProgram run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
+  run.settings = site.program.settings;
+  EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display));
+  EXPECT_EQ(run.lists.Attachments.size(), 2U);
+  for (const FlushRule& rule : Rules) EXPECT_GT(ExpectFlushed(trace, rule, "whole run"), 0U) << rule.name;
+}
+
+TEST(PpcFlushOrder, ALargeEntryIsWrittenAsItComes) {
+  struct Row {
+    std::size_t characters;
+    std::size_t least;
+    std::size_t most;
+  };
+  for (const Row& row : {Row{100, 1, 1}, Row{9'000'000, 4, 6}}) {
+    test::PpcSite site;
+    site.Export("<R><PPCentry>" + std::string(row.characters, 'x') + "</PPCentry></R>");
+    test::Trace trace;
+    test::TracedFileSystem traced(site.files, trace);
+    FieldpostProgram run({traced, site.clock, site.keys, site.transport, site.prompt, site.display},
+                         site.home);
+    run.settings = site.program.settings;
+    EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display));
+    const auto writes =
+        static_cast<std::size_t>(std::count_if(trace.begin(), trace.end(), [](const Change& change) {
+          return (change.what == "write" || change.what == "append") &&
+                 change.path.extension() == ".fieldpost-new";
+        }));
+    EXPECT_GE(writes, row.least);
+    EXPECT_LE(writes, row.most);
+  }
+}
+
+}  // namespace
+}  // namespace fieldpost
