@@ -110,6 +110,7 @@ void FolderTree::MakeDefaultFor(std::string& setting, std::string_view name) {
   setting = WithSeparator(Utf8FromPath(paths_.FaultlogFolder(name)));
 }
 
+/// Whether the folder is there, made now or before.
 bool FolderTree::MakeTreeFolder(std::string_view name) {
   const fs::path folder = paths_.FaultlogFolder(name);
   if (files_.IsFolder(folder)) return true;

@@ -55,6 +55,7 @@ TEST_F(EditWinRegTest, WhatIsWrittenComesBack) {
       {std::int32_t{-1}, REG_DWORD, std::int32_t{-1}},
       {least, REG_DWORD, least},
       {" 123 "s, REG_DWORD, std::int32_t{123}},
+      {"+12"s, REG_DWORD, std::int32_t{12}},
   };
   for (const Case& given : cases) EXPECT_EQ(RoundTrip(given.written, given.type), given.read);
 }
@@ -95,6 +96,7 @@ TEST_F(EditWinRegTest, ValuesThatOthersStored) {
       {"a text of nothing", KeyTypeText, ""s, ""s, 0, ""s},
       {"a terminator alone", KeyTypeText, "\0"s, ""s, 0, "\0"s},
       {"a number", KeyTypeNumber, "\x01\x02\x03\x04"s, std::int32_t{0x04030201}, 0, std::int32_t{0x04030201}},
+      {"a number of two bytes", KeyTypeNumber, "\x01\x02"s, std::int32_t{0x0201}, 0, std::int32_t{0x0201}},
       {"a number too long", KeyTypeNumber, "\1\2\3\4\5"s, ""s, KeyMoreData, untouched},
   };
   for (const Case& given : cases) {
@@ -119,6 +121,7 @@ TEST_F(EditWinRegTest, TheOpenKeyOperationsReturnTheStatus) {
   EXPECT_EQ(registry_.QueryValueEx(key.Handle(), "v", value), KeyMissing);
   EXPECT_EQ(registry_.SetValueEx(key.Handle(), "v", REG_SZ, "x"s), 0);
   EXPECT_EQ(registry_.SetValueEx(KeyHandle::None, "v", REG_SZ, "x"s), KeyBadHandle);
+  EXPECT_EQ(registry_.SetValueEx(key.Handle(), "v", REG_DWORD, "no number"s), KeyBadArgument);
 }
 
 TEST_F(EditWinRegTest, Deleting) {

@@ -32,6 +32,8 @@ TEST(GetInstallPath, FallsBackOnTheProgramsOwnFolder) {
            Row{"a separator at its end", suite + "/", suite},
            Row{"two of them", suite + "//", suite + "/"},
            Row{"missing", suite + "/none", Text(site.home)},
+           Row{"the root", "/", "/"},
+           Row{"the root twice", "//", "/"},
        }) {
     site.SetRegistry(SuiteInstallPathKey, "", row.value);
     EXPECT_EQ(Text(site.program.paths.GetInstallPath()), row.expected) << row.name;
@@ -131,6 +133,31 @@ TEST(CreateFolderTree, KeepsWhatItSetForTheNextStart) {
   EXPECT_EQ(next.settings.ProcessFolder, Text(site.home) + "/Faultlog/Process/");
 }
 
+TEST(CreateFolderTree, SavesTheSettingsWhenAFolderIsAnotherNow) {
+  struct Row {
+    const char* name;
+    bool archive;
+    bool process;
+  };
+  for (const Row& row : {Row{"neither", false, false}, Row{"the archive", true, false},
+                         Row{"the process folder", false, true}}) {
+    test::TestSite site;
+    MailSettings& settings = site.program.settings;
+    settings.ArchiveFolder = row.archive ? "/no/such/folder/" : Text(site.folder.Folder("a")) + "/";
+    settings.ProcessFolder = row.process ? "/no/such/folder/" : Text(site.folder.Folder("p")) + "/";
+    site.program.tree.CreateFolderTree();
+    EXPECT_EQ(fs::exists(site.home / "Options.ini"), row.archive || row.process) << row.name;
+  }
+}
+
+TEST(CreateFolderTree, SaysThatTheSettingsCouldNotBeSaved) {
+  test::TestSite site;
+  site.folder.Folder("home/Options.ini/in the way");
+  site.program.tree.CreateFolderTree();
+  EXPECT_THAT(site.Log(),
+              testing::Contains("[Error]:The Archive and Process folders could not be saved in Options.ini"));
+}
+
 TEST(CreateFolderTree, LiesUnderTheInstallationPath) {
   test::TestSite site;
   const fs::path suite = site.folder.Folder("suite");
@@ -216,6 +243,7 @@ TEST(CreateFolderTree, NamesAFolderThatCannotBeMade) {
   site.program.tree.CreateFolderTree();
   EXPECT_THAT(site.Log(), testing::Contains(testing::HasSubstr("[Error]:cannot create " + Text(site.home) +
                                                                "/Faultlog/Error: ")));
+  EXPECT_THAT(site.Log(), testing::Not(testing::Contains(testing::EndsWith("[Error]")))) << "it was not made";
   EXPECT_FALSE(site.program.tree.IsWhole());
 }
 
@@ -240,6 +268,7 @@ TEST(PrepareErrorFolder, MakesRoomForTheFile) {
   test::TestSite site;
   const fs::path bad = site.folder.Write("bad.xml", "new");
   EXPECT_EQ(site.program.tree.PrepareErrorFolder(bad), site.home / "Faultlog" / "Error" / "");
+  EXPECT_TRUE(fs::is_directory(site.home / "Faultlog" / "Error"));
   site.folder.Write("home/Faultlog/Error/bad.xml", "old");
   site.folder.Write("home/Faultlog/Error/other.xml", "old");
   site.program.tree.PrepareErrorFolder(bad);

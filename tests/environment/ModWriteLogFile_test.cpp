@@ -76,6 +76,14 @@ TEST(WriteLog, LosesNoLineWhenTheScratchFileCannotBeWritten) {
   EXPECT_THAT(site.Log(), ElementsAre("[Error]:a", "[Error]:b"));
 }
 
+TEST(WriteLog, ReplacesAScratchFileThatWasLeft) {
+  test::ReadySite site;
+  site.folder.Write("home/STemp.tmp", "left over");
+  site.program.log.WriteLog("a\r\nb", LogCategory::Error);
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:a", "[Error]:b"));
+  EXPECT_FALSE(std::filesystem::exists(site.home / "STemp.tmp"));
+}
+
 TEST(WriteLog, SaysItOnStandardErrorWhenThereIsNoLog) {
   test::ReadySite site;
   EXPECT_FALSE(site.program.log.HasFailed());

@@ -89,6 +89,11 @@ TEST_F(OptionsStoreTest, WhatTheDialogShowsWhenNothingIsStored) {
   EXPECT_THAT(Names(own_), testing::IsEmpty());
 }
 
+TEST_F(OptionsStoreTest, TheDialogShowsThePartnerIDOfTheSuite) {
+  folder_.Write("inst/Faultlog.ini", "[PlaceInfo]\nPartnerID=AB12\n");
+  EXPECT_EQ(store_.LoadOptions(inst_).settings.PartnerID, "AB12");
+}
+
 TEST_F(OptionsStoreTest, WhatTheDialogShowsOfWhatIsStored) {
   settings_ = Shown().settings;
   latest_ = {"/x/"};

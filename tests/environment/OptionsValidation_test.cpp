@@ -174,7 +174,8 @@ TEST(AcceptedPartnerIDTest, OnlyTheLastCharacterIsLookedAt) {
            {"", ""},       {"A", "A"},           {"Z9", "Z9"}, {"az0", "az0"}, {"AB-", "AB"},
            {"A-B", "A-B"}, {"AB--", "AB-"},      {"-", ""},    {"A/", "A"},    {"A:", "A"},
            {"A@", "A"},    {"A[", "A"},          {"A`", "A"},  {"A{", "A"},    {"A ", "A"},
-           {"Aé", "A"},    {"A\U0001F600", "A"}, {"é", ""},    {"éA", "éA"},   {"A\x7F", "A"}}) {
+           {"Aé", "A"},    {"A\U0001F600", "A"}, {"é", ""},    {"éA", "éA"},   {"A\x7F", "A"},
+           {"\x80", ""}}) {
     EXPECT_EQ(AcceptedPartnerID(typed), expected) << typed;
   }
 }
