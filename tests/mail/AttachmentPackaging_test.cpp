@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <utility>
+
 #include "support/TestSite.h"
+#include "support/TracedFileSystem.h"
 
 namespace fieldpost {
 namespace {
@@ -25,6 +28,7 @@ TEST(CountMails, DividesByTheChosenNumber) {
            Row{"5 by 5", 5, "4", 1, 5},
            Row{"57 with no limit", 57, "9", 1, 57},
            Row{"nothing", 0, "4", 1, 5},
+           Row{"nothing with no limit", 0, "9", 1, 1},
            Row{"one by one", 3, "0", 3, 1},
            Row{"nine", 18, "8", 2, 9},
            Row{"no setting", 3, "", 3, 1},
@@ -38,6 +42,31 @@ TEST(CountMails, DividesByTheChosenNumber) {
     EXPECT_EQ(site.program.packaging.CountMails(), row.mails) << row.name;
     EXPECT_EQ(site.program.packaging.AttachmentsPerMail(), row.perMail) << row.name;
   }
+}
+
+TEST(DeleteZipFiles, TellsWhatItCouldNotRemove) {
+  test::ReadySite site;
+  site.folder.Write("home/Faultlog/Process/a.zip", "zip");
+  test::Trace trace;
+  test::TracedFileSystem traced(site.files, trace);
+  FieldpostProgram run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
+  run.settings = site.program.settings;
+  traced.before = [](const test::Change& change) {
+    if (change.path.extension() == ".zip") throw FileError("cannot remove", change.path, "busy");
+  };
+  run.packaging.DeleteZipFiles();
+  EXPECT_THAT(site.Log(), ElementsAre(testing::EndsWith("a.zip: busy")));
+}
+
+TEST(ZipAttachments, ForgetsTheProblemOfTheLastTime) {
+  test::ReadySite site;
+  const std::string folder = std::exchange(site.program.settings.ProcessFolder, "/no/such/folder");
+  PathList list{site.folder.Write("one.xml", "1")};
+  EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
+  EXPECT_NE(site.program.packaging.Problem(), "");
+  site.program.settings.ProcessFolder = folder;
+  EXPECT_TRUE(site.program.packaging.ZipAttachments(list));
+  EXPECT_EQ(site.program.packaging.Problem(), "");
 }
 
 TEST(ZipAttachments, ReplacesTheListByTheZip) {
