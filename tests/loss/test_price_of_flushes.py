@@ -12,6 +12,7 @@ from support import PARTNER, SENDER, Entry, Site, fault_file
 FILES = 2000
 PAIRS = 3
 PRODUCTS = 20
+TEMPLATE = fault_file([Entry(uid="THE-UID")], "THE-PRODUCT", size=10_000)  # the size that devices write
 NO_FLUSH = BUILD / "tests" / "libno_flush.so"
 
 
@@ -21,7 +22,8 @@ class PriceOfFlushes(unittest.TestCase):
         site.set_up({"SMTPServer": "127.0.0.1", "SMTPPort": "1", "SenderAddress": SENDER, "PartnerID": PARTNER},
                     latest=("depot",))
         for number in range(FILES):
-            site.drop(f"unit{number:04}.xml", fault_file([Entry()], f"P{number % PRODUCTS}"))
+            content = TEMPLATE.replace(b"THE-PRODUCT", b"P%d" % (number % PRODUCTS), 1)
+            site.drop(f"unit{number:04}.xml", content.replace(b"THE-UID", b"%d" % number, 1))
         return site
 
     def seconds(self, site):
