@@ -54,7 +54,7 @@ XML_POISON = {
     "elements a million times": (lambda: whole(b"&a;" * 1000, doctype(b'<!ENTITY a "%s">' % (b"<a/>" * 10_000))),
                                  "entities|more than"),
     "small entity very often": (lambda: whole(b"&a;" * 2_000_000, doctype(b'<!ENTITY a "x">')), "entities"),
-    "parameter entities": (lambda: whole(doctype=parameter_bomb()), "entit"),
+    "parameter entities": (lambda: whole(doctype=parameter_bomb()), "entit|error detected in Markup"),
     "tag of many attributes in an entity": (
         lambda: whole(b"&a;", doctype(b"<!ENTITY a '<x%s/>'>" % ATTRIBUTES)), "more than 256 attributes"),
     "defaults of attributes": (
@@ -376,7 +376,7 @@ class PoisonInTheArchive(HostileTest):
         site = self.make_site(latest=("depot",))
         folder = site.archive / "4711"
         folder.mkdir(parents=True)
-        (folder / "m.xml").write_bytes(whole(b"<a>12</a>" * 345_000 + b"<b>" + b"x" * 17_000_000 + b"</b>"))
+        (folder / "m.xml").write_bytes(whole(b"<a>12</a>" * 295_000 + b"<b>" + b"x" * 17_000_000 + b"</b>"))
         site.drop("m.xml", whole(b"<a>12</a>" * 245_000 + b"<b>" + b"x" * 5_000_000 + b"</b>"))
         run = self.watched("-fc")
         self.assertEqual((0, []), (run.status, site.waiting()), site.log())

@@ -65,6 +65,7 @@ class Rights(RightsTest):
         for name in ("Options.ini", "registry.sqlite"):
             with self.subTest(name):
                 site = self.make_site()
+                self.run_program("-fc")
                 (site.home / name).chmod(0o644)
                 site.drop("a.xml", fault_file([Entry()]))
                 self.assertEqual(0, self.watched("-fc").status, site.log())
