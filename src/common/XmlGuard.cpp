@@ -193,6 +193,7 @@ bool XmlGuard::HoldsCrowdedTag() {
 void XmlGuard::OnError(void* context, xmlError* error) {
   XmlGuard& guard = Of(context);
   if (error->level == XML_ERR_FATAL) {
+    guard.refused_ = true;  // the fault may be an entity's, and the document does not come to know of it
     xmlStopParser(static_cast<xmlParserCtxt*>(context));
     xmlStopParser(guard.parser_.get());
   }

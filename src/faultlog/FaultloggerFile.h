@@ -67,7 +67,7 @@ class ArchivedFile {
  public:
   /// What an archived file may grow to; beyond it, new entries are not merged into it.
   static constexpr std::size_t MaxBytes = std::size_t{20} * 1024 * 1024;
-  static constexpr std::size_t MaxNodes = 700'000;
+  static constexpr std::size_t MaxNodes = 600'000;
 
   /// Loads it from its bytes. False when it is not well-formed or has no `FLFILE`; Reason() then tells why.
   bool Load(std::string_view bytes);
