@@ -10,6 +10,8 @@ import shutil
 import subprocess
 import sys
 
+import critical
+import mutated
 import points
 
 sys.path.insert(0, str(points.TESTS / "tools"))
@@ -22,7 +24,8 @@ ROOMS = ("faultlog", "mail", "ppc", "environment")
 PROGRAMS = [f"{room}_tests" for room in (*ROOMS, "shell", "platform")]
 LIBRARIES = [f"fp_{room}" for room in (*ROOMS, "platform")]
 FORMS = re.compile(r"^(frm|Frm|MDI|CPrint|Widget|MessageBox)")
-REPLACING = tuple(f"FileSystem::{name}" for name in ("SaveAtomically", "WriteReplacement", "ReplaceAll", "RemoveQuietly"))
+REPLACING = tuple(f"FileSystem::{name}"
+                  for name in ("SaveAtomically", "WriteReplacement", "ReplaceAll", "RemoveQuietly"))
 NUMBERS_A_FILE = 1000
 PLACE = re.compile(r"^\S*?(src/\S+?):(\d+):(\d+): +(error|.*required from)")
 
@@ -61,10 +64,10 @@ class MutatedTree:
     def _copy(self):
         """Copies the files that are new, so that little is built again."""
         wanted = set()
-        mutated = {name for name, _ in sources()}
+        changed = {name for name, _ in sources()}
         for path in tree.files():
             wanted.add(path)
-            if path.as_posix() not in mutated or not (COPY / path).exists():
+            if path.as_posix() not in changed or not (COPY / path).exists():
                 _save(COPY / path, (tree.ROOT / path).read_bytes())
         _save(COPY / "src" / "Mutant.h", (tree.ROOT / "tests" / "mutants" / "Mutant.h").read_bytes())
         for path in tree.files("src", "tests", root=COPY):
@@ -106,14 +109,15 @@ class MutatedTree:
     def _stamp(name):
         """Changes with all that the mutants of a source, and the source with them, are made of."""
         order = [one for one, _ in sources()].index(name)
-        parts = [(tree.ROOT / name).read_bytes(), pathlib.Path(points.__file__).read_bytes(), b"%d" % order]
+        parts = [(tree.ROOT / name).read_bytes(), b"%d" % order]
+        parts += [pathlib.Path(one.__file__).read_bytes() for one in (critical, mutated, points)]
         parts.append((COPY / name).read_bytes() if (COPY / name).exists() else b"")
         return hashlib.sha256(b"\0".join(parts)).hexdigest()
 
     def _write(self):
         self.written = {name: finder.write(self.dropped) for name, finder in self.finders.items()}
-        for name, mutated in self.written.items():
-            _save(COPY / name, mutated.text)
+        for name, written in self.written.items():
+            _save(COPY / name, written.text)
 
     def _drop_what_does_not_compile(self):
         done = self._compile(LIBRARIES)

@@ -58,7 +58,8 @@ def parse():
 
 def changed_since(commit):
     def lines(*command):
-        return subprocess.run(command, cwd=building.tree.ROOT, check=True, text=True, capture_output=True).stdout.split()
+        done = subprocess.run(command, cwd=building.tree.ROOT, check=True, text=True, capture_output=True)
+        return done.stdout.split()
 
     return {*lines("git", "diff", "--name-only", commit), *lines("git", "ls-files", "-o", "--exclude-standard")}
 
@@ -178,7 +179,8 @@ def state_of(mutant, results, equivalent):
 def print_equivalent(rooms, equivalent):
     for room in (name for name in rooms if not name.startswith("(")):
         for one in rooms[room]["equivalent"]:
-            print(f"{one.file}:{one.line}:{one.column}: equivalent: {one.operator} | {one.text}: {equivalent[one.name]}")
+            reason = equivalent[one.name]
+            print(f"{one.file}:{one.line}:{one.column}: equivalent: {one.operator} | {one.text}: {reason}")
         for one in rooms[room]["killed"]:
             if one.name in equivalent:
                 print(f"{EQUIVALENT.name}: a test notices {one.name}")
@@ -190,8 +192,9 @@ def print_line(room, states):
     killed = count.get("killed", 0)
     survived = count.get("survived", 0) + count.get("reached by no test", 0)
     percent = 100 * killed / max(1, killed + survived)
+    equivalent, missing = count.get("equivalent", 0), count.get("not tried", 0)
     print(f"{room:12} {sum(count.values()):5} mutants, {killed:5} killed, {survived:4} survived, "
-          f"{count.get('equivalent', 0):3} equivalent, {count.get('not tried', 0):4} not tried: {percent:5.1f} % killed")
+          f"{equivalent:3} equivalent, {missing:4} not tried: {percent:5.1f} % killed")
     return survived == 0 if room == "(critical)" else room == "platform" or percent >= BAR
 
 

@@ -6,6 +6,8 @@ import hashlib
 import pathlib
 import re
 
+import critical
+import mutated
 from clang import cindex
 from clang.cindex import CursorKind as Kind
 
@@ -31,22 +33,10 @@ STEPS = {  # (what stands there, whether before its operand)
     ("++", False): ("IncrementAfter", {"--": "DecrementAfter"}),
     ("--", False): ("DecrementAfter", {"++": "IncrementAfter"}),
 }
-CONDITIONS = {"negate", "<", "<=", ">", ">=", "==", "!=", "&&", "||"}  # operators that change a decision
 NEVER = {Kind.CLASS_TEMPLATE, Kind.FUNCTION_TEMPLATE, Kind.STATIC_ASSERT, Kind.ENUM_DECL, Kind.PARM_DECL,
          Kind.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION, Kind.TYPE_ALIAS_DECL}
-FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR, Kind.CONVERSION_FUNCTION}
-LEAVES = {Kind.RETURN_STMT, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_THROW_EXPR}
 EMPTY = {"", "{}", "nullptr", "std::nullopt", '""', "0", "true", "false"}
 NUMBER = re.compile(rb"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)[uUlLzZ]*")
-
-# Calls on which it hangs that nothing is lost, and the files in which they do.
-CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(New|Replacement|Marked)?$|Replace(All|Written)|"
-                           r"Mark|Displace|MakeRoom|Decide|TakeBack|Drop$|Stage|Publish|Delete|Refuse|Note|PrepareNote|"
-                           r"Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
-# What decides whether a file goes, is marked or is mailed again.
-CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasDecided|Holds|IsWhatWasFiled|RefuseTheSameFile)$")
-CRITICAL_FILES = re.compile(r"^src/(faultlog/|mail/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
-                            r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
 
 
 @dataclasses.dataclass
@@ -86,40 +76,6 @@ class Point:
     write: object  # (mutants that remain) -> list of (offset, length taken away, text, closes)
 
 
-class Mutated:
-    """A source with mutants in it, and where in the source each place of it comes from."""
-
-    def __init__(self, source, edits, points):
-        self.points = points
-        pieces, at, length = [], 0, 0
-        self.origins = []  # (offset in the text, offset in the source)
-        for offset, _, taken, text in edits:
-            pieces += [source[at:offset], text.encode()]
-            self.origins += [(length, at), (length + offset - at, offset)]
-            length += len(pieces[-2]) + len(pieces[-1])
-            at = offset + taken
-        self.origins.append((length, at))
-        self.text = b"".join([*pieces, source[at:]])
-        self.lines = [0] + [found.end() for found in re.finditer(rb"\n", self.text)]
-
-    def at(self, line, column, dropped):
-        """The mutants that remain of the innermost point around a place that the compiler names, and whether the
-        place is in what was written for them."""
-        offset = self.lines[line - 1] + column - 1
-        order = bisect.bisect_right(self.origins, (offset, 1 << 60)) - 1
-        at, origin = self.origins[order]
-        inserted = order % 2 == 1
-        origin += 0 if inserted else offset - at
-        around = [one for one in self.points if one.begin <= origin <= one.end]
-        on_line = [one for one in self.points if any(mutant.line == line for mutant in one.mutants)]
-        for points in (around, on_line):
-            for point in sorted(points, key=lambda one: one.end - one.begin):
-                remaining = [one.key for one in point.mutants if one.key not in dropped]
-                if remaining:
-                    return remaining, inserted
-        return [], False
-
-
 @dataclasses.dataclass
 class Context:
     function: str = ""
@@ -136,15 +92,13 @@ class Finder:
         self.source = path.read_bytes()
         self.lines = [0] + [found.end() for found in re.finditer(rb"\n", self.source)]
         self.points = []
-        self.critical_ranges = []
         unit = cindex.Index.create().parse(str(path), args=arguments)
         faults = [str(one) for one in unit.diagnostics if one.severity >= cindex.Diagnostic.Error]
         if faults:
             raise SystemExit("\n".join(faults))
         self.path = str(path)
         own = [one for one in unit.cursor.get_children() if self._is_here(one)]
-        if CRITICAL_FILES.match(name):
-            self._find_critical(own)
+        self.critical = critical.Places(name, self.source, own)
         for cursor in own:
             self._visit(cursor, Context())
         self.points = [one for one in self.points if not only_in or one.mutants[0].function in only_in]
@@ -166,14 +120,14 @@ class Finder:
                 rank = (0, -point.begin, point.end, -order) if closes else (1, -point.end, point.begin, order)
                 edits.append((offset, rank, length, text))
         edits.sort(key=lambda edit: (edit[0], edit[1]))
-        return Mutated(self.source, edits, self.points)
+        return mutated.Mutated(self.source, edits, self.points)
 
     # The walk.
 
     def _visit(self, cursor, context):
         if not self._is_here(cursor) or cursor.kind in NEVER or self._is_constant(cursor):
             return
-        if cursor.kind in FUNCTIONS:
+        if cursor.kind in critical.FUNCTIONS:
             context = Context(self._function_name(cursor), self._hash(cursor), cursor.result_type)
         elif cursor.kind == Kind.LAMBDA_EXPR:
             context = dataclasses.replace(context, result=None)
@@ -353,7 +307,8 @@ class Finder:
         mutant = self._mutant(begin, end, "return {}", context)
 
         def write(remaining):
-            return [(begin, 0, f"{{ if ({SCOPE}::On({remaining[0].number})) return {{}}; ", False), (end, 0, " }", True)]
+            on = f"{SCOPE}::On({remaining[0].number})"
+            return [(begin, 0, f"{{ if ({on}) return {{}}; ", False), (end, 0, " }", True)]
 
         self.points.append(Point(begin, end, [mutant], write))
 
@@ -376,61 +331,13 @@ class Finder:
 
         self.points.append(Point(begin, end, [mutant], write))
 
-    # What is critical: calls on which it hangs that nothing is lost, the conditions of these calls, and the
-    # functions that such a condition asks.
-
-    def _find_critical(self, own):
-        asked = set()
-        functions = [one for top in own for one in _below(top) if one.kind in FUNCTIONS and one.is_definition()]
-        for function in functions:
-            self._critical_in(function, [], asked)
-        for function in functions:
-            if function.spelling in asked or CRITICAL_FUNCTION.match(function.spelling):
-                self.critical_ranges.append((*self._range(function), CONDITIONS | {"flip", "return {}"}))
-
-    def _critical_in(self, cursor, conditions, asked):
-        """Walks through statements in their order; `conditions` are those that decide whether `cursor` is reached."""
-        inner = list(conditions)
-        for child in cursor.get_children():
-            if child.kind == Kind.CALL_EXPR and CRITICAL_CALL.match(child.spelling or ""):
-                for condition in inner:
-                    self._critical_condition(condition, asked)
-            below = inner + self._conditions_of(child)
-            self._critical_in(child, below, asked)
-            if child.kind == Kind.IF_STMT and any(one.kind in LEAVES for one in _below(child)):
-                inner = below
-
-    def _conditions_of(self, cursor):
-        if cursor.kind not in (Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR):
-            return []
-        children = list(cursor.get_children())
-        return children[:2] if children[0].kind == Kind.DECL_STMT else children[:1]
-
-    def _critical_condition(self, condition, asked):
-        self.critical_ranges.append((*self._range(condition), CONDITIONS))
-        for one in _below(condition):
-            if one.kind == Kind.CALL_EXPR and one.spelling:
-                asked.add(one.spelling)
-            told = one.referenced if one.kind == Kind.DECL_REF_EXPR else None
-            if told is not None and told.kind == Kind.VAR_DECL and told.type.get_canonical().spelling == "const bool":
-                self.critical_ranges.append((*self._range(told), CONDITIONS))
-
-    def _is_critical(self, begin, end, operator):
-        if not CRITICAL_FILES.match(self.name):
-            return False
-        if operator == "drop":
-            calls = re.findall(rb"([A-Za-z_]\w*)\s*\(", self.source[begin:end])
-            return any(CRITICAL_CALL.match(call.decode()) for call in calls)
-        return any(low <= begin and end <= high and operator in operators
-                   for low, high, operators in self.critical_ranges)
-
     # What the tree and the text say.
 
     def _mutant(self, begin, end, operator, context):
         line = bisect.bisect_right(self.lines, begin)
         column = begin - self.lines[line - 1] + 1
         return Mutant(self.name, line, column, context.function, operator, self._one_line(begin, end), begin, end,
-                      context.scope, self._is_critical(begin, end, operator))
+                      context.scope, self.critical.hold(begin, end, operator))
 
     def _name_apart(self):
         """Gives mutants that would bear one name an ordinal each."""
@@ -455,7 +362,7 @@ class Finder:
 
     def _is_constant(self, cursor):
         """constexpr and the like: nothing in them can be chosen when the program runs."""
-        if cursor.kind not in FUNCTIONS | {Kind.VAR_DECL}:
+        if cursor.kind not in critical.FUNCTIONS | {Kind.VAR_DECL}:
             return False
         begin, end = self._range(cursor)
         head = re.split(rb"[={(]", self.source[begin:end], maxsplit=1)[0]
@@ -496,12 +403,6 @@ class Finder:
     def _is_rewritten(self, cursor):
         begin = self._range(cursor)[0]
         return self.source[begin:begin + 2] == b"!="
-
-
-def _below(cursor):
-    yield cursor
-    for child in cursor.get_children():
-        yield from _below(child)
 
 
 def _in_scope(function):

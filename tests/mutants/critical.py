@@ -1,0 +1,89 @@
+"""What of a source is critical: calls on which it hangs that nothing is lost or doubled, the conditions of these calls,
+and the functions that such a condition asks."""
+
+import re
+
+from clang.cindex import CursorKind as Kind
+
+CONDITIONS = {"negate", "<", "<=", ">", ">=", "==", "!=", "&&", "||"}  # operators that change a decision
+FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR, Kind.CONVERSION_FUNCTION}
+LEAVES = {Kind.RETURN_STMT, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_THROW_EXPR}
+
+# Calls on which it hangs that nothing is lost, and the files in which they do.
+CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(New|Replacement|Marked)?$|"
+                           r"Replace(All|Written)|Mark|Displace|MakeRoom|Decide|TakeBack|Drop$|Stage|Publish|"
+                           r"Delete|Refuse|Note|PrepareNote|Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
+# What decides whether a file goes, is marked or is mailed again.
+CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasDecided|Holds|IsWhatWasFiled|RefuseTheSameFile)$")
+CRITICAL_FILES = re.compile(r"^src/(faultlog/|mail/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
+                            r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
+
+
+class Places:
+    """The critical places of one source."""
+
+    def __init__(self, name, source, own):
+        """`own` are the declarations that stand in the source itself."""
+        self.source = source
+        self.counts = CRITICAL_FILES.match(name) is not None
+        self.ranges = []  # (begin, end, operators that are critical there)
+        if self.counts:
+            self._find_critical(own)
+
+    def hold(self, begin, end, operator):
+        """Whether a mutant is critical."""
+        if not self.counts:
+            return False
+        if operator == "drop":
+            calls = re.findall(rb"([A-Za-z_]\w*)\s*\(", self.source[begin:end])
+            return any(CRITICAL_CALL.match(call.decode()) for call in calls)
+        return any(low <= begin and end <= high and operator in operators
+                   for low, high, operators in self.ranges)
+
+    def _find_critical(self, own):
+        asked = set()
+        functions = [one for top in own for one in below(top) if one.kind in FUNCTIONS and one.is_definition()]
+        for function in functions:
+            self._critical_in(function, [], asked)
+        for function in functions:
+            if function.spelling in asked or CRITICAL_FUNCTION.match(function.spelling):
+                self.ranges.append((*_range(function), CONDITIONS | {"flip", "return {}"}))
+
+    def _critical_in(self, cursor, conditions, asked):
+        """Walks through statements in their order; `conditions` are those that decide whether `cursor` is reached."""
+        inner = list(conditions)
+        for child in cursor.get_children():
+            if child.kind == Kind.CALL_EXPR and CRITICAL_CALL.match(child.spelling or ""):
+                for condition in inner:
+                    self._critical_condition(condition, asked)
+            inside = inner + self._conditions_of(child)
+            self._critical_in(child, inside, asked)
+            if child.kind == Kind.IF_STMT and any(one.kind in LEAVES for one in below(child)):
+                inner = inside
+
+    @staticmethod
+    def _conditions_of(cursor):
+        if cursor.kind not in (Kind.IF_STMT, Kind.WHILE_STMT, Kind.CONDITIONAL_OPERATOR):
+            return []
+        children = list(cursor.get_children())
+        return children[:2] if children[0].kind == Kind.DECL_STMT else children[:1]
+
+    def _critical_condition(self, condition, asked):
+        self.ranges.append((*_range(condition), CONDITIONS))
+        for one in below(condition):
+            if one.kind == Kind.CALL_EXPR and one.spelling:
+                asked.add(one.spelling)
+            told = one.referenced if one.kind == Kind.DECL_REF_EXPR else None
+            if told is not None and told.kind == Kind.VAR_DECL and told.type.get_canonical().spelling == "const bool":
+                self.ranges.append((*_range(told), CONDITIONS))
+
+
+def below(cursor):
+    """A place of the syntax tree, and all below it."""
+    yield cursor
+    for child in cursor.get_children():
+        yield from below(child)
+
+
+def _range(cursor):
+    return cursor.extent.start.offset, cursor.extent.end.offset
