@@ -17,7 +17,7 @@ TEST(CheckMail, KnowsTheLongestOfEachSetting) {
   };
   for (const Row& row : {
            Row{"all at their longest", 255, 320, 255, true},
-           Row{"the server's name", 256, 320, 255, false},
+           Row{"the mail server's name", 256, 320, 255, false},
            Row{"the sender's address", 255, 321, 255, false},
            Row{"the message id", 255, 320, 256, false},
        }) {

@@ -95,6 +95,7 @@ TEST(MakePPCFiles, ClosesADocumentOnceItsTextIsLongerThanTheLimit) {
   for (const Row& row : {
            Row{"three of 600000", {Entry(600000), Entry(600000), Entry(600000)}, {3}},
            Row{"four of 600000", {Entry(600000), Entry(600000), Entry(600000), Entry(600000)}, {3, 1}},
+           Row{"six of 600000", std::vector<std::string>(6, Entry(600000)), {3, 3}},
            Row{"just the limit", {Entry(PpcDocumentCharacters - lineEnd), Entry(100)}, {2}},
            Row{"one more", {Entry(PpcDocumentCharacters - lineEnd + 1), Entry(100)}, {1, 1}},
            Row{"one more, and the last", {Entry(PpcDocumentCharacters - lineEnd + 1)}, {1}},

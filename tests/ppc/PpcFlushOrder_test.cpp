@@ -46,6 +46,24 @@ TEST(PpcFlushOrder, OfAWholeRun) {
   for (const FlushRule& rule : Rules) EXPECT_GT(ExpectFlushed(trace, rule, "whole run"), 0U) << rule.name;
 }
 
+TEST(MakePPCFiles, ADateThatComesLateChangesNothingElse) {
+  std::string entries;
+  for (int i = 0; i < 700'000; ++i) entries += std::to_string(i) + " ";
+  entries = "<PPCentry>" + entries + "</PPCentry>";
+  const std::string date = "<ArchiveDate>20040315</ArchiveDate>";
+  std::vector<std::string> documents;
+  for (const bool late : {false, true}) {
+    test::PpcSite site;
+    site.program.lists.PackedFiles = {"left over"};
+    site.Export("<R>" + (late ? entries + date : date + entries) + "</R>");
+    EXPECT_TRUE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display));
+    EXPECT_TRUE(site.program.lists.PackedFiles.empty());
+    documents.push_back(site.Document());
+  }
+  EXPECT_GT(documents[0].size(), 4'500'000U) << "more than two pieces of what is read in one go";
+  EXPECT_TRUE(documents[0] == documents[1]);
+}
+
 TEST(PpcFlushOrder, ALargeEntryIsWrittenAsItComes) {
   struct Row {
     std::size_t characters;
