@@ -41,8 +41,9 @@ class StrictMail:
             return body
         if encoding == "quoted-printable":
             return binascii.a2b_qp(body)
-        if encoding != "base64" or not all(re.fullmatch(rb"[A-Za-z0-9+/]{0,74}={0,2}|[A-Za-z0-9+/]{75,76}", line)
-                                           for line in body.split(b"\r\n")):
+        lines = body.split(b"\r\n")
+        if encoding != "base64" or not all(len(line) <= 76 and re.fullmatch(rb"[A-Za-z0-9+/]*={0,2}", line)
+                                           for line in lines):
             raise ValueError(f"not {encoding}")
         return base64.b64decode(body.replace(b"\r\n", b""), validate=True)
 
