@@ -85,7 +85,7 @@ TEST_F(MimeMessageTest, AttachmentsFollowTheBody) {
 TEST_F(MimeMessageTest, ANameThatAReaderWouldChangeIsWrittenInSections) {
   mail.attachments = {folder.Write("=?UTF-8?B?YQ==?=.xml", "a"), folder.Write(" b.xml", "b")};
   const std::string text = Text();
-  EXPECT_THAT(text, HasSubstr("\r\n name=\"=_UTF-8?B?YQ==?=.xml\"\r\n"));
+  EXPECT_THAT(text, HasSubstr("\r\n name=\"=_UTF-8?B?YQ==_=.xml\"\r\n"));
   EXPECT_THAT(text, HasSubstr("attachment;\r\n filename*0*=UTF-8''%3D%3FUTF-8%3FB%3FYQ%3D%3D%3F%3D.xml\r\n"));
   EXPECT_THAT(text, HasSubstr("attachment;\r\n filename=\" b.xml\"\r\n")) << "a blank is no reason";
 }
