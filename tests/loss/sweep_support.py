@@ -19,6 +19,7 @@ from loss_support import CALL_TRACER, MEMORY
 from support import PARTNER, SENDER, Entry, Site, fault_file, parse, ppc_entry, ppc_file
 
 WORKERS = 2
+LOG_SCRATCH = "STemp.tmp"  # goes when the next line is logged; a run that has nothing to say leaves it
 UID = re.compile(rb'UID="([0-9a-f]{32})"')
 ATTACHMENT = re.compile(rb'filename="([^"]*)".*?\r\n\r\n(.*?)\r\n--', re.DOTALL)
 
@@ -180,10 +181,10 @@ class SweptSite:
         status, _ = self.trace(switch, "--record", str(record), *options)
         return status, [json.loads(line) for line in record.read_text(errors="surrogateescape").splitlines()]
 
-    def drop_later(self):
-        """A device leaves one more file. Returns its entries."""
+    def drop_later(self, number):
+        """A device leaves one more file, which has this number. Returns its entries."""
         later = set()
-        self.site.drop("later.xml", fault_file([new_entry(later)], "P0"))
+        self.site.drop(f"later{number}.xml", fault_file([new_entry(later)], "P0"))
         return later
 
     # What can be said against the site after a run, each as a list of lines.
@@ -210,7 +211,7 @@ class SweptSite:
         odd += [path.name for path in site.archive.iterdir() if not path.is_dir()]
         odd += [path.name for path in site.archived() if path.suffix != ".xml"]
         odd += [name for name in names_in(site.home)
-                if name not in ("Options.ini", "LatestList.dat", "registry.sqlite")]
+                if name not in ("Options.ini", "LatestList.dat", "registry.sqlite", LOG_SCRATCH)]
         faults = [f"left over: {odd}"] if odd else []
         in_error = names_in(site.error)
         return faults + ([f"in Error: {in_error}"] if in_error != list(error) else [])

@@ -77,7 +77,8 @@ def faults_after(scenario, swept, filed, sent_once):
     """What is wrong when all should be done. `filed`: the entries that the Latest folders held."""
     found = swept.misfiled(filed)
     if scenario.sends_faults:
-        found += swept.unmailed(swept.queued | filed, sent_once) + swept.unmarked()
+        found += swept.unmailed(swept.queued | filed) + swept.unmailed(swept.queued | swept.new, sent_once)
+        found += swept.unmarked()
     if "-ps" in scenario.switch:
         found += swept.unmailed(swept.ppc)
     return found + swept.malformed() + swept.left_over(("broken.xml",) if scenario.collects else ())
@@ -85,14 +86,14 @@ def faults_after(scenario, swept, filed, sent_once):
 
 def outcome_of(kill, swept):
     swept.put_back()
+    filed = set(swept.new)
     for number in kill.numbers:
         status, printed = swept.trace(kill.scenario.switch, "--kill", str(number))
         if status != KILLED:
             return Outcome(kill, 0, [f"was not killed: {status} {printed}"])
-    # A run that collects sends when it has collected something, so a device leaves one more file.
-    filed = set(swept.new)
-    if kill.scenario.collects and kill.scenario.sends_faults:
-        filed |= swept.drop_later()
+        # A run that collects sends when it has collected something, so a device leaves one more file.
+        if kill.scenario.collects and kill.scenario.sends_faults:
+            filed |= swept.drop_later(len(filed))
     status, calls = swept.count_calls(kill.scenario.switch)
     faults = faults_after(kill.scenario, swept, filed, kill.sent)
     return Outcome(kill, calls, faults + ([f"status {status}: {swept.site.log()[-3:]}"] if status else []))
