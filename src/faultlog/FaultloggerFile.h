@@ -41,6 +41,8 @@ class FaultloggerFile {
   /// Sets the text of every `MODEIND` to "P".
   void SetProcessMode();
 
+  [[nodiscard]] std::size_t EntryCount() const { return entries_.size(); }
+
   /// The first `FLFILE` as text that can be read on its own. Built once; the file must not be changed after.
   [[nodiscard]] const std::string& ContainerXml();
 

@@ -44,8 +44,9 @@ TEST(CreateFolderTree, SaysThatTheFoldersCouldNotBeSaved) {
   test::TestSite site;
   site.folder.Folder("home/Options.ini");
   site.program.tree.CreateFolderTree();
-  EXPECT_THAT(site.Log(),
-              testing::Contains(testing::HasSubstr("[Error]:The Archive and Process folders were not saved: ")));
+  EXPECT_THAT(
+      site.Log(),
+      testing::Contains(testing::HasSubstr("[Error]:The Archive and Process folders were not saved: ")));
   EXPECT_TRUE(fs::is_directory(site.Tree("Archive")));
 }
 

@@ -48,8 +48,8 @@ struct BatchSite : test::ReadySite {
   /// Everything but folders below the Archive and in the Process folder.
   [[nodiscard]] std::vector<std::string> Left() const {
     std::vector<std::string> names;
-    for (const fs::path& folder : {Archive(), Process()}) {
-      for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    for (const fs::path& below : {Archive(), Process()}) {
+      for (const auto& entry : fs::recursive_directory_iterator(below)) {
         if (!entry.is_directory()) names.push_back(Utf8FromPath(entry.path().filename()));
       }
     }
