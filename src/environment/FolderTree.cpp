@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "common/PathText.h"
 #include "common/Text.h"
@@ -32,8 +33,11 @@ void FolderTree::CreateFolderTree() {
   const MailSettings before = settings_;
   isWhole_ = true;
   latestStore_.LoadLatestFolders(lists_.LatestFolderList);
+  // There is something to log on the way to the tree already; the log tells of its folder in its turn.
+  MakeTreeFolder("Log");
+  const std::string logFolder = std::exchange(created_, {});
   TakeOverIniTree(paths_.RegisteredPath());
-  MakeDefaultTree();
+  MakeDefaultTree(logFolder);
   const bool changed =
       before.ArchiveFolder != settings_.ArchiveFolder || before.ProcessFolder != settings_.ProcessFolder;
   if (changed) Note("The Archive and Process folders were not saved", settingsStore_.TrySave(settings_));
@@ -90,7 +94,7 @@ void FolderTree::FillEmptySetting(std::string& setting, const std::string& folde
   setting = WithSeparator(folder);
 }
 
-void FolderTree::MakeDefaultTree() {
+void FolderTree::MakeDefaultTree(std::string_view logFolder) {
   if (lists_.LatestFolderList.empty()) {
     const bool made = MakeTreeFolder("Latest");
     lists_.LatestFolderList.push_back(
@@ -99,7 +103,8 @@ void FolderTree::MakeDefaultTree() {
   }
   MakeDefaultFor(settings_.ArchiveFolder, "Archive");
   MakeDefaultFor(settings_.ProcessFolder, "Process");
-  for (const std::string_view name : {"Log", "Error", "PPCTemp"}) MakeTreeFolder(name);
+  created_ += logFolder;
+  for (const std::string_view name : {"Error", "PPCTemp"}) MakeTreeFolder(name);
   log_.WriteLog(created_, LogCategory::CreateMissing);
   created_.clear();
 }

@@ -38,7 +38,7 @@ class FolderTree {
  private:
   void TakeOverIniTree(const std::string& installPath);
   void FillEmptySetting(std::string& setting, const std::string& folder);
-  void MakeDefaultTree();
+  void MakeDefaultTree(std::string_view logFolder);
   void MakeDefaultFor(std::string& setting, std::string_view name);
   bool MakeTreeFolder(std::string_view name);
   void SaveLatest();

@@ -2,7 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <set>
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "common/PathText.h"
@@ -12,8 +13,7 @@ namespace fieldpost {
 
 std::string RunLock::TryTake(FileSystem& files, const PathList& folders) {
   std::vector<std::unique_ptr<FolderLock>> taken;
-  std::set<std::pair<std::uint64_t, std::uint64_t>>
-      known;  // one folder may stand in the list under two names
+  std::set<Identity> known = known_;  // one folder may stand in the list under two names
   try {
     for (const std::filesystem::path& folder : folders) {
       if (!files.IsFolder(folder)) continue;
@@ -28,7 +28,8 @@ std::string RunLock::TryTake(FileSystem& files, const PathList& folders) {
   } catch (const FileError& error) {
     return error.what();
   }
-  locks_ = std::move(taken);
+  std::move(taken.begin(), taken.end(), std::back_inserter(locks_));
+  known_ = std::move(known);
   return {};
 }
 

@@ -20,11 +20,13 @@ class RunPreparation {
 
   explicit RunPreparation(FieldpostProgram& program) : program_(program) {}
 
-  /// Loads the Latest folder list, makes what is missing of the folder tree, and takes the folders that a run
-  /// works in. Empty on success, else one line on why the run must not begin.
+  /// Takes the program's own folder, loads the Latest folder list, makes what is missing of the folder tree,
+  /// and takes the folders that a run works in. Empty on success, else one line on why the run must not
+  /// begin.
   [[nodiscard]] std::string Prepare(EmptyLatestList empty);
 
  private:
+  void MakeLogFolder();
   [[nodiscard]] std::string StoreProblem() const;
 
   FieldpostProgram& program_;

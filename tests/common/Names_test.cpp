@@ -107,7 +107,7 @@ TEST(Text, TrimsShowsCountsAndReplaces) {
   EXPECT_EQ(Trimmed(" \n"), "");
   EXPECT_EQ(Visible("a\nb\x7F ä"), "a\\x0Ab\\x7F ä");
   EXPECT_EQ(Visible("\xC2\x9B.\xC2\xA0.\xE2\x80\xA7"), "\\xC2\\x9B.\xC2\xA0.\xE2\x80\xA7");
-  EXPECT_EQ(Visible("a\xE2\x80\xAE.\xE2\x81\xA9\xE2\x80"), "a\\xE2\\x80\\xAE.\\xE2\\x81\\xA9\xE2\x80");
+  EXPECT_EQ(Visible("a\xE2\x80\xAE.\xE2\x81\xA9\xE2\x80"), "a\\xE2\\x80\\xAE.\\xE2\\x81\\xA9\\xE2\\x80");
   EXPECT_EQ(CountCharacters("aä中𝄞"), 4U);
   EXPECT_EQ(Replaced("aXbXX", "X", "--"), "a--b----");
 }

@@ -128,7 +128,7 @@ TEST(MergeIntoArchived, GivesAFileThatCanBeReadAgainHoweverDeepTheTwoAre) {
   ArchivedFile again;
   EXPECT_TRUE(again.Load(archived.Xml())) << again.Reason();
   EXPECT_FALSE(file.Load("<a>" + deepEntry + "</a>"));
-  EXPECT_EQ(file.Reason(), "nested deeper than 125 levels");
+  EXPECT_EQ(file.Reason(), "line 1: nested deeper than 125 levels");
 }
 
 std::vector<std::string> NumbersIn(std::string_view xml) {

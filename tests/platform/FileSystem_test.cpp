@@ -289,8 +289,16 @@ TEST_F(FileSystemTest, ReadsWhereTheSystemGrantsNoLease) {
 }
 
 TEST_F(FileSystemTest, AFullDiskTakesNothing) {
+  const fs::path file = folder.Write("file", "old");
+  const test::FailingCall failing("write", ENOSPC);
+  EXPECT_THAT(FailureOf([&] { files.Append(file, "x"); }),
+              HasSubstr("cannot write " + Utf8FromPath(file) + ": No space left on device"));
+  EXPECT_EQ(test::ReadFile(file), "old");
+}
+
+TEST_F(FileSystemTest, AppendsToNoDevice) {
   EXPECT_THAT(FailureOf([&] { files.Append("/dev/full", "x"); }),
-              HasSubstr("cannot write /dev/full: No space left on device"));
+              HasSubstr("cannot write /dev/full: not a plain file"));
 }
 
 TEST_F(FileSystemTest, MovesToAnotherFileSystem) {

@@ -251,7 +251,7 @@ TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
                "more than 200 name spaces"},
            Row{"very many attributes", "<R><PPCentry " + many("a", "='' ", 100000) + "/></R>",
                "more than 256 attributes in one tag"},
-           Row{"a very long tag", "<R><PPCentry a='" + std::string(300000, 'x') + "'/></R>",
+           Row{"a very long tag", "<R><PPCentry a='" + std::string(3'000'000, 'x') + "'/></R>",
                "a tag of more than 262144 bytes"},
            Row{"a date that is too long", "<R><ArchiveDate>" + large + "</ArchiveDate></R>", "ArchiveDate"},
        }) {
