@@ -19,7 +19,10 @@ namespace {
 constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_NOBLANKS | XML_PARSE_COMPACT |
                              XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
 constexpr std::size_t PieceBytes = std::size_t{32} * 1024;
-constexpr std::size_t MaxSignsInTag = XmlDocument::MaxAttributes + XmlDocument::MaxNamespaces;
+/// What is only looked through is a document gathered of files that were each within the bounds. All their
+/// names together may be many more, and a root has its `Mode` besides.
+constexpr std::size_t MaxAttributesGathered = XmlDocument::MaxAttributes + 1;
+constexpr std::size_t MaxSignsInTag = MaxAttributesGathered + XmlDocument::MaxNamespaces;
 
 std::string MoreThan(std::size_t count, std::string_view what) {
   return fmt::format("more than {} {}", count, what);
@@ -264,13 +267,13 @@ bool XmlGuard::EnterElement(int namespaceCount, int attributeCount) {
   if (keepsTree_ && namespaces_.size() > static_cast<std::size_t>(bounds_.depth)) {
     return Refuse(fmt::format("nested deeper than {} levels", bounds_.depth));
   }
-  if (attributes > XmlDocument::MaxAttributes) {
+  if (attributes > (keepsTree_ ? XmlDocument::MaxAttributes : MaxAttributesGathered)) {
     return Refuse(MoreThan(XmlDocument::MaxAttributes, "attributes in one tag"));
   }
   if (inForce > XmlDocument::MaxNamespaces) {
     return Refuse(MoreThan(XmlDocument::MaxNamespaces, "name spaces at a time"));
   }
-  if (static_cast<std::size_t>(xmlDictSize(parser_->dict)) > XmlDocument::MaxNames) {
+  if (keepsTree_ && static_cast<std::size_t>(xmlDictSize(parser_->dict)) > XmlDocument::MaxNames) {
     return Refuse(MoreThan(XmlDocument::MaxNames, "different names"));
   }
   return !keepsTree_ || Count(Part::Other, 1 + 2 * attributes);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 namespace fieldpost {
 namespace {
 
@@ -24,6 +26,21 @@ TEST(MarkedAsSent, ChangesTheModeAloneOfADocumentOfTheProgramsMaking) {
       {"of no XML", "not sent", std::nullopt},
   };
   for (const auto& row : rows) EXPECT_EQ(MarkedAsSent(row.document), row.marked) << row.name;
+}
+
+/// A document gathers files of which each may have as many names as a file may have.
+TEST(MarkedAsSent, MarksADocumentHoweverManyNamesItsFilesHaveTogether) {
+  std::string document = "<?xml version=\"1.0\"?>\r\n<FLFILES Mode=\"Not Sent\">";
+  for (int i = 0; i < 45'000; ++i) document += "<n" + std::to_string(i) + "/>";
+  document += "</FLFILES>\r\n";
+  EXPECT_TRUE(MarkedAsSent(document).has_value());
+}
+
+/// A file's own root may have as many attributes as an element may have, and gets its mode besides.
+TEST(MarkedAsSent, MarksARootThatHasAllTheAttributesThatItMayHave) {
+  std::string document = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"";
+  for (int i = 0; i < 256; ++i) document += " a" + std::to_string(i) + "=\"\"";
+  EXPECT_TRUE(MarkedAsSent(document + "/>\r\n").has_value());
 }
 
 }  // namespace
