@@ -80,7 +80,7 @@ class ServerSweep(MailLossTest):
 
     def site_for(self, kind, name, port):
         user, password = (USER, PASSWORD) if kind.auth else ("", "")
-        site = MailSite(self.folder / name, port, NumAttachments="0", TryCount=str(kind.tries), Timeout="1",
+        site = MailSite(self.folder / name, port, NumAttachments="0", TryCount=str(kind.tries), Timeout="2",
                         MailUserName=user, MailPassword=password,
                         TlsCaFile=self.certificates.path("authority.pem"))
         for number in range(kind.mails):
