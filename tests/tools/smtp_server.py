@@ -142,10 +142,11 @@ class Session:
         self.open = True
 
     async def say(self, *lines):
+        """In one go, so that lines which belong together arrive together."""
         for line in lines:
             self.server.note("S: " + line)
-            self.writer.write(line.encode("latin-1") + b"\r\n")
-            await self.writer.drain()
+        self.writer.write("".join(f"{line}\r\n" for line in lines).encode("latin-1"))
+        await self.writer.drain()
 
     async def line(self):
         line = await self.reader.readline()
