@@ -36,6 +36,7 @@ test: all
 
 # Every test once more, in a build that ends with a report at any misuse of memory or undefined behaviour.
 sanitize: packages
+	@tools/install-packages clang libclang-rt-14-dev
 	@cmake --preset asan $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset asan -j$(JOBS)
 	@ctest --preset asan -j$(JOBS) -E '$(SWEEPS)'

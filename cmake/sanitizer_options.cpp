@@ -7,4 +7,9 @@ extern "C" {
 __attribute__((visibility("default"))) const char* __ubsan_default_options() {
   return "print_stacktrace=1";
 }
+
+/// D-Bus, which Qt's platform theme loads, keeps its connection to the end of the process.
+__attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:libdbus-1.so\n";
+}
 }

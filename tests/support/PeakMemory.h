@@ -1,11 +1,11 @@
 // The most memory that this program has had in use so far.
 #pragma once
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef FIELDPOST_SANITIZE
 #include <algorithm>
 #include <cstddef>
 
-// Of AddressSanitizer's own interface, whose header g++ comes without.
+// Of AddressSanitizer's own interface, whose header not every compiler comes with.
 extern "C" {
 int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
                                               void (*onFree)(const volatile void*));
@@ -17,7 +17,7 @@ std::size_t __sanitizer_get_allocated_size(const volatile void* block);
 
 namespace fieldpost::test {
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef FIELDPOST_SANITIZE
 
 /// AddressSanitizer keeps what was freed for a while, to find its later use; the system counts that as in
 /// use. So what is asked for and given back is counted here. Every test program has one thread that
