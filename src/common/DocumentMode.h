@@ -1,11 +1,15 @@
 // Whether a document has been mailed: the attribute `Mode` of its root, written and read here alone.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace fieldpost {
+
+/// Larger than any combined document that this program writes; what is larger is neither mailed nor marked.
+inline constexpr std::uint64_t MaxDocumentBytes = std::uint64_t{64} * 1024 * 1024;
 
 inline constexpr std::string_view ModeAttribute = "Mode";
 inline constexpr std::string_view NotSentMode = "Not Sent";

@@ -6,6 +6,9 @@
 #include <unordered_set>
 #include <utility>
 
+#include "platform/FileHash.h"
+#include "platform/JournalFile.h"
+
 namespace fieldpost {
 namespace {
 
@@ -177,8 +180,9 @@ std::size_t FilingBatch::FinishInterrupted(PathList& documents) {
 
 /// The journal of a batch that an interrupted run had decided.
 std::optional<FilingJournal> FilingBatch::ReadJournal() const {
-  if (!files_.IsFile(JournalPath())) return std::nullopt;
-  std::optional<FilingJournal> journal = FilingJournal::FromBytes(files_.ReadWhole(JournalPath(), AnySize));
+  const std::optional<std::string> bytes = ReadJournalFile(files_, JournalPath());
+  if (!bytes) return std::nullopt;
+  std::optional<FilingJournal> journal = FilingJournal::FromBytes(*bytes);
   if (journal && !WasDecided(*journal)) journal.reset();
   return journal;
 }
@@ -197,7 +201,7 @@ bool FilingBatch::WasDecided(const FilingJournal& journal) const {
 }
 
 bool FilingBatch::Holds(const fs::path& path, const ContentHash& content) const {
-  return files_.IsFile(path) && HashContent(files_.ReadWhole(path, AnySize)) == content;
+  return files_.IsFile(path) && HashFile(files_, path, display_) == content;
 }
 
 /// The new name must be durable before the old one is taken: after a power cut nothing else tells whether the
@@ -225,7 +229,7 @@ bool FilingBatch::IsWhatWasFiled(const FilingJournal::Source& source) const {
   // A file that its device has written anew meanwhile is another one.
   const std::optional<FileStamp> stamp = files_.PlainFileStamp(source.path);
   if (!stamp || source.stamp) return stamp && stamp == source.stamp;
-  return HashContent(files_.ReadWhole(source.path, AnySize)) == source.content;
+  return HashFile(files_, source.path, display_) == source.content;
 }
 
 void FilingBatch::RemoveLeftovers(const fs::path& folder) {

@@ -12,11 +12,16 @@
 
 namespace fieldpost {
 
+/// What came of marking; each concerned document is as it was.
+struct MarkingResult {
+  std::vector<std::string> failures;    ///< one line each: what could not be read or written
+  std::vector<std::string> unmarkable;  ///< one line each: documents that are no XML
+};
+
 /// Sets the root's `Mode` to "Sent" in each document, and tells `done` how many were worked through, before
-/// each. What is missing, is no "*.xml" or does not load is left as it is. So many are made durable by one
-/// flush that the flushes hardly count. Returns one line for each failure; the documents concerned are as
-/// they were.
-std::vector<std::string> MarkDocuments(FileSystem& files, std::span<const std::filesystem::path> documents,
-                                       const std::function<void(std::size_t)>& done);
+/// each. What is missing or is no "*.xml" is passed over. So many are made durable by one flush that the
+/// flushes hardly count.
+MarkingResult MarkDocuments(FileSystem& files, std::span<const std::filesystem::path> documents,
+                            const std::function<void(std::size_t)>& done);
 
 }  // namespace fieldpost

@@ -1,10 +1,9 @@
 #include "mail/SendJournal.h"
 
-#include <array>
-#include <memory>
 #include <utility>
 
 #include "common/SealedFields.h"
+#include "platform/JournalFile.h"
 
 namespace fieldpost {
 namespace {
@@ -16,21 +15,10 @@ constexpr std::string_view Title = "Fieldpost send journal 1";
 
 }  // namespace
 
-ContentHash HashFile(const FileSystem& files, const fs::path& path, StatusDisplay& display) {
-  const std::unique_ptr<FileReader> reader = files.OpenForReading(path);
-  ContentHasher hasher;
-  std::array<char, 65536> buffer{};
-  while (const std::size_t got = reader->Read(buffer)) {
-    hasher.Add({buffer.data(), got});
-    display.LetEventsRun();
-  }
-  return hasher.Hash();
-}
-
 SentDocuments SendJournal::Read(const fs::path& folder) const {
-  const fs::path file = folder / JournalName;
-  if (!files_.Exists(file)) return {};
-  return SentDocumentsFrom(files_.ReadWhole(file, AnySize)).value_or(SentDocuments());
+  const std::optional<std::string> bytes = ReadJournalFile(files_, folder / JournalName);
+  if (!bytes) return {};
+  return SentDocumentsFrom(*bytes).value_or(SentDocuments());
 }
 
 /// Written in place where there was none: a program that is killed before the flush has noted it all the

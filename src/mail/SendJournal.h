@@ -9,16 +9,12 @@
 
 #include "common/ContentHash.h"
 #include "common/RunLists.h"
-#include "common/StatusDisplay.h"
 #include "platform/FileSystem.h"
 
 namespace fieldpost {
 
 /// Documents of sets that were mailed whole, and what was in them then.
 using SentDocuments = std::map<std::filesystem::path, ContentHash>;
-
-/// The hash of a file's content. Lets events run on `display` meanwhile. Throws FileError.
-ContentHash HashFile(const FileSystem& files, const std::filesystem::path& path, StatusDisplay& display);
 
 /// A file beside the documents, readable by its owner alone. A document that it names, and that is still as
 /// it was mailed, waits to be marked, and must not be mailed again. Operations that can fail throw FileError.

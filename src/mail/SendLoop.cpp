@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "common/ContentHash.h"
+#include "common/DocumentMode.h"
 #include "common/DocumentNames.h"
 #include "common/Numbers.h"
 #include "common/PathText.h"
@@ -17,6 +18,7 @@
 #include "mail/DocumentMarking.h"
 #include "mail/MailSummary.h"
 #include "mail/WaitingDocument.h"
+#include "platform/FileHash.h"
 
 namespace fieldpost {
 namespace {
@@ -99,7 +101,10 @@ PathList SendLoop::QueuedDocuments() const {
 bool SendLoop::CollectIfWaiting(const fs::path& document) {
   display_.LetEventsRun();
   try {
-    if (IsWaitingDocument(files_, document) && !WasSent(document)) lists_.Attachments.push_back(document);
+    if (!IsWaitingDocument(files_, document) || WasSent(document)) return true;
+    const std::optional<FileStamp> stamp = files_.PlainFileStamp(document);
+    if (stamp && stamp->size > MaxDocumentBytes) throw FileTooLarge(document, MaxDocumentBytes);
+    lists_.Attachments.push_back(document);
     return true;
   } catch (const FileError& error) {
     log_.WriteLog(error.what(), LogCategory::Error);
@@ -265,13 +270,14 @@ PathList SendLoop::DocumentsInHand() const {
 }
 
 bool SendLoop::Mark(const PathList& documents) {
-  const std::vector<std::string> problems = MarkDocuments(files_, documents, [&](std::size_t done) {
+  const MarkingResult marking = MarkDocuments(files_, documents, [&](std::size_t done) {
     ShowProgress("Marking what was sent...", done, documents.size());
     display_.LetEventsRun();
   });
-  for (const std::string& problem : problems) log_.WriteLog(problem, LogCategory::Error);
-  if (!problems.empty()) ShowProblem(problems.front());
-  return problems.empty();
+  for (const std::string& line : marking.unmarkable) log_.WriteLog(line, LogCategory::Error);
+  for (const std::string& line : marking.failures) log_.WriteLog(line, LogCategory::Error);
+  if (!marking.failures.empty()) ShowProblem(marking.failures.front());
+  return marking.failures.empty();
 }
 
 /// What is needed for the note is found out before the first mail goes, so that nothing but writing it stands

@@ -156,7 +156,14 @@ class FileSystem {
   [[nodiscard]] virtual std::string ReadWhole(const std::filesystem::path& path,
                                               std::uint64_t maxBytes) const = 0;
 
-  /// The same for a file that somebody else writes. Empty while another process has it open for writing;
+  /// The same for a file whose content tells the program what to do. Nobody else may have written it: one
+  /// that belongs neither to the user who runs the program nor to the owner of its folder is refused.
+  /// (Network drives show every file as its folder's owner's.) Where the system knows no owners, as
+  /// ReadWhole.
+  [[nodiscard]] virtual std::string ReadOwn(const std::filesystem::path& path,
+                                            std::uint64_t maxBytes) const = 0;
+
+  /// As ReadWhole, for a file that somebody else writes. Empty while another process has it open for writing;
   /// where the system cannot tell, nobody has.
   [[nodiscard]] virtual std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
                                                                 std::uint64_t maxBytes) const = 0;
@@ -246,6 +253,7 @@ class DiskFileSystem final : public FileSystem {
   [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const override;
   [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
                                       std::uint64_t maxBytes) const override;
+  [[nodiscard]] std::string ReadOwn(const std::filesystem::path& path, std::uint64_t maxBytes) const override;
   [[nodiscard]] std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
                                                         std::uint64_t maxBytes) const override;
   [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const override;

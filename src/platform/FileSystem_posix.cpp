@@ -34,6 +34,12 @@ struct stat StateOfPlainFile(const Descriptor& file, const fs::path& path, std::
   return state;
 }
 
+uid_t OwnerOfFolder(const fs::path& folder) {
+  struct stat state {};
+  if (::stat(folder.c_str(), &state) != 0) Fail("cannot look at", folder);
+  return state.st_uid;
+}
+
 FileContent ReadPlainFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
   const struct stat state = StateOfPlainFile(file, path, "cannot read");
   if (static_cast<std::uint64_t>(state.st_size) > maxBytes) throw FileTooLarge(path, maxBytes);
@@ -123,6 +129,17 @@ std::unique_ptr<FolderHandle> DiskFileSystem::OpenFolder(const fs::path& path) c
 
 std::string DiskFileSystem::ReadWhole(const fs::path& path, std::uint64_t maxBytes) const {
   return ReadPlainFile(OpenPlainFile(path), path, maxBytes).bytes;
+}
+
+std::string DiskFileSystem::ReadOwn(const fs::path& path, std::uint64_t maxBytes) const {
+  const Descriptor file = OpenPlainFile(path);
+  const struct stat state = StateOfPlainFile(file, path, "cannot read");
+  if (state.st_uid != ::geteuid() && state.st_uid != OwnerOfFolder(path.parent_path())) {
+    throw FileError("cannot follow", path,
+                    "it belongs to another user; start Fieldpost as that user, or remove it when it is not "
+                    "Fieldpost's");
+  }
+  return ReadPlainFile(file, path, maxBytes).bytes;
 }
 
 std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, std::uint64_t maxBytes) const {

@@ -384,15 +384,20 @@ class PoisonInTheArchive(HostileTest):
 
 
 class PoisonInTheProcessFolder(HostileTest):
+    START = b'<?xml version="1.0"?>\r\n<FLFILE Mode="Not Sent"'
+    CANNOT_MARK = "not well-formed; move it away, or every send mails it again"
+    # content, or what makes the file; and what its line in the log says, where there is one to write
+    DOCUMENTS = {
+        "many attributes": (START + ATTRIBUTES + b"/>", CANNOT_MARK),
+        "deep": (START + b">" + b"<a>" * 100_000, CANNOT_MARK),
+        "laughs": (b"<!DOCTYPE FLFILE [" + laughs(b"a" * 20, 9, 20) + b']>\n<FLFILE Mode="Not Sent">&e9;</FLFILE>',
+                   CANNOT_MARK),
+        "external": (b'<!DOCTYPE FLFILE SYSTEM "file:///secret"><FLFILE Mode="Not Sent"/>', None),
+        "binary": (bytes(range(256)) * 4000, None),
+    }
+
     def test_a_document_of_poison_waits_and_the_next_is_sent(self):
-        start = b'<?xml version="1.0"?>\r\n<FLFILE Mode="Not Sent"'
-        for name, content in {
-            "many attributes": start + ATTRIBUTES + b"/>",
-            "deep": start + b">" + b"<a>" * 100_000,
-            "laughs": b"<!DOCTYPE FLFILE [" + laughs(b"a" * 20, 9, 20) + b']>\n<FLFILE Mode="Not Sent">&e9;</FLFILE>',
-            "external": b'<!DOCTYPE FLFILE SYSTEM "file:///secret"><FLFILE Mode="Not Sent"/>',
-            "binary": bytes(range(256)) * 4000,
-        }.items():
+        for name, (content, says) in self.DOCUMENTS.items():
             with self.subTest(name):
                 sink = self.start_sink()
                 site = self.make_site(sink.port)
@@ -401,23 +406,45 @@ class PoisonInTheProcessFolder(HostileTest):
                 run = self.watched("-fs", port=sink.port)
                 self.assert_readable(site.log())
                 self.assertIn(b'Mode="Sent"', (site.process / "FLog.4711.202611210702.xml").read_bytes()[:100])
-                self.assertIn(run.status, (0, 1))
+                self.assertEqual(0, run.status)
+                lines = self.errors_about(site.log(), "FLog.4711.202611210701.xml")
+                self.assertEqual([says] if says else [], [line.split(": ")[-1] for line in lines])
+
+    def test_a_document_of_two_gigabytes_waits_and_the_next_is_sent(self):
+        sink = self.start_sink()
+        site = self.make_site(sink.port)
+        site.queue("FLog.4711.202611210702.xml", [Entry()])
+        huge = site.process / "FLog.4711.202611210701.xml"
+        huge.write_bytes(self.START + b"/>")
+        os.truncate(huge, 2 << 30)
+        run = self.watched("-fs", port=sink.port)
+        self.assertEqual((1, 1), (run.status, len(sink.mails)))
+        self.assertIn(b'Mode="Sent"', (site.process / "FLog.4711.202611210702.xml").read_bytes()[:100])
+        (line,) = self.errors_about(site.log(), huge.name)
+        self.assertTrue(line.endswith("larger than 67108864 bytes"), line)
+
+    JOURNALS = {
+        "text": lambda path: path.write_bytes(b"hello"),
+        "zeros": lambda path: path.write_bytes(b"\0" * 100_000),
+        "a filing journal's title": lambda path: path.write_bytes(b"Fieldpost filing journal 3\n" + b"9" * 1000 + b":"),
+        "a send journal's title": lambda path: path.write_bytes(b"Fieldpost send journal 1\n" + b"9" * 1000 + b":"),
+        "two gigabytes": lambda path: (path.write_bytes(b"Fieldpost send journal 1\n"), os.truncate(path, 2 << 30)),
+        "link": lambda path: path.symlink_to("/etc/passwd"),
+        "link to nothing": lambda path: path.symlink_to("nothing"),
+    }
 
     def test_journals_of_poison_are_no_journals(self):
-        for journal in ("FLog.journal", "Sent.journal"):
-            for name, make in {
-                "text": lambda path: path.write_bytes(b"hello"),
-                "zeros": lambda path: path.write_bytes(b"\0" * 100_000),
-                "title": lambda path: path.write_bytes(b"Fieldpost filing journal 3\n" + b"9" * 1000 + b":"),
-                "link": lambda path: path.symlink_to("/etc/passwd"),
-            }.items():
+        for journal in ("FLog.journal", "FLog.sent"):
+            for name, make in self.JOURNALS.items():
                 with self.subTest(journal=journal, name=name):
-                    site = self.make_site(latest=("depot",))
+                    sink = self.start_sink()
+                    site = self.make_site(sink.port, latest=("depot",))
                     site.process.mkdir(parents=True)
                     make(site.process / journal)
                     site.drop("z.xml", fault_file([Entry()]))
-                    self.assertEqual(0, self.watched("-fc").status, site.log())
+                    self.assertEqual(0, self.watched("-fcs", port=sink.port).status, site.log())
                     self.assertEqual(["z.xml"], [path.name for path in site.archived()])
+                    self.assertEqual((1, False), (len(sink.mails), os.path.lexists(site.process / journal)))
 
 
 class PoisonInPpcData(HostileTest):

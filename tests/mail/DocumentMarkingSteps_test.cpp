@@ -26,7 +26,7 @@ constexpr std::string_view Sent = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sen
 class Marking : public testing::Test {
  protected:
   std::vector<std::string> Mark(const PathList& documents) {
-    return MarkDocuments(files_, documents, [this](std::size_t done) { shown_.push_back(done); });
+    return MarkDocuments(files_, documents, [this](std::size_t done) { shown_.push_back(done); }).failures;
   }
 
   test::TempFolder folder_;

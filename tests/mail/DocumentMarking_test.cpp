@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "common/DocumentMode.h"
 #include "common/RunLists.h"
 #include "support/FailingCall.h"
 #include "support/TempFolder.h"
@@ -23,6 +24,7 @@ struct DocumentMarkingTest : testing::Test {
   test::TempFolder folder;
   DiskFileSystem files;
   std::vector<std::size_t> shown;
+  std::vector<std::string> unmarkable;
 
   PathList Documents(int count) const {
     PathList documents;
@@ -30,7 +32,10 @@ struct DocumentMarkingTest : testing::Test {
     return documents;
   }
   std::vector<std::string> Mark(const PathList& documents) {
-    return MarkDocuments(files, documents, [this](std::size_t done) { shown.push_back(done); });
+    MarkingResult result =
+        MarkDocuments(files, documents, [this](std::size_t done) { shown.push_back(done); });
+    unmarkable = std::move(result.unmarkable);
+    return std::move(result.failures);
   }
   static std::size_t CountSent(const PathList& documents) {
     return static_cast<std::size_t>(
@@ -59,6 +64,16 @@ TEST_F(DocumentMarkingTest, LeavesWhatItCannotMark) {
   EXPECT_EQ(test::ReadFile(documents[2]), Waiting);
   EXPECT_EQ(test::ReadFile(documents[3]), "no document");
   EXPECT_EQ(test::ReadFile(documents[5]), Sent);
+  EXPECT_THAT(unmarkable, ElementsAre("cannot mark as sent " + documents[3].string() +
+                                      ": not well-formed; move it away, or every send mails it again"));
+}
+
+TEST_F(DocumentMarkingTest, RefusesWhatIsLargerThanADocument) {
+  const PathList documents{folder.Write("a.xml", Waiting), folder.Write("b.xml", Waiting)};
+  std::filesystem::resize_file(documents[0], MaxDocumentBytes + 1);
+  EXPECT_THAT(Mark(documents), ElementsAre("cannot read " + documents[0].string() + ": larger than " +
+                                           std::to_string(MaxDocumentBytes) + " bytes"));
+  EXPECT_EQ(test::ReadFile(documents[1]), Sent);
 }
 
 TEST_F(DocumentMarkingTest, AFlushThatFailsLeavesItsDocumentsAndTheOthersGoOn) {

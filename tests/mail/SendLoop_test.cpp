@@ -4,13 +4,16 @@
 
 #include <limits>
 
+#include "common/DocumentMode.h"
 #include "support/TestSite.h"
 
 namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Contains;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -50,6 +53,37 @@ TEST(SendQueuedFaultlogs, CollectsWhatSaysNotSent) {
     site.Document("a.xml", row.content);
     EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs()) << row.name;
     EXPECT_EQ(site.transport.mails.size(), row.waits ? 1U : 0U) << row.name;
+  }
+}
+
+TEST(SendQueuedFaultlogs, LeavesWhatIsTooLargeAndSendsTheOthers) {
+  SendSite site;
+  const fs::path huge = site.Document("a.xml");
+  const fs::path other = site.Document("b.xml");
+  fs::resize_file(huge, MaxDocumentBytes + 1);
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(other));
+  EXPECT_THAT(site.Log(),
+              Contains(HasSubstr("cannot read " + huge.string() + ": larger than 67108864 bytes")));
+
+  fs::resize_file(huge, MaxDocumentBytes);
+  static_cast<void>(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 2U);
+  EXPECT_THAT(site.transport.mails[1].attachments, ElementsAre(huge));
+}
+
+TEST(SendQueuedFaultlogs, SaysOfWhatCannotBeMarkedThatItGoesAgain) {
+  SendSite site;
+  const fs::path broken = site.Document("a.xml", "<a Mode='Not Sent'>");
+  for (const std::size_t mails : {1U, 2U}) {
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+    EXPECT_EQ(site.transport.mails.size(), mails);
+    EXPECT_EQ(test::ReadFile(broken), "<a Mode='Not Sent'>");
+    EXPECT_THAT(site.Log(),
+                Contains(HasSubstr("cannot mark as sent " + broken.string() +
+                                   ": not well-formed; move it away, or every send mails it again"))
+                    .Times(mails));
   }
 }
 

@@ -36,6 +36,10 @@ class DyingFileSystem : public FileSystem {
   [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const override {
     return std::make_unique<DyingFolder>(*this, disk_.OpenFolder(path));
   }
+  [[nodiscard]] std::string ReadOwn(const std::filesystem::path& path,
+                                    std::uint64_t maxBytes) const override {
+    return disk_.ReadOwn(path, maxBytes);
+  }
   [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
                                       std::uint64_t maxBytes) const override {
     return disk_.ReadWhole(path, maxBytes);

@@ -52,6 +52,10 @@ class TracedFileSystem final : public FileSystem {
   [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const override {
     return under_.OpenFolder(path);
   }
+  [[nodiscard]] std::string ReadOwn(const std::filesystem::path& path,
+                                    std::uint64_t maxBytes) const override {
+    return under_.ReadOwn(path, maxBytes);
+  }
   [[nodiscard]] std::string ReadWhole(const std::filesystem::path& path,
                                       std::uint64_t maxBytes) const override {
     return under_.ReadWhole(path, maxBytes);

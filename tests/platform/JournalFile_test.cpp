@@ -1,0 +1,80 @@
+#include "platform/JournalFile.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "support/FailingCall.h"
+#include "support/TempFolder.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::ThrowsMessage;
+
+struct JournalFileTest : testing::Test {
+  test::TempFolder folder;
+  DiskFileSystem files;
+  const fs::path journal = folder / "journal";
+
+  [[nodiscard]] std::optional<std::string> Read() const { return ReadJournalFile(files, journal); }
+};
+
+TEST_F(JournalFileTest, IsAPlainFileOfNoMoreThanTheProgramWrites) {
+  EXPECT_EQ(Read(), std::nullopt) << "missing";
+  fs::create_symlink("/etc/passwd", journal);
+  EXPECT_EQ(Read(), std::nullopt) << "link";
+  fs::remove(journal);
+  folder.Write("journal", "");
+  EXPECT_EQ(Read(), "");
+  folder.Write("journal", "content");
+  EXPECT_EQ(Read(), "content");
+  fs::resize_file(journal, MaxJournalBytes);
+  EXPECT_EQ(Read()->size(), MaxJournalBytes);
+  fs::resize_file(journal, MaxJournalBytes + 1);
+  EXPECT_EQ(Read(), std::nullopt) << "too large";
+}
+
+TEST_F(JournalFileTest, ThatCannotBeReadIsAFailureAndNotMissing) {
+  fs::create_directory(journal);
+  EXPECT_THAT([this] { static_cast<void>(Read()); },
+              ThrowsMessage<FileError>("cannot read " + journal.string() + ": not a plain file"));
+  fs::remove(journal);
+  folder.Write("journal", "content");
+  const test::FailingCall failing("read", EIO);
+  EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot read")));
+}
+
+/// Only root can give a file to another user, so what an ordinary user sees here is that nobody can.
+TEST_F(JournalFileTest, OfAnotherUserIsNotFollowed) {
+  constexpr uid_t somebody = 54321;
+  folder.Write("journal", "content");
+  if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
+    EXPECT_EQ(errno, EPERM);
+    return;
+  }
+  EXPECT_THAT([this] { static_cast<void>(Read()); },
+              ThrowsMessage<FileError>("cannot follow " + journal.string() +
+                                       ": it belongs to another user; start Fieldpost as that user, or "
+                                       "remove it when it is not Fieldpost's"));
+  ASSERT_EQ(::chown(folder.Path().c_str(), somebody, static_cast<gid_t>(-1)), 0);
+  EXPECT_EQ(Read(), "content") << "the owner of the folder could do anything there";
+}
+
+TEST_F(JournalFileTest, IsNotFollowedWhereItsFolderCannotBeAsked) {
+  constexpr uid_t somebody = 54321;
+  folder.Write("journal", "content");
+  constexpr int whetherItIsAFolder = 1;
+  const test::FailingCall failing("stat", EACCES, whetherItIsAFolder);
+  if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
+    EXPECT_EQ(Read(), "content") << "the user's own needs no folder";
+    return;
+  }
+  EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot look at")));
+}
+
+}  // namespace
+}  // namespace fieldpost
