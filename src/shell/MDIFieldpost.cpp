@@ -43,6 +43,7 @@ MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
 }
 
 MDIFieldpost::~MDIFieldpost() {
+  delete help_;  // a window of its own, unless it belongs to a dialog
   ports_.prompt.SetOptionsDialog({});
 }
 

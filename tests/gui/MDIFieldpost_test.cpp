@@ -175,6 +175,16 @@ TEST(MDIFieldpost, ClosesEveryWindow) {
   EXPECT_THAT(site.Children(), IsEmpty());
 }
 
+TEST(MDIFieldpost, TakesTheHelpWithItWhenItGoesWithoutBeingClosed) {
+  {
+    MainWindow site;
+    site.window.Load();
+    site.Command("mnuFPHelp");
+    ASSERT_EQ(HelpWindows().size(), 1U);
+  }
+  EXPECT_EQ(HelpWindows().size(), 0U);
+}
+
 TEST(MDIFieldpost, ClosesTheHelpWithItself) {
   MainWindow site;
   site.window.Load();
