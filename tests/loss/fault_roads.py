@@ -5,7 +5,7 @@ import sqlite3
 
 from loss_support import BUILD, CALL_TRACER
 from support import PARTNER, SENDER, Entry, fault_file
-from sweep_support import SweptSite, Tree, names_in, new_entry, read_all, uids_in, unequal
+from sweep_support import SweptSite, Tree, names_in, read_all, uids_in, unequal
 
 import json
 import pathlib

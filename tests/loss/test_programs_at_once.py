@@ -4,12 +4,10 @@ Each is then run once more alone. Nothing is filed or mailed twice, and nothing 
 """
 
 import collections
-import contextlib
 import pathlib
 import re
 import shutil
 import signal
-import subprocess
 import sys
 import time
 import unittest
