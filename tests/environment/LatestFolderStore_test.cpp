@@ -89,6 +89,31 @@ TEST_F(LatestFolderStoreTest, WhatCannotBeReadIsNotReplaced) {
   EXPECT_TRUE(fs::is_directory(file_));
 }
 
+TEST_F(LatestFolderStoreTest, AListIsReadUpToItsBounds) {
+  constexpr std::size_t largest = 4U << 20U;
+  std::string most;
+  for (std::size_t i = 0; i < MaxLatestFolders; ++i) most += "/a/\n";
+  const struct {
+    const char* name;
+    std::string content;
+    std::size_t folders;
+    std::string problem;
+  } cases[] = {
+      {"as many folders as there may be", most, MaxLatestFolders, ""},
+      {"one more", most + "/a/\n", 0, "it names more than 10000 folders"},
+      {"as many bytes as there may be", "/" + std::string(largest - 2, 'x') + "/", 1, ""},
+      {"one more", "/" + std::string(largest - 1, 'x') + "/", 0, "larger than 4194304 bytes"},
+      {"a zero byte", std::string("/a\0b/\n", 7), 0, "it holds a zero byte, so it is no text in UTF-8"},
+  };
+  for (const auto& [name, content, folders, problem] : cases) {
+    folder_.Write("LatestList.dat", content);
+    EXPECT_EQ(Load().size(), folders) << name;
+    EXPECT_THAT(store_.Problem(), testing::EndsWith(problem)) << name;
+    EXPECT_EQ(store_.Problem().empty(), problem.empty()) << name;
+    EXPECT_EQ(ReadFile(file_), content) << name;
+  }
+}
+
 TEST_F(LatestFolderStoreTest, AMissingFolderIsAFailureNotAnError) {
   LatestFolderStore store(files_, folder_.Path() / "no");
   EXPECT_FALSE(store.SaveLatestFolders({"/a/"}));

@@ -58,6 +58,20 @@ TEST(WriteLog, StampsEachLine) {
             "15.03.2004 14:37:09  [Error]:Faultlog path settings not found in Faultlog.ini\r\n");
 }
 
+TEST(WriteLog, CutsALineThatNobodyWouldReadToItsEnd) {
+  constexpr std::size_t longest = 2000;
+  const std::string whole(longest, 'x');
+  test::ReadySite site;
+  site.program.log.WriteLog(whole + "\r\n" + whole + "y", LogCategory::Error);
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + whole, "[Error]:" + whole + " ..."));
+}
+
+TEST(WriteLog, MakesControlCharactersVisible) {
+  test::ReadySite site;
+  site.program.log.WriteLog("a\x1B[2Jb", LogCategory::Error);
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:a\\x1B[2Jb"));
+}
+
 TEST(WriteLog, BeginsANewFileAtMidnight) {
   test::ReadySite site;
   site.clock.now = {.year = 2004, .month = 12, .day = 31, .hour = 23, .minute = 59, .second = 59};

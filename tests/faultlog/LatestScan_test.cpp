@@ -8,39 +8,18 @@
 #include <fstream>
 #include <limits>
 
-#include "common/XmlDocument.h"
-#include "support/TestSite.h"
+#include "support/ScanSite.h"
 
 namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
+using test::ScanSite;
+using test::TextsIn;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-struct ScanSite : test::ReadySite {
-  void Scan() { program.scan.ProcessLatestFiles(display); }
-
-  [[nodiscard]] std::set<std::string> Archived(std::string_view product) const {
-    return test::Names(Tree("Archive") / PathFromUtf8(product));
-  }
-  [[nodiscard]] std::string ArchivedXml(std::string_view product, std::string_view name) const {
-    return test::ReadFile(Tree("Archive") / PathFromUtf8(product) / PathFromUtf8(name));
-  }
-  [[nodiscard]] std::string Document(std::string_view name = "FLog.4711.200403151401.xml") const {
-    return test::ReadFile(Tree("Process") / PathFromUtf8(name));
-  }
-};
-
-std::vector<std::string> TextsIn(std::string_view xml, std::string_view element) {
-  XmlDocument document;
-  EXPECT_TRUE(document.Load(xml)) << document.Reason() << ": " << xml;
-  std::vector<std::string> texts;
-  for (const XmlElement& one : document.ElementsByTagName(element)) texts.push_back(one.Text());
-  return texts;
-}
 
 TEST(ProcessLatestFiles, FilesByProductCodeAndQueuesADocument) {
   ScanSite site;
@@ -124,56 +103,6 @@ TEST(ProcessLatestFiles, MovesWhatItCannotReadToTheErrorFolder) {
   EXPECT_TRUE(site.program.scan.Succeeded());
 }
 
-TEST(ProcessLatestFiles, MergesNamesakes) {
-  ScanSite site;
-  site.Latest("a.xml", test::FaultlogXml("A", "FFFFF", "20040101", "old"));
-  site.Scan();
-  site.Latest("a.xml", test::FaultlogXml("A", "FFF", "20040101", "new"));
-  site.Latest("b.xml", test::FaultlogXml("A"));
-  site.Scan();
-  EXPECT_EQ(site.Archived("A"), (std::set<std::string>{"a.xml", "b.xml"}));
-  const std::string merged = site.ArchivedXml("A", "a.xml");
-  EXPECT_THAT(TextsIn(merged, "TEXT"), ElementsAre("old", "old", "old", "old", "old", "new", "new", "new"));
-  EXPECT_THAT(merged, HasSubstr("<FAULTLOG No=\"8\">"));
-  const std::string document = site.Document("FLog.4711.200403151402.xml");
-  EXPECT_THAT(document, AllOf(HasSubstr("No=\"6\""), HasSubstr("No=\"8\"")))
-      << "numbers as given while merging";
-}
-
-TEST(ProcessLatestFiles, MergesNamesakesOfSeveralFoldersWithinOneRun) {
-  for (const int folders : {2, 7, 8, 20}) {
-    ScanSite site;
-    site.program.lists.LatestFolderList.clear();
-    for (int i = 0; i < folders; ++i) {
-      const std::string name = fmt::format("latest{:02}", i);
-      site.folder.Write(name + "/a.xml", test::FaultlogXml("A", "F", "20040101", fmt::format("a{}", i)));
-      site.folder.Write(name + "/b.xml", test::FaultlogXml("A", "F", "20040101", fmt::format("b{}", i)));
-      site.program.lists.LatestFolderList.push_back(site.folder.Path() / name / "");
-    }
-    site.Scan();
-    std::vector<std::string> expected;
-    for (int i = 0; i < folders; ++i) expected.push_back(fmt::format("a{}", i));
-    EXPECT_EQ(TextsIn(site.ArchivedXml("A", "a.xml"), "TEXT"), expected) << folders;
-    EXPECT_EQ(TextsIn(site.Document(), "TEXT").size(), 2U * static_cast<std::size_t>(folders));
-    EXPECT_THAT(site.Log(), ElementsAre(fmt::format("[Search Latest]:Found {} OK files", 2 * folders)));
-    EXPECT_THAT(site.ArchivedXml("A", "b.xml"), HasSubstr(fmt::format("No=\"{}\"", folders)));
-  }
-}
-
-TEST(ProcessLatestFiles, KeepsTheOrderOfFoldersForAFewNamesakes) {
-  ScanSite site;
-  site.program.lists.LatestFolderList.clear();
-  for (const char* name : {"1", "2"}) {
-    site.folder.Write(std::string(name) + "/a.xml",
-                      test::FaultlogXml("A", "F", "20040101", std::string("a") + name));
-    site.folder.Write(std::string(name) + "/b.xml",
-                      test::FaultlogXml("A", "F", "20040101", std::string("b") + name));
-    site.program.lists.LatestFolderList.push_back(site.folder.Path() / name / "");
-  }
-  site.Scan();
-  EXPECT_THAT(TextsIn(site.Document(), "TEXT"), ElementsAre("a1", "b1", "a2", "b2"));
-}
-
 TEST(ProcessLatestFiles, LeavesARunningFileByteForByte) {
   ScanSite site;
   const std::string running = test::FaultlogXml("A", "EF", "20040315");
@@ -210,34 +139,6 @@ TEST(ProcessLatestFiles, TouchesPlainFilesOnly) {
   EXPECT_THAT(site.Log(), ElementsAre("[Search Latest]: 0 Files found in Latest folder(s)"));
 }
 
-TEST(ProcessLatestFiles, LeavesANewFileWhenTheArchivedOneDoesNotLoad) {
-  ScanSite site;
-  site.folder.Write("home/Faultlog/Archive/A/a.xml", "<broken");
-  const fs::path source = site.Latest("a.xml", test::FaultlogXml("A"));
-  site.Latest("b.xml", test::FaultlogXml("A"));
-  site.Scan();
-  EXPECT_TRUE(fs::exists(source));
-  EXPECT_EQ(site.ArchivedXml("A", "a.xml"), "<broken");
-  EXPECT_THAT(site.Log(), ElementsAre(HasSubstr("[Error]:cannot merge into " +
-                                                Utf8FromPath(site.Tree("Archive") / "A/a.xml: ")),
-                                      "[Search Latest]:Found 1 OK files"));
-  EXPECT_FALSE(site.program.scan.Succeeded());
-}
-
-TEST(ProcessLatestFiles, MergesOnAroundAnArchivedFileThatDoesNotLoad) {
-  ScanSite site;
-  for (const char* name : {"a.xml", "b.xml", "c.xml"}) {
-    site.folder.Write(std::string("home/Faultlog/Archive/A/") + name, test::FaultlogXml("A", "P"));
-    site.Latest(name, test::FaultlogXml("A"));
-  }
-  site.folder.Write("home/Faultlog/Archive/A/b.xml", "<broken");
-  site.Scan();
-  EXPECT_THAT(TextsIn(site.ArchivedXml("A", "a.xml"), "MODEIND"), ElementsAre("P", "P"));
-  EXPECT_EQ(site.ArchivedXml("A", "b.xml"), "<broken");
-  EXPECT_THAT(TextsIn(site.ArchivedXml("A", "c.xml"), "MODEIND"), ElementsAre("P", "P"));
-  EXPECT_EQ(test::Names(site.Tree("Latest")), std::set<std::string>{"b.xml"});
-}
-
 TEST(ProcessLatestFiles, FilesADocumentWhoseElementsLieDeeper) {
   ScanSite site;
   site.Latest(
@@ -247,24 +148,6 @@ TEST(ProcessLatestFiles, FilesADocumentWhoseElementsLieDeeper) {
   EXPECT_EQ(site.ArchivedXml("A", "a.xml"),
             "<?xml version=\"1.0\"?>\n<ROOT><FLFILE><PRODCODE>A</PRODCODE><FAULTLOG><MODEIND>P</MODEIND>"
             "</FAULTLOG></FLFILE></ROOT>\n");
-}
-
-TEST(ProcessLatestFiles, NeverMergesAFileIntoItself) {
-  ScanSite site;
-  site.folder.Write("home/Faultlog/Archive/A/a.xml", test::FaultlogXml("A"));
-  site.program.lists.LatestFolderList = {site.Tree("Archive") / "A" / ""};
-  const std::string before = site.ArchivedXml("A", "a.xml");
-  site.Scan();
-  EXPECT_EQ(site.ArchivedXml("A", "a.xml"), before);
-  EXPECT_THAT(site.Log(), testing::Contains(HasSubstr("it is the archived file itself")));
-
-  ScanSite linked;
-  linked.folder.Folder("home/Faultlog/Archive/A");
-  const fs::path source = linked.Latest("a.xml", test::FaultlogXml("A"));
-  fs::create_hard_link(source, linked.Tree("Archive") / "A" / "a.xml");
-  linked.Scan();
-  EXPECT_TRUE(fs::exists(source));
-  EXPECT_FALSE(linked.program.scan.Succeeded());
 }
 
 TEST(ProcessLatestFiles, SendsFilesThatAreTooLargeToTheErrorFolder) {

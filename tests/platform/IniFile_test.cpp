@@ -205,6 +205,20 @@ TEST_F(IniFileTest, AFileThatCannotBeEditedStaysAsItIs) {
   EXPECT_EQ(IniFileProblem(files_, folder_.Path() / "missing.ini"), "");
 }
 
+TEST_F(IniFileTest, AFileIsReadUpToItsBound) {
+  constexpr std::size_t largest = 2U << 20U;
+  std::string content = "[S]\nK=v\n;";
+  content.resize(largest, 'x');
+  folder_.Write("f.ini", content);
+  EXPECT_EQ(IniFileProblem(files_, file_), "");
+  EXPECT_EQ(ReadIniValue(files_, file_, "S", "K"), "v");
+  folder_.Write("f.ini", content += 'x');
+  EXPECT_THAT(IniFileProblem(files_, file_), testing::EndsWith("larger than 2097152 bytes"));
+  EXPECT_EQ(ReadIniValue(files_, file_, "S", "K"), "");
+  EXPECT_FALSE(WriteIniValue(files_, file_, "S", "K", "w", FileAccess::ByUmask));
+  EXPECT_EQ(ReadFile(file_), content);
+}
+
 TEST_F(IniFileTest, WhoMayReadAFileThatIsMade) {
   const auto mine = fs::perms::owner_read | fs::perms::owner_write;
   ASSERT_TRUE(WriteIniValue(files_, file_, "S", "K", "v", FileAccess::OwnerOnly));

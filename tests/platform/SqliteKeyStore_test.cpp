@@ -226,6 +226,24 @@ TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
   }
 }
 
+TEST_F(SqliteKeyStoreTest, AFileIsReadUpToItsBound) {
+  constexpr std::uintmax_t largest = 64U << 20U;
+  {
+    SqliteKeyStore keys(files_, file_);
+    ASSERT_EQ(Write(keys, "K", "stored"), KeyOk);
+  }
+  std::string text;
+  fs::resize_file(file_, largest);
+  SqliteKeyStore full(files_, file_);
+  EXPECT_EQ(Read(full, "K", text), KeyOk);
+  EXPECT_EQ(text, "stored");
+  fs::resize_file(file_, largest + 1);
+  EXPECT_NE(Read(full, "K", text), KeyOk);
+  EXPECT_NE(Write(full, "K", "anew"), KeyOk);
+  EXPECT_THAT(full.Problem(), testing::EndsWith("larger than 67108864 bytes"));
+  EXPECT_EQ(fs::file_size(file_), largest + 1);
+}
+
 TEST_F(SqliteKeyStoreTest, ANameThatIsNoFileIsRefusedWithAReason) {
   fs::create_directory(file_);
   SqliteKeyStore keys(files_, file_);

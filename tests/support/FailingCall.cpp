@@ -52,6 +52,7 @@ extern "C" {
 int __real_access(const char* path, int rights);
 int __real_chmod(const char* path, mode_t mode);
 int __real_close(int number);
+int __real_fchmod(int number, mode_t mode);
 int __real_fcntl(int number, int command, long argument);
 DIR* __real_fdopendir(int number);
 int __real_flock(int number, int operation);
@@ -89,6 +90,10 @@ int __wrap_chmod(const char* path, mode_t mode) {
 int __wrap_close(int number) {
   const int status = __real_close(number);
   return CallFails("close") ? -1 : status;
+}
+
+int __wrap_fchmod(int number, mode_t mode) {
+  return CallFails("fchmod") ? -1 : __real_fchmod(number, mode);
 }
 
 int __wrap_fcntl(int number, int command, long argument) {

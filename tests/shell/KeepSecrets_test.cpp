@@ -1,0 +1,60 @@
+#include "shell/KeepSecrets.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+
+#include "support/FailingCall.h"
+#include "support/TestSite.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct SecretsSite : test::ReadySite {
+  SecretsSite() : settings(folder.Write("home/Options.ini", "[Mail]\r\nPassword=secret\r\n")) {
+    fs::permissions(settings, static_cast<fs::perms>(0600));
+  }
+
+  void Keep() {
+    KeepSecrets({disk, clock, keys, transport, prompt, display}, program.settingsStore, program.log);
+  }
+
+  DiskFileSystem disk;
+  fs::path settings;
+};
+
+TEST(KeepSecrets, SaysNothingWhereNothingIsOpen) {
+  SecretsSite site;
+  site.Keep();
+  EXPECT_THAT(site.Log(), IsEmpty());
+}
+
+TEST(KeepSecrets, ShutsWhatIsOpenAndSaysWhatToDo) {
+  SecretsSite site;
+  fs::permissions(site.settings, static_cast<fs::perms>(0644));
+  site.Keep();
+  EXPECT_EQ(fs::status(site.settings).permissions(), static_cast<fs::perms>(0600));
+  const std::string name = Utf8FromPath(site.settings);
+  EXPECT_THAT(site.Log(),
+              ElementsAre("[Error]:" + name +
+                          " was open to others; it is kept to its owner now. If somebody may have "
+                          "read it, change the mail password"));
+}
+
+TEST(KeepSecrets, SaysWhyWhatIsOpenStaysSo) {
+  SecretsSite site;
+  fs::permissions(site.settings, static_cast<fs::perms>(0644));
+  const test::FailingCall failing("fchmod", EPERM);
+  site.Keep();
+  EXPECT_THAT(site.Log(), ElementsAre(testing::AllOf(HasSubstr("cannot set the permissions of"),
+                                                     EndsWith("Operation not permitted"))));
+}
+
+}  // namespace
+}  // namespace fieldpost
