@@ -124,6 +124,34 @@ TEST(XmlGuard, BoundsWhatEntitiesStandFor) {
                "more than 256 attributes in one tag"},
            Row{"declarations", Declared(Times("<!ENTITY e 'x'>", XmlDocument::MaxDeclarations + 1), ""),
                "more than 1000 declarations in the document type"},
+           Row{"declared elements",
+               Declared(Numbered([](std::size_t i) { return fmt::format("<!ELEMENT b{} ANY>", i); },
+                                 XmlDocument::MaxDeclarations + 1),
+                        ""),
+               "more than 1000 declarations in the document type"},
+           Row{"declared choices",
+               Declared(Numbered([](std::size_t i) { return fmt::format("<!ATTLIST b a{} (x|y) 'x'>", i); },
+                                 XmlDocument::MaxDeclarations + 1),
+                        ""),
+               "more than 1000 declarations in the document type"},
+           Row{"declared notations",
+               Declared(Numbered([](std::size_t i) { return fmt::format("<!NOTATION n{} SYSTEM 'u'>", i); },
+                                 XmlDocument::MaxDeclarations + 1),
+                        ""),
+               "more than 1000 declarations in the document type"},
+           Row{"declared files of others",
+               Declared("<!NOTATION n SYSTEM 'u'>" + Numbered(
+                                                         [](std::size_t i) {
+                                                           return fmt::format(
+                                                               "<!ENTITY u{} SYSTEM 'u' NDATA n>", i);
+                                                         },
+                                                         XmlDocument::MaxDeclarations),
+                        ""),
+               "more than 1000 declarations in the document type"},
+           Row{"depth",
+               Declared("<!ENTITY e '" + Times("<b>", 100) + Times("</b>", 100) + "'>",
+                        Times("<b>", 200) + "&e;&e;" + Times("</b>", 200)),
+               "nested deeper than 250 levels"},
            Row{"defaults",
                Declared("<!ATTLIST b " +
                             Numbered([](std::size_t i) { return fmt::format(" a{} CDATA 'x'", i); }, 300) +
@@ -140,10 +168,25 @@ TEST(XmlGuard, BoundsWhatEntitiesStandFor) {
   EXPECT_TRUE(document.Load(Declared("<!ENTITY e 'x'>", Times("&e;", XmlDocument::MaxEntityUses - 1))));
 }
 
+TEST(XmlGuard, TakesEveryKindOfDeclaration) {
+  XmlDocument document;
+  EXPECT_TRUE(document.Load(
+      Declared("<!ELEMENT a ANY><!ATTLIST a b (x|y) 'x' c NOTATION (n) #IMPLIED><!NOTATION n SYSTEM 'u'>"
+               "<!ENTITY u SYSTEM 'u' NDATA n><!ENTITY e 'x'><!ENTITY % p ''><?i?><!---->",
+               "&e;")))
+      << document.Reason();
+  EXPECT_EQ(document.ElementsByTagName("a").front().Text(), "x");
+}
+
 TEST(XmlGuard, FindsACrowdedTagWhateverItIsWrittenIn) {
   const std::string tag = "<b" + Attributes(50'000) + "/>";
   for (const std::string& xml : {
            "<a>" + tag + "</a>",
+           "\xEF\xBB\xBF<a>" + tag + "</a>",
+           "<?xml version='1.0'?><a>" + tag + "</a>",
+           "<?xml version='1.0'" + std::string(2000, ' ') + "?><a>" + tag + "</a>",
+           "<?xml version='1.0' encoding=''?><a>" + tag + "</a>",
+           InUtf16("<a>" + tag + "</a>").substr(2),
            InUtf16("<?xml version='1.0' encoding='UTF-16'?><a>" + tag + "</a>"),
            "<?xml version='1.0' encoding='EBCDIC-nonsense'?><a>" + tag + "</a>",
        }) {

@@ -37,6 +37,14 @@ TEST(FaultloggerFile, IsCompleteWithItsFourElements) {
   }
 }
 
+TEST(FaultloggerFile, CountsItsEntries) {
+  for (const std::string_view modes : {"", "F", "FFF"}) {
+    FaultloggerFile file;
+    ASSERT_TRUE(file.Load(test::FaultlogXml("A", modes)));
+    EXPECT_EQ(file.EntryCount(), modes.size());
+  }
+}
+
 TEST(FaultloggerFile, TakesTheFirstProductCode) {
   EXPECT_EQ(Loaded("<r><PRODCODE> AB 1\n</PRODCODE><PRODCODE>C</PRODCODE></r>").ProductCode(), "AB 1");
   EXPECT_EQ(Loaded("<r><PRODCODE> </PRODCODE></r>").ProductCode(), "");

@@ -2,8 +2,10 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <cerrno>
 
 #include "mail/SendJournal.h"
+#include "support/FailingCall.h"
 #include "support/TestSite.h"
 
 namespace fieldpost {
@@ -84,6 +86,22 @@ TEST(SendSteps, WhatWasSentAndIsGoneIsNoLongerKnown) {
   EXPECT_TRUE(site.program.sendLoop.WasSent(document));
   fs::remove(document);
   EXPECT_FALSE(site.program.sendLoop.WasSent(document));
+}
+
+TEST(SendSteps, WhatIsMarkedTooButCannotBeReadIsAFailure) {
+  SendSite site;
+  const fs::path document = site.Document("a.xml");
+  fs::create_directories(TemporaryNameFor(document) / "in the way");
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_TRUE(site.program.sendLoop.WasSent(document));
+  fs::remove_all(TemporaryNameFor(document));
+  {
+    const test::FailingCall failing("read", EIO);
+    EXPECT_FALSE(site.program.sendLoop.MarkSent());
+  }
+  EXPECT_EQ(test::ReadFile(document), Waiting);
+  EXPECT_TRUE(site.program.sendLoop.MarkSent());
+  EXPECT_NE(test::ReadFile(document), Waiting);
 }
 
 TEST(SendSteps, AFaultOnTheWayToTheFirstMailIsAFailure) {

@@ -215,6 +215,28 @@ TEST_F(SmtpTlsTest, AnExpiredCertificateIsRefused) {
   EXPECT_THAT(status, HasSubstr("the certificate of 127.0.0.1 has expired"));
 }
 
+TEST_F(SmtpTlsTest, ACertificateOfTomorrowIsRefused) {
+  certificates.MakeForTomorrow("early", "IP:127.0.0.1");
+  const SmtpServer sink(Arguments("starttls", "early"));
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, HasSubstr("the certificate of 127.0.0.1 is not valid yet"));
+}
+
+TEST_F(SmtpTlsTest, ACertificateThatVouchesForItselfIsRefused) {
+  const Certificates others;
+  const SmtpServer sink({"--tls", "starttls", "--cert", others.Pem("ca"), "--key", others.Key("ca")});
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, HasSubstr("the certificate of 127.0.0.1 is signed by itself alone"));
+}
+
+TEST_F(SmtpTlsTest, ACertificateThatIsForNoServerIsRefusedWithTheReason) {
+  certificates.Make("client", "IP:127.0.0.1", 2, "extendedKeyUsage=clientAuth");
+  const SmtpServer sink(Arguments("starttls", "client"));
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, HasSubstr("the certificate of 127.0.0.1 is not trusted ("));
+  EXPECT_THAT(status, HasSubstr("purpose"));
+}
+
 TEST_F(SmtpTlsTest, AnAuthorityFileThatIsMissingIsNamed) {
   const SmtpServer sink(Arguments("starttls"));
   server.tlsCaFile = (folder.Path() / "missing.pem").native();

@@ -314,7 +314,7 @@ TEST_F(FileSystemTest, MovesToAnotherFileSystem) {
 TEST_F(FileSystemTest, AMoveToAnotherFileSystemThatFailsLeavesTheFileWhereItWas) {
   const fs::path file = folder.Write("from/file", "x");
   const fs::path target = folder / "to/file";
-  for (const char* call : {"open", "read", "write", "fsync", "close"}) {
+  for (const char* call : {"open", "read", "write", "fsync", "close", "rename"}) {
     const test::FailingCall elsewhere("rename", EXDEV);
     const test::FailingCall failing(call, EIO);
     EXPECT_THROW(files.Move(file, target), FileError) << call;

@@ -27,19 +27,31 @@ class Certificates {
   }
 
   /// Makes "NAME.pem" and "NAME.key" for `alternativeName`, such as "IP:127.0.0.1", valid for `days` from
-  /// now; with -1 it has expired.
-  void Make(const std::string& name, const std::string& alternativeName, int days = 2) const {
-    folder_.Write(name + ".ext", "subjectAltName=" + alternativeName + "\n");
+  /// now; with -1 it has expired. `extension` is one more line of what it is for.
+  void Make(const std::string& name, const std::string& alternativeName, int days = 2,
+            const std::string& extension = "") const {
+    folder_.Write(name + ".ext", "subjectAltName=" + alternativeName + "\n" + extension + "\n");
     Run("req -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -subj /CN=" + name + " -keyout " + name +
         ".key -out " + name + ".csr");
-    Run("x509 -req -in " + name + ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -days " +
-        std::to_string(days) + " -extfile " + name + ".ext -out " + name + ".pem");
+    Sign(name, days, "");
+  }
+
+  /// The same, valid from tomorrow on.
+  void MakeForTomorrow(const std::string& name, const std::string& alternativeName) const {
+    Make(name, alternativeName);
+    Sign(name, 2, "faketime -f +1d ");
   }
 
  private:
-  void Run(const std::string& arguments) const {
+  void Sign(const std::string& name, int days, const std::string& clock) const {
+    Run("x509 -req -in " + name + ".csr -CA ca.pem -CAkey ca.key -CAcreateserial -days " +
+            std::to_string(days) + " -extfile " + name + ".ext -out " + name + ".pem",
+        clock);
+  }
+
+  void Run(const std::string& arguments, const std::string& clock = "") const {
     const std::string command =
-        "cd '" + folder_.Path().native() + "' && openssl " + arguments + " 2>/dev/null";
+        "cd '" + folder_.Path().native() + "' && " + clock + "openssl " + arguments + " 2>/dev/null";
     if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
   }
 
