@@ -31,8 +31,10 @@ run: all
 window: all
 	@$(PYTHON) tools/run-window
 
+# Then what the tests of loss have swept and measured.
 test: all
-	@ctest --preset release -j$(JOBS)
+	@ctest --preset release -j$(JOBS) --output-junit tests.xml --test-output-size-passed 65536
+	@$(PYTHON) tests/tools/print_figures.py $(BUILD)/tests.xml loss
 
 # Every test once more, in a build that ends with a report at any misuse of memory or undefined behaviour.
 sanitize: packages
