@@ -21,12 +21,20 @@ constexpr std::string_view Archived =
     "<FAULTLOG No=\"1\"><MODEIND>P</MODEIND><TEXT>one</TEXT></FAULTLOG>"
     "<FAULTLOG No=\"2\"><MODEIND>P</MODEIND><TEXT>two</TEXT></FAULTLOG></FLFILE>\n";
 
-/// What is in the entries of a document, in order.
+std::string WithoutBlanks(std::string text) {
+  std::erase_if(text, [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; });
+  return text;
+}
+
+/// What is in the entries of a document, in order. Blanks do not count: where an element above an entry has
+/// them preserved, an entry that is merged into another file leaves the element behind.
 std::vector<std::string> EntriesOf(std::string_view xml) {
   XmlDocument document;
   Expect(document.Load(xml), "what was written loads again");
   std::vector<std::string> texts;
-  for (const XmlElement& entry : document.ElementsByTagName("FAULTLOG")) texts.push_back(entry.Text());
+  for (const XmlElement& entry : document.ElementsByTagName("FAULTLOG")) {
+    texts.push_back(WithoutBlanks(entry.Text()));
+  }
   return texts;
 }
 
