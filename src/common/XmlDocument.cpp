@@ -62,6 +62,17 @@ bool IsBlankText(const xmlNode* node) {
          xmlNodeGetSpacePreserve(node->parent) != 1;
 }
 
+/// libxml2 writes the names of name spaces as they stand in its tree, so they stand there as they are to be
+/// written. Of what has to be escaped, a URI may hold the "&" alone, and the parser takes nothing but URIs.
+void EscapeNamespaces(const xmlNode& element) {
+  for (xmlNs* one = element.nsDef; one != nullptr; one = one->next) {
+    if (FromXml(one->href).find('&') == std::string_view::npos) continue;
+    xmlChar* const escaped = xmlStrdup(ToXml(Replaced(FromXml(one->href), "&", "&amp;")));
+    if (escaped == nullptr) throw std::bad_alloc();
+    xmlFree(const_cast<xmlChar*>(std::exchange(one->href, escaped)));
+  }
+}
+
 int AppendToString(void* target, const char* bytes, int count) {
   static_cast<std::string*>(target)->append(bytes, static_cast<std::size_t>(count));
   return count;
@@ -181,6 +192,7 @@ bool XmlDocument::Tidy(int maxDepth) {
                             Visible(FromXml(node->name)));
       return false;
     }
+    if (node->type == XML_ELEMENT_NODE) EscapeNamespaces(*node);
     xmlNode* const blank = IsBlankText(node) ? node : nullptr;
     node = NextInDocument(node, depth);
     if (blank == nullptr) continue;

@@ -1,5 +1,6 @@
 #include "common/XmlDocument.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "support/TempFolder.h"
@@ -168,6 +169,32 @@ TEST(XmlDocument, GivesAnElementThatCanBeReadOnItsOwn) {
   EXPECT_TRUE(IsWellFormedXml(xml)) << xml;
   EXPECT_THAT(xml, HasSubstr("p:k=\"v\""));
   EXPECT_THAT(xml, HasSubstr("<p:g>v</p:g>"));
+}
+
+TEST(XmlDocument, WritesNamesOfNameSpacesAsTheyWereRead) {
+  for (const std::string_view name : {"u", "http://x.example/?a=1&amp;b=2", "&amp;", "&amp;amp;", "'"}) {
+    const std::string start = fmt::format("<r xmlns:p=\"{0}\" xmlns=\"{0}\">", name);
+    const XmlDocument document = Loaded(start + "<f p:k=\"v\"><p:g/></f></r>");
+    const std::string xml = document.Xml();
+    EXPECT_THAT(xml, HasSubstr(start + "<f p:k=\"v\"><p:g/></f>"));
+    EXPECT_EQ(Loaded(xml).Xml(), xml) << name;
+    const std::string alone = document.ElementsByTagName("f")[0].Xml();
+    EXPECT_TRUE(IsWellFormedXml(alone)) << alone;
+
+    XmlDocument target = Loaded("<t/>");
+    target.Root().AppendCopyOf(document.ElementsByTagName("f")[0]);
+    EXPECT_EQ(Loaded(target.Xml()).ElementsByTagName("f")[0].Xml(), alone) << name;
+  }
+}
+
+TEST(XmlDocument, TakesNoNameOfANameSpaceThatIsNoUri) {
+  for (const std::string_view name : {"&lt;", "&quot;", "&#10;", "a b", "&#9;"}) {
+    for (const std::string_view prefix : {"", ":p"}) {
+      XmlDocument document;
+      EXPECT_FALSE(document.Load(fmt::format("<r xmlns{}=\"{}\"/>", prefix, name))) << name;
+      EXPECT_THAT(document.Reason(), HasSubstr("is not a valid URI")) << name;
+    }
+  }
 }
 
 TEST(IsWellFormedXml, AgreesWithLoading) {
