@@ -3,6 +3,8 @@
 #include <libxml/encoding.h>
 #include <libxml/tree.h>
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <string_view>
 
@@ -18,6 +20,7 @@ struct FreeBuffer {
   void operator()(xmlBuffer* buffer) const { xmlBufferFree(buffer); }
 };
 using Buffer = std::unique_ptr<xmlBuffer, FreeBuffer>;
+using Handler = std::unique_ptr<xmlCharEncodingHandler, CloseHandler>;
 
 std::string AllAscii() {
   std::string text = "\t\r\n";
@@ -49,9 +52,16 @@ bool RefersToWhatItLacks(xmlCharEncodingHandler* handler) {
 
 bool CanHoldAnyText(const std::string& encoding) {
   if (EqualNoCase(std::string_view(encoding).substr(0, 6), "UTF-16")) return true;
-  const std::unique_ptr<xmlCharEncodingHandler, CloseHandler> handler(
-      xmlFindCharEncodingHandler(encoding.c_str()));
+  const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
   return handler && KeepsAscii(handler.get()) && RefersToWhatItLacks(handler.get());
+}
+
+bool CanBeWrittenInPieces(const std::string& encoding) {
+  const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
+  return handler && std::ranges::all_of(std::array{"<", "\u00E9", "\u65E5", "\uD55C"}, [&](const char* text) {
+           const std::string first = Written(handler.get(), text);
+           return Written(handler.get(), text) == first;
+         });
 }
 
 }  // namespace fieldpost

@@ -12,4 +12,9 @@ namespace fieldpost {
 /// neighbour.
 bool CanHoldAnyText(const std::string& encoding);
 
+/// Whether each text is written in the same bytes, whatever was written before it. It is not in UTF-7 and the
+/// encodings of ISO 2022, where a text may end in the middle of a word or in another alphabet than it began
+/// in. False, too, for an encoding that is not known.
+bool CanBeWrittenInPieces(const std::string& encoding);
+
 }  // namespace fieldpost

@@ -9,6 +9,7 @@
 #include <new>
 
 #include "common/Text.h"
+#include "common/XmlOutputEncoding.h"
 #include "ppc/PpcFault.h"
 
 namespace fieldpost {
@@ -70,16 +71,17 @@ void XmlEncoding::Free::operator()(_xmlBuffer* buffer) const {
   xmlBufferFree(buffer);
 }
 
-XmlEncoding::XmlEncoding(const std::string& name) : name_(name) {
-  if (name.empty() || EqualNoCase(name, "UTF-8") || EqualNoCase(name, "UTF8")) return;
-  handler_ = xmlFindCharEncodingHandler(name.c_str());
-  if (handler_ == nullptr) throw PpcFault(fmt::format("unknown encoding \"{}\"", Visible(name)));
-  in_.reset(NewBuffer());
-  out_.reset(NewBuffer());
+void XmlEncoding::Close::operator()(_xmlCharEncodingHandler* handler) const {
+  xmlCharEncCloseFunc(handler);
 }
 
-XmlEncoding::~XmlEncoding() {
-  if (handler_ != nullptr) xmlCharEncCloseFunc(handler_);
+XmlEncoding::XmlEncoding(const std::string& name) : name_(name) {
+  if (name.empty() || EqualNoCase(name, "UTF-8") || EqualNoCase(name, "UTF8")) return;
+  handler_.reset(xmlFindCharEncodingHandler(name.c_str()));
+  if (!handler_) throw PpcFault(fmt::format("unknown encoding \"{}\"", Visible(name)));
+  if (!CanBeWrittenInPieces(name)) throw PpcFault(fmt::format("cannot write the encoding {}", Visible(name)));
+  in_.reset(NewBuffer());
+  out_.reset(NewBuffer());
 }
 
 std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {
@@ -91,7 +93,7 @@ std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {
     const int before = xmlBufferLength(in_.get());
     if (before == 0) break;
     constexpr int impossible = -2;
-    if (xmlCharEncInFunc(handler_, out_.get(), in_.get()) == impossible) {
+    if (xmlCharEncInFunc(handler_.get(), out_.get(), in_.get()) == impossible) {
       throw PpcFault(fmt::format("the text is not in the encoding {}", Visible(name_)));
     }
     if (xmlBufferLength(in_.get()) == before) break;
@@ -113,7 +115,7 @@ void XmlEncoding::AppendTo(std::string& target, std::string_view utf8) {
   Add(in_.get(), utf8);
   const Quiet quiet;
   for (int before = xmlBufferLength(in_.get()); before > 0;) {
-    static_cast<void>(xmlCharEncOutFunc(handler_, out_.get(), in_.get()));
+    static_cast<void>(xmlCharEncOutFunc(handler_.get(), out_.get(), in_.get()));
     const int left = xmlBufferLength(in_.get());
     if (left == before) throw PpcFault(fmt::format("cannot write the encoding {}", Visible(name_)));
     before = left;

@@ -17,11 +17,12 @@ std::string DeclaredEncoding(std::string_view beginning);
 /// Turns text between one encoding and UTF-8, piece by piece.
 class XmlEncoding {
  public:
-  /// Throws PpcFault when no such encoding is known. An empty name means UTF-8.
+  /// Throws PpcFault when no such encoding is known, or none that can be written in pieces. An empty name
+  /// means UTF-8.
   explicit XmlEncoding(const std::string& name);
   XmlEncoding(const XmlEncoding&) = delete;
   XmlEncoding& operator=(const XmlEncoding&) = delete;
-  ~XmlEncoding();
+  ~XmlEncoding() = default;
 
   /// Whether there is nothing to be turned: UTF-8 itself, or ASCII.
   [[nodiscard]] bool IsUtf8() const { return handler_ == nullptr; }
@@ -41,10 +42,13 @@ class XmlEncoding {
   struct Free {
     void operator()(_xmlBuffer* buffer) const;
   };
+  struct Close {
+    void operator()(_xmlCharEncodingHandler* handler) const;
+  };
   using Buffer = std::unique_ptr<_xmlBuffer, Free>;
 
   std::string name_;
-  _xmlCharEncodingHandler* handler_ = nullptr;
+  std::unique_ptr<_xmlCharEncodingHandler, Close> handler_;
   Buffer in_;
   Buffer out_;
 };

@@ -69,5 +69,20 @@ TEST(XmlEncodingToUtf8, RefusesWhatTheEncodingLacks) {
   EXPECT_THROW(XmlEncoding("no-such-encoding"), PpcFault);
 }
 
+TEST(XmlEncoding, IsOneInWhichATextIsTheSameWhereverItStands) {
+  for (const char* name : {"UTF-7", "ISO-2022-JP", "ISO-2022-KR", "ISO-2022-CN", "UTF-32"}) {
+    try {
+      const XmlEncoding encoding(name);
+      ADD_FAILURE() << name;
+    } catch (const PpcFault& fault) {
+      EXPECT_STREQ(fault.what(), std::string("cannot write the encoding ").append(name).c_str());
+    }
+  }
+  for (const char* name : {"ISO-8859-15", "windows-1251", "EUC-JP", "Shift_JIS", "GB18030", "Big5", "KOI8-R",
+                           "EUC-KR", "US-ASCII", "UTF-16LE", "UTF-16BE", "UTF-32LE", "IBM037"}) {
+    EXPECT_NO_THROW(XmlEncoding{name}) << name;
+  }
+}
+
 }  // namespace
 }  // namespace fieldpost
