@@ -42,11 +42,12 @@ sanitize: packages
 	@cmake --build --preset asan -j$(JOBS)
 	@ctest --preset asan -j$(JOBS) -E '$(SWEEPS)'
 
-# SECONDS=30 lets each target run for 30 seconds. What is found stays under build/fuzz.
+# SECONDS=30 lets each target run for 30 seconds; SEED=1 begins with the same inputs each time. What is found stays
+# under build/fuzz.
 fuzz: packages
 	@cmake --preset fuzz $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset fuzz -j$(JOBS)
-	@$(PYTHON) tests/fuzz/run_fuzzers.py $(BUILD)/fuzz/fuzz $(SECONDS)
+	@$(PYTHON) tests/fuzz/run_fuzzers.py $(BUILD)/fuzz/fuzz $(SECONDS) $(if $(SEED),--seed $(SEED))
 
 # QUICK=1 takes small sizes alone; BENCH_DIR=/dev/shm/bench puts the files into another folder.
 bench: all

@@ -1,10 +1,11 @@
 #!/usr/bin/python3
-"""Lets every fuzz target grow inputs for a while: run_fuzzers.py FOLDER SECONDS [TARGET...].
+"""Lets every fuzz target grow inputs for a while.
 
-FOLDER holds the built targets. What they find worth keeping stays in FOLDER/corpus, where the next run goes on; an
-input that fails is kept in FOLDER/failed, is named here, and makes this fail. The sources are never written to.
+What the targets find worth keeping stays in FOLDER/corpus, where the next run goes on; an input that fails is kept in
+FOLDER/failed, is named here, and makes this fail. The sources are never written to.
 """
 
+import argparse
 import concurrent.futures
 import os
 import pathlib
@@ -33,18 +34,19 @@ class Target:
         self.failed = program.parent / "failed"
         self.log = program.parent / f"{self.name}.log"
 
-    def command(self, seconds):
+    def command(self, seconds, seed):
         words = HERE / f"{self.seeds}.dict"
         return [self.program, self.corpus, HERE / "seeds" / self.seeds, f"-max_total_time={seconds}",
+                f"-seed={seed}",
                 f"-max_len={LONGEST}", f"-artifact_prefix={self.failed}/{self.name}-", "-print_final_stats=1",
                 *BOUNDS, *([f"-dict={words}"] if words.exists() else [])]
 
-    def run(self, seconds):
+    def run(self, seconds, seed):
         """Whether every input was taken; prints one line, or why not."""
         self.corpus.mkdir(parents=True, exist_ok=True)
         self.failed.mkdir(exist_ok=True)
         with tempfile.TemporaryDirectory(prefix="fieldpost-fuzz-", dir=MEMORY) as scratch, open(self.log, "wb") as log:
-            done = subprocess.run([str(word) for word in self.command(seconds)], stdout=log, stderr=log,
+            done = subprocess.run([str(word) for word in self.command(seconds, seed)], stdout=log, stderr=log,
                                   env={**os.environ, "TMPDIR": scratch}, check=False)
         text = self.log.read_text(errors="replace")
         print(self.told(text, done.returncode), flush=True)
@@ -61,13 +63,22 @@ class Target:
                 f"  input: {inputs[-1] if inputs else 'none was written'}\n  all of it: {self.log}")
 
 
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("folder", type=pathlib.Path, help="holds the built targets")
+    parser.add_argument("seconds", type=int, help="for each target")
+    parser.add_argument("targets", nargs="*", help="all when none is named")
+    parser.add_argument("--seed", type=int, default=0, help="the same one begins with the same inputs; 0: by chance")
+    return parser.parse_args()
+
+
 def main():
-    folder, seconds, *names = sys.argv[1:]
-    targets = [Target(path) for path in sorted(pathlib.Path(folder).resolve().glob("fuzz_*")) if path.is_file()]
-    targets = [target for target in targets if not names or target.name in names]
-    print(f"{len(targets)} targets, {seconds} seconds each, {AT_ONCE} at once")
+    wanted = arguments()
+    targets = [Target(path) for path in sorted(wanted.folder.resolve().glob("fuzz_*")) if path.is_file()]
+    targets = [target for target in targets if not wanted.targets or target.name in wanted.targets]
+    print(f"{len(targets)} targets, {wanted.seconds} seconds each, {AT_ONCE} at once")
     with concurrent.futures.ThreadPoolExecutor(AT_ONCE) as pool:
-        fine = list(pool.map(lambda target: target.run(seconds), targets))
+        fine = list(pool.map(lambda target: target.run(wanted.seconds, wanted.seed), targets))
     return 0 if fine and all(fine) else 1
 
 
