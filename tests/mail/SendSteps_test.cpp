@@ -6,23 +6,16 @@
 
 #include "mail/SendJournal.h"
 #include "support/FailingCall.h"
-#include "support/TestSite.h"
+#include "support/SendSite.h"
 
 namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
+using test::SendSite;
+using test::Waiting;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr std::string_view Waiting = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"><A/></FLFILE>\r\n";
-
-struct SendSite : test::ReadySite {
-  fs::path Document(const std::string& name, std::string_view content = Waiting) const {
-    return folder.Write("home/Faultlog/Process/" + name, content);
-  }
-  [[nodiscard]] fs::path Journal() const { return Tree("Process") / "FLog.sent"; }
-};
 
 TEST(SendSteps, AnOldZipGoesBeforeTheFirstMail) {
   SendSite site;
