@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <cstring>
 
 #include "archive/XmlTreeReader.h"
+#include "support/ProcessorTime.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
@@ -268,9 +268,9 @@ TEST(XmlTree, LongTextsAreWhole) {
 
 /// Seconds that reading takes; the tree is what was read.
 double SecondsToRead(XmlTree& tree, const std::string& text) {
-  const auto begin = std::chrono::steady_clock::now();
+  const double begin = test::ProcessorSeconds();
   EXPECT_TRUE(Read(tree, text));
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  return test::ProcessorSeconds() - begin;
 }
 
 std::string Nested(int depth) {
