@@ -14,10 +14,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t DocumentsPerFlush = 64;
 
-bool IsDocument(const FileSystem& files, const fs::path& path) {
-  return EndsWithNoCase(Utf8FromPath(path), ".xml") && files.IsFile(path);
-}
-
 /// False when it is not well-formed, and so has no root that could be marked.
 bool WriteMarked(FileSystem& files, const fs::path& document) {
   const std::optional<std::string> marked = MarkedAsSent(files.ReadWhole(document, MaxDocumentBytes));
@@ -32,6 +28,10 @@ std::string UnmarkableLine(const fs::path& document) {
 }
 
 }  // namespace
+
+bool IsDocument(const FileSystem& files, const fs::path& path) {
+  return EndsWithNoCase(Utf8FromPath(path), ".xml") && files.IsFile(path);
+}
 
 MarkingResult MarkDocuments(FileSystem& files, std::span<const fs::path> documents,
                             const std::function<void(std::size_t)>& done) {

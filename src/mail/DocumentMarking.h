@@ -12,6 +12,9 @@
 
 namespace fieldpost {
 
+/// Whether a file of a set is a document, which is marked once it was mailed: what is packed or gone is not.
+bool IsDocument(const FileSystem& files, const std::filesystem::path& path);
+
 /// What came of marking; each concerned document is as it was.
 struct MarkingResult {
   std::vector<std::string> failures;    ///< one line each: what could not be read or written

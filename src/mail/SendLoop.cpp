@@ -288,8 +288,8 @@ void SendLoop::PrepareNote() {
   unmarked_ = journal_.Read(ProcessFolder());
   toNote_ = unmarked_;
   for (const fs::path& document : DocumentsInHand()) {
-    if (!EndsWithNoCase(Utf8FromPath(document), ".xml") || !files_.IsFile(document)) continue;
-    toNote_.insert_or_assign(document, HashFile(files_, document, display_));
+    if (IsDocument(files_, document))
+      toNote_.insert_or_assign(document, HashFile(files_, document, display_));
   }
 }
 
