@@ -7,22 +7,21 @@
 #include <map>
 
 #include "support/EachFailingCall.h"
-#include "support/TestSite.h"
+#include "support/SendSite.h"
 
 namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
 using test::FailingCall;
+using test::Sent;
+using test::Waiting;
 using testing::AllOf;
 using testing::Contains;
 using testing::Each;
 using testing::Pair;
 using testing::SizeIs;
 using testing::StartsWith;
-
-constexpr std::string_view Waiting = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"><A/></FLFILE>\r\n";
-constexpr std::string_view Sent = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sent\"><A/></FLFILE>\r\n";
 
 constexpr std::string_view OneAMail = "0";
 constexpr std::string_view AllInOneMail = "9";

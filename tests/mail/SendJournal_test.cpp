@@ -6,19 +6,18 @@
 #include <iostream>
 
 #include "common/SealedFields.h"
-#include "support/TestSite.h"
+#include "support/SendSite.h"
 
 namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
+using test::Sent;
+using test::Waiting;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-constexpr std::string_view Waiting = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"><A/></FLFILE>\r\n";
-constexpr std::string_view Sent = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sent\"><A/></FLFILE>\r\n";
 
 TEST(SendJournal, ComesBackAsItWasWritten) {
   const SentDocuments documents{{"/p/a.xml", HashContent("a")}, {"/p/line\nbreak", HashContent("b")}};
