@@ -4,14 +4,13 @@
 BUILD := build
 PYTHON := /usr/bin/python3 -B
 JOBS := $(shell nproc)
-# Sources that may know Qt, where an object belongs to its parent.
-FORMS := frm|Frm|MDI|CPrint|Widget|MessageBox
+# In the forms, an object belongs to its parent.
 QT_OWNS := -cppcoreguidelines-owning-memory,-clang-analyzer-cplusplus.NewDeleteLeaks
 # How long each fuzz target runs.
 SECONDS := 60
 # Tests of thousands of states, which go the same few ways through the program again and again. An instrumented
 # program takes many times as long for each; they are left to `make test`.
-SWEEPS := ^loss\.(fault_sweep|kill_sweep|power_cut|price_of_flushes|server_sweep)$$
+SWEEPS := ^crash\.(fault_sweep|kill_sweep|power_cut|price_of_flushes|server_sweep)$$
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
 .PHONY: all packages configure run window test sanitize fuzz bench coverage mutants format lint install clean
@@ -31,10 +30,10 @@ run: all
 window: all
 	@$(PYTHON) tools/run-window
 
-# Then what the tests of loss have swept and measured.
+# Then what the crash tests have swept and measured.
 test: all
 	@ctest --preset release -j$(JOBS) --output-junit tests.xml --test-output-size-passed 65536
-	@$(PYTHON) tests/tools/print_figures.py $(BUILD)/tests.xml loss
+	@$(PYTHON) tests/tools/print_figures.py $(BUILD)/tests.xml crash
 
 # Every test once more, in a build that ends with a report at any misuse of memory or undefined behaviour.
 sanitize: packages
@@ -72,8 +71,8 @@ lint: configure
 	@$(PYTHON) tests/tools/check_format.py clang-format
 	@$(PYTHON) tests/tools/check_text.py
 	@$(PYTHON) tests/tools/check_layers.py
-	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) '^$(CURDIR)/src/.*/(?!$(FORMS))[^/]*\.cpp$$'
-	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) -checks=$(QT_OWNS) '^$(CURDIR)/src/.*/(?:$(FORMS))[^/]*\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) '^$(CURDIR)/src/[a-z]+/[^/]*\.cpp$$'
+	@run-clang-tidy -quiet -p $(BUILD) -j$(JOBS) -checks=$(QT_OWNS) '^$(CURDIR)/src/.*/forms/[^/]*\.cpp$$'
 
 install: all
 	@cmake --install $(BUILD)

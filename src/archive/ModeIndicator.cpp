@@ -9,9 +9,9 @@
 #include <span>
 #include <utility>
 
-#include "common/LibXml.h"
 #include "common/Text.h"
-#include "common/XmlDocument.h"
+#include "xml/LibXml.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

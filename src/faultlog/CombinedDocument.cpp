@@ -4,11 +4,11 @@
 
 #include <utility>
 
-#include "common/DocumentMode.h"
 #include "common/DocumentNames.h"
 #include "common/Text.h"
-#include "common/XmlDocument.h"
-#include "mail/WaitingDocument.h"
+#include "outbox/DocumentMode.h"
+#include "outbox/WaitingDocument.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "common/DateText.h"
-#include "common/XmlDocument.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 

@@ -17,8 +17,8 @@
 #include "environment/ModWriteLogFile.h"
 #include "faultlog/CombinedDocument.h"
 #include "faultlog/FilingBatch.h"
-#include "mail/MailSettingsCheck.h"
-#include "mail/SendLoop.h"
+#include "outbox/MailSettingsCheck.h"
+#include "outbox/SendLoop.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 

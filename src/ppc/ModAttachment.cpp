@@ -2,7 +2,7 @@
 
 #include "environment/RegistryKeys.h"
 #include "ppc/PpcDatabaseExport.h"
-#include "ppc/PpcFault.h"
+#include "ppc/PpcError.h"
 #include "ppc/PpcSearchPattern.h"
 
 namespace fieldpost {
@@ -33,7 +33,7 @@ void ModAttachment::ExportPPCData(StatusDisplay& display) {
       static_cast<void>(ExportPpcDatabase(files_, searchPattern_, ExportFile(), display));
       break;
     case PpcLibrary::State::Unusable:
-      throw PpcFault(library_.Problem());
+      throw PpcError(library_.Problem());
   }
 }
 

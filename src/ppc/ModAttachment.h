@@ -27,7 +27,7 @@ class ModAttachment {
 
   /// Has the database exported to ExportFile(); an export that lay there is gone before. The pattern is
   /// looked for once a run; while none is known, nothing is touched. Whether there is an export is seen by
-  /// the file. Throws PpcFault or FileError when there should be one and cannot be.
+  /// the file. Throws PpcError or FileError when there should be one and cannot be.
   void ExportPPCData(StatusDisplay& display);
 
   [[nodiscard]] std::filesystem::path ExportFile() const;

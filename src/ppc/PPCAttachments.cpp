@@ -7,11 +7,11 @@
 #include "common/DocumentNames.h"
 #include "common/PathText.h"
 #include "common/Text.h"
-#include "common/XmlDocument.h"
-#include "mail/ZipArchive.h"
+#include "outbox/ZipArchive.h"
 #include "ppc/PpcDocuments.h"
 #include "ppc/PpcEntryScanner.h"
 #include "ppc/PpcSearchPattern.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

@@ -8,8 +8,9 @@
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "ppc/PpcEntryScanner.h"
-#include "ppc/PpcFault.h"
+#include "ppc/PpcError.h"
 #include "ppc/PpcSearchPattern.h"
+#include "xml/XmlError.h"
 
 namespace fieldpost {
 namespace {
@@ -76,8 +77,8 @@ void WriteExport(FileSystem& files, const std::vector<fs::path>& database, const
   for (const fs::path& file : database) {
     try {
       ScanPpcFile(files, file, target, display);
-    } catch (const PpcFault& fault) {
-      throw PpcFault(fmt::format("{}: {}", Visible(Utf8FromPath(file)), fault.what()));
+    } catch (const XmlError& error) {
+      throw PpcError(fmt::format("{}: {}", Visible(Utf8FromPath(file)), error.what()));
     }
   }
   target.Finish();

@@ -12,7 +12,7 @@ namespace fieldpost {
 /// Writes the `PPCentry` elements of every file of a search pattern, in name order, and the first
 /// `ArchiveDate` of them all into one XML file in UTF-8, whose second line is a comment that names the
 /// library that it stands in for. False, and nothing written, when the pattern names no file. Throws
-/// PpcFault, naming the database file that is not well-formed, or FileError; then there is no output. Memory
+/// PpcError, naming the database file that is not well-formed, or FileError; then there is no output. Memory
 /// stays flat.
 bool ExportPpcDatabase(FileSystem& files, std::string_view pattern, const std::filesystem::path& output,
                        StatusDisplay& display);

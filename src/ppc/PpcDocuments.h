@@ -10,7 +10,7 @@
 #include "common/RunLists.h"
 #include "platform/FileSystem.h"
 #include "ppc/PpcEntryScanner.h"
-#include "ppc/XmlEncoding.h"
+#include "xml/XmlEncoding.h"
 
 namespace fieldpost {
 
@@ -21,7 +21,7 @@ inline constexpr std::size_t PpcDocumentCharacters = 1'300'000;
 class PpcDocuments final : public PpcEntrySink {
  public:
   /// Documents go into `folder` and are named after `stem`; each begins with `header`, in the encoding that
-  /// it names. What earlier runs left unfinished in the folder is removed. Throws FileError or PpcFault.
+  /// it names. What earlier runs left unfinished in the folder is removed. Throws FileError or XmlError.
   PpcDocuments(FileSystem& files, std::filesystem::path folder, std::string stem, std::string header);
 
   /// Removes what was not published.
@@ -34,7 +34,7 @@ class PpcDocuments final : public PpcEntrySink {
 
   /// Gives the documents their names, once all that they hold is durable; files of these names are replaced.
   /// Each path is added to `published` as soon as its file is there. Lets events run on `display`. Throws
-  /// FileError or PpcFault.
+  /// FileError or XmlError.
   void Publish(PathList& published, StatusDisplay& display);
 
   [[nodiscard]] std::size_t EntryCount() const { return entryCount_; }

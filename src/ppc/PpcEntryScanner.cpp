@@ -11,13 +11,13 @@
 #include <utility>
 #include <vector>
 
-#include "common/LibXml.h"
 #include "common/Text.h"
-#include "common/XmlDocument.h"
-#include "common/XmlGuard.h"
-#include "ppc/NamespaceScopes.h"
-#include "ppc/PpcFault.h"
-#include "ppc/Utf8Source.h"
+#include "xml/LibXml.h"
+#include "xml/NamespaceScopes.h"
+#include "xml/Utf8Source.h"
+#include "xml/XmlDocument.h"
+#include "xml/XmlError.h"
+#include "xml/XmlGuard.h"
 
 namespace fieldpost {
 namespace {
@@ -88,7 +88,7 @@ class Scan {
       ThrowIfStopRequested(display_);
       if (piece.empty()) break;
     }
-    if (parser_->wellFormed != 1 || parser_->nsWellFormed != 1) throw PpcFault("not well-formed");
+    if (parser_->wellFormed != 1 || parser_->nsWellFormed != 1) throw XmlError("not well-formed");
     return true;
   }
 
@@ -223,12 +223,12 @@ class Scan {
   }
 
   void ThrowFault() const {
-    if (!fault_.empty()) throw PpcFault(fault_);
+    if (!fault_.empty()) throw XmlError(fault_);
   }
 
   [[nodiscard]] std::string_view Text(std::uint64_t from, std::uint64_t to) const {
     if (from < windowAt_ || to < from || to > windowAt_ + window_.size()) {
-      throw PpcFault("the place of an element is not known");
+      throw XmlError("the place of an element is not known");
     }
     return std::string_view(window_).substr(static_cast<std::size_t>(from - windowAt_),
                                             static_cast<std::size_t>(to - from));
@@ -243,7 +243,7 @@ class Scan {
     date_.append(Text(dateCut_.from, to));
     dateCut_.from = to;
     if (date_.size() > MaxArchiveDateBytes) {
-      throw PpcFault(fmt::format("ArchiveDate is longer than {} bytes", MaxArchiveDateBytes));
+      throw XmlError(fmt::format("ArchiveDate is longer than {} bytes", MaxArchiveDateBytes));
     }
   }
 
@@ -343,9 +343,9 @@ bool ScanAsItStands(const FileSystem& files, const std::filesystem::path& path, 
 void ScanExpanded(const FileSystem& files, const std::filesystem::path& path, PpcEntrySink& sink,
                   StatusDisplay& display) {
   XmlDocument document;
-  if (!document.Load(files.ReadWhole(path, MaxExpandedBytes))) throw PpcFault(document.Reason());
+  if (!document.Load(files.ReadWhole(path, MaxExpandedBytes))) throw XmlError(document.Reason());
   Utf8Source source(std::make_unique<TextReader>(document.Root().Xml()));
-  if (!Scan(sink, display).Run(source)) throw PpcFault("an entity cannot be replaced");
+  if (!Scan(sink, display).Run(source)) throw XmlError("an entity cannot be replaced");
 }
 
 }  // namespace
@@ -354,7 +354,7 @@ void ScanPpcFile(const FileSystem& files, const std::filesystem::path& path, Ppc
                  StatusDisplay& display) {
   if (files.Stamp(path).size > MaxExpandedBytes) {
     if (ScanAsItStands(files, path, sink, display)) return;
-    throw PpcFault(
+    throw XmlError(
         fmt::format("only a file of at most {} bytes may use entities of its own", MaxExpandedBytes));
   }
   HeldBack held;

@@ -4,7 +4,7 @@
 #include "common/RunFlags.h"
 #include "common/RunLists.h"
 #include "common/StatusDisplay.h"
-#include "mail/SendLoop.h"
+#include "outbox/SendLoop.h"
 #include "ppc/PPCAttachments.h"
 
 namespace fieldpost {

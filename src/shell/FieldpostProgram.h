@@ -13,12 +13,11 @@
 #include "environment/LatestFolderStore.h"
 #include "environment/MailSettings.h"
 #include "environment/ModWriteLogFile.h"
-#include "environment/OptionsStore.h"
 #include "faultlog/LatestScan.h"
-#include "mail/AttachmentPackaging.h"
-#include "mail/MailSettingsCheck.h"
-#include "mail/MailTransport.h"
-#include "mail/SendLoop.h"
+#include "options/OptionsStore.h"
+#include "outbox/AttachmentPackaging.h"
+#include "outbox/MailSettingsCheck.h"
+#include "outbox/SendLoop.h"
 #include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "platform/KeyStore.h"
@@ -26,6 +25,7 @@
 #include "ppc/ModAttachment.h"
 #include "ppc/PPCAttachments.h"
 #include "ppc/PpcRun.h"
+#include "smtp/MailTransport.h"
 
 namespace fieldpost {
 

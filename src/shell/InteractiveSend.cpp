@@ -8,7 +8,7 @@
 #include "common/DateText.h"
 #include "common/PathText.h"
 #include "common/Text.h"
-#include "mail/WaitingDocument.h"
+#include "outbox/WaitingDocument.h"
 #include "shell/RunPreparation.h"
 
 namespace fieldpost {

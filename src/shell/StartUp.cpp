@@ -4,11 +4,11 @@
 #include <memory>
 
 #include "common/PathText.h"
-#include "common/XmlDocument.h"
 #include "environment/RegistryKeys.h"
-#include "mail/SmtpMail.h"
 #include "shell/ComponentCheck.h"
 #include "shell/KeepSecrets.h"
+#include "smtp/SmtpMail.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 

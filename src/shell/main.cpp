@@ -5,7 +5,6 @@
 #include <exception>
 #include <optional>
 
-#include "mail/SmtpMail.h"
 #include "platform/Clock.h"
 #include "platform/CoreDump.h"
 #include "platform/FileSystem.h"
@@ -15,6 +14,7 @@
 #include "shell/CommandLine.h"
 #include "shell/FieldpostProgram.h"
 #include "shell/ModFPHide.h"
+#include "smtp/SmtpMail.h"
 
 namespace {
 

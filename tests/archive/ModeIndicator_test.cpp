@@ -6,10 +6,10 @@
 #include <cstring>
 #include <iostream>
 
-#include "common/XmlDocument.h"
 #include "support/PeakMemory.h"
 #include "support/RecordingUi.h"
 #include "support/TempFolder.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

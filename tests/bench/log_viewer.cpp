@@ -5,9 +5,9 @@
 #include <QScrollBar>
 #include <iostream>
 
-#include "archive/FrmLogFile.h"
-#include "archive/WidgetLogText.h"
 #include "platform/SqliteKeyStore.h"
+#include "viewer/forms/FrmLogFile.h"
+#include "viewer/forms/WidgetLogText.h"
 
 namespace {
 

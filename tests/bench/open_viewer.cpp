@@ -10,9 +10,9 @@
 #include <iostream>
 #include <optional>
 
-#include "archive/frmXMLfile.h"
 #include "common/PathText.h"
 #include "platform/SqliteKeyStore.h"
+#include "viewer/forms/frmXMLfile.h"
 
 namespace {
 

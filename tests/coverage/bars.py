@@ -7,25 +7,25 @@ CRITICAL = (100, 95)
 
 CRITICAL_FILES = [
     "archive/ArchiveDeletion.*",
-    "common/DocumentMode.*",
     "common/SealedFields.*",
     "faultlog/CombinedDocument.*",
     "faultlog/FaultloggerFile.*",
     "faultlog/FilingBatch.*",
     "faultlog/FilingJournal.*",
     "faultlog/LatestScan.*",
-    "mail/AttachmentPackaging.*",
-    "mail/MailCheck.*",
-    "mail/DocumentMarking.*",
-    "mail/SendJournal.*",
-    "mail/SendLoop.*",
-    "mail/Smtp*",
-    "mail/WaitingDocument.*",
-    "mail/ZipArchive.*",
+    "outbox/AttachmentPackaging.*",
+    "outbox/DocumentMarking.*",
+    "outbox/DocumentMode.*",
+    "outbox/SendJournal.*",
+    "outbox/SendLoop.*",
+    "outbox/WaitingDocument.*",
+    "outbox/ZipArchive.*",
     "platform/FileSystem*",
     "ppc/PPCAttachments.*",
     "ppc/PpcDocuments.*",
+    "smtp/MailCheck.*",
+    "smtp/Smtp*",
 ]
 
 # Below src/, what is not core: the windows, and the starts of the programs.
-NOT_CORE = ["*/frm*", "*/Frm*", "*/MDI*", "*/CPrint*", "*/Widget*", "*/MessageBox*", "shell/window/*", "*/main.cpp"]
+NOT_CORE = ["*/forms/*", "*/main.cpp"]

@@ -67,8 +67,8 @@ def below(total, bar, name, *kinds):
 
 def table(files, bars):
     rows = [f"{'':36}{'lines':>16} {'':>8}{'branches':>17}"]
-    for room in sorted({file.name.split("/")[0] for file in files}):
-        rows.append(f"{room:36}{figures([f for f in files if f.name.startswith(room + '/')])}")
+    for module in sorted({file.name.split("/")[0] for file in files}):
+        rows.append(f"{module:36}{figures([f for f in files if f.name.startswith(module + '/')])}")
     rows += [f"{'core':36}{figures(files)}", "", "Code that moves, merges, marks or sends"]
     critical = [file for file in files if matches(file.name, bars.CRITICAL_FILES)]
     rows += [f"{file.name:36}{figures([file])}" for file in critical]

@@ -1,7 +1,7 @@
 """Runs the test programs of a build with clang's counters, and tells which lines and branches of the core no test
 passes. Ends with 1 when a test fails or a bar is missed.
 
-    run_coverage.py BUILD [--room ROOM]... [--keep]
+    run_coverage.py BUILD [--module MODULE]... [--keep]
 """
 
 import argparse
@@ -18,13 +18,16 @@ import coverage_data
 import coverage_report
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-ROOMS = ["common", "platform", "environment", "mail", "faultlog", "ppc", "archive", "shell", "xserver"]
+sys.path.insert(0, str(ROOT / "tests" / "tools"))
+import modules  # noqa: E402
+
+TESTS = [*modules.ALLOWED, "xserver"]
 
 
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("build", type=pathlib.Path, help="folder of the coverage build")
-    parser.add_argument("--room", action="append", choices=ROOMS, help="run the tests of this room alone, and do not judge")
+    parser.add_argument("--module", action="append", choices=TESTS, help="run the tests of this module alone, and do not judge")
     parser.add_argument("--keep", action="store_true", help="add to what earlier runs counted")
     return parser.parse_args()
 
@@ -84,14 +87,14 @@ def main():
         shutil.rmtree(profiles, ignore_errors=True)
     profiles.mkdir(parents=True, exist_ok=True)
     bin_folder = wanted.build.resolve() / "bin"
-    failed = run_all([bin_folder / f"{room}_tests" for room in wanted.room or ROOMS], profiles)
-    holders = [bin_folder / f"{room}_tests" for room in wanted.room or ROOMS] + [bin_folder / "fieldpost-reg"]
+    failed = run_all([bin_folder / f"{module}_tests" for module in wanted.module or TESTS], profiles)
+    holders = [bin_folder / f"{module}_tests" for module in wanted.module or TESTS] + [bin_folder / "fieldpost-reg"]
     files = core_files(export([program for program in holders if program.exists()], profiles))
     rows = coverage_report.table(files, bars)
     report = wanted.build / "report.txt"
     report.write_text("\n".join(rows + ["", "What no test passes", *coverage_report.missed(files), ""]), encoding="utf-8")
     print(report.read_text(encoding="utf-8"))
-    if wanted.room:
+    if wanted.module:
         return 1 if failed else 0
     faults = coverage_report.judge(files, bars, core_sources())
     print("\n".join(faults) or "All bars are reached.", f"\nThe report is {report}")

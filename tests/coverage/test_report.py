@@ -107,32 +107,32 @@ def file(name, lines, passed, branches=0, taken=0):
 
 
 class Judgement(unittest.TestCase):
-    BARS = types.SimpleNamespace(CORE=(90, 80), CRITICAL=(100, 95), CRITICAL_FILES=["mail/Send*"])
+    BARS = types.SimpleNamespace(CORE=(90, 80), CRITICAL=(100, 95), CRITICAL_FILES=["outbox/Send*"])
 
     def test_table(self):
         for name, files, expected in [
-                ("all reached", [file("common/A.cpp", 90, 89, 10, 8), file("mail/SendLoop.cpp", 10, 10, 20, 19)], []),
-                ("a line of the core too few", [file("common/A.cpp", 90, 79, 10, 10), file("mail/SendLoop.cpp", 10, 10)],
+                ("all reached", [file("common/A.cpp", 90, 89, 10, 8), file("outbox/SendLoop.cpp", 10, 10, 20, 19)], []),
+                ("a line of the core too few", [file("common/A.cpp", 90, 79, 10, 10), file("outbox/SendLoop.cpp", 10, 10)],
                  ["core: 89.0 % of lines, asked for are 90 %"]),
-                ("branches of the core", [file("common/A.cpp", 90, 90, 10, 7), file("mail/SendLoop.cpp", 10, 10)],
+                ("branches of the core", [file("common/A.cpp", 90, 90, 10, 7), file("outbox/SendLoop.cpp", 10, 10)],
                  ["core: 70.0 % of branches, asked for are 80 %"]),
-                ("one line of a critical file", [file("common/A.cpp", 90, 90), file("mail/SendLoop.cpp", 1000, 999)],
-                 ["mail/SendLoop.cpp: 99.9 % of lines, asked for are 100 %",
+                ("one line of a critical file", [file("common/A.cpp", 90, 90), file("outbox/SendLoop.cpp", 1000, 999)],
+                 ["outbox/SendLoop.cpp: 99.9 % of lines, asked for are 100 %",
                   "critical files: 99.9 % of lines, asked for are 100 %"]),
-                ("branches of the critical files", [file("common/A.cpp", 90, 90), file("mail/SendLoop.cpp", 1, 1, 100, 94)],
+                ("branches of the critical files", [file("common/A.cpp", 90, 90), file("outbox/SendLoop.cpp", 1, 1, 100, 94)],
                  ["critical files: 94.0 % of branches, asked for are 95 %"]),
-                ("a critical file that is gone", [file("common/A.cpp", 1, 1)], ["mail/Send*: no such critical file"])]:
+                ("a critical file that is gone", [file("common/A.cpp", 1, 1)], ["outbox/Send*: no such critical file"])]:
             with self.subTest(name):
                 self.assertEqual(expected, coverage_report.judge(files, self.BARS, []))
 
     def test_source_that_no_program_holds(self):
-        files = [file("common/A.cpp", 1, 1), file("mail/SendLoop.cpp", 1, 1)]
+        files = [file("common/A.cpp", 1, 1), file("outbox/SendLoop.cpp", 1, 1)]
         self.assertEqual(["common/B.cpp: no test program holds it"],
                          coverage_report.judge(files, self.BARS, ["common/A.cpp", "common/B.cpp"]))
 
     def test_marker_faults_count(self):
-        marked = file("mail/SendLoop.cpp", 1, 1)
-        marked.faults.append("mail/SendLoop.cpp:1: the marker gives no reason")
+        marked = file("outbox/SendLoop.cpp", 1, 1)
+        marked.faults.append("outbox/SendLoop.cpp:1: the marker gives no reason")
         self.assertEqual(marked.faults, coverage_report.judge([marked], self.BARS, []))
 
 
@@ -148,8 +148,8 @@ class Shown(unittest.TestCase):
                          coverage_report.missed([read]))
 
     def test_table(self):
-        rows = coverage_report.table([file("common/A.cpp", 2, 1), file("mail/SendLoop.cpp", 2, 2)], Judgement.BARS)
-        self.assertEqual(["common", "mail", "core", "mail/SendLoop.cpp", "all of these"],
+        rows = coverage_report.table([file("common/A.cpp", 2, 1), file("outbox/SendLoop.cpp", 2, 2)], Judgement.BARS)
+        self.assertEqual(["common", "outbox", "core", "outbox/SendLoop.cpp", "all of these"],
                          [row[:36].strip() for row in rows if " of " in row])
 
 

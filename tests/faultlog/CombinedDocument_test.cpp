@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "common/Text.h"
-#include "common/XmlDocument.h"
 #include "support/TestSite.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

@@ -6,9 +6,9 @@
 #include <iostream>
 #include <map>
 
-#include "common/XmlDocument.h"
 #include "support/EachFailingCall.h"
 #include "support/TestSite.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

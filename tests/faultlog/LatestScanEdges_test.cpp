@@ -3,10 +3,10 @@
 
 #include <fstream>
 
-#include "common/XmlDocument.h"
 #include "faultlog/LatestScan.h"
 #include "support/TestSite.h"
 #include "support/TracedFileSystem.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "common/Text.h"
-#include "common/XmlDocument.h"
 #include "faultlog/BuildXML.h"
 #include "faultlog/FaultloggerFile.h"
 #include "fuzz/Fuzz.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost::fuzz {
 namespace {

@@ -5,7 +5,7 @@
 #include "common/ContentHash.h"
 #include "faultlog/FilingJournal.h"
 #include "fuzz/Fuzz.h"
-#include "mail/SendJournal.h"
+#include "outbox/SendJournal.h"
 
 namespace fieldpost::fuzz {
 namespace {

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "common/Text.h"
-#include "common/XmlDocument.h"
 #include "fuzz/Fuzz.h"
 #include "support/TestSite.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost::fuzz {
 namespace {

@@ -6,9 +6,9 @@
 #include <string>
 
 #include "common/Text.h"
-#include "common/XmlDocument.h"
 #include "fuzz/Fuzz.h"
 #include "support/TestSite.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost::fuzz {
 namespace {

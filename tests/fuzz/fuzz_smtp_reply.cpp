@@ -4,7 +4,7 @@
 
 #include "common/Text.h"
 #include "fuzz/Fuzz.h"
-#include "mail/SmtpReply.h"
+#include "smtp/SmtpReply.h"
 
 namespace fieldpost::fuzz {
 namespace {

@@ -1,4 +1,4 @@
-#include "archive/CPrintTreeView.h"
+#include "viewer/forms/CPrintTreeView.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -10,7 +10,7 @@
 #include <QPrintEngine>
 #include <QPrinter>
 
-#include "common/WidgetText.h"
+#include "common/forms/WidgetText.h"
 #include "support/CommandOutput.h"
 #include "support/TempFolder.h"
 

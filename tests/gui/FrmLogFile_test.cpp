@@ -1,4 +1,4 @@
-#include "archive/FrmLogFile.h"
+#include "viewer/forms/FrmLogFile.h"
 
 #include <gmock/gmock.h>
 
@@ -14,8 +14,8 @@
 #include <QTest>
 #include <QWheelEvent>
 
-#include "archive/WidgetLogText.h"
 #include "support/WindowSite.h"
+#include "viewer/forms/WidgetLogText.h"
 
 namespace fieldpost {
 namespace {

@@ -1,4 +1,4 @@
-#include "shell/MDIFieldpost.h"
+#include "shell/forms/MDIFieldpost.h"
 
 #include <gmock/gmock.h>
 
@@ -13,10 +13,10 @@
 #include <QTimer>
 #include <QTreeView>
 
-#include "archive/FrmLogFile.h"
 #include "environment/RegistryKeys.h"
-#include "shell/frmHelp.h"
+#include "shell/forms/frmHelp.h"
 #include "support/WindowSite.h"
+#include "viewer/forms/FrmLogFile.h"
 
 namespace fieldpost {
 namespace {

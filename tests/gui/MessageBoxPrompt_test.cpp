@@ -1,4 +1,4 @@
-#include "common/MessageBoxPrompt.h"
+#include "common/forms/MessageBoxPrompt.h"
 
 #include <gmock/gmock.h>
 

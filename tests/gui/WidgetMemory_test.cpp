@@ -1,4 +1,4 @@
-#include "common/WidgetMemory.h"
+#include "common/forms/WidgetMemory.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <QScreen>
 #include <QTreeWidget>
 
-#include "common/WidgetText.h"
+#include "common/forms/WidgetText.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {

@@ -1,4 +1,4 @@
-#include "common/WidgetStatusDisplay.h"
+#include "common/forms/WidgetStatusDisplay.h"
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 #include <QProgressBar>
 #include <QTest>
 
-#include "common/WidgetText.h"
+#include "common/forms/WidgetText.h"
 
 namespace fieldpost {
 namespace {

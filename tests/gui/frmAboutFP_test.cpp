@@ -1,4 +1,4 @@
-#include "archive/frmAboutFP.h"
+#include "shell/forms/frmAboutFP.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <QPushButton>
 #include <QTest>
 
-#include "common/WidgetText.h"
+#include "common/forms/WidgetText.h"
 
 namespace fieldpost {
 namespace {

@@ -1,4 +1,4 @@
-#include "archive/frmArchiveDelete.h"
+#include "archive/forms/frmArchiveDelete.h"
 
 #include <gmock/gmock.h>
 

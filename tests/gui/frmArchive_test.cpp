@@ -1,4 +1,4 @@
-#include "archive/frmArchive.h"
+#include "archive/forms/frmArchive.h"
 
 #include <gmock/gmock.h>
 
@@ -19,7 +19,7 @@
 #include <QTreeView>
 #include <iostream>
 
-#include "archive/frmArchiveDelete.h"
+#include "archive/forms/frmArchiveDelete.h"
 #include "support/ArchiveFiles.h"
 
 namespace fieldpost {

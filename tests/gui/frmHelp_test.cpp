@@ -1,4 +1,4 @@
-#include "shell/frmHelp.h"
+#include "shell/forms/frmHelp.h"
 
 #include <gmock/gmock.h>
 
@@ -12,7 +12,7 @@
 #include <QTest>
 
 #include "shell/ProvideHelpFile.h"
-#include "shell/WidgetHelpPage.h"
+#include "shell/forms/WidgetHelpPage.h"
 #include "support/WindowSite.h"
 
 namespace fieldpost {

@@ -1,4 +1,4 @@
-#include "ppc/frmProcessPPC.h"
+#include "ppc/forms/frmProcessPPC.h"
 
 #include <gmock/gmock.h>
 

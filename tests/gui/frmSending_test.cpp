@@ -1,4 +1,4 @@
-#include "mail/frmSending.h"
+#include "outbox/forms/frmSending.h"
 
 #include <gmock/gmock.h>
 

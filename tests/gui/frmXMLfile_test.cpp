@@ -1,4 +1,4 @@
-#include "archive/frmXMLfile.h"
+#include "viewer/forms/frmXMLfile.h"
 
 #include <gmock/gmock.h>
 

@@ -20,10 +20,9 @@ import tree  # noqa: E402
 FOLDER = tree.ROOT / "build" / "mutants"
 COPY = FOLDER / "tree"
 BUILD = COPY / "build"
-ROOMS = ("faultlog", "mail", "ppc", "environment")
-PROGRAMS = [f"{room}_tests" for room in (*ROOMS, "shell", "platform")]
-LIBRARIES = [f"fp_{room}" for room in (*ROOMS, "platform")]
-FORMS = re.compile(r"^(frm|Frm|MDI|CPrint|Widget|MessageBox)")
+MODULES = ("faultlog", "outbox", "smtp", "ppc", "environment")
+PROGRAMS = [f"{module}_tests" for module in (*MODULES, "shell", "platform")]
+LIBRARIES = [f"fp_{module}" for module in (*MODULES, "platform")]
 REPLACING = tuple(f"FileSystem::{name}"
                   for name in ("SaveAtomically", "WriteReplacement", "ReplaceAll", "RemoveQuietly"))
 NUMBERS_A_FILE = 1000
@@ -32,8 +31,8 @@ PLACE = re.compile(r"^\S*?(src/\S+?):(\d+):(\d+): +(error|.*required from)")
 
 def sources():
     """The sources to be mutated, and the functions in them that count; all where none is named."""
-    found = [(path.as_posix(), ()) for path in tree.files(*(f"src/{room}" for room in ROOMS))
-             if path.suffix == ".cpp" and not FORMS.match(path.name)]
+    found = [(path.as_posix(), ()) for path in tree.files(*(f"src/{module}" for module in MODULES))
+             if path.suffix == ".cpp" and "forms" not in path.parts]
     return [*found, ("src/platform/FileSystem.cpp", REPLACING)]
 
 

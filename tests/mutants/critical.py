@@ -15,7 +15,7 @@ CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(Ne
                            r"Delete|Refuse|Note|PrepareNote|Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
 # What decides whether a file goes, is marked or is mailed again.
 CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasDecided|Holds|IsWhatWasFiled|RefuseTheSameFile)$")
-CRITICAL_FILES = re.compile(r"^src/(faultlog/|mail/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
+CRITICAL_FILES = re.compile(r"^src/(faultlog/|outbox/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
                             r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
 
 

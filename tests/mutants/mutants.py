@@ -17,7 +17,7 @@ import time
 import building
 import killing
 
-BAR = 85  # percent that have to be noticed in each room
+BAR = 85  # percent that have to be noticed in each module
 WAITING = 8  # slow tests of one mutant at a time
 RESULTS = building.FOLDER / "results.json"
 EQUIVALENT = pathlib.Path(__file__).resolve().parent / "equivalent.txt"
@@ -129,8 +129,8 @@ class Results:
 def stamp_of_tests():
     """Changes with every test, and with what tests share."""
     found = hashlib.sha256()
-    rooms = [program.removesuffix("_tests") for program in building.PROGRAMS]
-    for path in building.tree.files(*(f"tests/{room}" for room in (*rooms, "support", "contract")), root=building.COPY):
+    modules = [program.removesuffix("_tests") for program in building.PROGRAMS]
+    for path in building.tree.files(*(f"tests/{module}" for module in (*modules, "support", "contract")), root=building.COPY):
         found.update(str(path).encode() + b"\0" + (building.COPY / path).read_bytes())
     return found.hexdigest()[:16]
 
@@ -147,21 +147,21 @@ def read_equivalent():
 
 def report(mutants, results, equivalent):
     """Prints what became of the mutants, and returns what falls short of the bar."""
-    rooms = collections.defaultdict(lambda: collections.defaultdict(list))
+    modules = collections.defaultdict(lambda: collections.defaultdict(list))
     for mutant in mutants:
         state = state_of(mutant, results, equivalent)
-        rooms[mutant.file.split("/")[1]][state].append(mutant)
+        modules[mutant.file.split("/")[1]][state].append(mutant)
         if mutant.critical:
-            rooms["(critical)"][state].append(mutant)
+            modules["(critical)"][state].append(mutant)
     for state in ("survived", "reached by no test"):
-        for room in (name for name in rooms if not name.startswith("(")):
-            for one in sorted(rooms[room][state], key=lambda one: (one.file, one.line)):
+        for module in (name for name in modules if not name.startswith("(")):
+            for one in sorted(modules[module][state], key=lambda one: (one.file, one.line)):
                 mark = " CRITICAL" if one.critical else ""
                 print(f"{one.file}:{one.line}:{one.column}: {state}{mark}: {one.operator} | {one.text}  [{one.number}]")
-    print_equivalent(rooms, equivalent)
-    faults = [room for room in sorted(rooms) if not print_line(room, rooms[room])]
-    for room in faults:
-        print(f"{room}: below the bar")
+    print_equivalent(modules, equivalent)
+    faults = [module for module in sorted(modules) if not print_line(module, modules[module])]
+    for module in faults:
+        print(f"{module}: below the bar")
     return faults
 
 
@@ -176,26 +176,26 @@ def state_of(mutant, results, equivalent):
     return "survived" if results.tests.get(mutant.number) else "reached by no test"
 
 
-def print_equivalent(rooms, equivalent):
-    for room in (name for name in rooms if not name.startswith("(")):
-        for one in rooms[room]["equivalent"]:
+def print_equivalent(modules, equivalent):
+    for module in (name for name in modules if not name.startswith("(")):
+        for one in modules[module]["equivalent"]:
             reason = equivalent[one.name]
             print(f"{one.file}:{one.line}:{one.column}: equivalent: {one.operator} | {one.text}: {reason}")
-        for one in rooms[room]["killed"]:
+        for one in modules[module]["killed"]:
             if one.name in equivalent:
                 print(f"{EQUIVALENT.name}: a test notices {one.name}")
 
 
-def print_line(room, states):
-    """Prints a room's figures; returns whether they reach the bar. What is critical has to be noticed whole."""
+def print_line(module, states):
+    """Prints a module's figures; returns whether they reach the bar. What is critical has to be noticed whole."""
     count = {state: len(found) for state, found in states.items()}
     killed = count.get("killed", 0)
     survived = count.get("survived", 0) + count.get("reached by no test", 0)
     percent = 100 * killed / max(1, killed + survived)
     equivalent, missing = count.get("equivalent", 0), count.get("not tried", 0)
-    print(f"{room:12} {sum(count.values()):5} mutants, {killed:5} killed, {survived:4} survived, "
+    print(f"{module:12} {sum(count.values()):5} mutants, {killed:5} killed, {survived:4} survived, "
           f"{equivalent:3} equivalent, {missing:4} not tried: {percent:5.1f} % killed")
-    return survived == 0 if room == "(critical)" else room == "platform" or percent >= BAR
+    return survived == 0 if module == "(critical)" else module == "platform" or percent >= BAR
 
 
 if __name__ == "__main__":

@@ -13,12 +13,12 @@
 #include <QTreeView>
 #include <set>
 
-#include "archive/FrmLogFile.h"
-#include "archive/frmArchive.h"
-#include "archive/frmXMLfile.h"
-#include "shell/MDIFieldpost.h"
-#include "shell/WidgetProgramIcon.h"
+#include "archive/forms/frmArchive.h"
+#include "shell/forms/MDIFieldpost.h"
+#include "shell/forms/WidgetProgramIcon.h"
 #include "support/WindowSite.h"
+#include "viewer/forms/FrmLogFile.h"
+#include "viewer/forms/frmXMLfile.h"
 
 namespace fieldpost {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "ppc/PpcFault.h"
+#include "ppc/PpcError.h"
 #include "support/Ppc.h"
 
 namespace fieldpost {
@@ -119,7 +119,7 @@ TEST(ExportPPCData, DoesNotPassOverALibraryThatCannotBeUsed) {
   site.Database("a.xml", "<R><PPCentry/></R>");
   PpcLibrary library(site.folder.Path() / "no.so");
   ModAttachment database(site.files, site.program.paths, site.program.registry, library);
-  EXPECT_THROW(database.ExportPPCData(site.display), PpcFault);
+  EXPECT_THROW(database.ExportPPCData(site.display), PpcError);
   EXPECT_FALSE(fs::exists(database.ExportFile()));
 }
 

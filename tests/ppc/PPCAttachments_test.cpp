@@ -2,9 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "common/XmlDocument.h"
 #include "ppc/PpcDocuments.h"
 #include "support/Ppc.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-#include "ppc/PpcFault.h"
 #include "support/Ppc.h"
+#include "xml/XmlError.h"
 
 namespace fieldpost {
 namespace {
@@ -25,7 +25,7 @@ class ScanPpc : public testing::Test {
     try {
       Scan(text);
       return {};
-    } catch (const PpcFault& fault) {
+    } catch (const XmlError& fault) {
       return fault.what();
     }
   }

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "mail/MailTransport.h"
+#include "smtp/MailTransport.h"
 
 namespace fieldpost::test {
 

@@ -11,8 +11,8 @@
 #include <map>
 #include <set>
 
-#include "mail/SmtpMail.h"
-#include "shell/WidgetSend.h"
+#include "shell/forms/WidgetSend.h"
+#include "smtp/SmtpMail.h"
 #include "support/SmtpServer.h"
 #include "support/WindowSite.h"
 

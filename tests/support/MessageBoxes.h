@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "common/WidgetText.h"
+#include "common/forms/WidgetText.h"
 
 namespace fieldpost::test {
 

@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "environment/frmOptions.h"
+#include "options/forms/frmOptions.h"
 #include "support/WindowSite.h"
 
 namespace fieldpost::test {

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "common/XmlDocument.h"
 #include "support/TestSite.h"
+#include "xml/XmlDocument.h"
 
 namespace fieldpost::test {
 

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "common/Text.h"
-#include "mail/SmtpMail.h"
+#include "smtp/SmtpMail.h"
 #include "support/SmtpServer.h"
 #include "support/TempFolder.h"
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "archive/WidgetXmlTree.h"
-#include "archive/frmXMLfile.h"
 #include "support/WindowSite.h"
+#include "viewer/forms/WidgetXmlTree.h"
+#include "viewer/forms/frmXMLfile.h"
 
 namespace fieldpost::test {
 

@@ -1,9 +1,9 @@
 // A whole program on a folder of its own, with real message boxes and widgets.
 #pragma once
 
-#include "common/MessageBoxPrompt.h"
-#include "common/WidgetMemory.h"
-#include "common/WidgetStatusDisplay.h"
+#include "common/forms/MessageBoxPrompt.h"
+#include "common/forms/WidgetMemory.h"
+#include "common/forms/WidgetStatusDisplay.h"
 #include "support/MessageBoxes.h"
 #include "support/TestSite.h"
 

@@ -60,25 +60,28 @@ class Layers(unittest.TestCase):
 
     def test_table(self):
         for path, include, expected in [
-                ("mail/SendLoop.cpp", '"mail/Zip.h"', 0),
-                ("mail/SendLoop.cpp", '"common/Text.h"', 0),
-                ("mail/SendLoop.cpp", "<vector>", 0),
-                ("mail/SendLoop.cpp", "<curl/curl.h>", 0),
-                ("mail/SendLoop.cpp", '"faultlog/BuildXML.h"', 1),
+                ("outbox/SendLoop.cpp", '"outbox/Zip.h"', 0),
+                ("outbox/SendLoop.cpp", '"common/Text.h"', 0),
+                ("outbox/SendLoop.cpp", "<vector>", 0),
+                ("smtp/SmtpMail.cpp", "<curl/curl.h>", 0),
+                ("outbox/SendLoop.cpp", '"faultlog/BuildXML.h"', 1),
                 ("faultlog/LatestScan.cpp", '"ppc/ModAttachment.h"', 1),
                 ("ppc/PPCAttachments.cpp", '"faultlog/BuildXML.h"', 1),
+                ("smtp/SmtpMail.cpp", '"environment/MailSettings.h"', 1),
                 ("common/Text.cpp", '"platform/Clock.h"', 1),
                 ("common/Text.cpp", "<platform/Clock.h>", 1),
-                ("mail/SendLoop.cpp", '"Zip.h"', 1),
-                ("mail/SmtpMail.cpp", "<sys/socket.h>", 1),
-                ("mail/SmtpMail.cpp", "<unistd.h>", 1),
-                ("mail/SmtpMail.cpp", "<windows.h>", 1),
+                ("outbox/SendLoop.cpp", '"Zip.h"', 1),
+                ("smtp/SmtpMail.cpp", "<sys/socket.h>", 1),
+                ("smtp/SmtpMail.cpp", "<unistd.h>", 1),
+                ("smtp/SmtpMail.cpp", "<windows.h>", 1),
                 ("platform/FileSystem_posix.cpp", "<unistd.h>", 0),
-                ("mail/SendLoop.cpp", "<QString>", 1),
-                ("mail/frmSending.cpp", "<QString>", 0),
-                ("mail/frmSending.cpp", '"ui_frmSending.h"', 0),
-                ("environment/frmOptions.cpp", '"archive/modMailServerPing.h"', 0),
-                ("environment/MailSettings.cpp", '"archive/modMailServerPing.h"', 1),
+                ("outbox/SendLoop.cpp", "<QString>", 1),
+                ("outbox/frmSending.cpp", "<QString>", 1),
+                ("outbox/forms/frmSending.cpp", "<QString>", 0),
+                ("outbox/forms/frmSending.cpp", '"ui_frmSending.h"', 0),
+                ("outbox/forms/frmSending.cpp", '"common/forms/WidgetText.h"', 0),
+                ("outbox/forms/frmSending.cpp", '"options/forms/frmOptions.h"', 1),
+                ("outbox/SendLoop.cpp", '"outbox/forms/frmSending.h"', 1),
                 ("cellar/Wine.cpp", "<vector>", 1)]:
             with self.subTest(path=path, include=include):
                 self.assertEqual(expected, self.faults(path, include))
@@ -86,16 +89,16 @@ class Layers(unittest.TestCase):
 
 class Registered(unittest.TestCase):
     def test_cpp(self):
-        known = ["mail.SendLoop.Sends", "mail.All/Zips.Packs/0"]
+        known = ["outbox.SendLoop.Sends", "outbox.All/Zips.Packs/0"]
         for text, expected in [("TEST(SendLoop, Sends) {", 0), ("TEST_P(Zips, Packs) {", 0),
                                ("TEST(SendLoop, Send) {", 1), ("TEST_F(Loop, Sends) {", 1), ("int x;", 1)]:
             with self.subTest(text=text):
                 self.assertEqual(expected, len(check_registered.cpp_faults("x_test.cpp", text, known)))
 
     def test_python(self):
-        path = pathlib.PurePath("tests/road/test_x.py")
+        path = pathlib.PurePath("tests/system/test_x.py")
         test = "class X:\n    def test_it(self):\n"
-        known = [["python3", "/home/me/tests/road/test_x.py"]]
+        known = [["python3", "/home/me/tests/system/test_x.py"]]
         for text, commands, expected in [(test, known, 0), (test, [["python3"]], 1), ("", known, 1)]:
             with self.subTest(text=text, commands=commands):
                 self.assertEqual(expected, len(check_registered.python_faults(path, text, commands)))

@@ -1,0 +1,72 @@
+# One library a module, fp_MODULE, and one for its windows, fp_MODULE_forms. Only forms/ folders see Qt.
+
+add_library(fp_warnings INTERFACE)
+target_compile_options(fp_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+  -Woverloaded-virtual -Wreorder -Werror)
+if(FIELDPOST_SANITIZE)
+  # The presets build with clang, which needs a third of g++'s time for instrumented code; with -O1, as unoptimised
+  # instrumented code is so slow that tests of the built program do not end in their time; and with line numbers alone
+  # (-g1), which are all that a report shows.
+  target_compile_options(fp_warnings INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                         -fno-omit-frame-pointer
+                         $<$<BOOL:${FIELDPOST_FUZZ}>:-fsanitize=fuzzer-no-link>)
+  target_compile_definitions(fp_warnings INTERFACE _GLIBCXX_ASSERTIONS FIELDPOST_SANITIZE)
+  target_link_options(fp_warnings INTERFACE -fsanitize=address,undefined)
+  target_sources(fp_warnings INTERFACE
+    $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${PROJECT_SOURCE_DIR}/cmake/sanitizer_options.cpp>)
+endif()
+if(FIELDPOST_COVERAGE)
+  # The counters lie in the mapped profile itself, so that what ends by a signal or by _exit has counted too.
+  target_compile_options(fp_warnings INTERFACE -fprofile-instr-generate -fcoverage-mapping
+                         -fcoverage-compilation-dir=${PROJECT_BINARY_DIR} -mllvm -runtime-counter-relocation)
+  target_link_options(fp_warnings INTERFACE -fprofile-instr-generate)
+endif()
+
+# FIELDPOST_MODULES: the names of all modules, lowest first. FIELDPOST_ALLOWED_MODULE: the modules that MODULE may
+# include. Both come from src/modules.txt.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/modules.txt)
+file(STRINGS ${PROJECT_SOURCE_DIR}/src/modules.txt module_lines REGEX "^[a-z]+:")
+set(FIELDPOST_MODULES)
+foreach(line ${module_lines})
+  string(REGEX MATCH "^([a-z]+): *(.*)$" _ "${line}")
+  set(module ${CMAKE_MATCH_1})
+  list(APPEND FIELDPOST_MODULES ${module})
+  string(REPLACE " " ";" FIELDPOST_ALLOWED_${module} "${CMAKE_MATCH_2}")
+endforeach()
+
+# fp_core(MODULE LIBRARIES...): the library fp_MODULE of every source in the current folder. It links the modules that
+# it may include, and the LIBRARIES.
+function(fp_core module)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  add_library(fp_${module} STATIC ${sources})
+  target_include_directories(fp_${module} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  list(TRANSFORM FIELDPOST_ALLOWED_${module} PREPEND fp_ OUTPUT_VARIABLE below)
+  target_link_libraries(fp_${module} PUBLIC ${below} ${ARGN} PRIVATE fp_warnings)
+endfunction()
+
+# fp_forms(MODULE LIBRARIES...): the library fp_MODULE_forms of every source and .ui file in the folder forms/. It links
+# the forms of the modules that MODULE may include, and the LIBRARIES.
+function(fp_forms module)
+  if(NOT FIELDPOST_WINDOWS)
+    return()
+  endif()
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/forms/*.cpp)
+  list(FILTER sources EXCLUDE REGEX "/MDIMain\\.cpp$")
+  file(GLOB forms CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/forms/*.ui)
+  add_library(fp_${module}_forms STATIC ${sources} ${forms})
+  # A form that is new in the folder has its .ui compiled too, which CMake's own list of causes leaves out.
+  # Generated code lies in a folder of its own, so that nobody takes it for the module's.
+  set_target_properties(fp_${module}_forms PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON
+                        AUTOGEN_BUILD_DIR ${PROJECT_BINARY_DIR}/generated/${module}
+                        AUTOGEN_TARGET_DEPENDS "${sources};${forms}")
+  # Without Qt's macros `signals`, `slots`, `emit`, and without its silent conversions of narrow text.
+  target_compile_definitions(fp_${module}_forms PUBLIC QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII)
+  target_link_libraries(fp_${module}_forms PUBLIC fp_${module} ${ARGN} Qt6::Widgets PRIVATE fp_warnings)
+  foreach(below ${FIELDPOST_ALLOWED_${module}})
+    if(TARGET fp_${below}_forms)
+      target_link_libraries(fp_${module}_forms PUBLIC fp_${below}_forms)
+    endif()
+  endforeach()
+endfunction()

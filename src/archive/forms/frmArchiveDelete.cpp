@@ -1,0 +1,128 @@
+#include "archive/forms/frmArchiveDelete.h"
+
+#include <fmt/format.h>
+
+#include <QPushButton>
+#include <utility>
+
+#include "common/PathText.h"
+#include "common/Text.h"
+#include "ui_frmArchiveDelete.h"
+
+namespace fieldpost {
+namespace {
+
+std::string FoundOr(const DeletionResult& result, std::string found, std::string_view none) {
+  return result.deleted > 0 ? std::move(found) : std::string(none);
+}
+
+}  // namespace
+
+frmArchiveDelete::frmArchiveDelete(FileSystem& files, const MailSettings& settings, ModWriteLogFile& log,
+                                   UserPrompt& prompt, std::string productCode, QWidget* parent)
+    : QDialog(parent),
+      ui_(std::make_unique<Ui::frmArchiveDelete>()),
+      files_(files),
+      log_(log),
+      prompt_(prompt),
+      archive_(PathFromUtf8(WithSeparator(settings.ArchiveFolder))),
+      productCode_(std::move(productCode)),
+      deletion_(files, archive_) {
+  ui_->setupUi(this);
+  display_.ShowIn({.label = {}, .bar = ui_->ProBarDelete, .lines = {}});
+  connect(ui_->cmdDelete, &QPushButton::clicked, this, &frmArchiveDelete::Delete);
+  connect(ui_->cmdCancel, &QPushButton::clicked, this, &frmArchiveDelete::reject);
+}
+
+frmArchiveDelete::~frmArchiveDelete() = default;
+
+void frmArchiveDelete::DeleteItems(PathList paths) {
+  paths_ = std::move(paths);
+  if (!paths_.empty()) ui_->optDeleteSelected->setChecked(true);
+}
+
+void frmArchiveDelete::showEvent(QShowEvent* event) {
+  QDialog::showEvent(event);
+  if (!std::exchange(looked_, true)) LookAtArchive();
+}
+
+/// The box comes up when the dialog is on the screen.
+void frmArchiveDelete::LookAtArchive() {
+  if (!deletion_.ProductCodes().empty()) return;
+  ui_->cmdDelete->setEnabled(false);
+  const auto tell = [this] { prompt_.ShowMessage("Archive folder is empty", MessageIcon::Information, {}); };
+  QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+}
+
+void frmArchiveDelete::Delete() {
+  if (running_ || ui_->rules->checkedButton() == nullptr) return;
+  if (!prompt_.AskYesNo("Are you sure you want to Delete", MessageIcon::Information, "File Delete")) return;
+  Outcome outcome;
+  {
+    RunLock lock;
+    if (!TakeLock(lock)) return;
+    display_.RequestStop(false);
+    SetRunning(true);
+    outcome = RunRule();
+  }
+  Tell(outcome);
+  ui_->ProBarDelete->setValue(0);
+  RemoveEmptyFolders();
+  SetRunning(false);
+  accept();
+}
+
+bool frmArchiveDelete::TakeLock(RunLock& lock) {
+  const std::string problem = lock.TryTake(files_, {archive_});
+  if (!problem.empty()) prompt_.ShowMessage(problem, MessageIcon::Exclamation, {});
+  return problem.empty();
+}
+
+void frmArchiveDelete::SetRunning(bool running) {
+  running_ = running;
+  for (QWidget* const part :
+       {static_cast<QWidget*>(ui_->freAllProdcode), static_cast<QWidget*>(ui_->freThisProdcode),
+        static_cast<QWidget*>(ui_->cmdDelete)}) {
+    part->setEnabled(!running);
+  }
+  ui_->ProBarDelete->setVisible(running);
+}
+
+frmArchiveDelete::Outcome frmArchiveDelete::RunRule() {
+  Outcome outcome;
+  DeletionResult& result = outcome.result;
+  const std::string code = Visible(productCode_);
+  if (ui_->optDeleteAll->isChecked()) {
+    result = deletion_.DeleteAll(display_);
+    outcome.message = "All files are deleted";
+  } else if (ui_->optDeleteProcess->isChecked()) {
+    result = deletion_.DeleteProcess(productCode_, display_);
+    outcome.message = FoundOr(result, "Process files are deleted in " + code, "Process Files not found");
+  } else {
+    result = deletion_.DeleteSelected(paths_, display_);
+    outcome.message = FoundOr(result, "All selected files are deleted in " + code, "Files not found");
+  }
+  return outcome;
+}
+
+void frmArchiveDelete::Tell(const Outcome& outcome) {
+  if (outcome.result.failed > 0) {
+    log_.WriteLog(fmt::format("{} archived files could not be deleted; the first: {}", outcome.result.failed,
+                              outcome.result.firstFailure),
+                  LogCategory::Error);
+  }
+  if (!display_.StopRequested()) prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
+}
+
+/// While the box was up another run may have begun; it may be about to file into such a folder.
+void frmArchiveDelete::RemoveEmptyFolders() {
+  RunLock lock;
+  if (lock.TryTake(files_, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
+}
+
+void frmArchiveDelete::reject() {
+  if (running_) return display_.RequestStop(true);
+  QDialog::reject();
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,90 @@
+#include "common/forms/MessageBoxPrompt.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QMessageBox>
+
+#include "common/forms/WidgetText.h"
+
+namespace fieldpost {
+namespace {
+
+QMessageBox::Icon BoxIcon(MessageIcon icon) {
+  switch (icon) {
+    case MessageIcon::None:
+      return QMessageBox::NoIcon;
+    case MessageIcon::Information:
+      return QMessageBox::Information;
+    case MessageIcon::Exclamation:
+      return QMessageBox::Warning;
+    case MessageIcon::Critical:
+      return QMessageBox::Critical;
+  }
+  return QMessageBox::NoIcon;
+}
+
+bool PointerIsBusy() {
+  return QApplication::overrideCursor() != nullptr;
+}
+
+/// Over a question the pointer is the normal one: it is the user's turn.
+class NormalPointer {
+ public:
+  NormalPointer() {
+    if (wasBusy_) QApplication::restoreOverrideCursor();
+  }
+  NormalPointer(const NormalPointer&) = delete;
+  NormalPointer& operator=(const NormalPointer&) = delete;
+  ~NormalPointer() {
+    if (wasBusy_) QApplication::setOverrideCursor(Qt::WaitCursor);
+  }
+
+ private:
+  bool wasBusy_ = PointerIsBusy();
+};
+
+/// The window that the box stands over. None that goes when it is closed, as the help does: the box would go
+/// with it while it is still waited for.
+QWidget* Owner() {
+  if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
+  QWidget* const active = QApplication::activeWindow();
+  return active == nullptr || active->testAttribute(Qt::WA_DeleteOnClose) ? nullptr : active;
+}
+
+/// Returns the button that was pressed. The text is shown as it stands, never as markup.
+int ShowBox(std::string_view text, MessageIcon icon, std::string_view title,
+            QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) {
+  const NormalPointer pointer;
+  QMessageBox box(BoxIcon(icon), title.empty() ? QStringLiteral("Fieldpost") : ToQt(title), ToQt(text),
+                  buttons, Owner());
+  box.setTextFormat(Qt::PlainText);
+  box.setDefaultButton(defaultButton);
+  return box.exec();
+}
+
+}  // namespace
+
+void MessageBoxPrompt::ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) {
+  ShowBox(text, icon, title, QMessageBox::Ok, QMessageBox::Ok);
+}
+
+bool MessageBoxPrompt::AskYesNo(std::string_view text, MessageIcon icon, std::string_view title) {
+  const auto buttons = QMessageBox::Yes | QMessageBox::No;
+  return ShowBox(text, icon, title, buttons, QMessageBox::No) == QMessageBox::Yes;
+}
+
+void MessageBoxPrompt::ShowOptions(OptionsPage page) {
+  const NormalPointer pointer;
+  if (showOptions_) showOptions_(page);
+}
+
+void MessageBoxPrompt::SetBusyPointer(bool busy) {
+  if (busy == PointerIsBusy()) return;
+  if (busy) {
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+  } else {
+    QApplication::restoreOverrideCursor();
+  }
+}
+
+}  // namespace fieldpost

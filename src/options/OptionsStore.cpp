@@ -1,0 +1,116 @@
+#include "options/OptionsStore.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "common/PathText.h"
+#include "environment/DefaultRecipients.h"
+#include "environment/EditWinReg.h"
+#include "platform/IniFile.h"
+
+namespace fieldpost {
+namespace {
+
+void FillIfEmpty(std::string& text, std::string_view value) {
+  if (text.empty()) text = value;
+}
+
+std::string_view WithoutTrailingBlanks(std::string_view text) {
+  return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+std::string Recipient(KeyStore& keys, std::string_view key, std::string_view builtIn) {
+  std::string address = EditWinReg(keys).QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue);
+  FillIfEmpty(address, builtIn);
+  return address;
+}
+
+}  // namespace
+
+OptionsStore::OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& settings, PathList& latestFolders,
+                           const std::filesystem::path& ownFolder)
+    : files_(files),
+      keys_(keys),
+      settings_(settings),
+      latestFolders_(latestFolders),
+      settingsStore_(files, ownFolder),
+      latestStore_(files, ownFolder) {}
+
+OptionsValues OptionsStore::LoadOptions(const std::filesystem::path& installPath) {
+  OptionsValues values{
+      .settings = settings_,
+      .faultlogRecipient = Recipient(keys_, FaultlogRecipientKey, DefaultFaultlogRecipient()),
+      .ppcRecipient = Recipient(keys_, PpcRecipientKey, DefaultPpcRecipient()),
+      .latestFolders = latestFolders_,
+  };
+  FillIfEmpty(values.settings.SMTPPort, DefaultSmtpPort);
+  FillIfEmpty(values.settings.TryCount, DefaultTryCount);
+  FillIfEmpty(values.settings.Timeout, DefaultTimeoutSeconds);
+  values.settings.PartnerID = LoadPartnerID(installPath);
+  return values;
+}
+
+std::string OptionsStore::LoadPartnerID(const std::filesystem::path& installPath) {
+  const std::filesystem::path suiteFile = FindFileNoCase(files_, installPath, FaultlogIniName);
+  const std::string found = ReadIniValue(files_, suiteFile, PlaceInfoSection, PartnerIdKey);
+  if (found.empty()) return settings_.PartnerID;
+  settings_.PartnerID = WithoutTrailingBlanks(found);
+  SavePartnerID(settings_.PartnerID, installPath);
+  return settings_.PartnerID;
+}
+
+bool OptionsStore::SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath) {
+  unsaved_.clear();
+  settings_.ArchiveFolder = values.settings.ArchiveFolder;
+  settings_.ProcessFolder = values.settings.ProcessFolder;
+  SaveSettings();
+  if (!values.settings.PartnerID.empty()) SavePartnerID(values.settings.PartnerID, installPath);
+  TakeMailOptions(values.settings);
+  SaveSettings();
+  SaveRecipient(FaultlogRecipientKey, values.faultlogRecipient);
+  SaveRecipient(PpcRecipientKey, values.ppcRecipient);
+  settings_.MailPassword = values.settings.MailPassword;
+  SaveSettings();
+  latestFolders_ = values.latestFolders;
+  Note(latestStore_.SaveLatestFolders(latestFolders_), Utf8FromPath(latestStore_.File()));
+  return unsaved_.empty();
+}
+
+/// Everything on the mail pages except the password, which has a step of its own.
+void OptionsStore::TakeMailOptions(const MailSettings& shown) {
+  MailSettings taken = shown;
+  taken.ArchiveFolder = settings_.ArchiveFolder;
+  taken.ProcessFolder = settings_.ProcessFolder;
+  taken.MailPassword = settings_.MailPassword;
+  settings_ = std::move(taken);
+}
+
+/// An emptied partner ID is none in this run, but leaves the one in the file alone.
+void OptionsStore::SaveSettings() {
+  MailSettings stored = settings_;
+  if (stored.PartnerID.empty()) stored.PartnerID = settingsStore_.Load().PartnerID;
+  Note(settingsStore_.Save(stored), Utf8FromPath(settingsStore_.File()));
+}
+
+void OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath) {
+  const std::filesystem::path own = settingsStore_.File();
+  Note(WriteIniValue(files_, own, MailOptionsSection, PartnerIdKey, partnerID, FileAccess::OwnerOnly),
+       Utf8FromPath(own));
+  const std::filesystem::path suite = FindFileNoCase(files_, installPath, FaultlogIniName);
+  Note(WriteIniValue(files_, suite, PlaceInfoSection, PartnerIdKey, partnerID, FileAccess::ByUmask),
+       Utf8FromPath(suite));
+}
+
+void OptionsStore::SaveRecipient(std::string_view key, const std::string& address) {
+  EditWinReg registry(keys_);
+  registry.CreateNewKey(HKEY_LOCAL_MACHINE, key);
+  registry.SetKeyValue(HKEY_LOCAL_MACHINE, key, DefaultValue, address, REG_SZ);
+  Note(registry.QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue) == address, "HKLM\\" + std::string(key));
+}
+
+void OptionsStore::Note(bool saved, std::string place) {
+  if (saved || std::ranges::find(unsaved_, place) != unsaved_.end()) return;
+  unsaved_.push_back(std::move(place));
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,94 @@
+#include "options/modMailServerPing.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <chrono>
+#include <optional>
+#include <vector>
+
+#include "common/Text.h"
+
+namespace fieldpost {
+namespace {
+
+constexpr std::uint32_t EchoDataSize = 32;
+constexpr std::uint8_t EchoTimeToLive = 128;
+constexpr std::chrono::milliseconds EchoWait{1000};
+
+struct StatusWords {
+  std::uint32_t status;
+  std::string_view words;
+};
+
+constexpr std::array<StatusWords, 23> StatusTable{{
+    {0, "Success"},
+    {11001, "Buffer too Small"},
+    {11002, "Destination Unreahable"},
+    {11003, "Dest Host Not Reachable"},
+    {11004, "Dest Protocol Not Reachable"},
+    {11005, "Dest Port Not Reachable"},
+    {11006, "No Resources Available"},
+    {11007, "Bad Option"},
+    {11008, "Hardware Error"},
+    {11009, "Packet too Big"},
+    {11010, "Reqested Timed Out"},
+    {11011, "Bad Request"},
+    {11012, "Bad Route"},
+    {11014, "TTL Exprd Reassemb"},
+    {11015, "Parameter Problem"},
+    {11016, "Source Quench"},
+    {11017, "Option too Big"},
+    {11018, "Bad Destination"},
+    {11019, "Address Deleted"},
+    {11020, "Spec MTU Change"},
+    {11021, "MTU Change"},
+    {11022, "Unload"},
+    {11050, "General Failure"},
+}};
+
+std::optional<std::string_view> WordsOf(std::uint32_t status) {
+  const auto* const entry = std::ranges::find(StatusTable, status, &StatusWords::status);
+  return entry == StatusTable.end() ? std::nullopt : std::optional(entry->words);
+}
+
+std::string Dotted(std::uint32_t address) {
+  const auto bytes = std::bit_cast<std::array<unsigned char, 4>>(address);
+  return fmt::format("{}.{}.{}.{}", bytes[0], bytes[1], bytes[2], bytes[3]);
+}
+
+}  // namespace
+
+bool modMailServerPing::PingMailServer(std::string_view hostName, std::string& message) {
+  const std::string_view name = Trimmed(hostName, " ");
+  if (!hosts_.Start()) return Fail(NetworkNotReady, "WSock32.dll is Not responding!", message);
+  display_.LetEventsRun();
+  const std::vector<std::uint32_t> addresses = hosts_.Resolve(name);
+  if (addresses.empty()) {
+    hosts_.Stop();
+    return Fail(HostNotFound, "Unable To Resolve Host", message);
+  }
+  // From here on the sockets stay started: each check that gets this far leaves one start behind.
+  const std::uint32_t address = addresses.front();
+  display_.LetEventsRun();
+  SendIcmpEcho(address, Dotted(address), EchoDataSize);
+  if (const std::optional<std::string_view> words = WordsOf(lastStatus_)) message = *words;
+  display_.LetEventsRun();
+  return static_cast<std::int32_t>(lastStatus_) <= 0;
+}
+
+std::uint32_t modMailServerPing::SendIcmpEcho(std::uint32_t address, std::string_view /*dotted*/,
+                                              std::uint32_t dataSize) {
+  lastStatus_ = echo_.Send({address, dataSize, EchoTimeToLive, EchoWait}, display_);
+  return lastStatus_;
+}
+
+bool modMailServerPing::Fail(std::uint32_t status, std::string_view text, std::string& message) {
+  lastStatus_ = status;
+  message = text;
+  return false;
+}
+
+}  // namespace fieldpost

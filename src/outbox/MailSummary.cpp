@@ -1,0 +1,34 @@
+#include "outbox/MailSummary.h"
+
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+
+#include "common/CharMask.h"
+#include "common/PathText.h"
+#include "common/Text.h"
+
+namespace fieldpost {
+
+std::string BuildMailSummary(const FileSystem& files, const PathList& attachments, bool sendingPpc) {
+  if (attachments.empty()) return {};
+  std::string names =
+      fmt::format("[{} Files]\r\nTotal={}", sendingPpc ? "PPC" : "Faultlog", attachments.size());
+  std::string sizes;
+  std::uint64_t total = 0;
+  for (std::size_t i = 0; i < attachments.size(); ++i) {
+    const std::uint64_t size = files.Stamp(attachments[i]).size;
+    total += size;
+    if (total > std::numeric_limits<std::int32_t>::max()) {
+      throw std::overflow_error("the files of one mail are larger than 2147483647 bytes together");
+    }
+    names += fmt::format("\r\nFileNumber{}={}", i + 1, Visible(Utf8FromPath(attachments[i].filename())));
+    sizes += fmt::format("\r\nFileSize{}={}", i + 1, Trimmed(FormatCharMask(size, "@@@@@@@@.@@@")));
+  }
+  return fmt::format("{}\r\n\r\n[{} File Size]\r\nTotalFilesize={}{}", names, sendingPpc ? "PPC" : "Faultlog",
+                     Trimmed(FormatCharMask(total, "@@@@@@@.@@@")), sizes);
+}
+
+}  // namespace fieldpost

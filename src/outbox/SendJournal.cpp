@@ -1,0 +1,62 @@
+#include "outbox/SendJournal.h"
+
+#include <utility>
+
+#include "common/SealedFields.h"
+#include "platform/JournalFile.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::string_view JournalName = "FLog.sent";
+constexpr std::string_view Title = "Fieldpost send journal 1";
+
+}  // namespace
+
+SentDocuments SendJournal::Read(const fs::path& folder) const {
+  const std::optional<std::string> bytes = ReadJournalFile(files_, folder / JournalName);
+  if (!bytes) return {};
+  return SentDocumentsFrom(*bytes).value_or(SentDocuments());
+}
+
+/// Written in place where there was none: a program that is killed before the flush has noted it all the
+/// same.
+void SendJournal::Write(const fs::path& folder, const SentDocuments& documents) {
+  const fs::path file = folder / JournalName;
+  if (files_.Exists(file)) {
+    files_.SaveAtomically(file, BytesOf(documents), FileAccess::OwnerOnly);
+    return;
+  }
+  files_.WriteNew(file, BytesOf(documents), FileAccess::OwnerOnly);
+  files_.Flush({&folder, 1});
+}
+
+void SendJournal::Remove(const fs::path& folder) {
+  files_.Remove(folder / JournalName);
+}
+
+std::string BytesOf(const SentDocuments& documents) {
+  SealedFieldWriter writer(Title);
+  for (const auto& [path, content] : documents) {
+    writer.AddPath(path);
+    writer.AddHash(content);
+  }
+  return writer.Finish();
+}
+
+std::optional<SentDocuments> SentDocumentsFrom(std::string_view bytes) {
+  std::optional<SealedFieldReader> reader = SealedFieldReader::Open(Title, bytes);
+  if (!reader) return std::nullopt;
+  SentDocuments documents;
+  while (!reader->AtEnd()) {
+    std::optional<fs::path> path = reader->NextPath();
+    const std::optional<ContentHash> content = reader->NextHash();
+    if (!path || !content) return std::nullopt;
+    documents.insert_or_assign(std::move(*path), *content);
+  }
+  return documents;
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,200 @@
+#include "smtp/MimeMessage.h"
+
+#include <fmt/format.h>
+#include <xxhash.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "common/Text.h"
+#include "smtp/Base64.h"
+#include "smtp/MailText.h"
+
+namespace fieldpost {
+namespace fs = std::filesystem;
+namespace {
+
+std::string_view TypeOf(std::string_view fileName) {
+  if (EndsWithNoCase(fileName, ".xml")) return "application/xml";
+  if (EndsWithNoCase(fileName, ".zip")) return "application/zip";
+  return "application/octet-stream";
+}
+
+/// "=_" occurs in neither base64 nor quoted-printable; only a body that travels as it stands can hold it.
+std::string BoundaryFor(const Mail& mail) {
+  for (XXH64_hash_t seed = 0;; ++seed) {
+    const XXH128_hash_t hash = XXH3_128bits_withSeed(mail.messageId.data(), mail.messageId.size(), seed);
+    std::string boundary = fmt::format("=_{:016x}{:016x}", hash.high64, hash.low64);
+    if (mail.body.find(boundary) == std::string::npos) return boundary;
+  }
+}
+
+/// The headers that every mail has, up to the type of its content.
+std::string CommonHeaders(const Mail& mail) {
+  std::string text =
+      fmt::format("Date: {}\r\nMessage-ID: {}\r\nFrom: {}\r\nReply-To: {}\r\nTo: {}\r\n", MailDate(mail.date),
+                  mail.messageId, mail.sender, mail.sender, mail.recipient);
+  const std::string organization = HeaderField("Organization", mail.organization);
+  if (organization != HeaderField("Organization", "")) text += organization;
+  text += HeaderField("Subject", mail.subject);
+  return text += "MIME-Version: 1.0\r\n";
+}
+
+/// The body with the headers that say how it is written.
+std::string TextPart(std::string_view body) {
+  const std::string text = WithCrLf(WellFormedUtf8(body));
+  const bool sevenBit = IsSevenBit(text);
+  return fmt::format("Content-Type: text/plain; charset=utf-8\r\nContent-Transfer-Encoding: {}\r\n\r\n{}",
+                     sevenBit ? "7bit" : "quoted-printable", sevenBit ? text : QuotedPrintable(text));
+}
+
+/// The parameter `name` of the type is the fallback for programs that cannot read the name of RFC 2231. A
+/// second `filename` beside it would be an error to strict ones.
+std::string AttachmentHeaders(const fs::path& path) {
+  const std::string name = TravelName(path);
+  return fmt::format(
+      "Content-Type: {};\r\n name={}\r\nContent-Transfer-Encoding: base64\r\n"
+      "Content-Disposition: attachment{}\r\n\r\n",
+      TypeOf(name), QuotedName(name), NameParameter("filename", name));
+}
+
+}  // namespace
+
+/// A stretch of the message: text as it stands, or a file to be encoded.
+struct MimeMessage::Part {
+  std::string text;
+  fs::path file;
+  FileStamp stamp;
+};
+
+/// A file as base64 lines.
+class MimeMessage::AttachmentStream {
+ public:
+  AttachmentStream(const FileSystem& files, const Part& part)
+      : files_(files), part_(part), reader_(files.OpenForReading(part.file)), input_(InputSize) {}
+
+  /// Returns how many characters were written; 0 at the end of the file.
+  std::size_t Read(std::span<char> buffer) {
+    if (!carry_.empty()) return TakeCarry(buffer);
+    if (begin_ == end_ && !Fill()) return 0;
+    const std::size_t lines = buffer.size() / Base64LineSize;
+    if (lines == 0) {
+      carryLine_.resize(Base64LineSize);
+      carryLine_.resize(EncodeBase64Lines(Take(1), carryLine_.data()));
+      carry_ = carryLine_;
+      return TakeCarry(buffer);
+    }
+    return EncodeBase64Lines(Take(lines), buffer.data());
+  }
+
+ private:
+  static constexpr std::size_t InputSize = 4096 * Base64BytesPerLine;
+
+  std::size_t TakeCarry(std::span<char> buffer) {
+    const std::size_t length = std::min(buffer.size(), carry_.size());
+    std::memcpy(buffer.data(), carry_.data(), length);
+    carry_.remove_prefix(length);
+    return length;
+  }
+
+  std::span<const char> Take(std::size_t lines) {
+    const std::size_t length = std::min(lines * Base64BytesPerLine, end_ - begin_);
+    const std::span<const char> bytes(input_.data() + begin_, length);
+    begin_ += length;
+    return bytes;
+  }
+
+  /// Fills the input up to its end or the file's, so that only the file's last line can be a short one.
+  bool Fill() {
+    begin_ = 0;
+    end_ = 0;
+    while (end_ < input_.size()) {
+      const std::size_t got = reader_->Read(std::span(input_).subspan(end_));
+      if (got == 0) break;
+      end_ += got;
+    }
+    total_ += end_;
+    const bool atEnd = end_ < input_.size();
+    if (total_ > part_.stamp.size || (atEnd && !IsUnchanged())) {
+      throw FileError("cannot send", part_.file, "it changed while it was read");
+    }
+    return end_ > 0;
+  }
+
+  [[nodiscard]] bool IsUnchanged() const {
+    return total_ == part_.stamp.size && files_.Stamp(part_.file) == part_.stamp;
+  }
+
+  const FileSystem& files_;
+  const Part& part_;
+  std::unique_ptr<FileReader> reader_;
+  std::vector<char> input_;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
+  std::uint64_t total_ = 0;
+  std::string carryLine_;
+  std::string_view carry_;
+};
+
+MimeMessage::MimeMessage(const FileSystem& files, const Mail& mail) : files_(files) {
+  std::string text = CommonHeaders(mail);
+  if (mail.attachments.empty()) {
+    text += TextPart(mail.body);
+    if (!text.ends_with("\r\n")) text += "\r\n";
+    AddText(std::move(text));
+    return;
+  }
+  const std::string boundary = BoundaryFor(mail);
+  text += fmt::format("Content-Type: multipart/mixed;\r\n boundary=\"{0}\"\r\n\r\n--{0}\r\n{1}", boundary,
+                      TextPart(mail.body));
+  for (const fs::path& path : mail.attachments) {
+    AddText(fmt::format("{}\r\n--{}\r\n{}", text, boundary, AttachmentHeaders(path)));
+    AddFile(path);
+    text.clear();
+  }
+  AddText(fmt::format("\r\n--{}--\r\n", boundary));
+}
+
+MimeMessage::~MimeMessage() = default;
+
+void MimeMessage::AddText(std::string text) {
+  size_ += text.size();
+  parts_.push_back({.text = std::move(text), .file = {}, .stamp = {}});
+}
+
+void MimeMessage::AddFile(const fs::path& path) {
+  const FileStamp stamp = files_.Stamp(path);
+  // Opened once already now: a file that cannot be read is found before anything is sent.
+  const std::unique_ptr<FileReader> reader = files_.OpenForReading(path);
+  size_ += Base64LinesSize(stamp.size);
+  parts_.push_back({.text = {}, .file = path, .stamp = stamp});
+}
+
+std::size_t MimeMessage::Read(std::span<char> buffer) {
+  std::size_t filled = 0;
+  while (filled < buffer.size() && part_ < parts_.size()) {
+    const std::size_t got = ReadPart(buffer.subspan(filled));
+    filled += got;
+    if (got > 0) continue;
+    ++part_;
+    textRead_ = 0;
+    stream_.reset();
+  }
+  return filled;
+}
+
+std::size_t MimeMessage::ReadPart(std::span<char> buffer) {
+  const Part& part = parts_[part_];
+  if (part.file.empty()) {
+    const std::size_t length = std::min(buffer.size(), part.text.size() - textRead_);
+    std::memcpy(buffer.data(), part.text.data() + textRead_, length);
+    textRead_ += length;
+    return length;
+  }
+  if (!stream_) stream_ = std::make_unique<AttachmentStream>(files_, part);
+  return stream_->Read(buffer);
+}
+
+}  // namespace fieldpost

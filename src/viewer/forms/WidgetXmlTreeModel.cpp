@@ -1,0 +1,146 @@
+#include "viewer/forms/WidgetXmlTreeModel.h"
+
+#include <algorithm>
+
+#include "common/forms/WidgetText.h"
+
+namespace fieldpost {
+namespace {
+
+/// The beginning of a UTF-8 text, without the part of a character at its end.
+std::string_view WholeCharacters(std::string_view text) {
+  std::size_t end = text.size();
+  while (end > 0 && (static_cast<unsigned char>(text[end - 1]) & 0xC0U) == 0x80U) --end;
+  return text.substr(0, end > 0 ? end - 1 : 0);
+}
+
+QChar Harmless(QChar c) {
+  const ushort code = c.unicode();
+  if (code == '\t' || code == '\n' || code == '\r' || code == 0x2028 || code == 0x2029)
+    return QLatin1Char(' ');
+  if (code < 0x20) return QChar(0x2400 + code);
+  if (code == 0x7F) return QChar(0x2421);
+  const bool turnsText = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+  return (code >= 0x80 && code < 0xA0) || turnsText ? QChar(0xFFFD) : c;
+}
+
+}  // namespace
+
+void WidgetXmlTreeModel::ShowNewNodes() {
+  if (tree_.Size() == shown_) return;
+  if (!allExpanded_) return Change([] {});
+  beginInsertRows({}, static_cast<int>(shown_), static_cast<int>(tree_.Size() - 1));
+  shown_ = tree_.Size();
+  endInsertRows();
+}
+
+void WidgetXmlTreeModel::ShowNothing() {
+  beginResetModel();
+  shown_ = 0;
+  allExpanded_ = true;
+  collapsed_.clear();
+  visible_.clear();
+  endResetModel();
+}
+
+XmlTree::Node WidgetXmlTreeModel::NodeAt(int row) const {
+  return allExpanded_ ? static_cast<XmlTree::Node>(row) : visible_[static_cast<std::size_t>(row)];
+}
+
+int WidgetXmlTreeModel::RowOf(XmlTree::Node node) const {
+  if (allExpanded_) return static_cast<int>(node);
+  return static_cast<int>(std::upper_bound(visible_.begin(), visible_.end(), node) - visible_.begin()) - 1;
+}
+
+bool WidgetXmlTreeModel::IsExpanded(XmlTree::Node node) const {
+  return allExpanded_ || node >= collapsed_.size() || !collapsed_[node];
+}
+
+void WidgetXmlTreeModel::SetExpanded(XmlTree::Node node, bool expanded) {
+  if (IsExpanded(node) == expanded || !tree_.HasChildren(node)) return;
+  Change([&] { collapsed_[node] = !expanded; });
+}
+
+void WidgetXmlTreeModel::ExpandBelow(XmlTree::Node node) {
+  if (allExpanded_) return;
+  Change([&] {
+    for (XmlTree::Node below = node; below < tree_.End(node); ++below) collapsed_[below] = false;
+  });
+}
+
+void WidgetXmlTreeModel::Reveal(XmlTree::Node node) {
+  if (NodeAt(RowOf(node)) == node) return;
+  Change([&] {
+    for (auto above = tree_.Parent(node); above != XmlTree::None; above = tree_.Parent(above)) {
+      collapsed_[above] = false;
+    }
+  });
+}
+
+void WidgetXmlTreeModel::ExpandAll() {
+  if (allExpanded_) return;
+  Change([&] { std::fill(collapsed_.begin(), collapsed_.end(), false); });
+}
+
+void WidgetXmlTreeModel::CollapseAll() {
+  if (tree_.Size() == 0) return;
+  Change([&] {
+    for (XmlTree::Node node = 0; node < tree_.Size(); ++node) collapsed_[node] = tree_.HasChildren(node);
+  });
+}
+
+/// Does a change to what is collapsed; what was selected stays so, or its nearest visible ancestor is.
+void WidgetXmlTreeModel::Change(const std::function<void()>& change) {
+  Q_EMIT layoutAboutToBeChanged();
+  const QModelIndexList before = persistentIndexList();
+  std::vector<XmlTree::Node> nodes;
+  for (const QModelIndex& one : before) nodes.push_back(NodeAt(one.row()));
+  collapsed_.resize(tree_.Size());
+  change();
+  shown_ = tree_.Size();
+  FindVisible();
+  QModelIndexList after;
+  for (const XmlTree::Node node : nodes) after.push_back(index(RowOf(node)));
+  changePersistentIndexList(before, after);
+  Q_EMIT layoutChanged();
+}
+
+void WidgetXmlTreeModel::FindVisible() {
+  visible_.clear();
+  allExpanded_ = std::find(collapsed_.begin(), collapsed_.end(), true) == collapsed_.end();
+  if (allExpanded_) return collapsed_.clear();
+  for (XmlTree::Node node = 0; node < shown_; node = collapsed_[node] ? tree_.End(node) : node + 1) {
+    visible_.push_back(node);
+  }
+}
+
+QString WidgetXmlTreeModel::ShownLabel(XmlTree::Node node) const {
+  const bool isCut = tree_.LabelBytes(node) > MaxShownBytes;
+  const std::string label = tree_.Label(node, MaxShownBytes);
+  QString shown = ToQt(isCut ? WholeCharacters(label) : std::string_view(label));
+  for (QChar& c : shown) c = Harmless(c);
+  if (isCut) shown += QChar(0x2026);
+  return shown;
+}
+
+int WidgetXmlTreeModel::rowCount(const QModelIndex& parent) const {
+  if (parent.isValid()) return 0;
+  return static_cast<int>(allExpanded_ ? shown_ : visible_.size());
+}
+
+QVariant WidgetXmlTreeModel::data(const QModelIndex& index, int role) const {
+  if (!index.isValid()) return {};
+  const XmlTree::Node node = NodeAt(index.row());
+  if (role == Qt::DisplayRole) return ShownLabel(node);
+  if (role == Qt::AccessibleDescriptionRole) return Position(node);
+  return {};
+}
+
+/// What the indentation and the sign before a label say, in words.
+QString WidgetXmlTreeModel::Position(XmlTree::Node node) const {
+  const QString level = QStringLiteral("Level %1").arg(tree_.Level(node) + 1);
+  if (!tree_.HasChildren(node)) return level;
+  return level + (IsExpanded(node) ? QStringLiteral(", expanded") : QStringLiteral(", collapsed"));
+}
+
+}  // namespace fieldpost

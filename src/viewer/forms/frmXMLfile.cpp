@@ -1,0 +1,202 @@
+#include "viewer/forms/frmXMLfile.h"
+
+#include <QClipboard>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+
+#include "common/forms/WidgetText.h"
+#include "ui_frmXMLfile.h"
+#include "viewer/forms/CPrintTreeJob.h"
+
+namespace fieldpost {
+namespace {
+
+// Between two slices the window answers; a person does not notice so short a time.
+constexpr int SliceMilliseconds = 15;
+
+}  // namespace
+
+frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent)
+    : QMainWindow(parent),
+      ui_(std::make_unique<Ui::frmXMLfile>()),
+      files_(files),
+      log_(log),
+      prompt_(prompt) {
+  ui_->setupUi(this);
+  ui_->statusBar->hide();
+  ui_->TWXML->Show(rows_);
+  setFocusProxy(ui_->TWXML);
+  Connect();
+  ConnectFind();
+}
+
+frmXMLfile::~frmXMLfile() = default;
+
+void frmXMLfile::Connect() {
+  // Two of these windows may be open: each answers to its own keys alone.
+  for (QAction* action : {ui_->mnuPrint, ui_->mnuCopy, ui_->mnuFind, ui_->mnuFindNext, ui_->mnuFindPrevious,
+                          ui_->mnuExpandAll, ui_->mnuCollapseAll}) {
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    addAction(action);
+  }
+  connect(ui_->mnuPrint, &QAction::triggered, this, &frmXMLfile::Print);
+  connect(ui_->mnuPreview, &QAction::triggered, this, &frmXMLfile::Preview);
+  connect(ui_->mnuClose, &QAction::triggered, this,
+          [this] { (parentWidget() ? parentWidget() : this)->close(); });
+  connect(ui_->mnuCopy, &QAction::triggered, this, &frmXMLfile::CopyLabel);
+  connect(ui_->mnuExpandAll, &QAction::triggered, ui_->TWXML, &WidgetXmlTree::ExpandAll);
+  connect(ui_->mnuCollapseAll, &QAction::triggered, ui_->TWXML, &WidgetXmlTree::CollapseAll);
+  connect(&reading_, &QTimer::timeout, this, &frmXMLfile::ReadOn);
+  connect(&searching_, &QTimer::timeout, this, &frmXMLfile::SearchOn);
+}
+
+void frmXMLfile::ConnectFind() {
+  connect(ui_->mnuFind, &QAction::triggered, this, [this] { ui_->fraFind->Open(); });
+  connect(ui_->mnuFindNext, &QAction::triggered, this, [this] { Find(SearchDirection::Forward, false); });
+  connect(ui_->mnuFindPrevious, &QAction::triggered, this,
+          [this] { Find(SearchDirection::Backward, false); });
+  connect(ui_->fraFind, &WidgetFindBar::FindWanted, this, &frmXMLfile::Find);
+  connect(ui_->fraFind, &WidgetFindBar::Closed, this, &frmXMLfile::LeaveFindBar);
+}
+
+void frmXMLfile::Load() {
+  search_.reset();
+  searching_.stop();
+  reader_.reset();
+  tree_.Clear();
+  rows_.ShowNothing();
+  ui_->TWXML->MeasureNewNodes();
+  if (!files_.IsFile(path_)) {
+    log_.WriteLog("File Not Found (" + Utf8FromPath(path_) + ")", LogCategory::Error);
+    return;
+  }
+  try {
+    fileBytes_ = files_.Stamp(path_).size;
+    reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
+  } catch (const std::exception&) {
+    return EndLoading(false);
+  }
+  ui_->mnuPrint->setEnabled(false);
+  ui_->mnuPreview->setEnabled(false);
+  reading_.start();
+  ReadOn();
+}
+
+QSize frmXMLfile::sizeHint() const {
+  constexpr int characters = 90;
+  constexpr int lines = 36;
+  return {fontMetrics().averageCharWidth() * characters, fontMetrics().height() * lines};
+}
+
+void frmXMLfile::ReadOn() {
+  QElapsedTimer time;
+  time.start();
+  XmlTreeReader::State state = XmlTreeReader::State::Reading;
+  while (state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
+    state = reader_->ReadSlice();
+  }
+  if (state != XmlTreeReader::State::Reading) return EndLoading(state == XmlTreeReader::State::Done);
+  ShowRead(false);
+  ShowProgress();
+}
+
+/// The list lays all its rows out anew when some are added: that is done for the first, and then each time
+/// that they are a quarter more.
+void frmXMLfile::ShowRead(bool all) {
+  if (rows_.rowCount() == 0 && tree_.Size() > 0) {
+    setWindowTitle(Title());
+    rows_.ShowNewNodes();
+    ui_->TWXML->setCurrentIndex(rows_.index(0));
+  } else if (all || tree_.Size() / 5 * 4 > rows_.ShownNodes()) {
+    rows_.ShowNewNodes();
+  }
+  ui_->TWXML->MeasureNewNodes();
+}
+
+void frmXMLfile::EndLoading(bool good) {
+  reading_.stop();
+  reader_.reset();
+  ui_->mnuPrint->setEnabled(true);
+  ui_->mnuPreview->setEnabled(true);
+  ui_->statusBar->hide();
+  if (good) return ShowRead(true);
+  tree_.Clear();
+  rows_.ShowNothing();
+  ui_->TWXML->MeasureNewNodes();
+  setWindowTitle(QStringLiteral("XML File"));
+  log_.WriteLog("File is not XML format (" + Utf8FromPath(path_) + ")", LogCategory::Error);
+}
+
+void frmXMLfile::ShowProgress() {
+  const double share =
+      fileBytes_ == 0 ? 0 : static_cast<double>(reader_->BytesRead()) / static_cast<double>(fileBytes_);
+  ui_->statusBar->show();
+  ui_->statusBar->showMessage(tr("Reading the file: %1 %").arg(qMin(static_cast<int>(share * 100), 100)));
+}
+
+QString frmXMLfile::Title() const {
+  return QStringLiteral("XML File    ") + PathToQt(path_);
+}
+
+void frmXMLfile::Print() {
+  CPrintTreeJob job(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename()));
+  if (job.Print() == CPrintTreeJob::Outcome::Failed) NoPrinter();
+}
+
+void frmXMLfile::Preview() {
+  if (rows_.rowCount() == 0) return NoPrinter();
+  CPrintTreeJob(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename())).Preview();
+}
+
+void frmXMLfile::NoPrinter() {
+  prompt_.ShowMessage("Default printer not found", MessageIcon::Exclamation, "");
+}
+
+/// The whole label, however little of it is shown.
+void frmXMLfile::CopyLabel() {
+  if (const auto node = ui_->TWXML->CurrentNode())
+    QGuiApplication::clipboard()->setText(ToQt(tree_.Label(*node)));
+}
+
+void frmXMLfile::LeaveFindBar() {
+  ui_->fraFind->Tell({});
+  searching_.stop();
+  search_.reset();
+  ui_->TWXML->setFocus(Qt::OtherFocusReason);
+}
+
+/// `stay`: the current node may be the one that is found, as while the text is being typed.
+void frmXMLfile::Find(SearchDirection direction, bool stay) {
+  searching_.stop();
+  search_.reset();
+  ui_->fraFind->Tell({});
+  const QString text = ui_->fraFind->Text();
+  if (text.isEmpty()) {
+    if (!stay) ui_->fraFind->Open();
+    return;
+  }
+  if (tree_.Size() == 0) return ui_->fraFind->Tell(tr("Not found"));
+  const XmlTree::Node from = ui_->TWXML->CurrentNode().value_or(0);
+  search_.emplace(tree_, text, from, direction);
+  if (!stay) search_->SkipFirst();
+  ui_->fraFind->Tell(tr("Searching..."));
+  searching_.start();
+  SearchOn();
+}
+
+void frmXMLfile::SearchOn() {
+  const WidgetXmlTreeSearch::State state = search_->SearchFor(SliceMilliseconds);
+  if (state == WidgetXmlTreeSearch::State::Searching) return;
+  searching_.stop();
+  if (state == WidgetXmlTreeSearch::State::Found) return ShowFound();
+  ui_->fraFind->Tell(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
+  ui_->fraFind->show();
+}
+
+void frmXMLfile::ShowFound() {
+  rows_.ShowNewNodes();
+  ui_->TWXML->GoTo(search_->Node());
+  ui_->fraFind->Tell(search_->WentRound() ? tr("Continued at the other end") : QString());
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,81 @@
+// Shows one XML file as a tree.
+#pragma once
+
+#include <QMainWindow>
+#include <QTimer>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "common/UserPrompt.h"
+#include "environment/ModWriteLogFile.h"
+#include "platform/FileSystem.h"
+#include "viewer/XmlTree.h"
+#include "viewer/XmlTreeReader.h"
+#include "viewer/forms/WidgetXmlTreeModel.h"
+#include "viewer/forms/WidgetXmlTreeSearch.h"
+
+namespace Ui {
+class frmXMLfile;
+}
+
+namespace fieldpost {
+
+/// A child window of the main window. The file is read in slices between the window's events, so that a large
+/// one is on the screen at once and the window can be used, and closed, while the rest comes.
+class frmXMLfile final : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  /// What is handed over outlives the window.
+  frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent = nullptr);
+  ~frmXMLfile() override;
+
+  /// The full path of the file; to be set before Load.
+  void SetPath(std::filesystem::path path) { path_ = std::move(path); }
+
+  /// Begins to read the file, and returns after the first slice; a small file is mostly read by then. A file
+  /// that is missing, or is not well-formed, leaves the tree empty and a line in the log.
+  void Load();
+
+  /// Whether the file is being read.
+  [[nodiscard]] bool IsLoading() const { return reader_ != nullptr; }
+
+  /// Room for some thirty lines of a usual file.
+  [[nodiscard]] QSize sizeHint() const override;
+
+  /// What was read so far.
+  [[nodiscard]] const XmlTree& Tree() const { return tree_; }
+
+ private:
+  void Connect();
+  void ConnectFind();
+  void ReadOn();
+  void ShowRead(bool all);
+  void EndLoading(bool good);
+  void ShowProgress();
+  void Print();
+  void Preview();
+  void CopyLabel();
+  void LeaveFindBar();
+  void Find(SearchDirection direction, bool stay);
+  void SearchOn();
+  void ShowFound();
+  void NoPrinter();
+  [[nodiscard]] QString Title() const;
+
+  std::unique_ptr<Ui::frmXMLfile> ui_;
+  FileSystem& files_;
+  ModWriteLogFile& log_;
+  UserPrompt& prompt_;
+  std::filesystem::path path_;
+  std::uint64_t fileBytes_ = 0;
+  XmlTree tree_;
+  WidgetXmlTreeModel rows_{tree_, this};
+  std::unique_ptr<XmlTreeReader> reader_;  // while the file is being read
+  QTimer reading_;
+  std::optional<WidgetXmlTreeSearch> search_;
+  QTimer searching_;
+};
+
+}  // namespace fieldpost

@@ -1,0 +1,126 @@
+#include "xml/XmlEncoding.h"
+
+#include <fmt/format.h>
+#include <libxml/encoding.h>
+#include <libxml/globals.h>
+#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
+
+#include <new>
+
+#include "common/Text.h"
+#include "xml/XmlError.h"
+#include "xml/XmlOutputEncoding.h"
+
+namespace fieldpost {
+namespace {
+
+_xmlBuffer* NewBuffer() {
+  xmlBuffer* const buffer = xmlBufferCreate();
+  if (buffer == nullptr) throw std::bad_alloc();
+  return buffer;
+}
+
+void Add(_xmlBuffer* buffer, std::string_view bytes) {
+  if (xmlBufferAdd(buffer, reinterpret_cast<const xmlChar*>(bytes.data()), static_cast<int>(bytes.size())) !=
+      0) {
+    throw std::bad_alloc();
+  }
+}
+
+std::string_view Content(const _xmlBuffer* buffer) {
+  return {reinterpret_cast<const char*>(xmlBufferContent(buffer)),
+          static_cast<std::size_t>(xmlBufferLength(buffer))};
+}
+
+/// Keeps the XML library from writing to standard error what is thrown here.
+class Quiet {
+ public:
+  Quiet() { xmlSetStructuredErrorFunc(nullptr, Ignore); }
+  Quiet(const Quiet&) = delete;
+  Quiet& operator=(const Quiet&) = delete;
+  ~Quiet() { xmlSetStructuredErrorFunc(context_, function_); }
+
+ private:
+  static void Ignore(void*, xmlError*) {}
+
+  xmlStructuredErrorFunc function_ = xmlStructuredError;
+  void* context_ = xmlStructuredErrorContext;
+};
+
+bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+}  // namespace
+
+std::string DeclaredEncoding(std::string_view beginning) {
+  if (!beginning.starts_with("<?xml") || beginning.size() < 6 || !IsBlank(beginning[5])) return {};
+  const std::string_view declaration = beginning.substr(0, beginning.find("?>"));
+  constexpr std::string_view word = "encoding";
+  std::size_t at = declaration.find(word);
+  if (at == std::string_view::npos) return {};
+  at = declaration.find_first_of("\"'", at + word.size());
+  if (at == std::string_view::npos) return {};
+  const std::size_t end = declaration.find(declaration[at], at + 1);
+  if (end == std::string_view::npos) return {};
+  return std::string(declaration.substr(at + 1, end - at - 1));
+}
+
+void XmlEncoding::Free::operator()(_xmlBuffer* buffer) const {
+  xmlBufferFree(buffer);
+}
+
+void XmlEncoding::Close::operator()(_xmlCharEncodingHandler* handler) const {
+  xmlCharEncCloseFunc(handler);
+}
+
+XmlEncoding::XmlEncoding(const std::string& name) : name_(name) {
+  if (name.empty() || EqualNoCase(name, "UTF-8") || EqualNoCase(name, "UTF8")) return;
+  handler_.reset(xmlFindCharEncodingHandler(name.c_str()));
+  if (!handler_) throw XmlError(fmt::format("unknown encoding \"{}\"", Visible(name)));
+  if (!CanBeWrittenInPieces(name)) throw XmlError(fmt::format("cannot write the encoding {}", Visible(name)));
+  in_.reset(NewBuffer());
+  out_.reset(NewBuffer());
+}
+
+std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {
+  if (IsUtf8()) return bytes;
+  xmlBufferEmpty(out_.get());
+  Add(in_.get(), bytes);
+  const Quiet quiet;
+  for (;;) {
+    const int before = xmlBufferLength(in_.get());
+    if (before == 0) break;
+    constexpr int impossible = -2;
+    if (xmlCharEncInFunc(handler_.get(), out_.get(), in_.get()) == impossible) {
+      throw XmlError(fmt::format("the text is not in the encoding {}", Visible(name_)));
+    }
+    if (xmlBufferLength(in_.get()) == before) break;
+  }
+  return Content(out_.get());
+}
+
+bool XmlEncoding::IsCutOff() const {
+  return in_ && xmlBufferLength(in_.get()) > 0;
+}
+
+void XmlEncoding::AppendTo(std::string& target, std::string_view utf8) {
+  if (IsUtf8()) {
+    target.append(utf8);
+    return;
+  }
+  xmlBufferEmpty(in_.get());
+  xmlBufferEmpty(out_.get());
+  Add(in_.get(), utf8);
+  const Quiet quiet;
+  for (int before = xmlBufferLength(in_.get()); before > 0;) {
+    static_cast<void>(xmlCharEncOutFunc(handler_.get(), out_.get(), in_.get()));
+    const int left = xmlBufferLength(in_.get());
+    if (left == before) throw XmlError(fmt::format("cannot write the encoding {}", Visible(name_)));
+    before = left;
+  }
+  target.append(Content(out_.get()));
+}
+
+}  // namespace fieldpost

@@ -1,0 +1,121 @@
+// Which documents a send takes along.
+#include <gmock/gmock.h>
+
+#include "outbox/DocumentMode.h"
+#include "support/SendSite.h"
+
+namespace fieldpost {
+namespace {
+
+namespace fs = std::filesystem;
+using test::SendSite;
+using test::Sent;
+using test::Waiting;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(SendQueuedFaultlogs, CollectsWhatSaysNotSent) {
+  struct Row {
+    const char* name;
+    std::string content;
+    bool waits;
+  };
+  for (const Row& row : {
+           Row{"waiting", std::string(Waiting), true},
+           Row{"sent", std::string(Sent), false},
+           Row{"in other case", "<a Mode='nOT sENT'/>", true},
+           Row{"deep in the text", "<a>" + std::string(200000, 'x') + "Not Sent</a>", true},
+           Row{"across two pieces that are read", "<a>" + std::string(4096 - 6, 'x') + "Not Sent</a>", true},
+           Row{"not XML at all", "not sent", true},
+           Row{"sent, with an entry that says otherwise", "<a Mode='Sent'><b>Not Sent</b></a>", false},
+           Row{"empty", "", false},
+           Row{"nothing said", "<a/>", false},
+       }) {
+    SendSite site;
+    site.Document("a.xml", row.content);
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs()) << row.name;
+    EXPECT_EQ(site.transport.mails.size(), row.waits ? 1U : 0U) << row.name;
+  }
+}
+
+TEST(SendQueuedFaultlogs, LeavesWhatIsTooLargeAndSendsTheOthers) {
+  SendSite site;
+  const fs::path huge = site.Document("a.xml");
+  const fs::path other = site.Document("b.xml");
+  fs::resize_file(huge, MaxDocumentBytes + 1);
+  EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(other));
+  EXPECT_THAT(site.Log(),
+              Contains(HasSubstr("cannot read " + huge.string() + ": larger than 67108864 bytes")));
+
+  fs::resize_file(huge, MaxDocumentBytes);
+  static_cast<void>(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 2U);
+  EXPECT_THAT(site.transport.mails[1].attachments, ElementsAre(huge));
+}
+
+TEST(SendQueuedFaultlogs, SaysOfWhatCannotBeMarkedThatItGoesAgain) {
+  SendSite site;
+  const fs::path broken = site.Document("a.xml", "<a Mode='Not Sent'>");
+  for (const std::size_t mails : {1U, 2U}) {
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+    EXPECT_EQ(site.transport.mails.size(), mails);
+    EXPECT_EQ(test::ReadFile(broken), "<a Mode='Not Sent'>");
+    EXPECT_THAT(site.Log(),
+                Contains(HasSubstr("cannot mark as sent " + broken.string() +
+                                   ": not well-formed; move it away, or every send mails it again"))
+                    .Times(mails));
+  }
+}
+
+TEST(SendQueuedFaultlogs, TakesEachDocumentOnceInOrderOfNames) {
+  SendSite site;
+  const fs::path b = site.Document("b.xml");
+  const fs::path a = site.Document("A.XML");
+  const fs::path elsewhere = site.folder.Write("elsewhere.xml", Waiting);
+  site.program.lists.PendingFiles = {b, elsewhere, site.folder.Path() / "gone.xml"};
+  site.program.lists.Attachments = {"/left/over.xml"};
+  site.program.lists.PackedFiles = {"/left/over.xml"};
+  site.program.settings.NumAttachments = "9";
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(a, b, elsewhere));
+  EXPECT_THAT(site.program.lists.PendingFiles, IsEmpty());
+}
+
+/// A file system on which one file cannot be read.
+class OneUnreadable final : public test::DyingFileSystem {
+ public:
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const fs::path& path) const override {
+    if (path.filename() == "b.xml") throw FileError("cannot read", path, "Input/output error");
+    return DyingFileSystem::OpenForReading(path);
+  }
+};
+
+TEST(SendQueuedFaultlogs, LeavesOutADocumentThatCannotBeReadAndSaysSo) {
+  SendSite site;
+  const fs::path a = site.Document("a.xml");
+  const fs::path b = site.Document("b.xml");
+  OneUnreadable files;
+  FieldpostProgram program({files, site.clock, site.keys, site.transport, site.prompt, site.display},
+                           site.home);
+  program.settings = site.program.settings;
+  EXPECT_FALSE(program.sendLoop.SendQueuedFaultlogs());
+  ASSERT_EQ(site.transport.mails.size(), 1U);
+  EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(a));
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:cannot read " + Utf8FromPath(b) + ": Input/output error",
+                                      "[Mail]:Mail Sent"));
+}
+
+TEST(SendQueuedFaultlogs, SendsNothingWhenNothingWaits) {
+  SendSite site;
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+  EXPECT_THAT(site.transport.mails, IsEmpty());
+  EXPECT_THAT(site.Log(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace fieldpost
