@@ -42,8 +42,8 @@ void DeleteIn(FolderHandle& folder, const std::string& name, DeletionResult& res
 
 bool OneMore(StatusDisplay& display, std::size_t position) {
   display.SetPosition(position);
-  display.LetEventsRun();
-  return !display.StopRequested();
+  display.ProcessEvents();
+  return !display.IsCancelled();
 }
 
 }  // namespace
@@ -82,8 +82,8 @@ void ArchiveDeletion::DeleteProductCode(const FolderHandle& archive, const std::
     const std::unique_ptr<FolderHandle> folder = archive.OpenFolder(productCode);
     for (const std::string& name : folder->ListAllButFolders()) {
       DeleteIn(*folder, name, result);
-      display.LetEventsRun();
-      if (display.StopRequested()) return;
+      display.ProcessEvents();
+      if (display.IsCancelled()) return;
     }
   } catch (const FileError& error) {
     Note(result, error);
@@ -112,11 +112,11 @@ DeletionResult ArchiveDeletion::DeleteProcess(const std::string& productCode, St
 void ArchiveDeletion::DeleteIfProcess(FolderHandle& folder, const std::string& name, DeletionResult& result,
                                       StatusDisplay& display) {
   try {
-    if (!IsProcessMode(reader_.Read(*folder.OpenPlainFile(name), display))) return;
+    if (!IsProcessMode(reader_.Read(*folder.OpenRegularFile(name), display))) return;
   } catch (const FileError&) {
     return;
   }
-  if (!display.StopRequested()) DeleteIn(folder, name, result);
+  if (!display.IsCancelled()) DeleteIn(folder, name, result);
 }
 
 DeletionResult ArchiveDeletion::DeleteSelected(const PathList& paths, StatusDisplay& display) {
@@ -149,7 +149,7 @@ void ArchiveDeletion::RemoveEmptyProductFolders(StatusDisplay& display) {
     } catch (const FileError&) {
       // What cannot be removed stays: an empty folder does no harm.
     }
-    display.LetEventsRun();
+    display.ProcessEvents();
   }
 }
 

@@ -41,17 +41,17 @@ void ArchiveList::Fill(const fs::path& archive, const std::string& productCode, 
   rows_.reserve(names.size());
   display.SetRange(names.size());
   auto next = known.begin();
-  for (std::size_t i = 0; i < names.size() && !display.StopRequested(); ++i) {
+  for (std::size_t i = 0; i < names.size() && !display.IsCancelled(); ++i) {
     AddRow(*folder, std::move(names[i]), next, known.end(), display);
     display.SetPosition(i);
-    display.LetEventsRun();
+    display.ProcessEvents();
   }
 }
 
 /// Names and what is known come in the same order, so one walk over both finds every name again.
 void ArchiveList::AddRow(const FolderHandle& folder, std::string name, Remembered::const_iterator& known,
                          Remembered::const_iterator end, StatusDisplay& display) {
-  const std::optional<FileStamp> stamp = folder.PlainFileStamp(name);
+  const std::optional<FileStamp> stamp = folder.RegularFileStamp(name);
   if (!stamp) return;
   ArchiveRow row{.name = std::move(name), .stamp = *stamp, .mode = NoModeIndicator};
   while (known != end && known->name < row.name) ++known;
@@ -59,14 +59,14 @@ void ArchiveList::AddRow(const FolderHandle& folder, std::string name, Remembere
     row.mode = known->mode;
   } else {
     ReadMode(folder, row, display);
-    if (display.StopRequested()) return;
+    if (display.IsCancelled()) return;
   }
   rows_.push_back(std::move(row));
 }
 
 void ArchiveList::ReadMode(const FolderHandle& folder, ArchiveRow& row, StatusDisplay& display) {
   try {
-    row.mode = ModeWord(reader_.Read(*folder.OpenPlainFile(row.name), display));
+    row.mode = ModeWord(reader_.Read(*folder.OpenRegularFile(row.name), display));
   } catch (const FileError&) {
     row.wasRead = false;
   }

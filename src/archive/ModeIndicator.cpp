@@ -190,8 +190,8 @@ std::optional<std::string> ModeIndicatorReader::Read(FileReader& file, StatusDis
     const bool last = piece.size() < piece_.size();
     if (!pass.Parse(piece, last)) return std::nullopt;
     if (last) return pass.Result();
-    display.LetEventsRun();
-    if (display.StopRequested()) return std::nullopt;
+    display.ProcessEvents();
+    if (display.IsCancelled()) return std::nullopt;
   }
 }
 

@@ -7,13 +7,13 @@ void StatusDisplay::SetStep(std::string_view) {}
 void StatusDisplay::SetLabel(std::string_view) {}
 void StatusDisplay::SetRange(std::size_t) {}
 void StatusDisplay::SetPosition(std::size_t) {}
-void StatusDisplay::LetEventsRun() {}
-bool StatusDisplay::StopRequested() const {
+void StatusDisplay::ProcessEvents() {}
+bool StatusDisplay::IsCancelled() const {
   return false;
 }
 
-void ThrowIfStopRequested(const StatusDisplay& display) {
-  if (display.StopRequested()) throw StepStopped();
+void ThrowIfCancelled(const StatusDisplay& display) {
+  if (display.IsCancelled()) throw Cancelled();
 }
 
 }  // namespace fieldpost

@@ -31,23 +31,23 @@ class StatusDisplay {
   /// Sets how many steps are done.
   virtual void SetPosition(std::size_t done);
 
-  /// Lets pending window events run. Long loops call it after each item; the implementation keeps time, so
-  /// that calling it often costs nothing.
-  virtual void LetEventsRun();
+  /// Processes pending window events. Long loops call it after each item; the implementation keeps time, so
+  /// that frequent calls cost nothing.
+  virtual void ProcessEvents();
 
-  /// Whether the person at the screen wants the step to end. Long loops ask after each item, and end as they
-  /// would after a failure: what was begun is finished or taken back, nothing is lost.
-  [[nodiscard]] virtual bool StopRequested() const;
+  /// Whether the user has cancelled the step. Long loops ask after each item and end as they would after a
+  /// failure: what was begun is finished or rolled back, nothing is lost.
+  [[nodiscard]] virtual bool IsCancelled() const;
 };
 
-/// A step ended because the person at the screen wanted it to; no failure to be told of. It leaves a step's
-/// inner loops as an exception, and goes no further than the step itself.
-class StepStopped : public std::runtime_error {
+/// Thrown by the inner loops of a step that the user cancelled. It is caught by the step itself, and is no
+/// failure to report.
+class Cancelled : public std::runtime_error {
  public:
-  StepStopped() : std::runtime_error("ended by the user") {}
+  Cancelled() : std::runtime_error("ended by the user") {}
 };
 
-/// Throws StepStopped when the person at the screen wants the step to end.
-void ThrowIfStopRequested(const StatusDisplay& display);
+/// Throws Cancelled when the user has cancelled the step.
+void ThrowIfCancelled(const StatusDisplay& display);
 
 }  // namespace fieldpost

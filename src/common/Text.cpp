@@ -97,7 +97,7 @@ std::string_view Trimmed(std::string_view text, std::string_view blanks) {
   return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-std::string Visible(std::string_view text) {
+std::string EscapeControls(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   while (!text.empty()) {

@@ -30,7 +30,7 @@ std::string_view Trimmed(std::string_view text, std::string_view blanks = " \t\r
 
 /// `text` with every byte of a control character, and every byte that is no UTF-8, written as "\xNN", so that
 /// a hostile name can neither break a line, nor steer a terminal, nor be shown as another one.
-std::string Visible(std::string_view text);
+std::string EscapeControls(std::string_view text);
 
 /// The ASCII letters and digits of `text`, in order.
 std::string LettersAndDigits(std::string_view text);

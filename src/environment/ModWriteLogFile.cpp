@@ -21,7 +21,7 @@ constexpr std::size_t LongestLine = 2000;
 /// What a hostile name or setting cannot break, steer or drown.
 std::string Readable(std::string_view line) {
   const bool whole = line.size() <= LongestLine;
-  return Visible(line.substr(0, LongestLine)) + (whole ? "" : " ...");
+  return EscapeControls(line.substr(0, LongestLine)) + (whole ? "" : " ...");
 }
 
 bool IsKnown(std::int16_t category) {

@@ -11,7 +11,7 @@
 
 namespace fieldpost {
 
-std::string RunLock::TryTake(FileSystem& files, const PathList& folders) {
+std::string RunLock::Acquire(FileSystem& files, const PathList& folders) {
   std::vector<std::unique_ptr<FolderLock>> taken;
   std::set<Identity> known = known_;  // one folder may stand in the list under two names
   try {
@@ -22,7 +22,7 @@ std::string RunLock::TryTake(FileSystem& files, const PathList& folders) {
       taken.push_back(files.TryLock(folder));
       if (!taken.back()) {
         return fmt::format("Another run of Fieldpost is working in {}; this one ends without doing anything",
-                           Visible(Utf8FromPath(folder)));
+                           EscapeControls(Utf8FromPath(folder)));
       }
     }
   } catch (const FileError& error) {

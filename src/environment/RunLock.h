@@ -19,7 +19,7 @@ class RunLock {
   /// Takes every folder that exists, or none, besides those that it has already. Empty on success, else one
   /// line that says which folder another run has, or cannot be taken. Two programs that share any folder
   /// exclude each other.
-  [[nodiscard]] std::string TryTake(FileSystem& files, const PathList& folders);
+  [[nodiscard]] std::string Acquire(FileSystem& files, const PathList& folders);
 
  private:
   using Identity = std::pair<std::uint64_t, std::uint64_t>;  // of a folder, by whatever name

@@ -117,7 +117,7 @@ bool CombinedDocument::Publish(std::string_view text) {
     log_.WriteLog(error.what(), LogCategory::Error);
     return false;
   }
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   return true;
 }
 

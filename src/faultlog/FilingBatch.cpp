@@ -119,7 +119,7 @@ std::size_t FilingBatch::Publish(const fs::path& document, std::string_view text
   MakeRoom(journal);
   for (const auto& [temporary, target, content] : journal.staged) {
     files_.Rename(temporary, target);
-    display_.LetEventsRun();
+    display_.ProcessEvents();
   }
   RemoveSources(journal);
   return journal.sources.size();
@@ -219,7 +219,7 @@ void FilingBatch::RemoveSources(const FilingJournal& journal) {
   files_.Flush(folders);
   for (const FilingJournal::Source& source : journal.sources) {
     if (IsWhatWasFiled(source)) files_.Remove(source.path);
-    display_.LetEventsRun();
+    display_.ProcessEvents();
   }
   files_.Flush(folders);
   files_.Remove(JournalPath());
@@ -227,7 +227,7 @@ void FilingBatch::RemoveSources(const FilingJournal& journal) {
 
 bool FilingBatch::IsWhatWasFiled(const FilingJournal::Source& source) const {
   // A file that its device has written anew meanwhile is another one.
-  const std::optional<FileStamp> stamp = files_.PlainFileStamp(source.path);
+  const std::optional<FileStamp> stamp = files_.RegularFileStamp(source.path);
   if (!stamp || source.stamp) return stamp && stamp == source.stamp;
   return HashFile(files_, source.path, display_) == source.content;
 }

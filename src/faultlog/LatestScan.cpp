@@ -23,7 +23,7 @@ constexpr std::size_t LongestName = 255;  // bytes; the limit of the file system
 constexpr std::size_t ManyNamesakes = 8;
 
 std::string ErrorPlace(const fs::path& source) {
-  return fmt::format("[..\\Error\\{}]", Visible(Utf8FromPath(source.filename())));
+  return fmt::format("[..\\Error\\{}]", EscapeControls(Utf8FromPath(source.filename())));
 }
 
 }  // namespace
@@ -148,15 +148,16 @@ void LatestScan::FileAll(StatusDisplay& shown) {
 /// False when what was accepted could not be published.
 bool LatestScan::FileEach(FilingBatch& batch, CombinedDocument& combined, StatusDisplay& shown) {
   for (std::size_t i = 0; i < latestFiles_.size(); ++i) {
-    if (shown.StopRequested()) {
+    if (shown.IsCancelled()) {
       stopped_ = true;
       succeeded_ = false;
       return true;
     }
-    shown.SetLabel(fmt::format("{} {}%", Visible(latestFiles_[i].name), i * 100 / latestFiles_.size()));
+    shown.SetLabel(
+        fmt::format("{} {}%", EscapeControls(latestFiles_[i].name), i * 100 / latestFiles_.size()));
     if (!ProcessFile(latestFiles_[i], batch, combined, shown)) return false;
     shown.SetPosition(i + 1);
-    shown.LetEventsRun();
+    shown.ProcessEvents();
   }
   return true;
 }
@@ -196,7 +197,7 @@ bool LatestScan::ProcessFile(const LatestFile& latest, FilingBatch& batch, Combi
 
 /// Before it is read: memory for it may not be there.
 void LatestScan::RefuseFullArchived(const fs::path& target) const {
-  const std::optional<FileStamp> stamp = files_.PlainFileStamp(target);
+  const std::optional<FileStamp> stamp = files_.RegularFileStamp(target);
   if (!stamp || stamp->size <= ArchivedFile::MaxBytes) return;
   throw FileError(
       "cannot merge into", target,

@@ -64,7 +64,7 @@ std::string Dotted(std::uint32_t address) {
 bool modMailServerPing::PingMailServer(std::string_view hostName, std::string& message) {
   const std::string_view name = Trimmed(hostName, " ");
   if (!hosts_.Start()) return Fail(NetworkNotReady, "WSock32.dll is Not responding!", message);
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   const std::vector<std::uint32_t> addresses = hosts_.Resolve(name);
   if (addresses.empty()) {
     hosts_.Stop();
@@ -72,10 +72,10 @@ bool modMailServerPing::PingMailServer(std::string_view hostName, std::string& m
   }
   // From here on the sockets stay started: each check that gets this far leaves one start behind.
   const std::uint32_t address = addresses.front();
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   SendIcmpEcho(address, Dotted(address), EchoDataSize);
   if (const std::optional<std::string_view> words = WordsOf(lastStatus_)) message = *words;
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   return static_cast<std::int32_t>(lastStatus_) <= 0;
 }
 

@@ -61,7 +61,7 @@ bool MailSettingsCheck::CheckSendSettings() {
   if (text.empty()) return true;
   log_.WriteLog(text, LogCategory::Error);
   if (flags_.ShowMessages) prompt_.ShowMessage(text, MessageIcon::None, "");
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   return false;
 }
 

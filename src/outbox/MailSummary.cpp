@@ -24,7 +24,8 @@ std::string BuildMailSummary(const FileSystem& files, const PathList& attachment
     if (total > std::numeric_limits<std::int32_t>::max()) {
       throw std::overflow_error("the files of one mail are larger than 2147483647 bytes together");
     }
-    names += fmt::format("\r\nFileNumber{}={}", i + 1, Visible(Utf8FromPath(attachments[i].filename())));
+    names +=
+        fmt::format("\r\nFileNumber{}={}", i + 1, EscapeControls(Utf8FromPath(attachments[i].filename())));
     sizes += fmt::format("\r\nFileSize{}={}", i + 1, Trimmed(FormatCharMask(size, "@@@@@@@@.@@@")));
   }
   return fmt::format("{}\r\n\r\n[{} File Size]\r\nTotalFilesize={}{}", names, sendingPpc ? "PPC" : "Faultlog",

@@ -99,10 +99,10 @@ PathList SendLoop::QueuedDocuments() const {
 
 /// False when the document cannot be read; the others go all the same.
 bool SendLoop::CollectIfWaiting(const fs::path& document) {
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   try {
     if (!IsWaitingDocument(files_, document) || WasSent(document)) return true;
-    const std::optional<FileStamp> stamp = files_.PlainFileStamp(document);
+    const std::optional<FileStamp> stamp = files_.RegularFileStamp(document);
     if (stamp && stamp->size > MaxDocumentBytes) throw FileTooLarge(document, MaxDocumentBytes);
     lists_.Attachments.push_back(document);
     return true;
@@ -132,7 +132,7 @@ bool SendLoop::SendPackedData() {
   constexpr std::string_view done = "Mail(s) has been Sent!";
   log_.WriteLog(done, LogCategory::Mail);
   if (flags_.ShowMessages) prompt_.ShowMessage(done, MessageIcon::Information, "");
-  display_.LetEventsRun();
+  display_.ProcessEvents();
   bool whole = true;
   if (flags_.SendingPPC) {
     whole = packaging_.ClearPPCTemp();
@@ -154,8 +154,8 @@ bool SendLoop::SendMail() {
       ShowProgress(fmt::format("Sending mail {}/{}...", number, count), static_cast<std::size_t>(number - 1),
                    static_cast<std::size_t>(count));
       const Mail mail = MailOf(number, count);
-      display_.LetEventsRun();
-      if (display_.StopRequested()) return false;
+      display_.ProcessEvents();
+      if (display_.IsCancelled()) return false;
       if (!(number == count ? SendOneMail(mail, noteSet) : SendOneMail(mail, noteNothing))) return false;
     }
     ShowProgress("All mails sent", static_cast<std::size_t>(count), static_cast<std::size_t>(count));
@@ -184,7 +184,7 @@ void SendLoop::ShowProblem(std::string_view problem) {
 
 bool SendLoop::SendOneMail(const Mail& mail, const std::function<void()>& accepted) {
   const bool sent = transport_.Send(Server(), mail, accepted);
-  if (transport_.WasStopped()) return false;
+  if (transport_.WasCancelled()) return false;
   const std::string status = transport_.StatusText();
   log_.WriteLog(status, LogCategory::Mail);
   if (!sent) ShowProblem(status);
@@ -213,7 +213,8 @@ PathList SendLoop::FilesOfMail(int number) const {
     if (files_.IsFile(file)) {
       present.push_back(file);
     } else {
-      log_.WriteLog(fmt::format("File not found ({})", Visible(Utf8FromPath(file))), LogCategory::Error);
+      log_.WriteLog(fmt::format("File not found ({})", EscapeControls(Utf8FromPath(file))),
+                    LogCategory::Error);
     }
   }
   return present;
@@ -272,7 +273,7 @@ PathList SendLoop::DocumentsInHand() const {
 bool SendLoop::Mark(const PathList& documents) {
   const MarkingResult marking = MarkDocuments(files_, documents, [&](std::size_t done) {
     ShowProgress("Marking what was sent...", done, documents.size());
-    display_.LetEventsRun();
+    display_.ProcessEvents();
   });
   for (const std::string& line : marking.unmarkable) log_.WriteLog(line, LogCategory::Error);
   for (const std::string& line : marking.failures) log_.WriteLog(line, LogCategory::Error);

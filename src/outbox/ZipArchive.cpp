@@ -89,8 +89,8 @@ class FileSource {
   }
 
   zip_int64_t Read(std::span<char> buffer) {
-    packing_.display.LetEventsRun();
-    if (!packing_.display.StopRequested()) return static_cast<zip_int64_t>(reader_->Read(buffer));
+    packing_.display.ProcessEvents();
+    if (!packing_.display.IsCancelled()) return static_cast<zip_int64_t>(reader_->Read(buffer));
     ::zip_error_set(&error_, ZIP_ER_CANCELLED, 0);
     return -1;
   }

@@ -11,7 +11,7 @@ ContentHash HashFile(const FileSystem& files, const std::filesystem::path& path,
   std::array<char, 65536> buffer{};
   while (const std::size_t got = reader->Read(buffer)) {
     hasher.Add({buffer.data(), got});
-    display.LetEventsRun();
+    display.ProcessEvents();
   }
   return hasher.Hash();
 }

@@ -14,7 +14,7 @@ constexpr std::string_view TemporaryEnding = ".fieldpost-new";
 
 FileError::FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason,
                      int number)
-    : std::runtime_error(std::string(action) + " " + Visible(Utf8FromPath(path)) + ": " +
+    : std::runtime_error(std::string(action) + " " + EscapeControls(Utf8FromPath(path)) + ": " +
                          std::string(reason)),
       number_(number) {}
 

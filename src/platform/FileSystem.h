@@ -96,10 +96,10 @@ class FolderHandle {
   [[nodiscard]] virtual bool Exists(const std::string& name) const = 0;
 
   /// The stamp of a plain file; empty when there is none of that name.
-  [[nodiscard]] virtual std::optional<FileStamp> PlainFileStamp(const std::string& name) const = 0;
+  [[nodiscard]] virtual std::optional<FileStamp> RegularFileStamp(const std::string& name) const = 0;
 
   /// Opens a plain file for reading from front to back; anything else is refused.
-  [[nodiscard]] virtual std::unique_ptr<FileReader> OpenPlainFile(const std::string& name) const = 0;
+  [[nodiscard]] virtual std::unique_ptr<FileReader> OpenRegularFile(const std::string& name) const = 0;
 
   /// Opens a folder in it.
   [[nodiscard]] virtual std::unique_ptr<FolderHandle> OpenFolder(const std::string& name) const = 0;
@@ -141,7 +141,8 @@ class FileSystem {
   [[nodiscard]] virtual FileStamp Stamp(const std::filesystem::path& path) const = 0;
 
   /// The stamp of a plain file (a link is none); empty when there is no plain file of that name.
-  [[nodiscard]] virtual std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const = 0;
+  [[nodiscard]] virtual std::optional<FileStamp> RegularFileStamp(
+      const std::filesystem::path& path) const = 0;
 
   /// Names of the plain files in a folder that end in `ending`, compared without regard to the case of ASCII
   /// letters, in the order of their bytes. Links, pipes, devices and folders are left out.
@@ -247,7 +248,7 @@ class DiskFileSystem final : public FileSystem {
   [[nodiscard]] bool IsFolder(const std::filesystem::path& path) const override;
   [[nodiscard]] bool Exists(const std::filesystem::path& path) const override;
   [[nodiscard]] FileStamp Stamp(const std::filesystem::path& path) const override;
-  [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const override;
+  [[nodiscard]] std::optional<FileStamp> RegularFileStamp(const std::filesystem::path& path) const override;
   [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                    std::string_view ending) const override;
   [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const override;

@@ -23,7 +23,7 @@ using posix::StampOf;
 namespace {
 
 /// O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
-Descriptor OpenPlainFile(const fs::path& path) {
+Descriptor OpenRegularFile(const fs::path& path) {
   return Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open");
 }
 
@@ -113,7 +113,7 @@ FileStamp DiskFileSystem::Stamp(const fs::path& path) const {
   return StampOf(state);
 }
 
-std::optional<FileStamp> DiskFileSystem::PlainFileStamp(const fs::path& path) const {
+std::optional<FileStamp> DiskFileSystem::RegularFileStamp(const fs::path& path) const {
   struct stat state {};
   if (::lstat(path.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) return std::nullopt;
   return StampOf(state);
@@ -128,11 +128,11 @@ std::unique_ptr<FolderHandle> DiskFileSystem::OpenFolder(const fs::path& path) c
 }
 
 std::string DiskFileSystem::ReadWhole(const fs::path& path, std::uint64_t maxBytes) const {
-  return ReadPlainFile(OpenPlainFile(path), path, maxBytes).bytes;
+  return ReadPlainFile(OpenRegularFile(path), path, maxBytes).bytes;
 }
 
 std::string DiskFileSystem::ReadOwn(const fs::path& path, std::uint64_t maxBytes) const {
-  const Descriptor file = OpenPlainFile(path);
+  const Descriptor file = OpenRegularFile(path);
   const struct stat state = StateOfPlainFile(file, path, "cannot read");
   if (state.st_uid != ::geteuid() && state.st_uid != OwnerOfFolder(path.parent_path())) {
     throw FileError("cannot follow", path,
@@ -143,7 +143,7 @@ std::string DiskFileSystem::ReadOwn(const fs::path& path, std::uint64_t maxBytes
 }
 
 std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, std::uint64_t maxBytes) const {
-  const Descriptor file = OpenPlainFile(path);
+  const Descriptor file = OpenRegularFile(path);
   // A read lease is refused with EAGAIN while anybody has the file open for writing (fcntl(2)); any other
   // refusal says nothing about writers. It ends when the file is closed.
   if (::fcntl(file.Number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN) return std::nullopt;
@@ -151,7 +151,7 @@ std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, st
 }
 
 std::unique_ptr<FileReader> DiskFileSystem::OpenForReading(const fs::path& path) const {
-  Descriptor file = OpenPlainFile(path);
+  Descriptor file = OpenRegularFile(path);
   StateOfPlainFile(file, path, "cannot read");
   return posix::ReaderOf(std::move(file), path);
 }
@@ -256,7 +256,7 @@ std::unique_ptr<FolderLock> DiskFileSystem::TryLock(const fs::path& folder) {
 bool DiskFileSystem::KeepToOwner(const fs::path& path) {
   constexpr mode_t ofOthers = 077;
   if (!IsFile(path)) return false;
-  const Descriptor file = OpenPlainFile(path);
+  const Descriptor file = OpenRegularFile(path);
   const struct stat state = StateOfPlainFile(file, path, "cannot look at");
   if ((state.st_mode & ofOthers) == 0) return false;
   if (::fchmod(file.Number(), state.st_mode & 0700U) != 0) Fail("cannot set the permissions of", path);

@@ -46,13 +46,13 @@ class DescriptorFolder final : public FolderHandle {
 
   [[nodiscard]] bool Exists(const std::string& name) const override { return Look(name).has_value(); }
 
-  [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::string& name) const override {
+  [[nodiscard]] std::optional<FileStamp> RegularFileStamp(const std::string& name) const override {
     const std::optional<struct stat> state = Look(name);
     if (!state || !S_ISREG(state->st_mode)) return std::nullopt;
     return StampOf(*state);
   }
 
-  [[nodiscard]] std::unique_ptr<FileReader> OpenPlainFile(const std::string& name) const override {
+  [[nodiscard]] std::unique_ptr<FileReader> OpenRegularFile(const std::string& name) const override {
     RequirePlainName(name);
     // O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
     Descriptor file = OpenIn(folder_, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open", PathOf(name));
@@ -78,7 +78,8 @@ class DescriptorFolder final : public FolderHandle {
   void RequirePlainName(std::string_view name) const {
     const bool plain = !name.empty() && !IsDots(name) &&
                        name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
-    if (!plain) throw FileError("cannot look into", path_, "\"" + Visible(name) + "\" is no plain name");
+    if (!plain)
+      throw FileError("cannot look into", path_, "\"" + EscapeControls(name) + "\" is no plain name");
   }
 
   [[nodiscard]] std::optional<struct stat> Look(const std::string& name) const {

@@ -293,7 +293,7 @@ std::uint32_t SystemIcmpEcho::Send(const EchoRequest& request, StatusDisplay& di
     const SteadyTime now = std::chrono::steady_clock::now();
     if (now >= end) return echo_status::TimedOut;
     if (now < eventsDue) continue;
-    display.LetEventsRun();
+    display.ProcessEvents();
     eventsDue = now + Turn;
   }
 }

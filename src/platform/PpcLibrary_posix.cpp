@@ -38,12 +38,12 @@ PpcLibrary::State PpcLibrary::Load() {
   if (!library_) {
     const char* const error = ::dlerror();
     if (!file_.has_parent_path() && SaysMissing(error, file_.native())) return State::Missing;
-    problem_ = "cannot load the PPC database library: " + Visible(error);
+    problem_ = "cannot load the PPC database library: " + EscapeControls(error);
     return State::Unusable;
   }
   routine_ = reinterpret_cast<Routine>(::dlsym(library_.get(), "PPCDBArchive"));
   if (routine_ != nullptr) return State::Ready;
-  problem_ = "no routine PPCDBArchive in " + Visible(Utf8FromPath(file_));
+  problem_ = "no routine PPCDBArchive in " + EscapeControls(Utf8FromPath(file_));
   library_.reset();
   return State::Unusable;
 }

@@ -65,7 +65,7 @@ KeyStatus KeyStatusOf(const SqliteError& error) {
 
 std::string ReasonFor(const SqliteError& error) {
   // SQLite quotes what it found in the file.
-  const std::string description = Visible(error.what());
+  const std::string description = EscapeControls(error.what());
   switch (KeyStatusOf(error)) {
     case KeyBusy:
       return "another program has been using it for too long";
@@ -157,7 +157,7 @@ void SqliteKeyFile::CheckVersion() {
   SqliteStatement check(database_.get(), "PRAGMA quick_check(1)");
   check.Step();
   if (check.Bytes(0) != "ok") {
-    throw KeyCallFailed(KeyStoreDamaged, "the file is damaged (" + Visible(check.Bytes(0)) + ")");
+    throw KeyCallFailed(KeyStoreDamaged, "the file is damaged (" + EscapeControls(check.Bytes(0)) + ")");
   }
   ready_ = true;
 }

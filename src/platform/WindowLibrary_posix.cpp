@@ -19,9 +19,9 @@ WindowLibrary::WindowLibrary(std::filesystem::path file) : file_(std::move(file)
 
 std::string WindowLibrary::Load() {
   void* const library = ::dlopen(file_.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (library == nullptr) return "cannot load the program's windows: " + Visible(::dlerror());
+  if (library == nullptr) return "cannot load the program's windows: " + EscapeControls(::dlerror());
   run_ = reinterpret_cast<Routine>(::dlsym(library, "FieldpostWindow"));
-  if (run_ == nullptr) return "no windows of the program in " + Visible(Utf8FromPath(file_));
+  if (run_ == nullptr) return "no windows of the program in " + EscapeControls(Utf8FromPath(file_));
   return {};
 }
 

@@ -54,8 +54,8 @@ class ShownEntries final : public PpcEntrySink {
   void EndEntry() override {
     next_.EndEntry();
     display_.SetPosition(number_);
-    display_.LetEventsRun();
-    ThrowIfStopRequested(display_);
+    display_.ProcessEvents();
+    ThrowIfCancelled(display_);
   }
   void FoundArchiveDate(std::string_view xml) override { next_.FoundArchiveDate(xml); }
 
@@ -124,7 +124,7 @@ bool PPCAttachments::MakeFiles(Audience audience, StatusDisplay& display) {
     if (Extract(audience, display) == 0) TellEmpty(audience);
     files_.Remove(database_.ExportFile());
     return true;
-  } catch (const StepStopped&) {
+  } catch (const Cancelled&) {
     return false;
   } catch (const std::exception& error) {
     TellFault(audience, error.what());

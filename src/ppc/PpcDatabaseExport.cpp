@@ -78,7 +78,7 @@ void WriteExport(FileSystem& files, const std::vector<fs::path>& database, const
     try {
       ScanPpcFile(files, file, target, display);
     } catch (const XmlError& error) {
-      throw PpcError(fmt::format("{}: {}", Visible(Utf8FromPath(file)), error.what()));
+      throw PpcError(fmt::format("{}: {}", EscapeControls(Utf8FromPath(file)), error.what()));
     }
   }
   target.Finish();

@@ -115,14 +115,14 @@ void PpcDocuments::Publish(PathList& published, StatusDisplay& display) {
   if (documents_.empty()) return;
   for (Document& document : documents_) {
     if (!document.hasDate && !archiveDate_.empty()) PutDateInto(document);
-    display.LetEventsRun();
+    display.ProcessEvents();
   }
   const std::array folder{folder_};
   files_.Flush(folder);
   for (const Document& document : documents_) {
     files_.Rename(TemporaryNameFor(document.path), document.path);
     published.push_back(document.path);
-    display.LetEventsRun();
+    display.ProcessEvents();
   }
   documents_.clear();
   files_.Flush(folder);

@@ -84,8 +84,8 @@ class Scan {
       RefuseExcess();
       ThrowFault();
       HandOver();
-      display_.LetEventsRun();
-      ThrowIfStopRequested(display_);
+      display_.ProcessEvents();
+      ThrowIfCancelled(display_);
       if (piece.empty()) break;
     }
     if (parser_->wellFormed != 1 || parser_->nsWellFormed != 1) throw XmlError("not well-formed");
@@ -139,8 +139,9 @@ class Scan {
     if (!scan->fault_.empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
     // The library has but one message for a document that goes on too long and for one that is cut off.
     const bool cutOff = error->code == XML_ERR_DOCUMENT_END && scan->depth_ > 0;
-    scan->fault_ = fmt::format("line {}: {}", error->line,
-                               cutOff ? "the document ends too early" : Visible(Trimmed(error->message)));
+    scan->fault_ =
+        fmt::format("line {}: {}", error->line,
+                    cutOff ? "the document ends too early" : EscapeControls(Trimmed(error->message)));
   }
 
   void NeedDocument() {

@@ -35,7 +35,7 @@ class PpcEntrySink {
 /// Memory stays flat, however large the file or an entry in it is. Nothing outside the file is ever opened;
 /// only a file of at most MaxExpandedBytes may use entities of its own, which are then replaced by what they
 /// stand for. Throws XmlError with the parser's reason when the file is not well-formed, which may be noticed
-/// only after entries were handed over; FileError; what the sink throws; and StepStopped when the
+/// only after entries were handed over; FileError; what the sink throws; and Cancelled when the
 /// person at the screen wants the end. Lets window events run.
 void ScanPpcFile(const FileSystem& files, const std::filesystem::path& path, PpcEntrySink& sink,
                  StatusDisplay& display);

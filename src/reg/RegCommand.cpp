@@ -44,7 +44,7 @@ class RegError : public std::runtime_error {
 };
 
 std::string Shown(std::string_view valueName) {
-  return valueName.empty() ? "the default value" : fmt::format("the value \"{}\"", Visible(valueName));
+  return valueName.empty() ? "the default value" : fmt::format("the value \"{}\"", EscapeControls(valueName));
 }
 
 std::string TypeName(std::uint32_t type) {
@@ -92,7 +92,7 @@ std::string NumberBytes(const std::string& text) {
   const bool fits = number >= (hex ? 0 : std::numeric_limits<std::int32_t>::min()) &&
                     number <= std::numeric_limits<std::uint32_t>::max();
   if (error != std::errc() || end != digits.data() + digits.size() || !fits) {
-    throw RegError(fmt::format("\"{}\" is no 32-bit number", Visible(text)), RegWrongCommandLine);
+    throw RegError(fmt::format("\"{}\" is no 32-bit number", EscapeControls(text)), RegWrongCommandLine);
   }
   std::string bytes;
   for (auto rest = static_cast<std::uint32_t>(number); bytes.size() < 4; rest >>= 8U) {
@@ -169,10 +169,12 @@ class RegCommand {
     Expect(keys_.ListSubkeys(key, subkeys));
     out_ << FullName(key_) << '\n';
     for (const NamedKeyData& value : values) {
-      out_ << fmt::format("    {}    {}    {}\n", value.name.empty() ? "(Default)" : Visible(value.name),
-                          TypeName(value.data.type), Visible(DataText(value.data)));
+      out_ << fmt::format("    {}    {}    {}\n",
+                          value.name.empty() ? "(Default)" : EscapeControls(value.name),
+                          TypeName(value.data.type), EscapeControls(DataText(value.data)));
     }
-    for (const std::string& subkey : subkeys) out_ << FullName(key_) << '\\' << Visible(subkey) << '\n';
+    for (const std::string& subkey : subkeys)
+      out_ << FullName(key_) << '\\' << EscapeControls(subkey) << '\n';
   }
 
   void Expect(KeyStatus status) const {
@@ -184,7 +186,7 @@ class RegCommand {
 
   void ExpectValue(KeyStatus status) const {
     if (status != KeyMissing) return Expect(status);
-    throw RegError(fmt::format("{} has not {}", Visible(FullName(key_)), Shown(request_.ValueName())));
+    throw RegError(fmt::format("{} has not {}", EscapeControls(FullName(key_)), Shown(request_.ValueName())));
   }
 
   /// Names the nearest key above that exists, and what it holds: most often a part is just spelt wrongly.
@@ -197,9 +199,10 @@ class RegCommand {
                                                                            : above.name.find_last_of('\\'));
     } while (!above.name.empty() && opened.Open(above.root, above.name, KeyReadAccess) != KeyOk);
     static_cast<void>(keys_.ListSubkeys(above.name.empty() ? above.root : opened.Handle(), subkeys));
-    std::string text = "no such key: " + Visible(FullName(key_)) + "\n" + Visible(FullName(above));
+    std::string text =
+        "no such key: " + EscapeControls(FullName(key_)) + "\n" + EscapeControls(FullName(above));
     if (subkeys.empty()) return text + " has no subkeys";
-    return text + " has: " + Visible(fmt::format("{}", fmt::join(subkeys, ", ")));
+    return text + " has: " + EscapeControls(fmt::format("{}", fmt::join(subkeys, ", ")));
   }
 
   const RegRequest& request_;

@@ -65,10 +65,10 @@ std::string FullName(const RegKeyName& key) {
 std::string WhyNoKeyName(std::string_view text) {
   const bool hasSeparator = text.find_first_of("\\/") != std::string_view::npos;
   if (!hasSeparator && BeginsWithRoot(text)) {
-    return "\"" + Visible(text) +
+    return "\"" + EscapeControls(text) +
            "\" has lost its backslashes: put the key in single quotes, 'HKLM\\SOFTWARE\\...'";
   }
-  return "\"" + Visible(text) +
+  return "\"" + EscapeControls(text) +
          "\" does not begin with a root: HKLM, HKCU, HKCR, HKU or HKCC, as in 'HKLM\\SOFTWARE\\...'";
 }
 

@@ -64,7 +64,7 @@ InteractiveSend::InteractiveSend(FieldpostProgram& program, PpcCollectionWindow 
     : program_(program), ppcWindow_(std::move(ppcWindow)) {}
 
 bool InteractiveSend::Run() {
-  program_.ports.display.LetEventsRun();
+  program_.ports.display.ProcessEvents();
   const bool faultlogs = EqualNoCase(program_.settings.SendFault, "true");
   const bool ppc = EqualNoCase(program_.settings.SendPPC, "true");
   if (!faultlogs && !ppc) {
@@ -85,9 +85,9 @@ bool InteractiveSend::Run() {
 bool InteractiveSend::SendChosen(bool faultlogs, bool ppc) {
   const bool faultlogsSent = !faultlogs || Do(&InteractiveSend::SendFaultlogs);
   if (faultlogs && program_.lists.LatestFolderList.empty()) return false;
-  const bool ppcSent = !ppc || (!StopRequested() && Do(&InteractiveSend::SendPpcData));
+  const bool ppcSent = !ppc || (!IsCancelled() && Do(&InteractiveSend::SendPpcData));
   const bool whole = faultlogsSent && ppcSent;
-  if (!whole && StopRequested()) {
+  if (!whole && IsCancelled()) {
     program_.log.WriteLog("Ended by the user; what was not sent is left for the next send",
                           LogCategory::Error);
   }
@@ -106,7 +106,7 @@ bool InteractiveSend::Do(bool (InteractiveSend::*half)()) {
 bool InteractiveSend::SendFaultlogs() {
   StatusDisplay& display = program_.ports.display;
   display.SetStep("Process faultlogger data...");
-  display.LetEventsRun();
+  display.ProcessEvents();
   if (!ProcessFaultlogData()) return false;
   display.SetStep("Collecting unsent files...");
   if (!CollectUnsentFiles()) return false;
@@ -130,7 +130,7 @@ bool InteractiveSend::ProcessFaultlogData() {
 
 bool InteractiveSend::AskForLatestFolder() {
   program_.ports.prompt.ShowOptions(OptionsPage::Folders);
-  program_.ports.display.LetEventsRun();
+  program_.ports.display.ProcessEvents();
   program_.ports.prompt.ShowMessage("Add latest path             ", MessageIcon::Information, "");
   return false;
 }
@@ -159,16 +159,16 @@ bool InteractiveSend::CollectUnsent(const fs::path& folder) {
   StatusDisplay& display = program_.ports.display;
   const std::vector<std::string> names = files.ListFiles(folder, ".xml");
   display.SetRange(names.size());
-  for (std::size_t i = 0; i < names.size() && !StopRequested(); ++i) {
+  for (std::size_t i = 0; i < names.size() && !IsCancelled(); ++i) {
     const fs::path document = folder / PathFromUtf8(names[i]);
     if (IsWaitingDocument(files, document, LinesThatTell) && !program_.sendLoop.WasSent(document)) {
       program_.lists.Attachments.push_back(document);
     }
-    display.SetLabel(fmt::format("{} {}%", Visible(names[i]), (i + 1) * 100 / names.size()));
+    display.SetLabel(fmt::format("{} {}%", EscapeControls(names[i]), (i + 1) * 100 / names.size()));
     display.SetPosition(i + 1);
-    display.LetEventsRun();
+    display.ProcessEvents();
   }
-  return !StopRequested();
+  return !IsCancelled();
 }
 
 bool InteractiveSend::SendPpcData() {
@@ -176,7 +176,7 @@ bool InteractiveSend::SendPpcData() {
   lists.PendingFiles.clear();
   program_.flags.SendingPPC = true;
   program_.ports.display.SetStep("Process PPC Data...");
-  program_.ports.display.LetEventsRun();
+  program_.ports.display.ProcessEvents();
   const bool zip = EqualNoCase(program_.settings.UseZip, "true");
   if (!CollectPpcData(zip)) return false;
   if (lists.Attachments.empty()) return true;

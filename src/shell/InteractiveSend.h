@@ -48,7 +48,7 @@ class InteractiveSend {
   bool PackPpcDocuments();
   bool Refuse(std::string_view reason);
   bool ShowError(std::string_view text);
-  [[nodiscard]] bool StopRequested() const { return program_.ports.display.StopRequested(); }
+  [[nodiscard]] bool IsCancelled() const { return program_.ports.display.IsCancelled(); }
 
   FieldpostProgram& program_;
   PpcCollectionWindow ppcWindow_;

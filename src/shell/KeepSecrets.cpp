@@ -18,7 +18,7 @@ void KeepSecrets(const Ports& ports, const MailSettingsStore& settings, ModWrite
       log.WriteLog(
           fmt::format("{} was open to others; it is kept to its owner now. If somebody may have read "
                       "it, change the mail password",
-                      Visible(Utf8FromPath(file))),
+                      EscapeControls(Utf8FromPath(file))),
           LogCategory::Error);
     } catch (const FileError& error) {
       log.WriteLog(error.what(), LogCategory::Error);

@@ -6,7 +6,7 @@ namespace fieldpost {
 namespace {
 
 bool Holds(const FileSystem& files, const std::filesystem::path& file, std::string_view bytes) {
-  const std::optional<FileStamp> stamp = files.PlainFileStamp(file);
+  const std::optional<FileStamp> stamp = files.RegularFileStamp(file);
   return stamp && stamp->size == bytes.size() && files.ReadWhole(file, bytes.size()) == bytes;
 }
 

@@ -11,7 +11,7 @@ std::string RunPreparation::Prepare(EmptyLatestList empty) {
   if (!problem.empty()) return problem;
   // Two first starts at once would write the same settings.
   const PathList own{program_.paths.OwnFolder()};
-  problem = lock_.TryTake(program_.ports.files, own);
+  problem = lock_.Acquire(program_.ports.files, own);
   if (!problem.empty()) {
     MakeLogFolder();
     return problem;
@@ -23,7 +23,7 @@ std::string RunPreparation::Prepare(EmptyLatestList empty) {
   folders.push_back(PathFromUtf8(program_.settings.ArchiveFolder));
   folders.push_back(PathFromUtf8(program_.settings.ProcessFolder));
   folders.push_back(program_.paths.FaultlogFolder("PPCTemp"));
-  return lock_.TryTake(program_.ports.files, folders);
+  return lock_.Acquire(program_.ports.files, folders);
 }
 
 /// The run that is refused may be faster than the first start of all, which makes the folders.

@@ -33,7 +33,7 @@ std::string FaultOf(const Checked& checked) {
   const bool plain = std::all_of(checked.text.begin(), checked.text.end(), IsPlain);
   if (plain && checked.text.find_first_of(checked.forbidden) == std::string_view::npos) return {};
   return fmt::format("{} holds a character that does not belong there: {}", checked.title,
-                     Visible(WellFormedUtf8(checked.text)));
+                     EscapeControls(WellFormedUtf8(checked.text)));
 }
 
 /// Whether an address can stand in a header as it is: quotes, comments and groups would give it another

@@ -12,7 +12,7 @@ namespace fieldpost {
 namespace {
 
 std::string OneLine(std::string_view text) {
-  return Visible(WellFormedUtf8(text));
+  return EscapeControls(WellFormedUtf8(text));
 }
 
 /// `text` is printable already, and so must be the password that is looked for in it.

@@ -61,7 +61,7 @@ class MailTransport {
 
   /// Whether the last mail was not sent because the person at the screen wanted the end. The server has then
   /// surely not accepted it.
-  [[nodiscard]] virtual bool WasStopped() const { return false; }
+  [[nodiscard]] virtual bool WasCancelled() const { return false; }
 };
 
 }  // namespace fieldpost

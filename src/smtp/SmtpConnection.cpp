@@ -59,14 +59,14 @@ SmtpConnection::SmtpConnection(const MailServer& server, const SmtpLimits& limit
       easy_(::curl_easy_init()),
       lastProgress_(clock.Steady()),
       replyBegun_(lastProgress_) {
-  if (!multi_ || !easy_) throw SmtpFault(CURLE_OUT_OF_MEMORY, "out of memory", false);
+  if (!multi_ || !easy_) throw SmtpError(CURLE_OUT_OF_MEMORY, "out of memory", false);
   SetUp();
   SetUpTls();
   SetUpCallbacks();
   ::curl_multi_add_handle(multi_.get(), easy_.get());
   try {
     Open();
-  } catch (const SmtpFault&) {
+  } catch (const SmtpError&) {
     ::curl_multi_remove_handle(multi_.get(), easy_.get());
     throw;
   }
@@ -79,7 +79,7 @@ SmtpConnection::~SmtpConnection() {
 template <typename Value>
 void SmtpConnection::Set(CURLoption option, Value value) {
   const CURLcode code = ::curl_easy_setopt(easy_.get(), option, value);
-  if (code != CURLE_OK) throw SmtpFault(code, ::curl_easy_strerror(code), false);
+  if (code != CURLE_OK) throw SmtpError(code, ::curl_easy_strerror(code), false);
 }
 
 void SmtpConnection::SetUp() {
@@ -127,8 +127,8 @@ void SmtpConnection::Open() {
   for (;;) {
     int running = 0;
     const CURLMcode state = ::curl_multi_perform(multi_.get(), &running);
-    if (login_.Fault()) throw SmtpFault(*login_.Fault());
-    if (state != CURLM_OK) throw SmtpFault(CURLE_FAILED_INIT, ::curl_multi_strerror(state));
+    if (login_.Fault()) throw SmtpError(*login_.Fault());
+    if (state != CURLM_OK) throw SmtpError(CURLE_FAILED_INIT, ::curl_multi_strerror(state));
     if (const std::optional<CURLcode> result = Result()) {
       if (*result != CURLE_OK) throw FaultOf(*result);
       break;
@@ -170,7 +170,7 @@ void SmtpConnection::NoteProgress() {
 }
 
 void SmtpConnection::Wait(short events, Seconds limit) {
-  if (handingOver_ && StopRequested()) limit = std::min(limit, timeout_);
+  if (handingOver_ && IsCancelled()) limit = std::min(limit, timeout_);
   if (clock_.Steady() - lastProgress_ >= limit) throw Silence(limit);
   TakeTurn();
   curl_waitfd extra{.fd = socket_, .events = events, .revents = 0};
@@ -179,9 +179,9 @@ void SmtpConnection::Wait(short events, Seconds limit) {
 }
 
 void SmtpConnection::TakeTurn() {
-  display_.LetEventsRun();
-  if (handingOver_ || !StopRequested()) return;
-  throw SmtpFault(StoppedByUser, StepStopped().what(), false);
+  display_.ProcessEvents();
+  if (handingOver_ || !IsCancelled()) return;
+  throw SmtpError(CancelledByUser, Cancelled().what(), false);
 }
 
 void SmtpConnection::Send(std::string_view bytes) {
@@ -202,9 +202,9 @@ void SmtpConnection::Send(std::string_view bytes) {
 
 /// A server that says a line now and then would never seem to stand still.
 void SmtpConnection::CheckDragging(Seconds limit) const {
-  if (handingOver_ && StopRequested()) limit = std::min(limit, limits_.wholeReply * timeout_);
+  if (handingOver_ && IsCancelled()) limit = std::min(limit, limits_.wholeReply * timeout_);
   if (clock_.Steady() - replyBegun_ < limit || lastProgress_ == replyBegun_) return;
-  throw SmtpFault(CURLE_OPERATION_TIMEDOUT,
+  throw SmtpError(CURLE_OPERATION_TIMEDOUT,
                   fmt::format("the server's answer was not whole after {} seconds", limit.count()));
 }
 
@@ -221,8 +221,8 @@ SmtpReply SmtpConnection::AwaitReply(std::optional<Seconds> limit) {
 void SmtpConnection::ExpectSilence() {
   Receive();
   if (const std::optional<SmtpReply> reply = TakeReply()) {
-    if (reply->code >= 400) throw SmtpFault(CURLE_SEND_ERROR, reply->text);
-    throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "the server answered out of turn: " + reply->text);
+    if (reply->code >= 400) throw SmtpError(CURLE_SEND_ERROR, reply->text);
+    throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server answered out of turn: " + reply->text);
   }
   if (closed_ || !input_.empty() || replies_.IsWithinReply()) throw Broken();
 }
@@ -231,7 +231,7 @@ void SmtpConnection::Quit() {
   try {
     Send("QUIT\r\n");
     AwaitReply(limits_.farewell);
-  } catch (const SmtpFault&) {
+  } catch (const SmtpError&) {
   }
 }
 
@@ -253,7 +253,7 @@ std::optional<std::string> SmtpConnection::TakeLine() {
   const std::size_t end = input_.find('\n');
   if (end == std::string::npos) {
     if (input_.size() > LongestLine)
-      throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "the server's line has no end");
+      throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's line has no end");
     return std::nullopt;
   }
   std::string line(WithoutLineEnd({input_.data(), end + 1}));
@@ -270,23 +270,23 @@ std::optional<SmtpReply> SmtpConnection::TakeReply() {
 }
 
 /// The connection is gone. What the server said before it went tells more than that.
-SmtpFault SmtpConnection::Broken() {
+SmtpError SmtpConnection::Broken() {
   while (!closed_ && input_.size() < LongestLine && Receive()) {
   }
   if (const std::optional<SmtpReply> reply = TakeReply()) return {CURLE_SEND_ERROR, reply->text};
   return Gone(CURLE_RECV_ERROR);
 }
 
-SmtpFault SmtpConnection::Gone(CURLcode code) const {
+SmtpError SmtpConnection::Gone(CURLcode code) const {
   return {code, fmt::format("the connection to {} broke off", server_.server)};
 }
 
-SmtpFault SmtpConnection::Silence(Seconds limit) const {
+SmtpError SmtpConnection::Silence(Seconds limit) const {
   return {CURLE_OPERATION_TIMEDOUT, fmt::format("no answer from the server for {} second{}", limit.count(),
                                                 limit.count() == 1 ? "" : "s")};
 }
 
-SmtpFault SmtpConnection::FaultOf(CURLcode code) const {
+SmtpError SmtpConnection::FaultOf(CURLcode code) const {
   const SmtpReply& reply = login_.LastReply();
   long systemError = 0;
   ::curl_easy_getinfo(easy_.get(), CURLINFO_OS_ERRNO, &systemError);
@@ -305,10 +305,11 @@ SmtpFault SmtpConnection::FaultOf(CURLcode code) const {
     case CURLE_PEER_FAILED_VERIFICATION:
       return {code, CertificateFault()};
     case CURLE_SSL_CACERT_BADFILE:
-      return {code, "the file of trusted certificates cannot be read: " + Visible(server_.tlsCaFile), false};
+      return {code, "the file of trusted certificates cannot be read: " + EscapeControls(server_.tlsCaFile),
+              false};
     case CURLE_SSL_CONNECT_ERROR:
       return {code, fmt::format("no encryption came about with {} ({})", server_.server,
-                                Visible(Trimmed(WellFormedUtf8(detail_.data()))))};
+                                EscapeControls(Trimmed(WellFormedUtf8(detail_.data()))))};
     case CURLE_USE_SSL_FAILED:
       return {code, "the server offers no encryption, and the settings demand it"};
     case CURLE_LOGIN_DENIED:
@@ -320,7 +321,7 @@ SmtpFault SmtpConnection::FaultOf(CURLcode code) const {
 }
 
 /// What the number alone does not tell.
-SmtpFault SmtpConnection::OtherFaultOf(CURLcode code) const {
+SmtpError SmtpConnection::OtherFaultOf(CURLcode code) const {
   if (code == CURLE_WEIRD_SERVER_REPLY && login_.HasConsentedToTls()) {
     return {code,
             "the server went on unencrypted after it had agreed to encryption; somebody may be in between"};
@@ -331,7 +332,7 @@ SmtpFault SmtpConnection::OtherFaultOf(CURLcode code) const {
   // libcurl's own bound on what a server says before it is logged in to.
   if (words.starts_with("Too large response")) return {code, "the server's answer has no end"};
   const bool broken = code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR || code == CURLE_GOT_NOTHING;
-  return broken ? Gone(code) : SmtpFault(code, Visible(WellFormedUtf8(words)));
+  return broken ? Gone(code) : SmtpError(code, EscapeControls(WellFormedUtf8(words)));
 }
 
 std::string SmtpConnection::CertificateFault() const {
@@ -352,7 +353,7 @@ std::string SmtpConnection::CertificateFault() const {
   if (result == selfSigned) return fault("is signed by itself alone", TrustItself);
   if (std::find(unknownAuthority.begin(), unknownAuthority.end(), result) != unknownAuthority.end())
     return fault("is signed by an authority that is not trusted here", TrustItsAuthority);
-  return fault(fmt::format("is not trusted ({})", Visible(WellFormedUtf8(detail_.data()))),
+  return fault(fmt::format("is not trusted ({})", EscapeControls(WellFormedUtf8(detail_.data()))),
                TrustItsAuthority);
 }
 

@@ -28,13 +28,13 @@ struct SmtpLimits {
   std::function<bool(const std::string&)> isThisMachine = IsThisMachine;
 };
 
-/// The number of the SmtpFault that ends a connection because the person at the screen wanted it.
-inline constexpr int StoppedByUser = CURLE_ABORTED_BY_CALLBACK;
+/// The number of the SmtpError that ends a connection because the person at the screen wanted it.
+inline constexpr int CancelledByUser = CURLE_ABORTED_BY_CALLBACK;
 
 /// libcurl finds the server, connects, encrypts and logs in. The few commands that carry a mail then go over
 /// its connection from here, because libcurl itself stands still while it waits for the last answer, and
 /// window events with it. Every wait lets events run, at the latest after 50 ms, and ends when the person at
-/// the screen wants it to. What fails throws SmtpFault.
+/// the screen wants it to. What fails throws SmtpError.
 class SmtpConnection {
  public:
   /// Connects, which takes as long as the settings' time-out allows. `server` has passed CheckMail; it, the
@@ -87,15 +87,15 @@ class SmtpConnection {
   void CheckDragging(Seconds limit) const;
   void Wait(short events, Seconds limit);
   void TakeTurn();
-  [[nodiscard]] bool StopRequested() const { return display_.StopRequested(); }
+  [[nodiscard]] bool IsCancelled() const { return display_.IsCancelled(); }
   bool Receive();
   std::optional<std::string> TakeLine();
   std::optional<SmtpReply> TakeReply();
-  [[nodiscard]] SmtpFault Broken();
-  [[nodiscard]] SmtpFault Gone(CURLcode code) const;
-  [[nodiscard]] SmtpFault FaultOf(CURLcode code) const;
-  [[nodiscard]] SmtpFault OtherFaultOf(CURLcode code) const;
-  [[nodiscard]] SmtpFault Silence(Seconds limit) const;
+  [[nodiscard]] SmtpError Broken();
+  [[nodiscard]] SmtpError Gone(CURLcode code) const;
+  [[nodiscard]] SmtpError FaultOf(CURLcode code) const;
+  [[nodiscard]] SmtpError OtherFaultOf(CURLcode code) const;
+  [[nodiscard]] SmtpError Silence(Seconds limit) const;
   [[nodiscard]] std::string CertificateFault() const;
 
   const MailServer& server_;

@@ -38,7 +38,7 @@ void SmtpLogin::SawCommand(std::string_view line) {
 bool SmtpLogin::SawLine(std::string_view line) {
   try {
     Check(line);
-  } catch (const SmtpFault& fault) {
+  } catch (const SmtpError& fault) {
     fault_ = fault;
   }
   return !fault_;
@@ -64,7 +64,7 @@ void SmtpLogin::CheckReply(const SmtpReply& reply) {
   const bool positive = reply.code / 100 == 2;
   if (stage_ == Stage::StartTls) {
     if (!positive) {
-      throw SmtpFault(CURLE_USE_SSL_FAILED,
+      throw SmtpError(CURLE_USE_SSL_FAILED,
                       "the server offered encryption and then refused it: " + reply.text);
     }
     encrypted_ = true;
@@ -75,7 +75,7 @@ void SmtpLogin::CheckReply(const SmtpReply& reply) {
   // libcurl sends a password only in answer to a 334, so that the second gate holds whatever was offered.
   const bool passwordFollows = stage_ == Stage::Auth && reply.code == 334;
   if ((loginFollows || passwordFollows) && !MaySendPassword()) {
-    throw SmtpFault(
+    throw SmtpError(
         CURLE_USE_SSL_FAILED,
         "the server offers no encryption, and a password is not sent unencrypted to another machine", false);
   }

@@ -25,7 +25,7 @@ class SmtpLogin {
   /// A line of the server has come. False when the connection must end; Fault() then says why. Never throws.
   bool SawLine(std::string_view line);
 
-  [[nodiscard]] const std::optional<SmtpFault>& Fault() const { return fault_; }
+  [[nodiscard]] const std::optional<SmtpError>& Fault() const { return fault_; }
 
   /// The reply that came last; its code is 0 when there was none.
   [[nodiscard]] const SmtpReply& LastReply() const { return replies_.Last(); }
@@ -64,7 +64,7 @@ class SmtpLogin {
   std::size_t lineCount_ = 0;
   std::size_t replyCount_ = 0;
   SmtpReplyReader replies_;
-  std::optional<SmtpFault> fault_;
+  std::optional<SmtpError> fault_;
 };
 
 }  // namespace fieldpost

@@ -21,7 +21,7 @@ void Command(SmtpConnection& connection, std::string_view command, int wanted) {
   const SmtpReply reply = connection.AwaitReply();
   if (reply.code / 100 == wanted) return;
   connection.Quit();
-  throw SmtpFault(CURLE_SEND_ERROR, reply.text);
+  throw SmtpError(CURLE_SEND_ERROR, reply.text);
 }
 
 /// Where in `bytes` the next line begins with a dot; their size when none does.
@@ -80,7 +80,7 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::funct
   std::string description;
   try {
     description = Deliver(server, mail, accepted);
-  } catch (const SmtpFault& fault) {
+  } catch (const SmtpError& fault) {
     number = fault.Number();
     description = fault.what();
   } catch (const FileError& error) {
@@ -90,7 +90,7 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::funct
     number = CURLE_FAILED_INIT;
     description = error.what();
   }
-  stopped_ = number == StoppedByUser;
+  stopped_ = number == CancelledByUser;
   statusText_ = MailStatusText(server, mail, number, description);
   return number == CURLE_OK;
 }
@@ -99,7 +99,7 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::funct
 std::string SmtpMail::Deliver(const MailServer& server, const Mail& mail,
                               const std::function<void()>& accepted) const {
   const std::string fault = CheckMail(server, mail);
-  if (!fault.empty()) throw SmtpFault(CURLE_BAD_FUNCTION_ARGUMENT, fault);
+  if (!fault.empty()) throw SmtpError(CURLE_BAD_FUNCTION_ARGUMENT, fault);
   MimeMessage message(files_, mail);
   const std::unique_ptr<SmtpConnection> connection = Connect(server);
   std::string reply = Submit(*connection, mail, message);
@@ -112,7 +112,7 @@ std::unique_ptr<SmtpConnection> SmtpMail::Connect(const MailServer& server) cons
   for (std::int32_t tries = 1;; ++tries) {
     try {
       return std::make_unique<SmtpConnection>(server, limits_, clock_, display_);
-    } catch (const SmtpFault& fault) {
+    } catch (const SmtpError& fault) {
       if (!fault.MayRetry() || tries >= server.tryCount) throw;
     }
   }
@@ -134,12 +134,12 @@ std::string SmtpMail::Finish(SmtpConnection& connection) const {
     connection.BeginHandover();
     connection.Send(".\r\n");
     reply = connection.AwaitReply(limits_.finalAnswer);
-  } catch (const SmtpFault& fault) {
-    throw SmtpFault(fault.Number(), fmt::format("{}; the mail may have been delivered", fault.what()), false);
+  } catch (const SmtpError& fault) {
+    throw SmtpError(fault.Number(), fmt::format("{}; the mail may have been delivered", fault.what()), false);
   }
   if (reply.code / 100 == 2) return reply.text;
   connection.Quit();
-  throw SmtpFault(CURLE_SEND_ERROR, reply.text);
+  throw SmtpError(CURLE_SEND_ERROR, reply.text);
 }
 
 }  // namespace fieldpost

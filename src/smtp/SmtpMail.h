@@ -26,7 +26,7 @@ class SmtpMail final : public MailTransport {
 
   bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) override;
   [[nodiscard]] std::string StatusText() const override { return statusText_; }
-  [[nodiscard]] bool WasStopped() const override { return stopped_; }
+  [[nodiscard]] bool WasCancelled() const override { return stopped_; }
 
  private:
   [[nodiscard]] std::string Deliver(const MailServer& server, const Mail& mail,

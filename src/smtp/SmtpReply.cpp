@@ -25,19 +25,19 @@ bool IsReplyLine(std::string_view line) {
 }
 
 std::string Printable(std::string_view text) {
-  return Visible(WellFormedUtf8(text.substr(0, LongestText)));
+  return EscapeControls(WellFormedUtf8(text.substr(0, LongestText)));
 }
 
 }  // namespace
 
-SmtpFault::SmtpFault(int number, const std::string& description, bool mayRetry)
+SmtpError::SmtpError(int number, const std::string& description, bool mayRetry)
     : std::runtime_error(description), number_(number), mayRetry_(mayRetry) {}
 
 bool SmtpReplyReader::Add(std::string_view line) {
   if (!IsReplyLine(line)) {
-    throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "this is no answer of a mail server: " + Printable(line));
+    throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "this is no answer of a mail server: " + Printable(line));
   }
-  if (++lines_ > MostLines) throw SmtpFault(CURLE_WEIRD_SERVER_REPLY, "the server's answer has no end");
+  if (++lines_ > MostLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's answer has no end");
   if (lines_ == 1) text_.clear();
   if (line.size() > 4 && text_.size() < LongestText) text_.append(" ").append(line.substr(4, LongestText));
   if (line.size() > 3 && line[3] == '-') return false;

@@ -9,10 +9,10 @@
 namespace fieldpost {
 
 /// A mail was not sent. `what()` says why in one line.
-class SmtpFault : public std::runtime_error {
+class SmtpError : public std::runtime_error {
  public:
   /// `number` is a CURLcode other than CURLE_OK.
-  SmtpFault(int number, const std::string& description, bool mayRetry = true);
+  SmtpError(int number, const std::string& description, bool mayRetry = true);
 
   [[nodiscard]] int Number() const { return number_; }
 
@@ -33,7 +33,7 @@ struct SmtpReply {
 /// Puts the lines of a server together to replies (RFC 5321, section 4.2).
 class SmtpReplyReader {
  public:
-  /// Takes the next line, without its line end. True when it completes a reply. Throws SmtpFault when it is
+  /// Takes the next line, without its line end. True when it completes a reply. Throws SmtpError when it is
   /// no line of a reply, or when the reply goes on and on.
   bool Add(std::string_view line);
 

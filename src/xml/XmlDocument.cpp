@@ -189,7 +189,7 @@ bool XmlDocument::Tidy(int maxDepth) {
     }
     if (node->type == XML_ENTITY_REF_NODE) {
       reason_ = fmt::format("line {}: entity \"{}\" is not declared in the file", xmlGetLineNo(node),
-                            Visible(FromXml(node->name)));
+                            EscapeControls(FromXml(node->name)));
       return false;
     }
     if (node->type == XML_ELEMENT_NODE) EscapeNamespaces(*node);

@@ -78,8 +78,9 @@ void XmlEncoding::Close::operator()(_xmlCharEncodingHandler* handler) const {
 XmlEncoding::XmlEncoding(const std::string& name) : name_(name) {
   if (name.empty() || EqualNoCase(name, "UTF-8") || EqualNoCase(name, "UTF8")) return;
   handler_.reset(xmlFindCharEncodingHandler(name.c_str()));
-  if (!handler_) throw XmlError(fmt::format("unknown encoding \"{}\"", Visible(name)));
-  if (!CanBeWrittenInPieces(name)) throw XmlError(fmt::format("cannot write the encoding {}", Visible(name)));
+  if (!handler_) throw XmlError(fmt::format("unknown encoding \"{}\"", EscapeControls(name)));
+  if (!CanBeWrittenInPieces(name))
+    throw XmlError(fmt::format("cannot write the encoding {}", EscapeControls(name)));
   in_.reset(NewBuffer());
   out_.reset(NewBuffer());
 }
@@ -94,7 +95,7 @@ std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {
     if (before == 0) break;
     constexpr int impossible = -2;
     if (xmlCharEncInFunc(handler_.get(), out_.get(), in_.get()) == impossible) {
-      throw XmlError(fmt::format("the text is not in the encoding {}", Visible(name_)));
+      throw XmlError(fmt::format("the text is not in the encoding {}", EscapeControls(name_)));
     }
     if (xmlBufferLength(in_.get()) == before) break;
   }
@@ -117,7 +118,7 @@ void XmlEncoding::AppendTo(std::string& target, std::string_view utf8) {
   for (int before = xmlBufferLength(in_.get()); before > 0;) {
     static_cast<void>(xmlCharEncOutFunc(handler_.get(), out_.get(), in_.get()));
     const int left = xmlBufferLength(in_.get());
-    if (left == before) throw XmlError(fmt::format("cannot write the encoding {}", Visible(name_)));
+    if (left == before) throw XmlError(fmt::format("cannot write the encoding {}", EscapeControls(name_)));
     before = left;
   }
   target.append(Content(out_.get()));

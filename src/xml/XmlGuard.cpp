@@ -201,7 +201,7 @@ void XmlGuard::OnError(void* context, xmlError* error) {
     xmlStopParser(guard.parser_.get());
   }
   if (!guard.reason_.empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
-  std::string text = Visible(Trimmed(error->message));
+  std::string text = EscapeControls(Trimmed(error->message));
   if (error->code == XML_ERR_DOCUMENT_END && !guard.namespaces_.empty()) text = "the document ends too early";
   if (error->code == XML_ERR_ENTITY_LOOP) {
     text = "its entities stand for themselves, or for far more than is in the file";

@@ -149,7 +149,7 @@ TEST_F(ArchiveDeletionTest, TheArchiveFolderItselfMayBeALink) {
 /// Between two files, someone puts a link in the place of the product code's folder.
 struct SwappingDisplay final : StatusDisplay {
   explicit SwappingDisplay(std::function<void()> swap) : swap_(std::move(swap)) {}
-  void LetEventsRun() override {
+  void ProcessEvents() override {
     if (swap_) std::exchange(swap_, {})();
   }
 

@@ -105,14 +105,15 @@ TEST(Text, ComparesWithoutTheCaseOfAsciiLetters) {
 TEST(Text, TrimsShowsCountsAndReplaces) {
   EXPECT_EQ(Trimmed(" \t\r\na b\n "), "a b");
   EXPECT_EQ(Trimmed(" \n"), "");
-  EXPECT_EQ(Visible("a\nb\x7F ä"), "a\\x0Ab\\x7F ä");
-  EXPECT_EQ(Visible("\xC2\x9B.\xC2\xA0.\xE2\x80\xA7"), "\\xC2\\x9B.\xC2\xA0.\xE2\x80\xA7");
-  EXPECT_EQ(Visible("a\xE2\x80\xAE.\xE2\x81\xA9\xE2\x80"), "a\\xE2\\x80\\xAE.\\xE2\\x81\\xA9\\xE2\\x80");
+  EXPECT_EQ(EscapeControls("a\nb\x7F ä"), "a\\x0Ab\\x7F ä");
+  EXPECT_EQ(EscapeControls("\xC2\x9B.\xC2\xA0.\xE2\x80\xA7"), "\\xC2\\x9B.\xC2\xA0.\xE2\x80\xA7");
+  EXPECT_EQ(EscapeControls("a\xE2\x80\xAE.\xE2\x81\xA9\xE2\x80"),
+            "a\\xE2\\x80\\xAE.\\xE2\\x81\\xA9\\xE2\\x80");
   EXPECT_EQ(CountCharacters("aä中𝄞"), 4U);
   EXPECT_EQ(Replaced("aXbXX", "X", "--"), "a--b----");
 }
 
-TEST(Visible, LeavesNothingThatSteersATerminalOrIsNoText) {
+TEST(EscapeControls, LeavesNothingThatSteersATerminalOrIsNoText) {
   struct Row {
     const char* name;
     std::string_view text;
@@ -131,7 +132,7 @@ TEST(Visible, LeavesNothingThatSteersATerminalOrIsNoText) {
            Row{"beyond the last", "\xF4\x90\x80\x80", "\\xF4\\x90\\x80\\x80"},
            Row{"the last", "\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
        }) {
-    EXPECT_EQ(Visible(row.text), row.expected) << row.name;
+    EXPECT_EQ(EscapeControls(row.text), row.expected) << row.name;
   }
 }
 

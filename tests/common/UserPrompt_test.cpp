@@ -22,9 +22,9 @@ TEST(StatusDisplay, WithNobodyAtTheScreenNeverAsksForTheEnd) {
   display.SetLabel("label");
   display.SetRange(2);
   display.SetPosition(1);
-  display.LetEventsRun();
-  EXPECT_FALSE(display.StopRequested());
-  EXPECT_NO_THROW(ThrowIfStopRequested(display));
+  display.ProcessEvents();
+  EXPECT_FALSE(display.IsCancelled());
+  EXPECT_NO_THROW(ThrowIfCancelled(display));
 }
 
 }  // namespace

@@ -26,12 +26,12 @@ TEST(RunLock, ExcludesRunsThatShareAFolder) {
   };
   DiskFileSystem files;
   RunLock first;
-  ASSERT_EQ(first.TryTake(files, {one, two / "", two, folder.Path() / "none"}), "");
+  ASSERT_EQ(first.Acquire(files, {one, two / "", two, folder.Path() / "none"}), "");
   for (const Row& row : {Row{"the same", {one, two}, false}, Row{"one of them", {three, two}, false},
                          Row{"one by another name", {folder.Path() / "link"}, false},
                          Row{"none of them", {three}, true}, Row{"no folder at all", {}, true}}) {
     RunLock second;
-    const std::string reason = second.TryTake(files, row.folders);
+    const std::string reason = second.Acquire(files, row.folders);
     if (row.taken) {
       EXPECT_EQ(reason, "") << row.name;
     } else {
@@ -39,7 +39,7 @@ TEST(RunLock, ExcludesRunsThatShareAFolder) {
     }
   }
   RunLock third;
-  EXPECT_EQ(third.TryTake(files, {three}), "") << "a run that was refused holds nothing";
+  EXPECT_EQ(third.Acquire(files, {three}), "") << "a run that was refused holds nothing";
 }
 
 TEST(RunLock, SaysWhyAFolderCannotBeTakenAndHoldsNothing) {
@@ -49,10 +49,10 @@ TEST(RunLock, SaysWhyAFolderCannotBeTakenAndHoldsNothing) {
   RunLock refused;
   {
     const test::FailingCall failing("flock", ENOLCK, 1);
-    EXPECT_THAT(refused.TryTake(files, folders), HasSubstr("cannot lock " + folders[1].native()));
+    EXPECT_THAT(refused.Acquire(files, folders), HasSubstr("cannot lock " + folders[1].native()));
   }
   RunLock next;
-  EXPECT_EQ(next.TryTake(files, folders), "");
+  EXPECT_EQ(next.Acquire(files, folders), "");
 }
 
 TEST(RunLock, EndsWithItsObject) {
@@ -60,10 +60,10 @@ TEST(RunLock, EndsWithItsObject) {
   DiskFileSystem files;
   {
     RunLock first;
-    ASSERT_EQ(first.TryTake(files, {folder.Path()}), "");
+    ASSERT_EQ(first.Acquire(files, {folder.Path()}), "");
   }
   RunLock second;
-  EXPECT_EQ(second.TryTake(files, {folder.Path()}), "");
+  EXPECT_EQ(second.Acquire(files, {folder.Path()}), "");
 }
 
 }  // namespace

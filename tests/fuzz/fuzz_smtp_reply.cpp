@@ -19,7 +19,7 @@ void CheckReply(const SmtpReply& reply) {
   Expect(reply.text.size() <= LongestText, "the text is not endless");
 }
 
-void CheckFault(const SmtpFault& fault) {
+void CheckFault(const SmtpError& fault) {
   const std::string text = fault.what();
   Expect(fault.Number() != 0 && !text.empty(), "a fault has its number and its text");
   Expect(std::none_of(text.begin(), text.end(), IsControl), "a fault's text has no control character");
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       const bool complete = reader.Add(line);
       Expect(complete != reader.IsWithinReply(), "a reply is complete or goes on");
       if (complete) CheckReply(reader.Last());
-    } catch (const SmtpFault& fault) {
+    } catch (const SmtpError& fault) {
       CheckFault(fault);
       reader = SmtpReplyReader();
     }

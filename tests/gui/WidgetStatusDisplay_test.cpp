@@ -50,7 +50,7 @@ TEST(WidgetStatusDisplay, LetsEventsRunByTimeHoweverOftenItIsAsked) {
   timer.start(0);
   QElapsedTimer elapsed;
   elapsed.start();
-  while (elapsed.elapsed() < 220) shown.display.LetEventsRun();
+  while (elapsed.elapsed() < 220) shown.display.ProcessEvents();
   EXPECT_GE(turns, 3);
   EXPECT_LE(turns, 5);
 }
@@ -68,7 +68,7 @@ TEST(WidgetStatusDisplay, LeavesOutWidgetsThatAreGone) {
   display.SetStep("y");
   display.ShowStatusLine("z");
   QTest::qWait(100);
-  EXPECT_FALSE(display.StopRequested());
+  EXPECT_FALSE(display.IsCancelled());
 }
 
 }  // namespace

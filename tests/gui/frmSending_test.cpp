@@ -91,7 +91,7 @@ TEST(frmSending, ClosingItInWhateverWayAsksTheJobToEnd) {
     std::unique_ptr<frmSending> dialog;
     dialog = std::make_unique<frmSending>(
         [&] {
-          while (!site.display.StopRequested()) site.display.LetEventsRun();
+          while (!site.display.IsCancelled()) site.display.ProcessEvents();
           upWhileItRan = dialog->isVisible();
         },
         site.display, site.memory);
@@ -271,10 +271,10 @@ TEST(frmSending, AWishToEndIsForOneSendAlone) {
   test::WindowSite site;
   site.display.RequestStop(true);
   bool stopAtBegin = true;
-  frmSending dialog([&] { stopAtBegin = site.display.StopRequested(); }, site.display, site.memory);
+  frmSending dialog([&] { stopAtBegin = site.display.IsCancelled(); }, site.display, site.memory);
   dialog.exec();
   EXPECT_FALSE(stopAtBegin);
-  EXPECT_FALSE(site.display.StopRequested());
+  EXPECT_FALSE(site.display.IsCancelled());
 }
 
 }  // namespace

@@ -57,7 +57,7 @@ class FakeEcho final : public IcmpEcho {
 class StepDisplay final : public StatusDisplay {
  public:
   explicit StepDisplay(Steps& steps) : steps_(steps) {}
-  void LetEventsRun() override { steps_.emplace_back("events"); }
+  void ProcessEvents() override { steps_.emplace_back("events"); }
 
  private:
   Steps& steps_;

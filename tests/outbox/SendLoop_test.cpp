@@ -293,7 +293,7 @@ TEST(SendData, OnceAllWasMailedItIsMarkedWhateverTheUserWants) {
   site.program.lists.Attachments = documents;
   site.display.stopAfterTurns = 10;  // in the middle of the marking
   EXPECT_TRUE(site.program.sendLoop.SendData());
-  EXPECT_TRUE(site.display.StopRequested());
+  EXPECT_TRUE(site.display.IsCancelled());
   for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);
 }
 

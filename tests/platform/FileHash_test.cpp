@@ -11,7 +11,7 @@ namespace fieldpost {
 namespace {
 
 struct Events : StatusDisplay {
-  void LetEventsRun() override { ++count; }
+  void ProcessEvents() override { ++count; }
   int count = 0;
 };
 

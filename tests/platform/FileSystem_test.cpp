@@ -55,7 +55,7 @@ TEST_F(FileSystemTest, TellsPlainFilesFromAllElse) {
         Row{"pipe", false, false, true}, Row{"none", false, false, false}}) {
     const fs::path path = folder.Path() / row.name;
     EXPECT_EQ(files.IsFile(path), row.isFile) << row.name;
-    EXPECT_EQ(files.PlainFileStamp(path).has_value(), row.isFile) << row.name;
+    EXPECT_EQ(files.RegularFileStamp(path).has_value(), row.isFile) << row.name;
     EXPECT_EQ(files.IsFolder(path), row.isFolder) << row.name;
     EXPECT_EQ(files.Exists(path), row.exists) << row.name;
   }

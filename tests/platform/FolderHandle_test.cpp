@@ -34,10 +34,10 @@ TEST_F(FolderHandleTest, TellsFilesFromFoldersAndLinks) {
   EXPECT_THAT(handle->ListFolders(), ElementsAre("sub.xml"));
   EXPECT_THAT(handle->ListAllButFolders(),
               ElementsAre(".c.txt", "A.XML", "b.xml", "folderlink", "link.xml", "pipe.xml"));
-  EXPECT_EQ(handle->PlainFileStamp("b.xml"), files.Stamp(held / "b.xml"));
+  EXPECT_EQ(handle->RegularFileStamp("b.xml"), files.Stamp(held / "b.xml"));
   for (const char* name : {"sub.xml", "link.xml", "pipe.xml", "none"}) {
-    EXPECT_EQ(handle->PlainFileStamp(name), std::nullopt) << name;
-    EXPECT_THROW((void)handle->OpenPlainFile(name), FileError) << name;
+    EXPECT_EQ(handle->RegularFileStamp(name), std::nullopt) << name;
+    EXPECT_THROW((void)handle->OpenRegularFile(name), FileError) << name;
   }
   EXPECT_TRUE(handle->Exists("folderlink"));
   EXPECT_FALSE(handle->Exists("none"));
@@ -53,7 +53,7 @@ TEST_F(FolderHandleTest, StaysInItsFolderWhateverBecomesOfThePath) {
   fs::rename(held, folder.Path() / "moved");
   fs::create_directory_symlink(folder.Path() / "other", held);
   std::array<char, 9> buffer{};
-  ASSERT_EQ(handle->OpenPlainFile("x")->Read(buffer), 4U);
+  ASSERT_EQ(handle->OpenRegularFile("x")->Read(buffer), 4U);
   EXPECT_TRUE(handle->Remove("x"));
   EXPECT_TRUE(fs::exists(folder / "other/x"));
   EXPECT_FALSE(fs::exists(folder / "moved/x"));
@@ -81,8 +81,8 @@ TEST_F(FolderHandleTest, RefusesWhatIsNoPlainName) {
   folder.Folder("held/sub");
   for (const std::string& name : {std::string(), std::string("."), std::string(".."), std::string("../x"),
                                   std::string("sub/x"), std::string("/x"), std::string("sub\0x", 5)}) {
-    EXPECT_THROW((void)handle->PlainFileStamp(name), FileError) << name;
-    EXPECT_THROW((void)handle->OpenPlainFile(name), FileError) << name;
+    EXPECT_THROW((void)handle->RegularFileStamp(name), FileError) << name;
+    EXPECT_THROW((void)handle->OpenRegularFile(name), FileError) << name;
     EXPECT_THROW((void)handle->OpenFolder(name), FileError) << name;
     EXPECT_THROW((void)handle->Remove(name), FileError) << name;
     EXPECT_THROW((void)handle->RemoveEmptyFolder(name), FileError) << name;
@@ -106,7 +106,7 @@ TEST_F(FolderHandleTest, WhatCannotBeListedOrLookedAtIsAnError) {
     EXPECT_THROW((void)handle->ListFiles(""), FileError) << call;
   }
   const test::FailingCall failing("fstat", EIO);
-  EXPECT_THROW((void)handle->OpenPlainFile("file"), FileError);
+  EXPECT_THROW((void)handle->OpenRegularFile("file"), FileError);
 }
 
 TEST_F(FolderHandleTest, ASignalDoesNotKeepItFromListing) {

@@ -106,7 +106,7 @@ TEST_P(IcmpEchoTest, AMachineThatDoesNotAnswerTimesOutWhileEventsRun) {
 class LongestPause final : public StatusDisplay {
  public:
   milliseconds longest{0};
-  void LetEventsRun() override {
+  void ProcessEvents() override {
     const auto now = steady_clock::now();
     longest = std::max(longest, std::chrono::duration_cast<milliseconds>(now - last_));
     last_ = now;

@@ -220,7 +220,7 @@ TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
     EXPECT_EQ(Read(keys, "K", text), KeyStoreDamaged) << given.name;
     EXPECT_THAT(keys.Problem(), testing::HasSubstr(given.problem)) << given.name;
     EXPECT_THAT(keys.Problem(), testing::HasSubstr(Utf8FromPath(file_))) << given.name;
-    EXPECT_EQ(Visible(keys.Problem()), keys.Problem()) << given.name;
+    EXPECT_EQ(EscapeControls(keys.Problem()), keys.Problem()) << given.name;
     EXPECT_EQ(ReadFile(file_), before) << given.name;
     EXPECT_THAT(Names(folder_.Path()), testing::ElementsAre("registry.sqlite")) << given.name;
   }

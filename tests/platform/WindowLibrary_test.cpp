@@ -32,7 +32,7 @@ TEST(WindowLibraryTest, SaysInOneLineWhyItCannotBeLoaded) {
 }
 
 TEST(WindowLibraryTest, RunsWithTheArgumentsOfMain) {
-  WindowLibrary library(FIELDPOST_WINDOWS_STANDIN);
+  WindowLibrary library(FIELDPOST_FAKE_WINDOWS);
   ASSERT_EQ(library.Load(), "");
   char name[] = "fieldpost";
   char* arguments[] = {name, nullptr};

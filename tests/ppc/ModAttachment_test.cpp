@@ -80,7 +80,7 @@ TEST(ExportPPCData, RemovesAnEarlierExport) {
 TEST(ExportPPCData, CallsTheLibraryWithBothResultsAtZero) {
   PpcSite site;
   site.SetDatabase("/dätabase/ppc.xml");
-  PpcLibrary library(FIELDPOST_PPCDB_STANDIN);
+  PpcLibrary library(FIELDPOST_FAKE_PPCDB);
   ModAttachment database(site.files, site.program.paths, site.program.registry, library);
   for (int call = 1; call <= 2; ++call) {
     database.ExportPPCData(site.display);
@@ -101,7 +101,7 @@ TEST(PpcLibrary, TellsMissingFromUnusable) {
     const char* problem;
   };
   for (const Row& row : {
-           Row{"there", FIELDPOST_PPCDB_STANDIN, PpcLibrary::State::Ready, ""},
+           Row{"there", FIELDPOST_FAKE_PPCDB, PpcLibrary::State::Ready, ""},
            Row{"nowhere on the system", "libfieldpost-no-such.so", PpcLibrary::State::Missing, ""},
            Row{"asked for and not there", folder.Path() / "no.so", PpcLibrary::State::Unusable, "no.so"},
            Row{"no library", text, PpcLibrary::State::Unusable, "libtext.so"},

@@ -41,7 +41,7 @@ TEST(SmtpReplyTest, ACodeAloneIsAReply) {
 TEST(SmtpReplyTest, WhatIsNoReplyIsRefused) {
   for (const char* line : {"", "25", "hello", "150 early", "650 late", "2x0 ok", "250ok", "250\tok"}) {
     SmtpReplyReader reader;
-    EXPECT_THROW(reader.Add(line), SmtpFault) << line;
+    EXPECT_THROW(reader.Add(line), SmtpError) << line;
   }
 }
 
@@ -57,7 +57,7 @@ TEST(SmtpReplyTest, AReplyWithoutEndIsRefused) {
   const auto flood = [&] {
     for (int line = 0; line < 10'000; ++line) reader.Add("250-more");
   };
-  EXPECT_THROW(flood(), SmtpFault);
+  EXPECT_THROW(flood(), SmtpError);
 }
 
 }  // namespace

@@ -26,8 +26,8 @@ class DyingFileSystem : public FileSystem {
   [[nodiscard]] FileStamp Stamp(const std::filesystem::path& path) const override {
     return disk_.Stamp(path);
   }
-  [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const override {
-    return disk_.PlainFileStamp(path);
+  [[nodiscard]] std::optional<FileStamp> RegularFileStamp(const std::filesystem::path& path) const override {
+    return disk_.RegularFileStamp(path);
   }
   [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                    std::string_view ending) const override {
@@ -99,11 +99,11 @@ class DyingFileSystem : public FileSystem {
     }
     [[nodiscard]] bool IsEmpty() const override { return folder_->IsEmpty(); }
     [[nodiscard]] bool Exists(const std::string& name) const override { return folder_->Exists(name); }
-    [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::string& name) const override {
-      return folder_->PlainFileStamp(name);
+    [[nodiscard]] std::optional<FileStamp> RegularFileStamp(const std::string& name) const override {
+      return folder_->RegularFileStamp(name);
     }
-    [[nodiscard]] std::unique_ptr<FileReader> OpenPlainFile(const std::string& name) const override {
-      return folder_->OpenPlainFile(name);
+    [[nodiscard]] std::unique_ptr<FileReader> OpenRegularFile(const std::string& name) const override {
+      return folder_->OpenRegularFile(name);
     }
     [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const std::string& name) const override {
       return std::make_unique<DyingFolder>(files_, folder_->OpenFolder(name));

@@ -33,7 +33,7 @@ class FakeTransport final : public MailTransport {
     return fmt::format("Mail to {}\r\n{}", mails.back().recipient, sent_ ? "Error: 0 250 OK" : failure);
   }
 
-  [[nodiscard]] bool WasStopped() const override { return stopped && !sent_; }
+  [[nodiscard]] bool WasCancelled() const override { return stopped && !sent_; }
 
  private:
   bool sent_ = false;

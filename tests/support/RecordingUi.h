@@ -55,8 +55,8 @@ class RecordingDisplay final : public StatusDisplay {
   void SetLabel(std::string_view text) override { labels.emplace_back(text); }
   void SetRange(std::size_t steps) override { ranges.push_back(steps); }
   void SetPosition(std::size_t done) override { positions.push_back(done); }
-  void LetEventsRun() override { ++eventTurns; }
-  [[nodiscard]] bool StopRequested() const override { return eventTurns >= stopAfterTurns; }
+  void ProcessEvents() override { ++eventTurns; }
+  [[nodiscard]] bool IsCancelled() const override { return eventTurns >= stopAfterTurns; }
 };
 
 }  // namespace fieldpost::test

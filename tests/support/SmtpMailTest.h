@@ -25,14 +25,14 @@ class TurningDisplay final : public StatusDisplay {
   bool stop = false;  ///< the person at the screen wants the end
   std::chrono::steady_clock::duration longestGap{};
 
-  void LetEventsRun() override {
+  void ProcessEvents() override {
     const auto now = std::chrono::steady_clock::now();
     if (turns > 0) longestGap = std::max(longestGap, now - last_);
     last_ = now;
     ++turns;
     onTurn();
   }
-  [[nodiscard]] bool StopRequested() const override { return stop; }
+  [[nodiscard]] bool IsCancelled() const override { return stop; }
 
  private:
   std::chrono::steady_clock::time_point last_;
@@ -68,7 +68,7 @@ class SmtpMailTest : public testing::Test {
     EXPECT_EQ(acceptedAfter.has_value(), sent);
     duration = std::chrono::steady_clock::now() - begin;
     status = transport.StatusText();
-    stopped = transport.WasStopped();
+    stopped = transport.WasCancelled();
     ExpectHonestStatus(sent);
     return sent;
   }

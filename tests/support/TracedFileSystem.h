@@ -42,8 +42,8 @@ class TracedFileSystem final : public FileSystem {
   [[nodiscard]] FileStamp Stamp(const std::filesystem::path& path) const override {
     return under_.Stamp(path);
   }
-  [[nodiscard]] std::optional<FileStamp> PlainFileStamp(const std::filesystem::path& path) const override {
-    return under_.PlainFileStamp(path);
+  [[nodiscard]] std::optional<FileStamp> RegularFileStamp(const std::filesystem::path& path) const override {
+    return under_.RegularFileStamp(path);
   }
   [[nodiscard]] std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                    std::string_view ending) const override {

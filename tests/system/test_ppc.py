@@ -157,7 +157,7 @@ class Road(PpcTest):
     def test_the_suites_library_is_called_where_it_is_there(self):
         sink = self.start_sink()
         site = self.fill(sink.port)
-        site.more_environment["FIELDPOST_PPC_LIBRARY"] = os.environ["FIELDPOST_PPCDB_STANDIN"]
+        site.more_environment["FIELDPOST_PPC_LIBRARY"] = os.environ["FIELDPOST_FAKE_PPCDB"]
         self.run_program("-ps")
         ((_, document),) = self.attachments_of(self.read_mail(sink.mails[0].content))
         self.assertIn(f"<PATTERN>{site.ppc_database}/*.xml</PATTERN>", document.decode())

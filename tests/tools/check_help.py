@@ -11,7 +11,7 @@ import tree
 FOLDER = "docs/help"
 PROJECT = "FPhelp.qhp"
 # Whoever calls one of these speaks to the user, at once or in the end.
-SPEAKERS = re.compile(r"\b(?:ShowMessage|AskYesNo|WriteLog|ShowStatus|SetLabel|Fail|FileError|SmtpFault|PpcError|XmlError|"
+SPEAKERS = re.compile(r"\b(?:ShowMessage|AskYesNo|WriteLog|ShowStatus|SetLabel|Fail|FileError|SmtpError|PpcError|XmlError|"
                       r"LatestRefusal|MissingOption|PathNotFound)\(")
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 NAMED = re.compile(r'constexpr std::string_view (\w+) =\s*((?:"(?:[^"\\\n]|\\.)*"\s*)+);')

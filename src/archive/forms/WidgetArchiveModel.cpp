@@ -72,7 +72,7 @@ QVariant WidgetArchiveModel::data(const QModelIndex& index, int role) const {
 QString WidgetArchiveModel::Text(const ArchiveRow& row, int column) {
   switch (column) {
     case ArchiveColumn::Filename:
-      return ToQt(Visible(row.name));
+      return ToQt(EscapeControls(row.name));
     case ArchiveColumn::Size:
       return ToQt(SizeText(row.stamp.size));
     case ArchiveColumn::Modified:

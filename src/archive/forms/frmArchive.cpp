@@ -232,7 +232,7 @@ void frmArchive::UpdateOnce(bool firstTime) {
 
 void frmArchive::ShowProductCodes() {
   QStringList codes;
-  for (const std::string& code : productCodes_) codes.append(ToQt(Visible(code)));
+  for (const std::string& code : productCodes_) codes.append(ToQt(EscapeControls(code)));
   QComboBox& combo = *ui_->CmbProdcode;
   bool same = combo.count() == codes.size();
   for (int i = 0; same && i < combo.count(); ++i) same = combo.itemText(i) == codes[i];

@@ -73,7 +73,7 @@ void frmArchiveDelete::Delete() {
 }
 
 bool frmArchiveDelete::TakeLock(RunLock& lock) {
-  const std::string problem = lock.TryTake(files_, {archive_});
+  const std::string problem = lock.Acquire(files_, {archive_});
   if (!problem.empty()) prompt_.ShowMessage(problem, MessageIcon::Exclamation, {});
   return problem.empty();
 }
@@ -91,7 +91,7 @@ void frmArchiveDelete::SetRunning(bool running) {
 frmArchiveDelete::Outcome frmArchiveDelete::RunRule() {
   Outcome outcome;
   DeletionResult& result = outcome.result;
-  const std::string code = Visible(productCode_);
+  const std::string code = EscapeControls(productCode_);
   if (ui_->optDeleteAll->isChecked()) {
     result = deletion_.DeleteAll(display_);
     outcome.message = "All files are deleted";
@@ -111,13 +111,13 @@ void frmArchiveDelete::Tell(const Outcome& outcome) {
                               outcome.result.firstFailure),
                   LogCategory::Error);
   }
-  if (!display_.StopRequested()) prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
+  if (!display_.IsCancelled()) prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
 }
 
 /// While the box was up another run may have begun; it may be about to file into such a folder.
 void frmArchiveDelete::RemoveEmptyFolders() {
   RunLock lock;
-  if (lock.TryTake(files_, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
+  if (lock.Acquire(files_, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
 }
 
 void frmArchiveDelete::reject() {

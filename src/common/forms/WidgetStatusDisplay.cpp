@@ -60,7 +60,7 @@ void WidgetStatusDisplay::SetPosition(std::size_t done) {
   ShowSoon();
 }
 
-void WidgetStatusDisplay::LetEventsRun() {
+void WidgetStatusDisplay::ProcessEvents() {
   if (sinceEvents_.elapsed() < EventTurnMilliseconds) return;
   ShowNow();
   QCoreApplication::processEvents();

@@ -43,8 +43,8 @@ class WidgetStatusDisplay final : public StatusDisplay {
   void SetLabel(std::string_view text) override;
   void SetRange(std::size_t steps) override;
   void SetPosition(std::size_t done) override;
-  void LetEventsRun() override;
-  [[nodiscard]] bool StopRequested() const override { return stopRequested_; }
+  void ProcessEvents() override;
+  [[nodiscard]] bool IsCancelled() const override { return stopRequested_; }
 
  private:
   void ShowSoon();

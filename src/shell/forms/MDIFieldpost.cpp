@@ -39,7 +39,7 @@ MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
   ports_.prompt.SetOptionsDialog([this](OptionsPage page) { ShowOptions(page); });
   resize(960, 640);
   startUp_.CheckComponents();
-  ports_.display.LetEventsRun();
+  ports_.display.ProcessEvents();
 }
 
 MDIFieldpost::~MDIFieldpost() {
@@ -55,7 +55,7 @@ bool MDIFieldpost::Load() {
   ports_.memory.RestoreGeometry(*this);
   show();
   ShowArchive();
-  ports_.display.LetEventsRun();
+  ports_.display.ProcessEvents();
   RefreshArchiveAfter([this] { startUp_.CreateFolderTree(); });
   startUp_.OpenDailyLogHeader([this] { Options(); });
   startUp_.RegisterProgramFolder();
@@ -162,7 +162,7 @@ void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& produc
                           this);
   dialog.DeleteItems(files);
   dialog.exec();
-  ports_.display.LetEventsRun();
+  ports_.display.ProcessEvents();
   RefreshArchive(true);
 }
 

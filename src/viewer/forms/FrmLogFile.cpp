@@ -15,7 +15,7 @@ FrmLogFile::FrmLogFile(const FileSystem& files, const InstallPaths& paths, ModWr
   ui_->setupUi(this);
   Connect();
   LoadLog(paths, log);
-  display.LetEventsRun();
+  display.ProcessEvents();
 }
 
 FrmLogFile::~FrmLogFile() = default;
