@@ -112,7 +112,7 @@ bool CombinedDocument::Publish(std::string_view text) {
     const fs::path document = processFolder_ / DocumentName(stem, NextNumber(stem, processFolder_));
     KeepDisplaced(document);
     filedCount_ += batch_.Publish(document, text);
-    lists_.PendingFiles.push_back(document);
+    lists_.PendingFiles.push_back({.path = document, .content = {}});
   } catch (const FileError& error) {
     log_.WriteLog(error.what(), LogCategory::Error);
     return false;
@@ -146,7 +146,7 @@ void CombinedDocument::RestoreDisplacedDocuments() {
     if (number >= LastNumber) return;
     const fs::path document = processFolder_ / DocumentName(stem, number);
     files_.Rename(processFolder_ / name, document);
-    lists_.PendingFiles.push_back(document);
+    lists_.PendingFiles.push_back({.path = document, .content = {}});
   }
 }
 

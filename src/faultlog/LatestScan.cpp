@@ -9,6 +9,7 @@
 
 #include "common/PathText.h"
 #include "common/Text.h"
+#include "environment/ProcessFolder.h"
 
 namespace fieldpost {
 namespace {
@@ -76,13 +77,18 @@ void LatestScan::Begin() {
 bool LatestScan::FinishInterruptedRun() {
   try {
     StatusDisplay silent;
-    FilingBatch batch(files_, PathFromUtf8(settings_.ArchiveFolder), ProcessFolder(), silent);
-    const std::size_t filed = batch.FinishInterrupted(lists_.PendingFiles);
+    FilingBatch batch(files_, PathFromUtf8(settings_.ArchiveFolder), ProcessFolder(files_, paths_, settings_),
+                      silent);
+    PathList documents;
+    const std::size_t filed = batch.FinishInterrupted(documents);
+    for (const fs::path& document : documents)
+      lists_.PendingFiles.push_back({.path = document, .content = {}});
     if (filed > 0) {
       log_.WriteLog(fmt::format("Recovered {} files from an interrupted run", filed),
                     LogCategory::SearchLatest);
     }
-    CombinedDocument(files_, clock_, settings_, lists_, log_, silent, batch, ProcessFolder())
+    CombinedDocument(files_, clock_, settings_, lists_, log_, silent, batch,
+                     ProcessFolder(files_, paths_, settings_))
         .RestoreDisplacedDocuments();
     return true;
   } catch (const FileError& error) {
@@ -135,8 +141,9 @@ void LatestScan::FileAll(StatusDisplay& shown) {
   ShowStatus("Process latest files...", shown);
   shown.SetRange(latestFiles_.size());
   archive_ = WithSeparator(settings_.ArchiveFolder);
-  FilingBatch batch(files_, PathFromUtf8(archive_), ProcessFolder(), shown);
-  CombinedDocument combined(files_, clock_, settings_, lists_, log_, shown, batch, ProcessFolder());
+  FilingBatch batch(files_, PathFromUtf8(archive_), ProcessFolder(files_, paths_, settings_), shown);
+  CombinedDocument combined(files_, clock_, settings_, lists_, log_, shown, batch,
+                            ProcessFolder(files_, paths_, settings_));
   if (!FileEach(batch, combined, shown) || !combined.AppendToCombinedDocument(nullptr, true)) {
     succeeded_ = false;
     if (problem_.empty()) problem_ = "The files could not be filed; the log says why";
@@ -259,12 +266,6 @@ void LatestScan::Fail(std::string_view text) {
 
 fs::path LatestScan::SourcePath(const LatestFile& file) const {
   return lists_.LatestFolderList[file.folder] / PathFromUtf8(file.name);
-}
-
-fs::path LatestScan::ProcessFolder() const {
-  const fs::path configured = PathFromUtf8(WithSeparator(settings_.ProcessFolder));
-  if (files_.IsFolder(configured)) return configured;
-  return paths_.OwnFolder() / "Faultlog" / "Process" / "";
 }
 
 }  // namespace fieldpost

@@ -78,7 +78,6 @@ class LatestScan {
   void Report(StatusDisplay& shown);
   void Fail(std::string_view text);
   [[nodiscard]] std::filesystem::path SourcePath(const LatestFile& file) const;
-  [[nodiscard]] std::filesystem::path ProcessFolder() const;
   static std::vector<LatestFile> NamesakesTogether(std::vector<LatestFile> files);
 
   FileSystem& files_;

@@ -91,8 +91,8 @@ PathList SendLoop::QueuedDocuments() const {
   if (files_.IsFolder(folder)) {
     for (const std::string& name : files_.ListFiles(folder, ".xml")) add(folder / PathFromUtf8(name));
   }
-  for (const fs::path& document : lists_.PendingFiles) {
-    if (files_.IsFile(document)) add(document);
+  for (const PendingFile& pending : lists_.PendingFiles) {
+    if (files_.IsFile(pending.path)) add(pending.path);
   }
   return documents;
 }

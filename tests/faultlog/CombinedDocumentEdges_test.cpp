@@ -85,7 +85,7 @@ TEST(RestoreDisplacedDocuments, QueuesWhatItBringsBack) {
     site.folder.Write(std::string("home/Faultlog/Process/") + name, name);
   }
   site.combined.RestoreDisplacedDocuments();
-  EXPECT_THAT(site.program.lists.PendingFiles, ElementsAre(site.Path("01"), site.Path("02")));
+  EXPECT_THAT(PathsOf(site.program.lists.PendingFiles), ElementsAre(site.Path("01"), site.Path("02")));
   EXPECT_THAT(test::Names(site.Tree("Process")),
               ElementsAre(site.Path("01").filename().string(), site.Path("02").filename().string()));
 }

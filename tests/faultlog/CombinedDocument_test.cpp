@@ -38,7 +38,7 @@ TEST(CombinedDocument, OfOneElementIsThatElement) {
   EXPECT_EQ(site.Document(),
             "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\" a=\"1\"><PRODCODE/>"
             "<FAULTLOG><MODEIND/></FAULTLOG></FLFILE>\r\n");
-  EXPECT_THAT(site.program.lists.PendingFiles,
+  EXPECT_THAT(PathsOf(site.program.lists.PendingFiles),
               ElementsAre(site.Tree("Process") / "FLog.4711.200403151401.xml"));
 }
 

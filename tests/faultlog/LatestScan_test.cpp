@@ -31,7 +31,7 @@ TEST(ProcessLatestFiles, FilesByProductCodeAndQueuesADocument) {
   EXPECT_EQ(test::Names(site.Tree("Archive")), (std::set<std::string>{"AB12", "CD34"}));
   EXPECT_THAT(TextsIn(site.ArchivedXml("AB12", "a.xml"), "MODEIND"), ElementsAre("P", "P"));
   EXPECT_EQ(site.Archived("CD34"), std::set<std::string>{"B.XML"});
-  EXPECT_THAT(site.program.lists.PendingFiles,
+  EXPECT_THAT(PathsOf(site.program.lists.PendingFiles),
               ElementsAre(site.Tree("Process") / "FLog.4711.200403151401.xml"));
   EXPECT_THAT(TextsIn(site.Document(), "PRODCODE"), ElementsAre("CD34", "AB12"))
       << "names in order of their bytes";

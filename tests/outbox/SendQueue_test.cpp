@@ -76,7 +76,7 @@ TEST(SendQueuedFaultlogs, TakesEachDocumentOnceInOrderOfNames) {
   const fs::path b = site.Document("b.xml");
   const fs::path a = site.Document("A.XML");
   const fs::path elsewhere = site.folder.Write("elsewhere.xml", Waiting);
-  site.program.lists.PendingFiles = {b, elsewhere, site.folder.Path() / "gone.xml"};
+  site.program.lists.PendingFiles = {{b, {}}, {elsewhere, {}}, {site.folder.Path() / "gone.xml", {}}};
   site.program.lists.Attachments = {"/left/over.xml"};
   site.program.lists.PackedFiles = {"/left/over.xml"};
   site.program.settings.NumAttachments = "9";

@@ -87,6 +87,13 @@ struct AfterFirstStart : Site {
 };
 using ReadySite = AfterFirstStart<TestSite>;
 
+/// The paths of `PendingFiles`, in order.
+inline PathList PathsOf(const std::vector<PendingFile>& pending) {
+  PathList paths;
+  for (const PendingFile& one : pending) paths.push_back(one.path);
+  return paths;
+}
+
 /// A faultlogger file with one entry for each mode letter.
 inline std::string FaultlogXml(std::string_view productCode, std::string_view modes = "F",
                                std::string_view date = "20040101", std::string_view text = "text") {
