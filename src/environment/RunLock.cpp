@@ -13,7 +13,7 @@ namespace fieldpost {
 
 std::string RunLock::Acquire(FileSystem& files, const PathList& folders) {
   std::vector<std::unique_ptr<FolderLock>> taken;
-  std::set<Identity> known = known_;  // one folder may stand in the list under two names
+  std::set<Identity> known = known_;  // the list may contain a folder under two names
   try {
     for (const std::filesystem::path& folder : folders) {
       if (!files.IsFolder(folder)) continue;
