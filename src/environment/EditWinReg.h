@@ -18,6 +18,7 @@ using RegValue = std::variant<std::string, std::int32_t>;
 /// calls. No operation throws: a failure is the platform's status number or an empty result.
 class EditWinReg {
  public:
+  /// `store` must outlive the object.
   explicit EditWinReg(KeyStore& store) : store_(store) {}
 
   /// Deletes a key. Does nothing when the key is missing or has subkeys.
@@ -30,13 +31,13 @@ class EditWinReg {
   /// terminator; a number is converted to its decimal digits. REG_DWORD writes four bytes; a text is
   /// converted to the number that it contains, and when it is not a number, nothing is written and the status
   /// is KeyBadArgument. Any other type writes nothing and returns KeyOk.
-  std::int32_t SetValueEx(KeyHandle hKey, std::string_view sValueName, std::int32_t lType,
-                          const RegValue& vValue);
+  [[nodiscard]] std::int32_t SetValueEx(KeyHandle hKey, std::string_view sValueName, std::int32_t lType,
+                                        const RegValue& vValue);
 
   /// Reads a value of an open key into `vValue` and returns the platform's status. A text keeps the
   /// terminator that was stored with it. Returns -1 for a type other than REG_SZ and REG_DWORD. Leaves
   /// `vValue` unchanged unless it returns KeyOk.
-  std::int32_t QueryValueEx(KeyHandle lhKey, std::string_view szValueName, RegValue& vValue);
+  [[nodiscard]] std::int32_t QueryValueEx(KeyHandle lhKey, std::string_view szValueName, RegValue& vValue);
 
   /// Creates a key when it is missing.
   void CreateNewKey(KeyHandle lPredefinedKey, std::string_view sNewKeyName);

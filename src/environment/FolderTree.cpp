@@ -92,7 +92,8 @@ void FolderTree::CreateDefaultTree(std::string_view logFolder) {
     const bool exists = CreateTreeFolder("Latest");
     folders_.latestFolders.push_back(
         PathFromUtf8(WithSeparator(Utf8FromPath(paths_.FaultlogFolder("Latest")))));
-    if (exists) SaveLatest();  // a stored list is not created again, so its folder must exist
+    // The folder is created only while the list is empty, so a list without its folder is not saved.
+    if (exists) SaveLatest();
   }
   SetDefaultFolder(folders_.settings.ArchiveFolder, "Archive");
   SetDefaultFolder(folders_.settings.ProcessFolder, "Process");

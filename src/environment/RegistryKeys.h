@@ -16,21 +16,22 @@ inline constexpr std::int32_t REG_DWORD = 4;  ///< the type of a 32-bit number
 /// The name of a key's default value.
 inline constexpr std::string_view DefaultValue;
 
-/// Its default value is the installation path of the service suite. Only the suite writes it.
+/// The key whose default value is the installation path of the service suite. Only the suite writes it.
 inline constexpr std::string_view SuiteInstallPathKey = R"(SOFTWARE\Kestrel\OrvikShared\Common\InstPath)";
 
-/// Its value `PpcFileNameValue` names the files of the suite's PPC database. Only the suite writes it.
+/// The key whose value `PpcFileNameValue` names the files of the suite's PPC database. Only the suite writes
+/// it.
 inline constexpr std::string_view PpcDatabaseKey = R"(SOFTWARE\Kestrel\OrvikShared\PPCDb)";
 inline constexpr std::string_view PpcFileNameValue = "PpcFileName";
 
-/// Its default value is the program's own folder, written whenever the window starts.
+/// The key whose default value is the program's own folder, written whenever the window starts.
 inline constexpr std::string_view ProgramFolderKey = R"(SOFTWARE\Kestrel\Fieldpost\Common\InstPath)";
 
-/// Their default values are the addresses that receive faultlogger data and PPC data.
+/// The keys whose default values are the addresses that receive faultlogger data and PPC data.
 inline constexpr std::string_view FaultlogRecipientKey = R"(SOFTWARE\Kestrel\Fieldpost\Common\Mail\Faultlog)";
 inline constexpr std::string_view PpcRecipientKey = R"(SOFTWARE\Kestrel\Fieldpost\Common\Mail\PPC)";
 
-/// Its value `LastCollectionValue` is the time when faultlogger files were last collected.
+/// The key whose value `LastCollectionValue` is the time when faultlogger files were last collected.
 inline constexpr std::string_view TimeKey = R"(SOFTWARE\Kestrel\Fieldpost\Common\Time)";
 inline constexpr std::string_view LastCollectionValue = "LastTCol";
 
