@@ -1,14 +1,14 @@
-// The mailboxes of a site that has set none; chosen when the program is configured for building.
+// The mailboxes that are used when the registry names none. CMake sets them.
 #pragma once
 
 #include <string_view>
 
 namespace fieldpost {
 
-/// The mailbox for faultlogger data.
+/// Returns the address that receives faultlogger data by default.
 std::string_view DefaultFaultlogRecipient();
 
-/// The mailbox for PPC data.
+/// Returns the address that receives PPC data by default.
 std::string_view DefaultPpcRecipient();
 
 }  // namespace fieldpost

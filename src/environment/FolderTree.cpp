@@ -18,37 +18,30 @@ constexpr std::string_view IniName = "faultlog.ini";
 
 }  // namespace
 
-FolderTree::FolderTree(FileSystem& files, const InstallPaths& paths, MailSettings& settings,
-                       MailSettingsStore& settingsStore, LatestFolderStore& latestStore, RunLists& lists,
+FolderTree::FolderTree(FileSystem& files, const InstallPaths& paths, const FolderSettings& folders,
                        ModWriteLogFile& log)
-    : files_(files),
-      paths_(paths),
-      settings_(settings),
-      settingsStore_(settingsStore),
-      latestStore_(latestStore),
-      lists_(lists),
-      log_(log) {}
+    : files_(files), paths_(paths), folders_(folders), log_(log) {}
 
 void FolderTree::CreateFolderTree() {
-  const MailSettings before = settings_;
+  const MailSettings before = folders_.settings;
   isWhole_ = true;
-  latestStore_.LoadLatestFolders(lists_.LatestFolderList);
-  // There is something to log on the way to the tree already; the log tells of its folder in its turn.
-  MakeTreeFolder("Log");
+  folders_.latestStore.LoadLatestFolders(folders_.latestFolders);
+  // The steps below may write to the log. The line about its own folder is logged in the order of the tree.
+  CreateTreeFolder("Log");
   const std::string logFolder = std::exchange(created_, {});
-  TakeOverIniTree(paths_.RegisteredPath());
-  MakeDefaultTree(logFolder);
-  const bool changed =
-      before.ArchiveFolder != settings_.ArchiveFolder || before.ProcessFolder != settings_.ProcessFolder;
-  if (changed) Note("The Archive and Process folders were not saved", settingsStore_.TrySave(settings_));
+  AdoptIniTree(paths_.RegisteredPath());
+  CreateDefaultTree(logFolder);
+  const MailSettings& now = folders_.settings;
+  if (before.ArchiveFolder == now.ArchiveFolder && before.ProcessFolder == now.ProcessFolder) return;
+  ReportUnsaved("The Archive and Process folders were not saved", folders_.settingsStore.Save(now));
 }
 
 void FolderTree::SaveLatest() {
-  Note("The list of Latest folders was not saved",
-       latestStore_.TrySaveLatestFolders(lists_.LatestFolderList));
+  ReportUnsaved("The list of Latest folders was not saved",
+                folders_.latestStore.SaveLatestFolders(folders_.latestFolders));
 }
 
-void FolderTree::Note(std::string_view what, const std::string& problem) {
+void FolderTree::ReportUnsaved(std::string_view what, const std::string& problem) {
   if (problem.empty()) return;
   log_.WriteLog(fmt::format("{}: {}", what, problem), LogCategory::Error);
   isWhole_ = false;
@@ -68,7 +61,7 @@ std::string FolderTree::GetFaultlogRootFromIni(const std::string& installPath) {
   return place == std::string::npos ? WithSeparator(folder) : folder.substr(0, place);
 }
 
-void FolderTree::TakeOverIniTree(const std::string& installPath) {
+void FolderTree::AdoptIniTree(const std::string& installPath) {
   if (installPath.empty()) return;
   if (!files_.IsFile(FindFileNoCase(files_, PathFromUtf8(installPath), IniName))) return;
   const std::string root = GetFaultlogRootFromIni(installPath);
@@ -77,54 +70,56 @@ void FolderTree::TakeOverIniTree(const std::string& installPath) {
 
   const std::string latest = WithSeparator(tree + "Latest");
   const bool known =
-      std::any_of(lists_.LatestFolderList.begin(), lists_.LatestFolderList.end(),
+      std::any_of(folders_.latestFolders.begin(), folders_.latestFolders.end(),
                   [&](const fs::path& folder) { return EqualNoCase(Utf8FromPath(folder), latest); });
   if (!known) {
-    const bool made = TryCreate(PathFromUtf8(tree + "Latest"));
-    lists_.LatestFolderList.push_back(PathFromUtf8(latest));
-    if (made) SaveLatest();
+    const bool exists = CreateFolder(PathFromUtf8(tree + "Latest"));
+    folders_.latestFolders.push_back(PathFromUtf8(latest));
+    if (exists) SaveLatest();
   }
-  FillEmptySetting(settings_.ArchiveFolder, tree + "Archive");
-  FillEmptySetting(settings_.ProcessFolder, tree + "Process");
+  FillEmptySetting(folders_.settings.ArchiveFolder, tree + "Archive");
+  FillEmptySetting(folders_.settings.ProcessFolder, tree + "Process");
 }
 
 void FolderTree::FillEmptySetting(std::string& setting, const std::string& folder) {
   if (!setting.empty()) return;
-  TryCreate(PathFromUtf8(folder));
+  CreateFolder(PathFromUtf8(folder));
   setting = WithSeparator(folder);
 }
 
-void FolderTree::MakeDefaultTree(std::string_view logFolder) {
-  if (lists_.LatestFolderList.empty()) {
-    const bool made = MakeTreeFolder("Latest");
-    lists_.LatestFolderList.push_back(
+void FolderTree::CreateDefaultTree(std::string_view logFolder) {
+  if (folders_.latestFolders.empty()) {
+    const bool exists = CreateTreeFolder("Latest");
+    folders_.latestFolders.push_back(
         PathFromUtf8(WithSeparator(Utf8FromPath(paths_.FaultlogFolder("Latest")))));
-    if (made) SaveLatest();  // a list without a folder would never have it made
+    // The folder is created only while the list is empty, so a list without its folder is not saved.
+    if (exists) SaveLatest();
   }
-  MakeDefaultFor(settings_.ArchiveFolder, "Archive");
-  MakeDefaultFor(settings_.ProcessFolder, "Process");
+  SetDefaultFolder(folders_.settings.ArchiveFolder, "Archive");
+  SetDefaultFolder(folders_.settings.ProcessFolder, "Process");
   created_ += logFolder;
-  for (const std::string_view name : {"Error", "PPCTemp"}) MakeTreeFolder(name);
+  for (const std::string_view name : {"Error", "PPCTemp"}) CreateTreeFolder(name);
   log_.WriteLog(created_, LogCategory::CreateMissing);
   created_.clear();
 }
 
-void FolderTree::MakeDefaultFor(std::string& setting, std::string_view name) {
+void FolderTree::SetDefaultFolder(std::string& setting, std::string_view name) {
   if (!setting.empty() && IsFolder(setting)) return;
-  MakeTreeFolder(name);
+  CreateTreeFolder(name);
   setting = WithSeparator(Utf8FromPath(paths_.FaultlogFolder(name)));
 }
 
-/// Whether the folder is there, made now or before.
-bool FolderTree::MakeTreeFolder(std::string_view name) {
+/// Creates a folder of the tree when it is missing. Returns whether it exists now.
+bool FolderTree::CreateTreeFolder(std::string_view name) {
   const fs::path folder = paths_.FaultlogFolder(name);
   if (files_.IsFolder(folder)) return true;
-  if (!TryCreate(folder.parent_path()) || !TryCreate(folder)) return false;
+  if (!CreateFolder(folder.parent_path()) || !CreateFolder(folder)) return false;
   created_ += fmt::format("{}{}[{}]\r\n", Utf8FromPath(folder.parent_path()), PathSeparator, name);
   return true;
 }
 
-bool FolderTree::TryCreate(const fs::path& folder) {
+/// Creates a folder when it is missing. Logs a failure, and returns whether the folder exists now.
+bool FolderTree::CreateFolder(const fs::path& folder) {
   if (files_.IsFolder(folder)) return true;
   try {
     files_.CreateFolder(folder, FileAccess::ByUmask);
@@ -142,12 +137,12 @@ bool FolderTree::IsFolder(const std::string& path) const {
 
 fs::path FolderTree::PrepareErrorFolder(const fs::path& filePath) {
   const fs::path folder = paths_.FaultlogFolder("Error");
-  TryCreate(folder.parent_path());
-  TryCreate(folder);
+  CreateFolder(folder.parent_path());
+  CreateFolder(folder);
   try {
     if (files_.IsFile(filePath)) files_.Remove(folder / filePath.filename());
   } catch (const FileError&) {
-    // The move that follows says what is wrong.
+    // The move that follows reports the reason.
   }
   return folder / "";
 }

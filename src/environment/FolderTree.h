@@ -1,4 +1,4 @@
-// The Faultlog folder tree: made where it is missing.
+// Creates the Faultlog folder tree.
 #pragma once
 
 #include <filesystem>
@@ -13,47 +13,56 @@
 
 namespace fieldpost {
 
-/// Finds the tree, makes what is missing of it and fills in the settings that name its folders.
+/// The settings that name folders of the tree, and the stores that keep them between runs.
+struct FolderSettings {
+  MailSettings& settings;
+  MailSettingsStore& settingsStore;
+  PathList& latestFolders;
+  LatestFolderStore& latestStore;
+};
+
+/// Creates the missing folders of the tree and fills in the settings that name its folders.
 class FolderTree {
  public:
-  FolderTree(FileSystem& files, const InstallPaths& paths, MailSettings& settings,
-             MailSettingsStore& settingsStore, LatestFolderStore& latestStore, RunLists& lists,
+  /// All arguments, and what `folders` refers to, must outlive the object.
+  FolderTree(FileSystem& files, const InstallPaths& paths, const FolderSettings& folders,
              ModWriteLogFile& log);
 
-  /// Loads the Latest folder list, takes over the tree that "faultlog.ini" names, and makes what is missing
-  /// of the one under the installation path; the log gets a line for each folder of that made. A folder that
-  /// cannot be made is named in the log, and so is what cannot be saved of the settings.
+  /// Loads the Latest folder list, adopts the tree that "faultlog.ini" names, and creates the missing folders
+  /// of the tree under the installation path. Logs a line for each folder created under the installation
+  /// path, for each folder that cannot be created, and for settings that cannot be saved.
   void CreateFolderTree();
 
-  /// Whether CreateFolderTree could make and save everything.
+  /// Whether the latest CreateFolderTree created every missing folder and saved the settings.
   [[nodiscard]] bool IsWhole() const { return isWhole_; }
 
-  /// What stands before "faultlog" in the folder that "faultlog.ini" of this installation path names, with a
-  /// separator at its end; the search for that word knows case. Empty when there is no such folder.
+  /// Returns the folder that contains the Faultlog folder, according to "faultlog.ini" in `installPath`: the
+  /// part of the named folder before "faultlog", or the whole name when it does not contain that word in
+  /// lower case. Ends in a separator. Returns an empty text when the entry is missing, which is logged, or
+  /// names no folder.
   [[nodiscard]] std::string GetFaultlogRootFromIni(const std::string& installPath);
 
-  /// The Error folder, made where it is missing, with no file in it that bears the name of `filePath`.
+  /// Returns the Error folder, ending in the separator. Creates it when it is missing, and removes a file in
+  /// it that has the name of `filePath`, so that the caller can move `filePath` there. When `filePath` is not
+  /// a regular file, nothing is removed. Failures are left for that move to report.
   std::filesystem::path PrepareErrorFolder(const std::filesystem::path& filePath);
 
  private:
-  void TakeOverIniTree(const std::string& installPath);
+  void AdoptIniTree(const std::string& installPath);
   void FillEmptySetting(std::string& setting, const std::string& folder);
-  void MakeDefaultTree(std::string_view logFolder);
-  void MakeDefaultFor(std::string& setting, std::string_view name);
-  bool MakeTreeFolder(std::string_view name);
+  void CreateDefaultTree(std::string_view logFolder);
+  void SetDefaultFolder(std::string& setting, std::string_view name);
+  bool CreateTreeFolder(std::string_view name);
   void SaveLatest();
-  void Note(std::string_view what, const std::string& problem);
-  bool TryCreate(const std::filesystem::path& folder);
+  void ReportUnsaved(std::string_view what, const std::string& problem);
+  bool CreateFolder(const std::filesystem::path& folder);
   [[nodiscard]] bool IsFolder(const std::string& path) const;
 
   FileSystem& files_;
   const InstallPaths& paths_;
-  MailSettings& settings_;
-  MailSettingsStore& settingsStore_;
-  LatestFolderStore& latestStore_;
-  RunLists& lists_;
+  FolderSettings folders_;
   ModWriteLogFile& log_;
-  std::string created_;  // a line for each folder made
+  std::string created_;  // a log line for each folder created
   bool isWhole_ = true;
 };
 

@@ -12,11 +12,11 @@
 namespace fieldpost {
 namespace {
 
-constexpr std::uint64_t LargestFile = 4U << 20U;
+constexpr std::uint64_t LargestFile = 4U << 20U;  // bytes
 constexpr std::string_view Utf8ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view Unstorable("\r\n\0", 3);
 
-/// Throws FileError with the reason why `text` is no list.
+/// Returns the folders of the list `text`. Throws FileError when it is not a list.
 PathList FoldersOf(std::string_view text, const std::filesystem::path& file) {
   PathList folders;
   if (text.starts_with(Utf8ByteOrderMark)) text.remove_prefix(Utf8ByteOrderMark.size());
@@ -25,10 +25,10 @@ PathList FoldersOf(std::string_view text, const std::filesystem::path& file) {
     std::string_view line = text.substr(0, end);
     if (line.ends_with('\r')) line.remove_suffix(1);
     if (line.find('\0') != std::string_view::npos) {
-      throw FileError("cannot read", file, "it holds a zero byte, so it is no text in UTF-8");
+      throw FileError("cannot read", file, "it contains a zero byte, so it is not UTF-8 text");
     }
     if (folders.size() == MaxLatestFolders) {
-      throw FileError("cannot read", file, fmt::format("it names more than {} folders", MaxLatestFolders));
+      throw FileError("cannot read", file, fmt::format("it lists more than {} folders", MaxLatestFolders));
     }
     if (!line.empty()) folders.push_back(PathFromUtf8(WithSeparator(line)));
     text.remove_prefix(std::min(end + 1, text.size()));
@@ -36,7 +36,7 @@ PathList FoldersOf(std::string_view text, const std::filesystem::path& file) {
   return folders;
 }
 
-/// One folder a line; nothing when a name cannot be a line.
+/// Returns the list as text, or nothing when a name cannot be written as one line.
 std::optional<std::string> TextOf(const PathList& folders) {
   std::string text;
   for (const std::filesystem::path& folder : folders) {
@@ -57,7 +57,7 @@ void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
   try {
     if (IsStored()) folders = FoldersOf(files_.ReadWhole(file_, LargestFile), file_);
   } catch (const FileError&) {
-    // what cannot be read holds no folders
+    // Problem() reports it.
   }
 }
 
@@ -70,15 +70,11 @@ std::string LatestFolderStore::Problem() const {
   }
 }
 
-bool LatestFolderStore::SaveLatestFolders(const PathList& folders) {
-  return TrySaveLatestFolders(folders).empty();
-}
-
-std::string LatestFolderStore::TrySaveLatestFolders(const PathList& folders) {
+std::string LatestFolderStore::SaveLatestFolders(const PathList& folders) {
   const std::optional<std::string> text = TextOf(folders);
-  if (!text) return FileError("cannot write", file_, "a folder's name has a line break in it").what();
+  if (!text) return FileError("cannot write", file_, "a folder name contains a line break").what();
   try {
-    // A list that cannot be read now may be readable again tomorrow: it is not to be replaced unseen.
+    // An unreadable list may become readable again, so it is not overwritten.
     const bool stored = IsStored();
     if (stored && files_.ReadWhole(file_, LargestFile) == *text) return {};
     files_.SaveAtomically(file_, *text);

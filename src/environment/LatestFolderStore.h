@@ -1,4 +1,4 @@
-// The list of Latest folders, kept between runs.
+// Stores the list of Latest folders.
 #pragma once
 
 #include <cstddef>
@@ -13,32 +13,33 @@ namespace fieldpost {
 
 inline constexpr std::string_view LatestListFileName = "LatestList.dat";
 
+/// A stored list with more folders is refused as unreadable.
 inline constexpr std::size_t MaxLatestFolders = 10'000;
 
-/// "LatestList.dat" in the program's own folder: one folder a line, in order, UTF-8 (outside Windows the
-/// bytes of the name, whatever they are).
+/// Reads and writes "LatestList.dat" in the program's own folder. The file has one folder on each line, in
+/// order, in UTF-8; outside Windows, a name is stored as the bytes of which it consists.
 class LatestFolderStore {
  public:
-  /// `ownFolder` is the program's own folder. Touches no file.
+  /// `ownFolder` is the program's own folder. Does not access the file.
   LatestFolderStore(FileSystem& files, const std::filesystem::path& ownFolder);
 
-  /// Fills the list with the stored folders, each ending in the separator. The list is empty when none were
-  /// stored or the file cannot be read. Never throws.
+  /// Replaces the content of `folders` by the stored folders, each ending in the separator. The list is empty
+  /// when the file is missing, empty or unreadable; IsStored and Problem tell these apart. Never throws.
   void LoadLatestFolders(PathList& folders) const;
 
-  /// One line on why what is stored cannot be read; empty when it can, or nothing is stored. Never throws.
+  /// Returns one line that says why the file is unreadable, or an empty text when it is readable or missing.
+  /// Never throws.
   [[nodiscard]] std::string Problem() const;
 
-  /// Stores the folders as they stand; empty ones are left out. False, and the file as it was, when a name
-  /// has a line break or a NUL in it, when what is stored cannot be read, or the file cannot be written.
-  bool SaveLatestFolders(const PathList& folders);
+  /// Stores the folders unchanged, except that empty names are omitted. Returns an empty text on success.
+  /// When a name contains a line break or a NUL, the stored file is unreadable or it cannot be written, the
+  /// file stays as it was, and the result is one line that says why.
+  [[nodiscard]] std::string SaveLatestFolders(const PathList& folders);
 
-  /// The same. Returns one line on why nothing was stored; empty when the folders are.
-  std::string TrySaveLatestFolders(const PathList& folders);
-
-  /// Whether a list was ever stored, be it an empty one.
+  /// Whether the file exists, even if its list is empty.
   [[nodiscard]] bool IsStored() const;
 
+  /// Returns the path of the file.
   [[nodiscard]] const std::filesystem::path& File() const { return file_; }
 
  private:

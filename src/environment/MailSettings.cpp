@@ -20,11 +20,7 @@ MailSettings MailSettingsStore::Load() const {
   return settings;
 }
 
-bool MailSettingsStore::Save(const MailSettings& settings) {
-  return TrySave(settings).empty();
-}
-
-std::string MailSettingsStore::TrySave(const MailSettings& settings) {
+std::string MailSettingsStore::Save(const MailSettings& settings) {
   std::vector<IniEntry> entries;
   for (const MailSettingsField& field : MailSettingsFields) {
     entries.push_back({field.name, settings.*field.member});

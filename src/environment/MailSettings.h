@@ -1,4 +1,4 @@
-// The program's settings, and the file that keeps them between runs.
+// The program's settings and the file that stores them.
 #pragma once
 
 #include <array>
@@ -11,24 +11,25 @@
 
 namespace fieldpost {
 
-/// The settings, all as texts (UTF-8), in the form in which the options dialog shows and stores them.
+/// The settings as texts (UTF-8), in the form in which the options dialog shows them and the file stores
+/// them.
 struct MailSettings {
-  std::string ArchiveFolder;  ///< archived files; ends in the separator
-  std::string ProcessFolder;  ///< documents waiting to be mailed; ends in the separator
+  std::string ArchiveFolder;  ///< folder of archived files; ends in the separator
+  std::string ProcessFolder;  ///< folder of documents that wait to be mailed; ends in the separator
   std::string SMTPServer;     ///< name or address
   std::string SenderAddress;
   std::string Organization;
   std::string MailUserName;
   std::string MailPassword;
-  std::string MailHostName;         ///< announced to the server
-  std::string NumAttachments;       ///< place in the list of attachments per mail, from 0
+  std::string MailHostName;         ///< name that EHLO announces to the server
+  std::string NumAttachments;       ///< index, from 0, in the list of attachments per mail
   std::string PartnerID;            ///< letters and digits
   std::string UseZip;               ///< "True" or "False"
   std::string SendFault;            ///< "True" or "False"
   std::string SendPPC;              ///< "True" or "False"
-  std::string UseDefaultMailSetup;  ///< state of a check box
+  std::string UseDefaultMailSetup;  ///< "True" or "False"
   std::string SMTPPort;
-  std::string TryCount;   ///< attempts to reach the server
+  std::string TryCount;   ///< number of attempts to reach the server
   std::string Timeout;    ///< seconds
   std::string TlsMode;    ///< "auto", "required" or "none"; empty means "auto"
   std::string TlsCaFile;  ///< PEM file of trusted certificates; empty means the system's
@@ -36,26 +37,27 @@ struct MailSettings {
   bool operator==(const MailSettings&) const = default;
 };
 
-/// What an empty setting stands for.
+/// The values used for empty settings.
 inline constexpr std::string_view DefaultSmtpPort = "25";
 inline constexpr std::string_view DefaultTryCount = "2";
 inline constexpr std::string_view DefaultTimeoutSeconds = "10";
 
-/// The settings that are numbers go from 1 to these; any other stands for its default.
+/// The largest values of the numeric settings; the smallest is 1. Any other value is replaced by the default.
 inline constexpr std::int32_t HighestSmtpPort = 65535;
 inline constexpr std::int32_t HighestTryCount = 100;
 inline constexpr std::int32_t HighestTimeoutSeconds = 3600;
 
-/// The settings that are check boxes hold one of these.
+/// The values of the settings that are shown as check boxes.
 inline constexpr std::string_view CheckedText = "True";
 inline constexpr std::string_view UncheckedText = "False";
 
-/// A property of MailSettings and its name, which is its key in the file.
+/// A member of MailSettings and its name, which is also its key in the file.
 struct MailSettingsField {
   std::string_view name;
   std::string MailSettings::*member;
 };
 
+/// All members of MailSettings, in the order in which they are stored.
 inline constexpr std::array<MailSettingsField, 19> MailSettingsFields{{
     {"ArchiveFolder", &MailSettings::ArchiveFolder},
     {"ProcessFolder", &MailSettings::ProcessFolder},
@@ -82,27 +84,26 @@ inline constexpr std::string_view OptionsFileName = "Options.ini";
 inline constexpr std::string_view MailOptionsSection = "Mail Options";
 inline constexpr std::string_view PartnerIdKey = "PartnerID";
 
-/// MailSettings in "Options.ini" in the program's own folder. The file is readable by its owner alone,
-/// because the password is in it. It is read anew at each call and never held open.
+/// Stores MailSettings in "Options.ini" in the program's own folder. Only its owner may read the file,
+/// because it contains the password. Each call opens the file and closes it again.
 class MailSettingsStore {
  public:
-  /// `ownFolder` is the program's own folder. Touches no file.
+  /// `ownFolder` is the program's own folder. Does not access the file.
   MailSettingsStore(FileSystem& files, std::filesystem::path ownFolder);
 
-  /// The stored settings; what was never stored is empty. Never throws.
+  /// Returns the stored settings. A setting is empty when it, or the file, is missing; all are empty when the
+  /// file is unreadable, which Problem reports. Never throws.
   [[nodiscard]] MailSettings Load() const;
 
-  /// Stores the settings with one writing of the file, which touches the lines of changed values only. False,
-  /// and nothing changed, when a value has a line break or a NUL in it or the file cannot be written.
-  bool Save(const MailSettings& settings);
+  /// Stores the settings by replacing the file once; only lines of changed values differ. Returns an empty
+  /// text on success. When a value contains a line break or a NUL, or the file is unreadable or cannot be
+  /// written, the file stays as it was, and the result is one line that says why.
+  [[nodiscard]] std::string Save(const MailSettings& settings);
 
-  /// The same. Returns one line on why nothing was stored; empty when the settings are.
-  std::string TrySave(const MailSettings& settings);
-
-  /// One line on why the stored settings cannot be read; empty when they can, or were never stored.
+  /// Returns one line that says why the file is unreadable, or an empty text when it is readable or missing.
   [[nodiscard]] std::string Problem() const;
 
-  /// The file's path, however its name is spelt on the disk.
+  /// Returns the path of the file, with its name in the letter case that it has on the disk.
   [[nodiscard]] std::filesystem::path File() const;
 
  private:

@@ -15,13 +15,14 @@ namespace {
 constexpr std::array<std::string_view, 7> Tags{
     "", "[Mail]:", "[Search Latest]:", "[Create missing directory]:", "[Error]:", "[Log File]", "[PPC]:"};
 
-/// A line of the log is read by people: what makes it longer is no help to them.
+/// The longest text of a log line in bytes. A reader does not need more of it.
 constexpr std::size_t LongestLine = 2000;
 
-/// What a hostile name or setting cannot break, steer or drown.
-std::string Readable(std::string_view line) {
-  const bool whole = line.size() <= LongestLine;
-  return EscapeControls(line.substr(0, LongestLine)) + (whole ? "" : " ...");
+/// Escapes and bounds a line, so that a hostile filename or setting cannot forge a line, control the terminal
+/// or fill the log.
+std::string EscapedAndBounded(std::string_view line) {
+  const bool isComplete = line.size() <= LongestLine;
+  return EscapeControls(line.substr(0, LongestLine)) + (isComplete ? "" : " ...");
 }
 
 bool IsKnown(std::int16_t category) {
@@ -71,16 +72,16 @@ std::string ModWriteLogFile::ThroughScratchFile(std::string_view text) {
     files_.WriteNew(scratch, text, FileAccess::OwnerOnly);
     const std::string back = files_.ReadWhole(scratch, text.size());
     files_.Remove(scratch);
-    // Another copy of the program may be using the file just now: its text is not ours to log.
+    // Another copy of the program may have written its text to the file meanwhile.
     if (back == text) return back;
   } catch (const FileError&) {
-    // The log must go on without the file.
+    // No line may be lost because of the scratch file.
   }
   return std::string(text);
 }
 
 std::string ModWriteLogFile::StampedLine(std::string_view tag, std::string_view text) const {
-  return fmt::format("{}  {}{}\r\n", DateAndTime(clock_.Now()), tag, Readable(text));
+  return fmt::format("{}  {}{}\r\n", DateAndTime(clock_.Now()), tag, EscapedAndBounded(text));
 }
 
 std::string ModWriteLogFile::Entry(std::int16_t category) const {

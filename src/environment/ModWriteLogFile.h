@@ -13,34 +13,37 @@
 
 namespace fieldpost {
 
-/// What a log entry is about, by the number of its category.
+/// The numbers of the log categories and their tags.
 struct LogCategory {
-  static constexpr std::int16_t Mail = 1;           ///< "[Mail]:", without the text's first line
+  static constexpr std::int16_t Mail = 1;           ///< "[Mail]:"; the first line of the text is omitted
   static constexpr std::int16_t SearchLatest = 2;   ///< "[Search Latest]:"
   static constexpr std::int16_t CreateMissing = 3;  ///< "[Create missing directory]:"
   static constexpr std::int16_t Error = 4;          ///< "[Error]:"
-  static constexpr std::int16_t LogFile = 5;        ///< "[Log File]", the tag alone
+  static constexpr std::int16_t LogFile = 5;        ///< "[Log File]"; only the tag is written
   static constexpr std::int16_t Ppc = 6;            ///< "[PPC]:"
 };
 
-/// One text file a day, in the Log folder of the Faultlog tree.
+/// Writes the activity log: a text file for each day, in the Log folder of the Faultlog tree.
 class ModWriteLogFile {
  public:
+  /// All arguments must outlive the object.
   ModWriteLogFile(FileSystem& files, const Clock& clock, const InstallPaths& paths);
 
-  /// Appends each non-empty line of a UTF-8 text to today's log, stamped and tagged. An unknown category
-  /// writes no line, but makes the file. What cannot be written goes to standard error. Never throws.
+  /// Appends each non-empty line of `text` (UTF-8) to today's log, with date, time and the tag of `category`
+  /// (see LogCategory). An unknown category writes no line but creates the file. Lines that cannot be written
+  /// to the log go to standard error. Never throws.
   void WriteLog(std::string_view text, std::int16_t category);
 
-  /// Puts the non-empty lines of a text into the list of lines to be written. False for an empty text.
+  /// Appends the non-empty lines of `text` to PendingLogLines. Returns false when the text is empty.
   bool SplitLogText(std::string_view text);
 
-  /// Some line could not be written to the log, and went to standard error.
+  /// Whether any line could not be written to the log and went to standard error instead.
   [[nodiscard]] bool HasFailed() const { return hasFailed_; }
 
+  /// Returns the lines that SplitLogText has collected; WriteLog empties the list.
   [[nodiscard]] const std::vector<std::string>& PendingLogLines() const { return pendingLogLines_; }
 
-  /// Today's log file.
+  /// Returns the path of today's log file, which may be missing.
   [[nodiscard]] std::filesystem::path TodaysFile() const;
 
  private:

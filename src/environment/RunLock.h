@@ -1,4 +1,4 @@
-// Keeps two runs from working on the same files.
+// Prevents two runs from working on the same files.
 #pragma once
 
 #include <cstdint>
@@ -13,16 +13,16 @@
 
 namespace fieldpost {
 
-/// The folders of one run, held until the object ends, or its process does.
+/// Locks the folders of a run until the object is destroyed or its process ends.
 class RunLock {
  public:
-  /// Takes every folder that exists, or none, besides those that it has already. Empty on success, else one
-  /// line that says which folder another run has, or cannot be taken. Two programs that share any folder
-  /// exclude each other.
+  /// Locks each of the folders that exists and is not locked yet by this object. Returns an empty text on
+  /// success. When another run has locked one of them, or one cannot be locked, none of them is locked, and
+  /// the result is one line that names the folder. Missing folders are ignored.
   [[nodiscard]] std::string Acquire(FileSystem& files, const PathList& folders);
 
  private:
-  using Identity = std::pair<std::uint64_t, std::uint64_t>;  // of a folder, by whatever name
+  using Identity = std::pair<std::uint64_t, std::uint64_t>;  // of a folder: device and file number
 
   std::vector<std::unique_ptr<FolderLock>> locks_;
   std::set<Identity> known_;

@@ -72,7 +72,7 @@ bool OptionsStore::SaveOptions(const OptionsValues& values, const std::filesyste
   settings_.MailPassword = values.settings.MailPassword;
   SaveSettings();
   latestFolders_ = values.latestFolders;
-  Note(latestStore_.SaveLatestFolders(latestFolders_), Utf8FromPath(latestStore_.File()));
+  Note(latestStore_.SaveLatestFolders(latestFolders_).empty(), Utf8FromPath(latestStore_.File()));
   return unsaved_.empty();
 }
 
@@ -89,7 +89,7 @@ void OptionsStore::TakeMailOptions(const MailSettings& shown) {
 void OptionsStore::SaveSettings() {
   MailSettings stored = settings_;
   if (stored.PartnerID.empty()) stored.PartnerID = settingsStore_.Load().PartnerID;
-  Note(settingsStore_.Save(stored), Utf8FromPath(settingsStore_.File()));
+  Note(settingsStore_.Save(stored).empty(), Utf8FromPath(settingsStore_.File()));
 }
 
 void OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath) {

@@ -92,7 +92,7 @@ void MailSettingsCheck::FillInDefaults() {
   const bool port = FillIn(settings_.SMTPPort, DefaultSmtpPort);
   const bool tries = FillIn(settings_.TryCount, DefaultTryCount);
   const bool timeout = FillIn(settings_.Timeout, DefaultTimeoutSeconds);
-  const std::string problem = port || tries || timeout ? store_.TrySave(settings_) : "";
+  const std::string problem = port || tries || timeout ? store_.Save(settings_) : "";
   defaultsAreSaved_ = problem.empty();
   if (!defaultsAreSaved_) log_.WriteLog("The mail settings were not saved: " + problem, LogCategory::Error);
 }

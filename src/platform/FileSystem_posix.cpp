@@ -29,14 +29,14 @@ Descriptor OpenRegularFile(const fs::path& path) {
 
 struct stat StateOfPlainFile(const Descriptor& file, const fs::path& path, std::string_view action) {
   struct stat state {};
-  if (::fstat(file.Number(), &state) != 0) Fail("cannot look at", path);
+  if (::fstat(file.Number(), &state) != 0) Fail("cannot access", path);
   if (!S_ISREG(state.st_mode)) throw FileError(action, path, "not a plain file");
   return state;
 }
 
 uid_t OwnerOfFolder(const fs::path& folder) {
   struct stat state {};
-  if (::stat(folder.c_str(), &state) != 0) Fail("cannot look at", folder);
+  if (::stat(folder.c_str(), &state) != 0) Fail("cannot access", folder);
   return state.st_uid;
 }
 
@@ -109,7 +109,7 @@ bool DiskFileSystem::Exists(const fs::path& path) const {
 
 FileStamp DiskFileSystem::Stamp(const fs::path& path) const {
   struct stat state {};
-  if (::stat(path.c_str(), &state) != 0) Fail("cannot look at", path);
+  if (::stat(path.c_str(), &state) != 0) Fail("cannot access", path);
   return StampOf(state);
 }
 
@@ -257,7 +257,7 @@ bool DiskFileSystem::KeepToOwner(const fs::path& path) {
   constexpr mode_t ofOthers = 077;
   if (!IsFile(path)) return false;
   const Descriptor file = OpenRegularFile(path);
-  const struct stat state = StateOfPlainFile(file, path, "cannot look at");
+  const struct stat state = StateOfPlainFile(file, path, "cannot access");
   if ((state.st_mode & ofOthers) == 0) return false;
   if (::fchmod(file.Number(), state.st_mode & 0700U) != 0) Fail("cannot set the permissions of", path);
   return true;
@@ -265,7 +265,7 @@ bool DiskFileSystem::KeepToOwner(const fs::path& path) {
 
 void DiskFileSystem::CopyPermissions(const fs::path& model, const fs::path& path) {
   struct stat state {};
-  if (::stat(model.c_str(), &state) != 0) Fail("cannot look at", model);
+  if (::stat(model.c_str(), &state) != 0) Fail("cannot access", model);
   if (::chmod(path.c_str(), state.st_mode & 07777U) != 0) Fail("cannot set the permissions of", path);
 }
 

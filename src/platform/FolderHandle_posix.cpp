@@ -57,7 +57,7 @@ class DescriptorFolder final : public FolderHandle {
     // O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
     Descriptor file = OpenIn(folder_, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open", PathOf(name));
     struct stat state {};
-    if (::fstat(file.Number(), &state) != 0) Fail("cannot look at", PathOf(name));
+    if (::fstat(file.Number(), &state) != 0) Fail("cannot access", PathOf(name));
     if (!S_ISREG(state.st_mode)) throw FileError("cannot read", PathOf(name), "not a plain file");
     return ReaderOf(std::move(file), PathOf(name));
   }
@@ -79,7 +79,7 @@ class DescriptorFolder final : public FolderHandle {
     const bool plain = !name.empty() && !IsDots(name) &&
                        name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
     if (!plain)
-      throw FileError("cannot look into", path_, "\"" + EscapeControls(name) + "\" is no plain name");
+      throw FileError("cannot access", path_, "\"" + EscapeControls(name) + "\" is not a plain filename");
   }
 
   [[nodiscard]] std::optional<struct stat> Look(const std::string& name) const {

@@ -11,7 +11,7 @@ FieldpostProgram::FieldpostProgram(const Ports& given, const std::filesystem::pa
       settings(settingsStore.Load()),
       latestStore(ports.files, ownFolder),
       optionsStore(ports.files, ports.keys, settings, lists.LatestFolderList, ownFolder),
-      tree(ports.files, paths, settings, settingsStore, latestStore, lists, log),
+      tree(ports.files, paths, {settings, settingsStore, lists.LatestFolderList, latestStore}, log),
       check(settings, settingsStore, flags, registry, log, ports.prompt, ports.display),
       packaging(ports.files, ports.clock, paths, settings, flags, lists, log, ports.display),
       sendLoop(ports.files, ports.clock, settings, flags, lists, log, check, packaging, ports.transport,

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::string_view Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// Two characters for each value of 12 bits: half the look-ups of a table of single characters.
+/// Holds two characters for each 12-bit value, which needs half the lookups of a table of single characters.
 constexpr std::array<char, 2 * 4096> MakePairs() {
   std::array<char, 2 * 4096> pairs{};
   for (std::size_t value = 0; value < 4096; ++value) {
@@ -32,7 +32,7 @@ char* EncodeTriple(const char* source, char* target) {
   return target + 4;
 }
 
-char* EncodeEnd(std::span<const char> rest, char* target) {
+char* EncodeRest(std::span<const char> rest, char* target) {
   if (rest.empty()) return target;
   std::array<char, 3> padded{};
   std::copy(rest.begin(), rest.end(), padded.begin());
@@ -44,7 +44,7 @@ char* EncodeEnd(std::span<const char> rest, char* target) {
 char* Encode(std::span<const char> bytes, char* target) {
   const std::size_t whole = bytes.size() - bytes.size() % 3;
   for (std::size_t at = 0; at < whole; at += 3) target = EncodeTriple(bytes.data() + at, target);
-  return EncodeEnd(bytes.subspan(whole), target);
+  return EncodeRest(bytes.subspan(whole), target);
 }
 
 }  // namespace

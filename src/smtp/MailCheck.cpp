@@ -12,32 +12,33 @@
 namespace fieldpost {
 namespace {
 
+constexpr std::int32_t HighestPort = 65535;
 constexpr std::size_t LongestName = 255;
 constexpr std::size_t LongestAddress = 64 + 1 + LongestName;  // RFC 5321, section 4.5.3.1
 
-/// A text of the settings with what it must be.
+/// A text to be checked, and the rule for it.
 struct Checked {
-  std::string_view title;
+  std::string_view title;  ///< what the text is, for the message
   std::string_view text;
-  std::size_t longest;
-  std::string_view forbidden;  ///< beside control characters, blanks and what is not ASCII
+  std::size_t longest;         ///< in bytes
+  std::string_view forbidden;  ///< in addition to control characters, blanks and characters beyond ASCII
 };
 
-bool IsPlain(char c) {
+bool IsVisibleAscii(char c) {
   return c > ' ' && c <= '~';
 }
 
 std::string FaultOf(const Checked& checked) {
   if (checked.text.empty()) return fmt::format("{} is missing", checked.title);
   if (checked.text.size() > checked.longest) return fmt::format("{} is too long", checked.title);
-  const bool plain = std::all_of(checked.text.begin(), checked.text.end(), IsPlain);
-  if (plain && checked.text.find_first_of(checked.forbidden) == std::string_view::npos) return {};
-  return fmt::format("{} holds a character that does not belong there: {}", checked.title,
+  const bool visible = std::all_of(checked.text.begin(), checked.text.end(), IsVisibleAscii);
+  if (visible && checked.text.find_first_of(checked.forbidden) == std::string_view::npos) return {};
+  return fmt::format("{} contains a character that is not allowed: {}", checked.title,
                      EscapeControls(WellFormedUtf8(checked.text)));
 }
 
-/// Whether an address can stand in a header as it is: quotes, comments and groups would give it another
-/// meaning there. A name alone belongs to the server's own machine.
+/// Whether an address can be written to a header unchanged: quotes, comments and groups would have another
+/// meaning there. An address without a domain is local to the mail server.
 bool IsAddress(std::string_view address) {
   const std::size_t at = address.find('@');
   const std::string_view local = address.substr(0, at);
@@ -53,7 +54,7 @@ bool IsNameChar(char c) {
   return !LettersAndDigits({&c, 1}).empty() || c == '-' || c == '.' || c == '_';
 }
 
-std::string Encoded(std::string_view text) {
+std::string PercentEncoded(std::string_view text) {
   std::string result;
   for (const char c : text) {
     if (IsNameChar(c)) {
@@ -69,12 +70,12 @@ bool IsBracketed(std::string_view server) {
   return server.starts_with('[') && server.ends_with(']');
 }
 
-/// Names, IPv4 addresses, and IPv6 addresses with or without brackets.
+/// Whether `server` can be a host name, an IPv4 address, or an IPv6 address with or without brackets.
 bool IsServerName(std::string_view server) {
   const std::string_view inner = IsBracketed(server) ? server.substr(1, server.size() - 2) : server;
-  const bool six = inner.find(':') != std::string_view::npos;
+  const bool isIpv6 = inner.find(':') != std::string_view::npos;
   return std::all_of(inner.begin(), inner.end(),
-                     [six](char c) { return IsNameChar(c) || (six && (c == ':' || c == '%')); });
+                     [isIpv6](char c) { return IsNameChar(c) || (isIpv6 && (c == ':' || c == '%')); });
 }
 
 std::string HostOf(std::string_view server) {
@@ -93,7 +94,7 @@ TlsPlan DecideTls(std::int32_t port, TlsMode mode, std::int32_t implicitTlsPort)
 
 std::string CheckMail(const MailServer& server, const Mail& mail) {
   constexpr std::string_view brackets = "<>";
-  // Several addresses in one setting would reach the server as one that does not exist.
+  // The server would take several addresses in one setting for a single address that does not exist.
   constexpr std::string_view notInAddress = "<>,;";
   const std::array<Checked, 4> always{
       {{"the mail server's name", server.server, LongestName, brackets},
@@ -107,16 +108,17 @@ std::string CheckMail(const MailServer& server, const Mail& mail) {
     const Checked hostName{"the announced host name", server.hostName, LongestName, brackets};
     if (std::string fault = FaultOf(hostName); !fault.empty()) return fault;
   }
-  if (!IsAddress(mail.sender)) return "the sender's address is none: " + mail.sender;
-  if (!IsAddress(mail.recipient)) return "the recipient's address is none: " + mail.recipient;
-  if (!IsServerName(server.server)) return "this is no name of a mail server: " + server.server;
-  if (server.port < 1 || server.port > 65535) return fmt::format("this is no port: {}", server.port);
+  if (!IsAddress(mail.sender)) return mail.sender + " is not a valid sender address";
+  if (!IsAddress(mail.recipient)) return mail.recipient + " is not a valid recipient address";
+  if (!IsServerName(server.server)) return server.server + " is not a valid mail server name";
+  if (server.port < 1 || server.port > HighestPort)
+    return fmt::format("{} is not a valid port; ports go from 1 to {}", server.port, HighestPort);
   return {};
 }
 
 std::string ServerUrl(const MailServer& server, TlsPlan plan) {
   return fmt::format("{}://{}:{}/{}", plan == TlsPlan::FromTheStart ? "smtps" : "smtp", HostOf(server.server),
-                     server.port, Encoded(server.hostName));
+                     server.port, PercentEncoded(server.hostName));
 }
 
 }  // namespace fieldpost

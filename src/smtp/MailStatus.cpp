@@ -15,7 +15,7 @@ std::string OneLine(std::string_view text) {
   return EscapeControls(WellFormedUtf8(text));
 }
 
-/// `text` is printable already, and so must be the password that is looked for in it.
+/// `text` may have been made printable already, so the printable form of the password is replaced too.
 std::string WithoutPassword(std::string_view text, const MailServer& server) {
   std::string result(text);
   if (server.password.empty()) return result;
@@ -26,7 +26,7 @@ std::string WithoutPassword(std::string_view text, const MailServer& server) {
   return result;
 }
 
-/// A reader of the text takes "error: 0" for success, wherever it stands.
+/// The log takes a line that contains "error: 0" for a success, so a failure must not contain it.
 std::string WithoutSuccess(std::string text) {
   constexpr std::string_view success = "error: 0";
   const std::string lower = ToLowerAscii(text);

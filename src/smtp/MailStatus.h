@@ -1,4 +1,4 @@
-// The two lines that tell what became of a mail.
+// The status text of a mail.
 #pragma once
 
 #include <string>
@@ -8,9 +8,10 @@
 
 namespace fieldpost {
 
-/// The text that MailTransport::StatusText promises. `number` is 0 for a mail that was sent. `description` is
-/// the server's last reply or what went wrong; should the server have repeated the password, in plain or as
-/// it travels in a login, that part becomes "***".
+/// Returns two lines, separated by CR LF: what was sent to whom; "Error: ", `number`, a blank and
+/// `description`. `number` is 0 for a mail that was sent and a CURLcode for any other. `description` is the
+/// server's last reply or the reason of the failure. The password of `server` becomes "***" in it, also where
+/// the server has repeated it in base64. The text of a failure never contains "error: 0", in any letter case.
 std::string MailStatusText(const MailServer& server, const Mail& mail, int number,
                            std::string_view description);
 

@@ -48,8 +48,8 @@ std::string WithoutControls(std::string_view text, char instead) {
   return result;
 }
 
-/// `text` cut before each run of blanks, so that a line end may be put before every piece but the first.
-std::vector<std::string_view> Foldable(std::string_view text) {
+/// Splits `text` before each run of blanks. A line end may be inserted before each piece but the first.
+std::vector<std::string_view> SplitBeforeBlanks(std::string_view text) {
   std::vector<std::string_view> pieces;
   while (!text.empty()) {
     const std::size_t word = std::min(text.find_first_not_of(' '), text.size());
@@ -60,7 +60,7 @@ std::vector<std::string_view> Foldable(std::string_view text) {
   return pieces;
 }
 
-/// Whether a text can stand in a header as it is.
+/// Whether a header field can be written without encoded words.
 bool NeedsNoEncoding(std::string_view name, const std::vector<std::string_view>& pieces) {
   const auto isPlain = [](std::string_view piece) {
     return piece.size() <= LongestHeaderLine && IsAscii(piece) &&
@@ -90,7 +90,7 @@ std::string AsEncodedWords(std::string_view name, std::string_view text) {
   std::string field = fmt::format("{}: ", name);
   std::size_t line = field.size();
   while (!text.empty()) {
-    // A character must not be cut in two (RFC 2047, section 5).
+    // An encoded word must not end within a character (RFC 2047, section 5).
     const std::size_t room = (LongestEncodedLine - line - open.size() - close.size()) / 4 * 3;
     std::size_t length = 0;
     while (length < text.size()) {
@@ -111,7 +111,7 @@ bool IsAttributeChar(char c) {
          std::string_view("-._~").find(c) != std::string_view::npos;
 }
 
-/// A character as it stands in a parameter in sections.
+/// Returns one character as RFC 2231 writes it in an encoded parameter.
 std::string PercentEncoded(std::string_view character) {
   if (IsAttributeChar(character.front())) return std::string(character);
   std::string result;
@@ -119,8 +119,8 @@ std::string PercentEncoded(std::string_view character) {
   return result;
 }
 
-/// A parameter in sections (RFC 2231, sections 3 and 4). No character is cut in two, because some readers
-/// take each section for itself.
+/// Returns a parameter in sections (RFC 2231, sections 3 and 4). No section ends within a character, because
+/// some mail programs decode each section separately.
 std::string InSections(std::string_view parameter, std::string_view name) {
   std::string result;
   std::size_t section = 0;
@@ -138,7 +138,7 @@ std::string InSections(std::string_view parameter, std::string_view name) {
   return result.append(";\r\n").append(line);
 }
 
-/// One line of text, without its end, as quoted-printable lines.
+/// Appends one line of text, given without its line end, as quoted-printable lines.
 void AppendQuotedLine(std::string_view text, std::string& result) {
   std::size_t line = 0;
   for (std::size_t at = 0; at < text.size(); ++at) {
@@ -146,7 +146,7 @@ void AppendQuotedLine(std::string_view text, std::string& result) {
     const bool last = at + 1 == text.size();
     const bool plain = c == ' ' || c == '\t' ? !last : c > ' ' && c <= '~' && c != '=';
     const std::size_t length = plain ? 1 : 3;
-    // Room for the "=" of a soft line break.
+    // A line that continues needs room for the "=" of the soft line break.
     if (line + length > LongestEncodedLine - (last ? 0 : 1)) {
       result += "=\r\n";
       line = 0;
@@ -176,7 +176,7 @@ std::string WellFormedUtf8(std::string_view text) {
 std::string HeaderField(std::string_view name, std::string_view text) {
   const std::string plain = WithoutControls(text, ' ');
   const std::string_view trimmed = Trimmed(plain);
-  const std::vector<std::string_view> pieces = Foldable(trimmed);
+  const std::vector<std::string_view> pieces = SplitBeforeBlanks(trimmed);
   if (NeedsNoEncoding(name, pieces)) return Folded(name, pieces);
   return AsEncodedWords(name, WellFormedUtf8(trimmed));
 }

@@ -1,4 +1,4 @@
-// Texts in the encodings of mail: header values, file names, bodies.
+// Encodes texts for mail: header fields, file names, bodies.
 #pragma once
 
 #include <cstddef>
@@ -8,36 +8,36 @@
 
 namespace fieldpost {
 
-/// `text` as well-formed UTF-8: each byte that belongs to no character becomes U+FFFD.
+/// Returns `text` as well-formed UTF-8: each byte that is not part of a character becomes U+FFFD.
 std::string WellFormedUtf8(std::string_view text);
 
-/// One header field, folded, with its line end. Control characters, line breaks too, become blanks; blanks at
-/// both ends go. Text beyond ASCII, text that would be mistaken for an encoded word, and words too long to be
-/// folded become encoded words (RFC 2047). No line is longer than 78 bytes.
+/// Returns the header field `name` with the value `text`, folded so that no line is longer than 78 bytes, and
+/// with its line end. Control characters, including line breaks, become blanks; blanks at both ends are
+/// removed. Text beyond ASCII, text that looks like an encoded word, and words too long to be folded become
+/// encoded words (RFC 2047).
 std::string HeaderField(std::string_view name, std::string_view text);
 
-/// The name under which a file travels, in a mail or a zip: its file name as well-formed UTF-8, control
+/// Returns the name that a file has in a mail or a zip: its filename as well-formed UTF-8, with control
 /// characters replaced by "_".
 std::string TravelName(const std::filesystem::path& file);
 
-/// A file name as a quoted-string (RFC 2045, section 5.1), quotes included. Every character beyond ASCII, and
-/// what would make it look like an encoded word, becomes "_".
+/// Returns a filename as a quoted-string (RFC 2045, section 5.1), including the quotes. Each character beyond
+/// ASCII becomes "_", and so does the "?" of an "=?" that would make the name look like an encoded word.
 std::string QuotedName(std::string_view given);
 
-/// A MIME parameter that carries a file name, as continuation lines of a header: each begins with "; ", the
-/// line end and a blank. An ASCII name that does not look like an encoded word is one quoted-string; any
-/// other is written as RFC 2231 says, in as many sections as lines of 78 bytes need.
+/// Returns a MIME parameter whose value is a filename, as continuation lines of a header, each preceded by
+/// ";", CR LF and a blank. An ASCII name that does not look like an encoded word is written as one
+/// quoted-string; any other is encoded and divided into sections of at most 78 bytes (RFC 2231).
 std::string NameParameter(std::string_view parameter, std::string_view name);
 
-/// `text` with every line ended by CR LF, whatever ended it before. The last line gets no end that it had
-/// not.
+/// Returns `text` with each CR, LF or CR LF replaced by CR LF. An unfinished last line stays unfinished.
 std::string WithCrLf(std::string_view text);
 
-/// Whether a text may travel as it stands (RFC 2045, section 2.7): ASCII without control characters but for
-/// tabs and line ends, and no line longer than 998 bytes. `text` has CR LF line ends.
+/// Whether a text, whose lines end in CR LF, can be sent without encoding (RFC 2045, section 2.7): it is
+/// ASCII, its only control characters are tabs and line ends, and no line is longer than 998 bytes.
 bool IsSevenBit(std::string_view text);
 
-/// `text`, whose lines end in CR LF, as quoted-printable (RFC 2045, section 6.7).
+/// Returns `text`, whose lines end in CR LF, as quoted-printable (RFC 2045, section 6.7).
 std::string QuotedPrintable(std::string_view text);
 
 }  // namespace fieldpost

@@ -22,7 +22,7 @@ std::string_view TypeOf(std::string_view fileName) {
   return "application/octet-stream";
 }
 
-/// "=_" occurs in neither base64 nor quoted-printable; only a body that travels as it stands can hold it.
+/// "=_" occurs in neither base64 nor quoted-printable; only a body that is not encoded can contain it.
 std::string BoundaryFor(const Mail& mail) {
   for (XXH64_hash_t seed = 0;; ++seed) {
     const XXH128_hash_t hash = XXH3_128bits_withSeed(mail.messageId.data(), mail.messageId.size(), seed);
@@ -31,7 +31,7 @@ std::string BoundaryFor(const Mail& mail) {
   }
 }
 
-/// The headers that every mail has, up to the type of its content.
+/// Returns the header fields that do not depend on the content.
 std::string CommonHeaders(const Mail& mail) {
   std::string text =
       fmt::format("Date: {}\r\nMessage-ID: {}\r\nFrom: {}\r\nReply-To: {}\r\nTo: {}\r\n", MailDate(mail.date),
@@ -42,7 +42,7 @@ std::string CommonHeaders(const Mail& mail) {
   return text += "MIME-Version: 1.0\r\n";
 }
 
-/// The body with the headers that say how it is written.
+/// Returns the header fields of the body's encoding, an empty line and the encoded body.
 std::string TextPart(std::string_view body) {
   const std::string text = WithCrLf(WellFormedUtf8(body));
   const bool sevenBit = IsSevenBit(text);
@@ -50,8 +50,8 @@ std::string TextPart(std::string_view body) {
                      sevenBit ? "7bit" : "quoted-printable", sevenBit ? text : QuotedPrintable(text));
 }
 
-/// The parameter `name` of the type is the fallback for programs that cannot read the name of RFC 2231. A
-/// second `filename` beside it would be an error to strict ones.
+/// The parameter `name` of the content type is for mail programs that cannot read a name in the form of
+/// RFC 2231. A second `filename` parameter would serve them too, but strict programs reject it.
 std::string AttachmentHeaders(const fs::path& path) {
   const std::string name = TravelName(path);
   return fmt::format(
@@ -62,20 +62,20 @@ std::string AttachmentHeaders(const fs::path& path) {
 
 }  // namespace
 
-/// A stretch of the message: text as it stands, or a file to be encoded.
+/// A part of the message: text, or when `file` is set, that file in base64.
 struct MimeMessage::Part {
   std::string text;
   fs::path file;
   FileStamp stamp;
 };
 
-/// A file as base64 lines.
+/// Reads a file as base64 lines.
 class MimeMessage::AttachmentStream {
  public:
   AttachmentStream(const FileSystem& files, const Part& part)
       : files_(files), part_(part), reader_(files.OpenForReading(part.file)), input_(InputSize) {}
 
-  /// Returns how many characters were written; 0 at the end of the file.
+  /// Returns the number of characters written into `buffer`; 0 at the end of the file.
   std::size_t Read(std::span<char> buffer) {
     if (!carry_.empty()) return TakeCarry(buffer);
     if (begin_ == end_ && !Fill()) return 0;
@@ -106,7 +106,8 @@ class MimeMessage::AttachmentStream {
     return bytes;
   }
 
-  /// Fills the input up to its end or the file's, so that only the file's last line can be a short one.
+  /// Reads until the input is full or the file ends, so that only the last line of the file can be short.
+  /// Returns false at the end of the file.
   bool Fill() {
     begin_ = 0;
     end_ = 0;
@@ -118,7 +119,7 @@ class MimeMessage::AttachmentStream {
     total_ += end_;
     const bool atEnd = end_ < input_.size();
     if (total_ > part_.stamp.size || (atEnd && !IsUnchanged())) {
-      throw FileError("cannot send", part_.file, "it changed while it was read");
+      throw FileError("cannot send", part_.file, "it changed while it was being read");
     }
     return end_ > 0;
   }
@@ -166,7 +167,7 @@ void MimeMessage::AddText(std::string text) {
 
 void MimeMessage::AddFile(const fs::path& path) {
   const FileStamp stamp = files_.Stamp(path);
-  // Opened once already now: a file that cannot be read is found before anything is sent.
+  // Opened here only to find a file that cannot be read before anything is sent.
   const std::unique_ptr<FileReader> reader = files_.OpenForReading(path);
   size_ += Base64LinesSize(stamp.size);
   parts_.push_back({.text = {}, .file = path, .stamp = stamp});

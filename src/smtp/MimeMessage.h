@@ -1,4 +1,4 @@
-// One mail as the bytes that go over the wire.
+// A mail as the bytes of an Internet message.
 #pragma once
 
 #include <cstddef>
@@ -14,24 +14,24 @@
 
 namespace fieldpost {
 
-/// A message of RFC 5322 and RFC 2045 to 2049, read from front to back. Attachments are encoded while they
-/// are read, so that memory stays flat whatever they weigh. The same mail gives the same bytes. All bytes are
-/// ASCII, every line ends in CR LF, the last one too; dots are not doubled here.
+/// A message as RFC 5322 and RFC 2045 to 2049 define it, read once from front to back. Attachments are
+/// encoded while they are read, so the memory used does not depend on their size. Equal mails result in equal
+/// bytes. All bytes are ASCII, and every line, including the last, ends in CR LF. Dots are not doubled.
 class MimeMessage {
  public:
-  /// Addresses and message id of `mail` have passed CheckMail. Throws FileError when an attachment cannot be
-  /// opened. `files` must outlive the message.
+  /// `mail` has passed CheckMail. `files` must outlive the message. Throws FileError when an attachment
+  /// cannot be opened.
   MimeMessage(const FileSystem& files, const Mail& mail);
   MimeMessage(const MimeMessage&) = delete;
   MimeMessage& operator=(const MimeMessage&) = delete;
   ~MimeMessage();
 
-  /// The bytes of the whole message, known before the first one is read.
+  /// The size of the whole message in bytes, known before the first byte is read.
   [[nodiscard]] std::uint64_t Size() const { return size_; }
 
-  /// Writes the next bytes into `buffer`. Returns how many; 0 at the end alone. Throws FileError when an
-  /// attachment cannot be read, or is not what it was when the message was made: what was read until then is
-  /// no whole message and must not be sent as one.
+  /// Writes the next bytes into `buffer` and returns their number, which is 0 only at the end. Throws
+  /// FileError when an attachment cannot be read or has changed since the message was constructed; the bytes
+  /// read before are then not a complete message and must not be sent as one.
   std::size_t Read(std::span<char> buffer);
 
  private:

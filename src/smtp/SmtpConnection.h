@@ -1,12 +1,12 @@
-// A connection to a mail server, encrypted and logged in as the settings say.
+// A connection to a mail server, encrypted and logged in as the settings require.
 #pragma once
 
 #include <curl/curl.h>
 
-#include <array>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,106 +14,85 @@
 #include "common/StatusDisplay.h"
 #include "platform/Clock.h"
 #include "platform/LocalAddress.h"
+#include "smtp/CurlConnection.h"
 #include "smtp/MailTransport.h"
 #include "smtp/SmtpLogin.h"
 
 namespace fieldpost {
 
-/// What the settings do not say about a connection.
+/// What the settings leave open about a connection.
 struct SmtpLimits {
-  std::chrono::seconds finalAnswer{600};  ///< for the answer to the end of the data (RFC 5321, 4.5.3.2.6)
-  std::chrono::seconds farewell{2};       ///< for the answer to QUIT
-  std::int32_t wholeReply = 3;            ///< time-outs in which any other reply must have come whole
+  std::chrono::seconds finalReply{600};  ///< for the reply to the end of the data (RFC 5321, 4.5.3.2.6)
+  std::chrono::seconds quitReply{2};     ///< for the reply to QUIT
+  std::int32_t timeoutsPerReply = 3;     ///< any other reply must be complete within this many timeouts
   std::int32_t implicitTlsPort = ImplicitTlsPort;
-  std::function<bool(const std::string&)> isThisMachine = IsThisMachine;
+  std::function<bool(const std::string&)> isThisMachine = IsThisMachine;  ///< whether an address is local
 };
 
-/// The number of the SmtpError that ends a connection because the person at the screen wanted it.
+/// The number of the SmtpError of a connection that the user has cancelled.
 inline constexpr int CancelledByUser = CURLE_ABORTED_BY_CALLBACK;
 
-/// libcurl finds the server, connects, encrypts and logs in. The few commands that carry a mail then go over
-/// its connection from here, because libcurl itself stands still while it waits for the last answer, and
-/// window events with it. Every wait lets events run, at the latest after 50 ms, and ends when the person at
-/// the screen wants it to. What fails throws SmtpError.
+/// The dialogue with a mail server. libcurl opens the connection. The commands that transfer a mail are sent
+/// and their replies read here, because libcurl itself would block until the final reply. Every wait
+/// processes window events at least every 50 ms and ends when the user cancels. Failures throw SmtpError.
 class SmtpConnection {
  public:
-  /// Connects, which takes as long as the settings' time-out allows. `server` has passed CheckMail; it, the
-  /// clock and the display must outlive the connection.
+  /// Connects, encrypts and logs in, and returns when that is done. Throws when the server sends nothing for
+  /// the settings' timeout. `server` has passed CheckMail. All arguments must outlive the connection.
   SmtpConnection(const MailServer& server, const SmtpLimits& limits, const Clock& clock,
                  StatusDisplay& display);
   SmtpConnection(const SmtpConnection&) = delete;
   SmtpConnection& operator=(const SmtpConnection&) = delete;
-  ~SmtpConnection();
+  ~SmtpConnection() = default;
 
-  /// Whether the server takes the size of a message with its sender.
+  /// Whether MAIL may announce the size of the message (RFC 1870).
   [[nodiscard]] bool OffersSize() const { return login_.OffersSize(); }
 
-  /// From here on the server may take the mail over. Its answer decides what became of the mail, so the wish
-  /// to end only shortens the wait for it to the settings' time-out.
+  /// Tells that the end of the data is sent next. The server may accept the mail from then on, and only its
+  /// reply can tell, so cancelling no longer ends a wait but limits it to the settings' timeout.
   void BeginHandover() { handingOver_ = true; }
 
-  /// Sends all of `bytes`.
+  /// Sends all of `bytes`. Throws when the connection is lost or makes no progress for the settings' timeout.
   void Send(std::string_view bytes);
 
-  /// The next reply. Throws when it does not come within `limit`; when there is none, when nothing comes for
-  /// the settings' time-out, or not the whole reply for a few times that.
-  SmtpReply AwaitReply(std::optional<std::chrono::seconds> limit = std::nullopt);
+  /// Waits for the next reply and returns it. Throws when it is not complete within `limit`; without a limit,
+  /// when nothing arrives for the settings' timeout, or the reply is not complete within
+  /// SmtpLimits::timeoutsPerReply timeouts.
+  [[nodiscard]] SmtpReply AwaitReply(std::optional<std::chrono::seconds> limit = std::nullopt);
 
-  /// Throws when the server has said something that it was not asked for.
+  /// Throws when the server has sent anything that no command asked for, or has closed the connection.
   void ExpectSilence();
 
-  /// Takes leave of the server. Never throws: nothing that happens now changes what became of a mail.
+  /// Sends QUIT and waits for the reply. Never throws, because the result of the mail is known by then.
   void Quit();
 
  private:
-  struct CleanEasy {
-    void operator()(CURL* easy) const { ::curl_easy_cleanup(easy); }
-  };
-  struct CleanMulti {
-    void operator()(CURLM* multi) const { ::curl_multi_cleanup(multi); }
-  };
   using Seconds = std::chrono::seconds;
 
-  void SetUp();
-  void SetUpTls();
-  void SetUpCallbacks();
-  template <typename Value>
-  void Set(CURLoption option, Value value);
   void Open();
-  [[nodiscard]] std::optional<CURLcode> Result();
-  void NoteProgress();
+  void NoteProgress(std::size_t completedSteps);
   void Progress() { lastProgress_ = clock_.Steady(); }
   void BeginReply() { replyBegun_ = lastProgress_ = clock_.Steady(); }
-  void CheckDragging(Seconds limit) const;
+  void CheckReplyTime(Seconds limit) const;
   void Wait(short events, Seconds limit);
-  void TakeTurn();
-  [[nodiscard]] bool IsCancelled() const { return display_.IsCancelled(); }
-  bool Receive();
-  std::optional<std::string> TakeLine();
-  std::optional<SmtpReply> TakeReply();
-  [[nodiscard]] SmtpError Broken();
-  [[nodiscard]] SmtpError Gone(CURLcode code) const;
-  [[nodiscard]] SmtpError FaultOf(CURLcode code) const;
-  [[nodiscard]] SmtpError OtherFaultOf(CURLcode code) const;
-  [[nodiscard]] SmtpError Silence(Seconds limit) const;
-  [[nodiscard]] std::string CertificateFault() const;
+  void ProcessEvents();
+  [[nodiscard]] bool Receive();
+  [[nodiscard]] std::optional<std::string> TakeLine();
+  [[nodiscard]] std::optional<SmtpReply> TakeReply();
+  [[nodiscard]] SmtpError Lost();
 
   const MailServer& server_;
   const SmtpLimits& limits_;
   const Clock& clock_;
   StatusDisplay& display_;
   Seconds timeout_;
-  TlsPlan plan_;
   SmtpLogin login_;
-  std::array<char, CURL_ERROR_SIZE> detail_{};
-  std::unique_ptr<CURLM, CleanMulti> multi_;
-  std::unique_ptr<CURL, CleanEasy> easy_;
-  curl_socket_t socket_ = CURL_SOCKET_BAD;
+  CurlConnection curl_;
   std::chrono::steady_clock::time_point lastProgress_;
   std::chrono::steady_clock::time_point replyBegun_;
   std::size_t seenLines_ = 0;
   std::size_t seenSteps_ = 0;
-  std::string input_;
+  std::string input_;  // received and not yet taken as lines
   bool closed_ = false;
   bool handingOver_ = false;
   SmtpReplyReader replies_;

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <optional>
 #include <utility>
 
 #include "common/Text.h"
@@ -21,8 +22,8 @@ SmtpLogin::SmtpLogin(TlsPlan plan, bool hasPassword, std::function<bool()> peerI
       peerIsThisMachine_(std::move(peerIsThisMachine)),
       encrypted_(plan == TlsPlan::FromTheStart) {}
 
-void SmtpLogin::SawCommand(std::string_view line) {
-  // What follows AUTH is credentials in base64, which may look like anything.
+void SmtpLogin::OnCommand(std::string_view line) {
+  // The lines after AUTH are credentials in base64, which may look like a command.
   if (stage_ == Stage::Auth) return;
   const std::string_view verb = FirstWord(line);
   if (verb == "EHLO" || verb == "HELO") {
@@ -35,22 +36,14 @@ void SmtpLogin::SawCommand(std::string_view line) {
   }
 }
 
-bool SmtpLogin::SawLine(std::string_view line) {
-  try {
-    Check(line);
-  } catch (const SmtpError& fault) {
-    fault_ = fault;
-  }
-  return !fault_;
-}
-
-void SmtpLogin::Check(std::string_view line) {
+void SmtpLogin::OnReplyLine(std::string_view line) {
   ++lineCount_;
-  const bool complete = replies_.Add(line);
+  const std::optional<SmtpReply> reply = replies_.Add(line);
   if (stage_ == Stage::Ehlo && line.size() > 4) NoteExtension(line.substr(4));
-  if (!complete) return;
+  if (!reply) return;
   ++replyCount_;
-  CheckReply(replies_.Last());
+  lastReply_ = *reply;
+  CheckReply(*reply);
 }
 
 void SmtpLogin::NoteExtension(std::string_view line) {
@@ -65,14 +58,14 @@ void SmtpLogin::CheckReply(const SmtpReply& reply) {
   if (stage_ == Stage::StartTls) {
     if (!positive) {
       throw SmtpError(CURLE_USE_SSL_FAILED,
-                      "the server offered encryption and then refused it: " + reply.text);
+                      "the server offered encryption and then refused it: \"" + reply.text + "\"");
     }
     encrypted_ = true;
     return;
   }
   const bool tlsFollows = offersStartTls_ && plan_ != TlsPlan::Never;
   const bool loginFollows = stage_ == Stage::Ehlo && positive && offersLogin_ && (encrypted_ || !tlsFollows);
-  // libcurl sends a password only in answer to a 334, so that the second gate holds whatever was offered.
+  // libcurl sends a password only after a 334, so this check holds even when AUTH was not offered.
   const bool passwordFollows = stage_ == Stage::Auth && reply.code == 334;
   if ((loginFollows || passwordFollows) && !MaySendPassword()) {
     throw SmtpError(

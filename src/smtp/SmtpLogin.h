@@ -1,9 +1,8 @@
-// Watches greeting, encryption and login, which libcurl speaks with the server.
+// Supervises greeting, encryption and login, which libcurl performs.
 #pragma once
 
+#include <cstddef>
 #include <functional>
-#include <optional>
-#include <string>
 #include <string_view>
 
 #include "smtp/MailCheck.h"
@@ -11,44 +10,43 @@
 
 namespace fieldpost {
 
-/// Sees every command just after libcurl has sent it and every line of the server before libcurl acts on it.
-/// It breaks off what libcurl would let pass: a refused STARTTLS, after which it goes on unencrypted, and a
-/// login whose password could be read on its way.
+/// Follows the dialogue until the login is complete, and refuses two things that libcurl would allow: to
+/// continue unencrypted after the server has refused STARTTLS, and to log in with a password that others
+/// could read on the network.
 class SmtpLogin {
  public:
-  /// `peerIsThisMachine` is asked when the connection stands.
+  /// `hasPassword` tells whether the settings hold a user name and a password. `peerIsThisMachine` is called
+  /// after the connection is established.
   SmtpLogin(TlsPlan plan, bool hasPassword, std::function<bool()> peerIsThisMachine);
 
-  /// A command was sent, or another line of the client.
-  void SawCommand(std::string_view line);
+  /// Notes a line that libcurl has just sent: a command or a part of a login.
+  void OnCommand(std::string_view line);
 
-  /// A line of the server has come. False when the connection must end; Fault() then says why. Never throws.
-  bool SawLine(std::string_view line);
+  /// Notes a line of the server, given without its line end, before libcurl acts on it. Throws SmtpError when
+  /// the connection must be closed instead.
+  void OnReplyLine(std::string_view line);
 
-  [[nodiscard]] const std::optional<SmtpError>& Fault() const { return fault_; }
+  /// The server's latest complete reply; its code is 0 when there is none yet.
+  [[nodiscard]] const SmtpReply& LastReply() const { return lastReply_; }
 
-  /// The reply that came last; its code is 0 when there was none.
-  [[nodiscard]] const SmtpReply& LastReply() const { return replies_.Last(); }
-
-  /// How many lines have come.
+  /// The number of lines that the server has sent.
   [[nodiscard]] std::size_t LineCount() const { return lineCount_; }
 
-  /// How many whole replies have come.
+  /// The number of complete replies that the server has sent.
   [[nodiscard]] std::size_t ReplyCount() const { return replyCount_; }
 
-  /// Whether the server has agreed to encryption, and nothing was said to it since.
-  [[nodiscard]] bool HasConsentedToTls() const { return stage_ == Stage::StartTls && encrypted_; }
+  /// Whether the server's latest reply agreed to STARTTLS.
+  [[nodiscard]] bool HasAgreedToTls() const { return stage_ == Stage::StartTls && encrypted_; }
 
-  /// Whether a login was begun.
+  /// Whether AUTH was sent.
   [[nodiscard]] bool HasBegunLogin() const { return stage_ == Stage::Auth; }
 
-  /// Whether the server takes the size of a message with its sender (RFC 1870).
+  /// Whether MAIL may announce the size of the message (RFC 1870).
   [[nodiscard]] bool OffersSize() const { return offersSize_; }
 
  private:
   enum class Stage { Greeting, Ehlo, StartTls, Auth };
 
-  void Check(std::string_view line);
   void NoteExtension(std::string_view line);
   void CheckReply(const SmtpReply& reply);
   [[nodiscard]] bool MaySendPassword() const;
@@ -64,7 +62,7 @@ class SmtpLogin {
   std::size_t lineCount_ = 0;
   std::size_t replyCount_ = 0;
   SmtpReplyReader replies_;
-  std::optional<SmtpError> fault_;
+  SmtpReply lastReply_;
 };
 
 }  // namespace fieldpost

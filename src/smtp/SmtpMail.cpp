@@ -15,7 +15,8 @@ namespace {
 
 constexpr std::size_t SendBufferSize = 512 * 1024;
 
-/// The server's answer to `command`. A refusal throws, after leave was taken.
+/// Sends `command` and awaits a reply whose code begins with the digit `wanted`. After any other reply it
+/// sends QUIT and throws.
 void Command(SmtpConnection& connection, std::string_view command, int wanted) {
   connection.Send(fmt::format("{}\r\n", command));
   const SmtpReply reply = connection.AwaitReply();
@@ -24,7 +25,8 @@ void Command(SmtpConnection& connection, std::string_view command, int wanted) {
   throw SmtpError(CURLE_SEND_ERROR, reply.text);
 }
 
-/// Where in `bytes` the next line begins with a dot; their size when none does.
+/// Returns the position of the first dot at or after `from` that begins a line; the size of `bytes` when
+/// there is none.
 std::size_t FindLeadingDot(std::string_view bytes, std::size_t from, bool atLineStart) {
   for (std::size_t at = bytes.find('.', from); at != std::string_view::npos; at = bytes.find('.', at + 1)) {
     if (at == 0 ? atLineStart : bytes[at - 1] == '\n') return at;
@@ -32,7 +34,7 @@ std::size_t FindLeadingDot(std::string_view bytes, std::size_t from, bool atLine
   return bytes.size();
 }
 
-/// A stretch of the message with the dots at the beginning of its lines doubled (RFC 5321, section 4.5.2).
+/// Returns `bytes` with each dot at the beginning of a line doubled (RFC 5321, section 4.5.2).
 std::string WithDotsDoubled(std::string_view bytes, bool atLineStart) {
   std::string result;
   std::size_t from = 0;
@@ -44,8 +46,8 @@ std::string WithDotsDoubled(std::string_view bytes, bool atLineStart) {
   return result.append(bytes.substr(from));
 }
 
-/// Base64 holds no dots, so that next to nothing of a large mail has to be copied.
-void SendStretch(SmtpConnection& connection, std::string_view bytes, bool atLineStart) {
+/// Base64 contains no dots, so nearly nothing of a large mail needs to be copied.
+void SendPiece(SmtpConnection& connection, std::string_view bytes, bool atLineStart) {
   if (FindLeadingDot(bytes, 0, atLineStart) == bytes.size()) {
     connection.Send(bytes);
   } else {
@@ -58,7 +60,7 @@ void SendData(SmtpConnection& connection, MimeMessage& message) {
   bool atLineStart = true;
   while (const std::size_t length = message.Read(buffer)) {
     const std::string_view bytes(buffer.data(), length);
-    SendStretch(connection, bytes, atLineStart);
+    SendPiece(connection, bytes, atLineStart);
     atLineStart = bytes.ends_with('\n');
   }
   connection.ExpectSilence();
@@ -95,7 +97,7 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::funct
   return number == CURLE_OK;
 }
 
-/// Returns the reply with which the server took the mail over.
+/// Returns the text of the reply with which the server accepted the mail.
 std::string SmtpMail::Deliver(const MailServer& server, const Mail& mail,
                               const std::function<void()>& accepted) const {
   const std::string fault = CheckMail(server, mail);
@@ -127,13 +129,13 @@ std::string SmtpMail::Submit(SmtpConnection& connection, const Mail& mail, MimeM
   return Finish(connection);
 }
 
-/// Ends the data. From here on the server may have taken the mail over, whether it can still say so or not.
+/// Ends the data. The server may have accepted the mail from here on, even when its reply does not arrive.
 std::string SmtpMail::Finish(SmtpConnection& connection) const {
   SmtpReply reply;
   try {
     connection.BeginHandover();
     connection.Send(".\r\n");
-    reply = connection.AwaitReply(limits_.finalAnswer);
+    reply = connection.AwaitReply(limits_.finalReply);
   } catch (const SmtpError& fault) {
     throw SmtpError(fault.Number(), fmt::format("{}; the mail may have been delivered", fault.what()), false);
   }

@@ -1,4 +1,4 @@
-// Sends mails by SMTP.
+// Sends mails by SMTP (RFC 5321).
 #pragma once
 
 #include <functional>
@@ -14,13 +14,13 @@
 
 namespace fieldpost {
 
-/// One connection a mail. While it waits it lets window events run, at the latest after 50 ms. When the
-/// person at the screen wants the end, the connection is dropped at the next such turn, as long as the end of
-/// the data was not sent; nothing was accepted then. Once it was sent, the server's answer is awaited, but no
-/// longer than any other.
+/// Opens a connection for each mail. Every wait processes window events at least every 50 ms. When the user
+/// cancels before the end of the data is sent, the connection is closed at the next such moment, and the
+/// server has accepted nothing. After the end of the data, its reply is awaited all the same, but for no
+/// longer than any other reply.
 class SmtpMail final : public MailTransport {
  public:
-  /// `files`, `clock` and `display` must outlive the object.
+  /// `files`, `clock` and `display` must outlive the object. `limits` differ from the default only in tests.
   SmtpMail(const FileSystem& files, const Clock& clock, StatusDisplay& display, SmtpLimits limits = {});
   ~SmtpMail() override;
 

@@ -33,19 +33,20 @@ std::string Printable(std::string_view text) {
 SmtpError::SmtpError(int number, const std::string& description, bool mayRetry)
     : std::runtime_error(description), number_(number), mayRetry_(mayRetry) {}
 
-bool SmtpReplyReader::Add(std::string_view line) {
+std::optional<SmtpReply> SmtpReplyReader::Add(std::string_view line) {
   if (!IsReplyLine(line)) {
-    throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "this is no answer of a mail server: " + Printable(line));
+    throw SmtpError(CURLE_WEIRD_SERVER_REPLY,
+                    "the server did not reply as a mail server does: \"" + Printable(line) + "\"");
   }
-  if (++lines_ > MostLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's answer has no end");
+  if (++lines_ > MostLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's reply is too long");
   if (lines_ == 1) text_.clear();
   if (line.size() > 4 && text_.size() < LongestText) text_.append(" ").append(line.substr(4, LongestText));
-  if (line.size() > 3 && line[3] == '-') return false;
-  // Lines that do not agree on their code are taken at the last one's word.
-  text_.insert(0, line.substr(0, 3));
-  last_ = {.code = (line[0] - '0') * 100 + (line[1] - '0') * 10 + (line[2] - '0'), .text = Printable(text_)};
+  if (line.size() > 3 && line[3] == '-') return std::nullopt;
   lines_ = 0;
-  return true;
+  // Where the lines of a reply have different codes, the last line's code counts.
+  text_.insert(0, line.substr(0, 3));
+  const int code = (line[0] - '0') * 100 + (line[1] - '0') * 10 + (line[2] - '0');
+  return SmtpReply{.code = code, .text = Printable(text_)};
 }
 
 }  // namespace fieldpost

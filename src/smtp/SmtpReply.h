@@ -1,22 +1,25 @@
-// What a mail server answers, and what can go wrong while talking to it.
+// Replies of a mail server, and the error that ends the sending of a mail.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace fieldpost {
 
-/// A mail was not sent. `what()` says why in one line.
+/// A mail was not sent. `what()` is one line, in UTF-8 without control characters, that says why.
 class SmtpError : public std::runtime_error {
  public:
-  /// `number` is a CURLcode other than CURLE_OK.
+  /// `number` is a CURLcode other than CURLE_OK. `mayRetry` tells whether another attempt to connect may
+  /// succeed.
   SmtpError(int number, const std::string& description, bool mayRetry = true);
 
+  /// The CURLcode of the failure.
   [[nodiscard]] int Number() const { return number_; }
 
-  /// Whether a further attempt to connect may end better.
+  /// Whether another attempt to connect may succeed.
   [[nodiscard]] bool MayRetry() const { return mayRetry_; }
 
  private:
@@ -24,27 +27,24 @@ class SmtpError : public std::runtime_error {
   bool mayRetry_;
 };
 
-/// One reply of a server.
+/// A reply of a mail server (RFC 5321, section 4.2).
 struct SmtpReply {
-  int code = 0;      ///< 200 to 599; 0 as long as there was none
-  std::string text;  ///< code and texts of all its lines, joined to one line that holds no control character
+  int code = 0;      ///< 200 to 599; 0 when the server has not replied yet
+  std::string text;  ///< the code, then the texts of all lines, as one line without control characters
 };
 
-/// Puts the lines of a server together to replies (RFC 5321, section 4.2).
+/// Assembles replies from the lines of a mail server (RFC 5321, section 4.2).
 class SmtpReplyReader {
  public:
-  /// Takes the next line, without its line end. True when it completes a reply. Throws SmtpError when it is
-  /// no line of a reply, or when the reply goes on and on.
-  bool Add(std::string_view line);
+  /// Adds a line, given without its line end. Returns the reply that the line completes, or nothing while
+  /// more lines follow. Throws SmtpError when the line is not part of a reply, or when the reply has too many
+  /// lines.
+  [[nodiscard]] std::optional<SmtpReply> Add(std::string_view line);
 
-  /// The reply that was completed last.
-  [[nodiscard]] const SmtpReply& Last() const { return last_; }
-
-  /// Whether a reply has begun and not ended.
+  /// Whether a reply has begun and is not complete.
   [[nodiscard]] bool IsWithinReply() const { return lines_ > 0; }
 
  private:
-  SmtpReply last_;
   std::string text_;
   std::size_t lines_ = 0;
 };

@@ -23,6 +23,7 @@ CRITICAL_FILES = [
     "platform/FileSystem*",
     "ppc/PPCAttachments.*",
     "ppc/PpcDocuments.*",
+    "smtp/CurlConnection.*",
     "smtp/MailCheck.*",
     "smtp/Smtp*",
 ]

@@ -22,12 +22,12 @@ from support import Entry, mode_of
 MOST_MEGABYTES = 256
 MOST_SECONDS = 10
 MEASURE = str(pathlib.Path(__file__).resolve().parent / "measure.py")
-NO_ANSWER = r"28 no answer from the server for 2 seconds"
-NOT_WHOLE = r"28 the server's answer was not whole after 6 seconds"
-NO_SERVER = r"8 this is no answer of a mail server: "
-BROKEN = r"56 the connection to 127\.0\.0\.1 broke off"
+NO_ANSWER = r"28 no reply from the server for 2 seconds"
+NOT_WHOLE = r"28 the server's reply was not complete after 6 seconds"
+NO_SERVER = r"8 the server did not reply as a mail server does: "
+BROKEN = r"56 the connection to 127\.0\.0\.1 was lost"
 UNCLEAR = "; the mail may have been delivered"
-NO_ENCRYPTION = r"35 no encryption came about with 127\.0\.0\.1 \(.*\S\)"
+NO_ENCRYPTION = r"35 could not establish an encrypted connection to 127\.0\.0\.1 \(.*\S\)"
 LARGE = 20_000_000
 
 
@@ -53,25 +53,25 @@ SERVERS = [
     Given("close-at-once", BROKEN),
     Given("silent", NO_ANSWER),
     Given("stall-at-hello", NO_ANSWER),
-    Given("garbage-greeting", NO_SERVER + "hello there"),
-    Given("nul-greeting", NO_SERVER + r"\\x00\\x00\\x00220 test\.example ready"),
-    Given("endless-greeting", "56 the server's answer has no end"),
-    Given("endless-hello", "56 the server's answer has no end"),
-    Given("endless-hello-reply", "(56|8) the server's answer has no end"),
-    Given("endless-line", "8 the server's line has no end"),
-    Given("endless-reply", "8 the server's answer has no end"),
+    Given("garbage-greeting", NO_SERVER + '"hello there"'),
+    Given("nul-greeting", NO_SERVER + r'"\\x00\\x00\\x00220 test\.example ready"'),
+    Given("endless-greeting", "56 the server's reply is too long"),
+    Given("endless-hello", "56 the server's reply is too long"),
+    Given("endless-hello-reply", "(56|8) the server's reply is too long"),
+    Given("endless-line", "8 a line of the server's reply is too long"),
+    Given("endless-reply", "8 the server's reply is too long"),
     Given("endless-challenge", "67 334 YW5kPw==", ("--auth", LOGIN)),
-    Given("endless-at-end", "8 the server's line has no end" + UNCLEAR),
-    Given("endless-reply-at-end", "8 the server's answer has no end" + UNCLEAR),
+    Given("endless-at-end", "8 a line of the server's reply is too long" + UNCLEAR),
+    Given("endless-reply-at-end", "8 the server's reply is too long" + UNCLEAR),
     Given("drip-greeting", NO_ANSWER),
     Given("drip-lines-greeting", NOT_WHOLE),
     Given("drip-lines-hello", NOT_WHOLE),
     Given("drip-lines", NOT_WHOLE),
     Given("drip-answer", NO_ANSWER),
     Given("drip-data", NO_ANSWER, size=LARGE),
-    Given("drip-at-end", "28 no answer from the server for 600 seconds" + UNCLEAR, waits=True),
-    Given("drip-lines-at-end", "28 the server's answer was not whole after 600 seconds" + UNCLEAR, waits=True),
-    Given("stall-at-end", "28 no answer from the server for 600 seconds" + UNCLEAR, waits=True),
+    Given("drip-at-end", "28 no reply from the server for 600 seconds" + UNCLEAR, waits=True),
+    Given("drip-lines-at-end", "28 the server's reply was not complete after 600 seconds" + UNCLEAR, waits=True),
+    Given("stall-at-end", "28 no reply from the server for 600 seconds" + UNCLEAR, waits=True),
     Given("stall-in-data", NO_ANSWER, size=LARGE),
     Given("hang-up-in-data", BROKEN, size=LARGE),
     Given("answer-in-data", "(55 552 5\\.3\\.4 that is too much|" + BROKEN + ")", size=LARGE),
@@ -83,39 +83,40 @@ SERVERS = [
     Given("eight-bit", "55 550 5\\.7\\.1 \ufffd\ufffd nicht f\ufffdr Sie"),
     Given("colours", r"55 550 5\.7\.1 \\x1B\[31mnot\\x07 you\\x1B\]0;x\\x07" + "\ufffd31m"),
     Given("colours-8-bit", r"55 550 5\.7\.1 \\xC2\\x9B31mnot you\\xE2\\x80\\xAEcod\\xE2\\x80\\xA8"),
-    Given("garbage-answer", NO_SERVER + "certainly, sir"),
-    Given("negative-code", NO_SERVER + "-250 sender ok"),
-    Given("huge-code", NO_SERVER + "(250){13}2 sender ok"),
-    Given("code-999", NO_SERVER + "999 sender ok"),
-    Given("code-000", NO_SERVER + "000 sender ok"),
+    Given("garbage-answer", NO_SERVER + '"certainly, sir"'),
+    Given("negative-code", NO_SERVER + '"-250 sender ok"'),
+    Given("huge-code", NO_SERVER + '"(250){13}2 sender ok"'),
+    Given("code-999", NO_SERVER + '"999 sender ok"'),
+    Given("code-000", NO_SERVER + '"000 sender ok"'),
     Given("two-codes", "55 550 sender not ok"),
     Given("bare-cr", NO_ANSWER),
-    Given("out-of-turn", "8 the server answered out of turn: 250 taken"),
+    Given("out-of-turn", '8 the server sent an unexpected reply: "250 taken"'),
     Given("error-zero", "8 554 Error:0 of us like you"),
-    Given("starttls-refused", "64 the server offered encryption and then refused it: 454 TLS not available"),
+    Given("starttls-refused", '64 the server offered encryption and then refused it: "454 TLS not available"'),
     Given("tls-closed", NO_ENCRYPTION),
     Given("tls-garbage", NO_ENCRYPTION),
-    Given("tls-injected", "8 the server went on unencrypted after it had agreed to encryption; "
-                          "somebody may be in between"),
+    Given("tls-injected", "8 the server continued unencrypted after it had agreed to encryption; "
+                          "somebody may be intercepting the connection"),
     Given("echo-login", r"67 535 5\.7\.8 wrong: \*\*\* is collector:\*\*\*", ("--auth", LOGIN)),
     Given("busy-login", "67 454 4\\.7\\.0 try again later", ("--auth", LOGIN)),
     Given("ok", "67 535 5\\.7\\.8 wrong user name or password", ("--auth", f"{USER}:another")),
 ]
 
 SUBJECT = r"60 the certificate of 127\.0\.0\.1 "
-AUTHORITY = r"; if it is the right server, let Trusted certificates \(TlsCaFile\) name that authority's certificate"
+AUTHORITY = (r"; if this is the right server, enter that authority's certificate under "
+             r"Trusted certificates \(TlsCaFile\)")
 IMPOSTORS = [
-    Given("ok", SUBJECT + "is for another name; enter the server under the name that its certificate bears, "
-                          "or have it checked", certificate="another name"),
-    Given("ok", SUBJECT + "is for another name; .*", certificate="another address"),
+    Given("ok", SUBJECT + "is for another server name; enter the server name that the certificate contains, "
+                          "or have the server checked", certificate="another name"),
+    Given("ok", SUBJECT + "is for another server name; .*", certificate="another address"),
     Given("ok", SUBJECT + "has expired; check this computer's clock, or have the server's certificate renewed",
           certificate="expired"),
     Given("ok", SUBJECT + "is not valid yet; check this computer's clock, or have .*", certificate="not yet valid"),
-    Given("ok", SUBJECT + r"is signed by itself alone; if it is the right server, let Trusted certificates "
-                          r"\(TlsCaFile\) name its certificate", certificate="by itself"),
-    Given("ok", SUBJECT + "is signed by an authority that is not trusted here" + AUTHORITY,
+    Given("ok", SUBJECT + r"is self-signed; if this is the right server, enter its certificate under "
+                          r"Trusted certificates \(TlsCaFile\)", certificate="by itself"),
+    Given("ok", SUBJECT + "is signed by an authority that this computer does not trust" + AUTHORITY,
           certificate="by another authority"),
-    Given("ok", SUBJECT + "is signed by an authority that is not trusted here" + AUTHORITY,
+    Given("ok", SUBJECT + "is signed by an authority that this computer does not trust" + AUTHORITY,
           certificate="by one that calls itself the same"),
 ]
 

@@ -34,7 +34,7 @@ class EditWinRegTest : public testing::Test {
   EditWinReg registry_{keys_};
 };
 
-TEST_F(EditWinRegTest, WhatIsWrittenComesBack) {
+TEST_F(EditWinRegTest, ReturnsWhatWasWritten) {
   struct Case {
     RegValue written;
     std::int32_t type;
@@ -60,26 +60,26 @@ TEST_F(EditWinRegTest, WhatIsWrittenComesBack) {
   for (const Case& given : cases) EXPECT_EQ(RoundTrip(given.written, given.type), given.read);
 }
 
-TEST_F(EditWinRegTest, ATextThatIsNoNumberLeavesTheNumberThatWasThere) {
+TEST_F(EditWinRegTest, KeepsTheNumberWhenTheTextIsNotANumber) {
   ASSERT_EQ(RoundTrip(std::int32_t{5}, REG_DWORD), RegValue(5));
   for (const char* text : {"", "abc", "12x", "2147483648", "1 2", "+-3"}) {
     EXPECT_EQ(RoundTrip(std::string(text), REG_DWORD), RegValue(5)) << text;
   }
 }
 
-TEST_F(EditWinRegTest, MissingKeysAndValuesAreTheEmptyText) {
+TEST_F(EditWinRegTest, ReturnsAnEmptyTextForMissingKeysAndValues) {
   EXPECT_EQ(registry_.QueryValue(HKEY_LOCAL_MACHINE, Key, ""), RegValue(""s));
   registry_.CreateNewKey(HKEY_LOCAL_MACHINE, Key);
   EXPECT_EQ(registry_.QueryValue(HKEY_LOCAL_MACHINE, Key, ""), RegValue(""s));
 }
 
-TEST_F(EditWinRegTest, AKeyThatIsMissingIsNotMadeByWritingItsValue) {
+TEST_F(EditWinRegTest, CreatesNoKeyWhenItSetsAValue) {
   registry_.SetKeyValue(HKEY_LOCAL_MACHINE, Key, "", "x"s, REG_SZ);
   registry_.CreateNewKey(HKEY_LOCAL_MACHINE, Key);
   EXPECT_EQ(registry_.QueryValue(HKEY_LOCAL_MACHINE, Key, ""), RegValue(""s));
 }
 
-TEST_F(EditWinRegTest, ValuesThatOthersStored) {
+TEST_F(EditWinRegTest, ReadsValuesThatOtherProgramsStored) {
   struct Case {
     const char* name;
     std::uint32_t type;
@@ -93,11 +93,11 @@ TEST_F(EditWinRegTest, ValuesThatOthersStored) {
       {"bytes", KeyTypeBinary, "abc"s, ""s, -1, untouched},
       {"a text with variables", KeyTypeExpandableText, "%x%"s, ""s, -1, untouched},
       {"a text", KeyTypeText, "abc"s, "abc"s, 0, "abc\0"s},
-      {"a text of nothing", KeyTypeText, ""s, ""s, 0, ""s},
-      {"a terminator alone", KeyTypeText, "\0"s, ""s, 0, "\0"s},
+      {"an empty text", KeyTypeText, ""s, ""s, 0, ""s},
+      {"only a terminator", KeyTypeText, "\0"s, ""s, 0, "\0"s},
       {"a number", KeyTypeNumber, "\x01\x02\x03\x04"s, std::int32_t{0x04030201}, 0, std::int32_t{0x04030201}},
       {"a number of two bytes", KeyTypeNumber, "\x01\x02"s, std::int32_t{0x0201}, 0, std::int32_t{0x0201}},
-      {"a number too long", KeyTypeNumber, "\1\2\3\4\5"s, ""s, KeyMoreData, untouched},
+      {"a number of five bytes", KeyTypeNumber, "\1\2\3\4\5"s, ""s, KeyMoreData, untouched},
   };
   for (const Case& given : cases) {
     SetBytes(given.type, given.bytes);
@@ -110,7 +110,7 @@ TEST_F(EditWinRegTest, ValuesThatOthersStored) {
   }
 }
 
-TEST_F(EditWinRegTest, TheOpenKeyOperationsReturnTheStatus) {
+TEST_F(EditWinRegTest, ReturnsTheStatusForAnOpenKey) {
   registry_.CreateNewKey(HKEY_LOCAL_MACHINE, Key);
   OpenedKey key(keys_);
   ASSERT_EQ(key.Open(HKEY_LOCAL_MACHINE, Key, KeyAllAccess), KeyOk);
@@ -121,10 +121,10 @@ TEST_F(EditWinRegTest, TheOpenKeyOperationsReturnTheStatus) {
   EXPECT_EQ(registry_.QueryValueEx(key.Handle(), "v", value), KeyMissing);
   EXPECT_EQ(registry_.SetValueEx(key.Handle(), "v", REG_SZ, "x"s), 0);
   EXPECT_EQ(registry_.SetValueEx(KeyHandle::None, "v", REG_SZ, "x"s), KeyBadHandle);
-  EXPECT_EQ(registry_.SetValueEx(key.Handle(), "v", REG_DWORD, "no number"s), KeyBadArgument);
+  EXPECT_EQ(registry_.SetValueEx(key.Handle(), "v", REG_DWORD, "not a number"s), KeyBadArgument);
 }
 
-TEST_F(EditWinRegTest, Deleting) {
+TEST_F(EditWinRegTest, DeletesValuesAndKeysWithoutSubkeys) {
   ASSERT_EQ(RoundTrip("x"s, REG_SZ), RegValue("x"s));
   registry_.DeleteKey(HKEY_LOCAL_MACHINE, "SOFTWARE");
   EXPECT_EQ(registry_.QueryText(HKEY_LOCAL_MACHINE, Key, "v"), "x") << "a key with subkeys stays";
@@ -137,14 +137,14 @@ TEST_F(EditWinRegTest, Deleting) {
   registry_.DeleteValue(HKEY_LOCAL_MACHINE, Key, "v");
 }
 
-TEST_F(EditWinRegTest, QueryTextGivesTextsOnly) {
+TEST_F(EditWinRegTest, ReturnsAnEmptyTextForANumberFromQueryText) {
   ASSERT_EQ(RoundTrip("text"s, REG_SZ), RegValue("text"s));
   EXPECT_EQ(registry_.QueryText(HKEY_LOCAL_MACHINE, Key, "v"), "text");
   ASSERT_EQ(RoundTrip(std::int32_t{7}, REG_DWORD), RegValue(7));
   EXPECT_EQ(registry_.QueryText(HKEY_LOCAL_MACHINE, Key, "v"), "");
 }
 
-TEST_F(EditWinRegTest, ADamagedStoreIsEmptyNotAnError) {
+TEST_F(EditWinRegTest, TreatsADamagedStoreAsEmpty) {
   const std::filesystem::path damaged = folder_.Write("damaged.sqlite", std::string(9000, 'd'));
   SqliteKeyStore keys(files_, damaged);
   EditWinReg registry(keys);
@@ -154,7 +154,7 @@ TEST_F(EditWinRegTest, ADamagedStoreIsEmptyNotAnError) {
   EXPECT_EQ(ReadFile(damaged), std::string(9000, 'd'));
 }
 
-TEST_F(EditWinRegTest, TheNumbersArePlatformNumbers) {
+TEST_F(EditWinRegTest, UsesTheNumbersOfThePlatform) {
   EXPECT_EQ(static_cast<std::uintptr_t>(HKEY_LOCAL_MACHINE), 0x80000002U);
   EXPECT_EQ(REG_SZ, 1);
   EXPECT_EQ(REG_DWORD, 4);

@@ -24,7 +24,7 @@ class LatestFolderStoreTest : public testing::Test {
   fs::path file_ = folder_.Path() / "LatestList.dat";
 };
 
-TEST_F(LatestFolderStoreTest, Loading) {
+TEST_F(LatestFolderStoreTest, LoadsOneFolderFromEachLine) {
   struct Case {
     const char* name;
     std::string content;
@@ -47,49 +47,47 @@ TEST_F(LatestFolderStoreTest, Loading) {
   }
 }
 
-TEST_F(LatestFolderStoreTest, NothingStored) {
+TEST_F(LatestFolderStoreTest, LoadsNoFolderWhenTheFileIsMissing) {
   EXPECT_THAT(Load(), testing::IsEmpty());
   EXPECT_FALSE(store_.IsStored());
   EXPECT_THAT(Names(folder_.Path()), testing::IsEmpty());
 }
 
-TEST_F(LatestFolderStoreTest, WhatIsSavedComesBack) {
+TEST_F(LatestFolderStoreTest, LoadsWhatWasSaved) {
   const PathList folders{"/srv/b/", "/srv/a/", "/srv/ blanks /", "/srv/Größe/", fs::path("/srv/\xFF\xFE/")};
-  ASSERT_TRUE(store_.SaveLatestFolders(folders));
+  ASSERT_EQ(store_.SaveLatestFolders(folders), "");
   EXPECT_EQ(Load(), folders);
   EXPECT_EQ(ReadFile(file_), "/srv/b/\n/srv/a/\n/srv/ blanks /\n/srv/Größe/\n/srv/\xFF\xFE/\n");
-  ASSERT_TRUE(store_.SaveLatestFolders({}));
+  ASSERT_EQ(store_.SaveLatestFolders({}), "");
   EXPECT_THAT(Load(), testing::IsEmpty());
   EXPECT_TRUE(store_.IsStored()) << "an empty list is a list";
 }
 
-TEST_F(LatestFolderStoreTest, AsTypedIsAsStored) {
-  ASSERT_TRUE(store_.SaveLatestFolders({"/srv/a", ""}));
+TEST_F(LatestFolderStoreTest, SavesNamesUnchanged) {
+  ASSERT_EQ(store_.SaveLatestFolders({"/srv/a", ""}), "");
   EXPECT_EQ(ReadFile(file_), "/srv/a\n");
   EXPECT_THAT(Load(), testing::ElementsAre("/srv/a/"));
 }
 
-TEST_F(LatestFolderStoreTest, NamesThatCannotBeALineAreRefused) {
-  ASSERT_TRUE(store_.SaveLatestFolders({"/old/"}));
+TEST_F(LatestFolderStoreTest, RefusesNamesThatAreNotOneLine) {
+  ASSERT_EQ(store_.SaveLatestFolders({"/old/"}), "");
   for (const std::string name : {"/a\nb/", "/a\rb/", "/a\r"}) {
-    EXPECT_FALSE(store_.SaveLatestFolders({"/new/", name}));
+    EXPECT_NE(store_.SaveLatestFolders({"/new/", name}), "");
     EXPECT_THAT(Load(), testing::ElementsAre("/old/"));
   }
-  EXPECT_FALSE(store_.SaveLatestFolders({fs::path(std::string("/a\0b", 4))}));
-  EXPECT_THAT(store_.TrySaveLatestFolders({"/a\nb/"}),
-              testing::EndsWith("a folder's name has a line break in it"));
-  EXPECT_EQ(store_.TrySaveLatestFolders({"/b/"}), "");
+  EXPECT_NE(store_.SaveLatestFolders({fs::path(std::string("/a\0b", 4))}), "");
+  EXPECT_THAT(store_.SaveLatestFolders({"/a\nb/"}), testing::EndsWith("a folder name contains a line break"));
+  EXPECT_EQ(store_.SaveLatestFolders({"/b/"}), "");
 }
 
-TEST_F(LatestFolderStoreTest, WhatCannotBeReadIsNotReplaced) {
+TEST_F(LatestFolderStoreTest, DoesNotReplaceAnUnreadableFile) {
   folder_.Folder("LatestList.dat");
   EXPECT_THAT(Load(), testing::IsEmpty());
-  EXPECT_FALSE(store_.SaveLatestFolders({"/a/"}));
-  EXPECT_THAT(store_.TrySaveLatestFolders({"/a/"}), testing::HasSubstr(file_.native()));
+  EXPECT_THAT(store_.SaveLatestFolders({"/a/"}), testing::HasSubstr(file_.native()));
   EXPECT_TRUE(fs::is_directory(file_));
 }
 
-TEST_F(LatestFolderStoreTest, AListIsReadUpToItsBounds) {
+TEST_F(LatestFolderStoreTest, ReadsAListUpToItsLimits) {
   constexpr std::size_t largest = 4U << 20U;
   std::string most;
   for (std::size_t i = 0; i < MaxLatestFolders; ++i) most += "/a/\n";
@@ -99,11 +97,11 @@ TEST_F(LatestFolderStoreTest, AListIsReadUpToItsBounds) {
     std::size_t folders;
     std::string problem;
   } cases[] = {
-      {"as many folders as there may be", most, MaxLatestFolders, ""},
-      {"one more", most + "/a/\n", 0, "it names more than 10000 folders"},
-      {"as many bytes as there may be", "/" + std::string(largest - 2, 'x') + "/", 1, ""},
-      {"one more", "/" + std::string(largest - 1, 'x') + "/", 0, "larger than 4194304 bytes"},
-      {"a zero byte", std::string("/a\0b/\n", 7), 0, "it holds a zero byte, so it is no text in UTF-8"},
+      {"the largest number of folders", most, MaxLatestFolders, ""},
+      {"one folder more", most + "/a/\n", 0, "it lists more than 10000 folders"},
+      {"the largest file", "/" + std::string(largest - 2, 'x') + "/", 1, ""},
+      {"one byte more", "/" + std::string(largest - 1, 'x') + "/", 0, "larger than 4194304 bytes"},
+      {"a zero byte", std::string("/a\0b/\n", 7), 0, "it contains a zero byte, so it is not UTF-8 text"},
   };
   for (const auto& [name, content, folders, problem] : cases) {
     folder_.Write("LatestList.dat", content);
@@ -114,9 +112,9 @@ TEST_F(LatestFolderStoreTest, AListIsReadUpToItsBounds) {
   }
 }
 
-TEST_F(LatestFolderStoreTest, AMissingFolderIsAFailureNotAnError) {
+TEST_F(LatestFolderStoreTest, ReportsAMissingFolder) {
   LatestFolderStore store(files_, folder_.Path() / "no");
-  EXPECT_FALSE(store.SaveLatestFolders({"/a/"}));
+  EXPECT_NE(store.SaveLatestFolders({"/a/"}), "");
 }
 
 }  // namespace

@@ -22,27 +22,27 @@ TEST(RunLock, ExcludesRunsThatShareAFolder) {
   struct Row {
     const char* name;
     PathList folders;
-    bool taken;
+    bool locked;
   };
   DiskFileSystem files;
   RunLock first;
   ASSERT_EQ(first.Acquire(files, {one, two / "", two, folder.Path() / "none"}), "");
-  for (const Row& row : {Row{"the same", {one, two}, false}, Row{"one of them", {three, two}, false},
+  for (const Row& row : {Row{"the same folders", {one, two}, false}, Row{"one of them", {three, two}, false},
                          Row{"one by another name", {folder.Path() / "link"}, false},
-                         Row{"none of them", {three}, true}, Row{"no folder at all", {}, true}}) {
+                         Row{"another folder", {three}, true}, Row{"no folder at all", {}, true}}) {
     RunLock second;
     const std::string reason = second.Acquire(files, row.folders);
-    if (row.taken) {
+    if (row.locked) {
       EXPECT_EQ(reason, "") << row.name;
     } else {
       EXPECT_THAT(reason, HasSubstr("Another run of Fieldpost is working in")) << row.name;
     }
   }
   RunLock third;
-  EXPECT_EQ(third.Acquire(files, {three}), "") << "a run that was refused holds nothing";
+  EXPECT_EQ(third.Acquire(files, {three}), "") << "a refused run has locked nothing";
 }
 
-TEST(RunLock, SaysWhyAFolderCannotBeTakenAndHoldsNothing) {
+TEST(RunLock, LocksNothingWhenAFolderCannotBeLocked) {
   const test::TempFolder folder;
   DiskFileSystem files;
   const PathList folders{folder.Folder("one"), folder.Folder("two")};
@@ -55,7 +55,7 @@ TEST(RunLock, SaysWhyAFolderCannotBeTakenAndHoldsNothing) {
   EXPECT_EQ(next.Acquire(files, folders), "");
 }
 
-TEST(RunLock, EndsWithItsObject) {
+TEST(RunLock, ReleasesTheFoldersWhenItIsDestroyed) {
   const test::TempFolder folder;
   DiskFileSystem files;
   {

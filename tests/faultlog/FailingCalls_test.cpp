@@ -22,7 +22,7 @@ using testing::HasSubstr;
 struct ScanSite : test::ReadySite {
   ScanSite() {
     program.lists.LatestFolderList = {Tree("Latest") / ""};
-    program.latestStore.SaveLatestFolders(program.lists.LatestFolderList);
+    EXPECT_EQ(program.latestStore.SaveLatestFolders(program.lists.LatestFolderList), "");
     folder.Write("home/Faultlog/Archive/A/old.xml", test::FaultlogXml("A", "P", "20040101", "archived"));
     for (const char* name : {"old.xml", "new.xml"})
       Latest(name, test::FaultlogXml("A", "F", "20040101", name));

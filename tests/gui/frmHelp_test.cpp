@@ -81,7 +81,7 @@ TEST(frmHelp, ShowsItsFirstPageAndChapters) {
   EXPECT_THAT(site.Chapters(),
               ElementsAre("What Fieldpost does", "First steps", "Options, page by page",
                           "Sending from the window", "Unattended runs", "The archive", "The log", "PPC data",
-                          "When something fails", "Messages", "Limits", "Keys", "Where files lie"));
+                          "When something fails", "Messages", "Limits", "Keys", "Where files are"));
   EXPECT_TRUE(std::filesystem::exists(HelpFile(site.home)));
 }
 

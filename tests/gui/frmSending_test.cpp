@@ -208,7 +208,7 @@ TEST(frmSending, AsksForWhatIsMissing) {
   MailSite neither(server);
   neither.program.settings.SendFault = "False";
   MailSite nowhere(server);
-  nowhere.program.latestStore.SaveLatestFolders({});
+  EXPECT_EQ(nowhere.program.latestStore.SaveLatestFolders({}), "");
   MessageBoxes boxes;
   neither.Send();
   EXPECT_THAT(neither.pages, ElementsAre(OptionsPage::Sending));

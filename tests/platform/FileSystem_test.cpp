@@ -238,10 +238,10 @@ TEST_F(FileSystemTest, SaysWhichCallFailedOnWhichFileAndWhy) {
     const char* said;
   };
   const std::vector<Row> rows{
-      {"fstat", EIO, [&] { (void)files.ReadWhole(file, 10); }, "cannot look at"},
+      {"fstat", EIO, [&] { (void)files.ReadWhole(file, 10); }, "cannot access"},
       {"read", EIO, [&] { (void)files.ReadWhole(file, 10); }, "cannot read"},
       {"open", EMFILE, [&] { (void)files.ReadWhole(file, 10); }, "cannot open"},
-      {"stat", EIO, [&] { (void)files.Stamp(file); }, "cannot look at"},
+      {"stat", EIO, [&] { (void)files.Stamp(file); }, "cannot access"},
       {"write", ENOSPC, [&] { files.WriteNew(folder / "new", "x", FileAccess::ByUmask); }, "cannot write"},
       {"close", EDQUOT, [&] { files.WriteNew(folder / "new", "x", FileAccess::ByUmask); }, "cannot write"},
       {"write", ENOSPC, [&] { files.Append(folder / "log", "x"); }, "cannot write"},

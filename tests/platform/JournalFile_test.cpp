@@ -73,7 +73,7 @@ TEST_F(JournalFileTest, IsNotFollowedWhereItsFolderCannotBeAsked) {
     EXPECT_EQ(Read(), "content") << "the user's own needs no folder";
     return;
   }
-  EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot look at")));
+  EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot access")));
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ TEST_F(KeepToOwner, SaysWhyItCannot) {
     const char* call;
     const char* says;
   };
-  for (const auto& [call, says] : {Row{"open", "cannot open"}, Row{"fstat", "cannot look at"},
+  for (const auto& [call, says] : {Row{"open", "cannot open"}, Row{"fstat", "cannot access"},
                                    Row{"fchmod", "cannot set the permissions of"}}) {
     const test::FailingCall failing(call, EPERM);
     EXPECT_THAT([&] { static_cast<void>(files.KeepToOwner(file)); },

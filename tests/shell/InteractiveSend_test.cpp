@@ -89,7 +89,7 @@ TEST(InteractiveSend, AsksForAKindWhenNoneIsChosen) {
 
 TEST(InteractiveSend, AsksForALatestFolderWhenThereIsNone) {
   SendSite site;
-  site.program.latestStore.SaveLatestFolders({});
+  EXPECT_EQ(site.program.latestStore.SaveLatestFolders({}), "");
   EXPECT_FALSE(site.Run());
   EXPECT_THAT(site.prompt.pages, ElementsAre(OptionsPage::Folders));
   EXPECT_THAT(site.prompt.messages,
@@ -104,7 +104,7 @@ TEST(InteractiveSend, AsksForALatestFolderWhenThereIsNone) {
 
 TEST(InteractiveSend, WithoutALatestFolderPpcDataAloneAreSent) {
   SendSite site;
-  site.program.latestStore.SaveLatestFolders({});
+  EXPECT_EQ(site.program.latestStore.SaveLatestFolders({}), "");
   site.program.settings.SendFault = "False";
   EXPECT_TRUE(site.Run());
   EXPECT_THAT(site.Mails(), ElementsAre("ppc: PPC.4711.200403151401.xml"));

@@ -17,7 +17,7 @@ using testing::IsEmpty;
 
 /// A site with news of both kinds, and its settings on the disk.
 struct RunSite : test::NewsSite {
-  RunSite() { program.settingsStore.Save(program.settings); }
+  RunSite() { EXPECT_EQ(program.settingsStore.Save(program.settings), ""); }
 };
 
 constexpr const char* FaultlogMail = "faultlog: FLog.4711.200403151401.xml";

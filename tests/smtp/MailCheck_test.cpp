@@ -8,7 +8,7 @@
 namespace fieldpost::test {
 namespace {
 
-TEST(DecideTlsTest, PortAndMode) {
+TEST(DecideTls, FollowsPortAndSetting) {
   struct Case {
     std::int32_t port;
     TlsMode mode;
@@ -23,7 +23,7 @@ TEST(DecideTlsTest, PortAndMode) {
   }
 }
 
-TEST(ServerUrlTest, NameAddressAndHostName) {
+TEST(ServerUrl, EncodesServerAndHostName) {
   struct Case {
     const char* server;
     std::int32_t port;
@@ -46,7 +46,7 @@ TEST(ServerUrlTest, NameAddressAndHostName) {
   }
 }
 
-TEST(CheckMailTest, LetsUsualSettingsPass) {
+TEST(CheckMail, AcceptsUsualSettings) {
   MailServer server;
   Mail mail;
   mail.sender = "o'neil+site@partner.example";
@@ -58,7 +58,7 @@ TEST(CheckMailTest, LetsUsualSettingsPass) {
   }
 }
 
-TEST(CheckMailTest, SaysWhatIsWrong) {
+TEST(CheckMail, SaysWhatIsWrong) {
   struct Case {
     const char* server;
     std::int32_t port;
@@ -66,14 +66,14 @@ TEST(CheckMailTest, SaysWhatIsWrong) {
     const char* expected;
   };
   for (const Case& given :
-       {Case{"mail.example", 0, "a@b.example", "this is no port: 0"},
-        Case{"mail.example", 65536, "a@b.example", "this is no port: 65536"},
+       {Case{"mail.example", 0, "a@b.example", "0 is not a valid port; ports go from 1 to 65535"},
+        Case{"mail.example", 65536, "a@b.example", "65536 is not a valid port; ports go from 1 to 65535"},
         Case{"mail.example", 65535, "a@b.example", ""},
-        Case{"[::1", 25, "a@b.example", "this is no name of a mail server: [::1"},
+        Case{"[::1", 25, "a@b.example", "[::1 is not a valid mail server name"},
         Case{"mail.example", 25, "a@b.example\x7F",
-             "the sender's address holds a character that does not belong there: a@b.example\\x7F"},
+             "the sender's address contains a character that is not allowed: a@b.example\\x7F"},
         Case{"mail.example", 25, "a b@b.example",
-             "the sender's address holds a character that does not belong there: a b@b.example"}}) {
+             "the sender's address contains a character that is not allowed: a b@b.example"}}) {
     MailServer server;
     server.server = given.server;
     server.port = given.port;
@@ -85,7 +85,7 @@ TEST(CheckMailTest, SaysWhatIsWrong) {
   }
 }
 
-TEST(CheckMailTest, RefusesAddressesThatAHeaderWouldReadOtherwise) {
+TEST(CheckMail, RefusesAddressesWithAnotherMeaningInAHeader) {
   MailServer server;
   server.server = "mail.example";
   for (const char* address :
@@ -95,13 +95,13 @@ TEST(CheckMailTest, RefusesAddressesThatAHeaderWouldReadOtherwise) {
     mail.messageId = "<1@x>";
     mail.sender = mail.recipient = "a@x";
     mail.sender = address;
-    EXPECT_EQ(CheckMail(server, mail), std::string("the sender's address is none: ") + address);
+    EXPECT_EQ(CheckMail(server, mail), std::string(address) + " is not a valid sender address");
     std::swap(mail.sender, mail.recipient);
-    EXPECT_EQ(CheckMail(server, mail), std::string("the recipient's address is none: ") + address);
+    EXPECT_EQ(CheckMail(server, mail), std::string(address) + " is not a valid recipient address");
   }
 }
 
-TEST(CheckMailTest, LetsUnusualAddressesPass) {
+TEST(CheckMail, AcceptsUnusualAddresses) {
   MailServer server;
   server.server = "mail.example";
   for (const char* address :

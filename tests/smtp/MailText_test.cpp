@@ -16,7 +16,7 @@ std::string Times(std::size_t count, std::string_view text) {
   return result;
 }
 
-TEST(WellFormedUtf8, KeepsWholeCharactersAlone) {
+TEST(WellFormedUtf8, ReplacesBytesThatAreNotPartOfACharacter) {
   const std::string R = "\xEF\xBF\xBD";
   struct Row {
     std::string bytes;
@@ -60,7 +60,7 @@ TEST(WellFormedUtf8, KeepsWholeCharactersAlone) {
   }
 }
 
-TEST(HeaderField, IsFoldedWhereALineIsFull) {
+TEST(HeaderField, FoldsALineThatIsFull) {
   const auto x = [](std::size_t count) { return std::string(count, 'x'); };
   struct Row {
     const char* name;
@@ -85,8 +85,8 @@ TEST(HeaderField, IsFoldedWhereALineIsFull) {
   }
 }
 
-TEST(HeaderField, IsEncodedWhereItMustBe) {
-  const std::string full = "x" + Times(19, "ä");  // 39 bytes, as many as go into the first line
+TEST(HeaderField, EncodesTextThatCannotBeWrittenUnchanged) {
+  const std::string full = "x" + Times(19, "ä");  // 39 bytes, which fill the first line
   const std::string encodedFull = "=?UTF-8?B?eMOkw6TDpMOkw6TDpMOkw6TDpMOkw6TDpMOkw6TDpMOkw6TDpMOk?=";
   struct Row {
     const char* name;
@@ -95,8 +95,8 @@ TEST(HeaderField, IsEncodedWhereItMustBe) {
   };
   for (const Row& row : {
            Row{"a letter beyond ASCII", "ä", "Subject: =?UTF-8?B?w6Q=?=\r\n"},
-           Row{"what looks encoded", "=?x", "Subject: =?UTF-8?B?PT94?=\r\n"},
-           Row{"bytes that are no text", "\xFF", "Subject: =?UTF-8?B?77+9?=\r\n"},
+           Row{"text that looks encoded", "=?x", "Subject: =?UTF-8?B?PT94?=\r\n"},
+           Row{"malformed UTF-8", "\xFF", "Subject: =?UTF-8?B?77+9?=\r\n"},
            Row{"a first word that does not fit", std::string(70, 'x'),
                "Subject: =?UTF-8?B?" + Times(13, "eHh4") + "?=\r\n =?UTF-8?B?" + Times(10, "eHh4") +
                    "eA==?=\r\n"},
@@ -107,7 +107,7 @@ TEST(HeaderField, IsEncodedWhereItMustBe) {
            Row{"one more than two full lines", full + std::string(46, 'x'),
                "Subject: " + encodedFull + "\r\n =?UTF-8?B?" + Times(15, "eHh4") +
                    "?=\r\n =?UTF-8?B?eA==?=\r\n"},
-           Row{"a character is not cut", "xx" + Times(19, "ä"),
+           Row{"a character at the end of a line", "xx" + Times(19, "ä"),
                "Subject: =?UTF-8?B?eHjDpMOkw6TDpMOkw6TDpMOkw6TDpMOkw6TDpMOkw6TDpMOkw6Q=?=\r\n "
                "=?UTF-8?B?w6Q=?=\r\n"},
        }) {
@@ -117,7 +117,7 @@ TEST(HeaderField, IsEncodedWhereItMustBe) {
       << "a later word that does not fit";
 }
 
-TEST(NameParameter, QuotesNamesOfAsciiAlone) {
+TEST(NameParameter, QuotesAsciiNamesOnly) {
   EXPECT_EQ(NameParameter("name", "a b.zip"), ";\r\n name=\"a b.zip\"");
   EXPECT_EQ(NameParameter("name", R"(a"b\c)"), ";\r\n name=\"a\\\"b\\\\c\"");
   EXPECT_EQ(NameParameter("name", "ä"), ";\r\n name*0*=UTF-8''%C3%A4");
@@ -128,7 +128,7 @@ TEST(NameParameter, EncodesAllButAttributeCharacters) {
             ";\r\n n*0*=UTF-8''%C3%A4%2F09%3A%40AZ%5B%60az%7B-._~%7D");
 }
 
-TEST(NameParameter, IsCutIntoSectionsWhereALineIsFull) {
+TEST(NameParameter, BeginsANewSectionWhenALineIsFull) {
   const std::string first =
       ";\r\n filename*0*=UTF-8''%C3%A4" + std::string(51, 'x');  // 77 characters and the ";"
   const std::string second = ";\r\n filename*1*=" + std::string(64, 'x');
@@ -141,19 +141,19 @@ TEST(NameParameter, IsCutIntoSectionsWhereALineIsFull) {
   EXPECT_EQ(named(51 + 64 + 1), first + second + ";\r\n filename*2*=x");
 }
 
-TEST(QuotedName, HasAnUnderlineForEachCharacterBeyondAscii) {
+TEST(QuotedName, ReplacesEachCharacterBeyondAscii) {
   EXPECT_EQ(QuotedName("a\x7F"
                        "ä€🔧\xFFz"),
             "\"a\x7F____z\"");
   EXPECT_EQ(QuotedName(""), "\"\"");
 }
 
-TEST(TravelName, HoldsNoControls) {
+TEST(TravelName, ReplacesControlCharactersAndMalformedUtf8) {
   EXPECT_EQ(TravelName("/p/a\nb.xml"), "a_b.xml");
   EXPECT_EQ(TravelName("/p/\xFF.xml"), "\xEF\xBF\xBD.xml");
 }
 
-TEST(WithCrLf, EndsEveryLineTheSame) {
+TEST(WithCrLf, ConvertsEveryLineEnd) {
   struct Row {
     const char* text;
     const char* result;
@@ -173,7 +173,7 @@ TEST(WithCrLf, EndsEveryLineTheSame) {
   }
 }
 
-TEST(IsSevenBit, KnowsCharactersAndTheLengthOfLines) {
+TEST(IsSevenBit, ChecksCharactersAndLineLengths) {
   const std::string longest(998, 'x');
   struct Row {
     std::string text;
@@ -195,7 +195,7 @@ TEST(IsSevenBit, KnowsCharactersAndTheLengthOfLines) {
   }
 }
 
-TEST(QuotedPrintable, EncodesWhatIsNotPlain) {
+TEST(QuotedPrintable, EncodesSpecialCharactersAndTrailingBlanks) {
   struct Row {
     std::string text;
     std::string result;
@@ -216,7 +216,7 @@ TEST(QuotedPrintable, EncodesWhatIsNotPlain) {
   }
 }
 
-TEST(QuotedPrintable, HasLinesOf76CharactersAtTheMost) {
+TEST(QuotedPrintable, LimitsLinesTo76Characters) {
   const auto x = [](std::size_t count) { return std::string(count, 'x'); };
   struct Row {
     const char* name;

@@ -39,7 +39,7 @@ class MimeMessageTest : public testing::Test {
                  .offsetMinutes = 60};
   }
 
-  /// The whole message, read in pieces of `piece` bytes.
+  /// Returns the whole message, read `piece` bytes at a time.
   [[nodiscard]] std::string Text(std::size_t piece = 100'000) const {
     MimeMessage message(files, mail);
     std::string text;
@@ -54,7 +54,7 @@ class MimeMessageTest : public testing::Test {
   Mail mail;
 };
 
-TEST_F(MimeMessageTest, WithoutAttachmentsIsPlainText) {
+TEST_F(MimeMessageTest, IsPlainTextWithoutAttachments) {
   EXPECT_EQ(Text(),
             "Date: Mon, 15 Mar 2004 14:37:09 +0100\r\n"
             "Message-ID: <1.2@partner.example>\r\n"
@@ -70,7 +70,7 @@ TEST_F(MimeMessageTest, WithoutAttachmentsIsPlainText) {
             "1/1\r\n\r\nsummary\r\n");
 }
 
-TEST_F(MimeMessageTest, AttachmentsFollowTheBody) {
+TEST_F(MimeMessageTest, AppendsAttachmentsToTheBody) {
   mail.attachments = {folder.Write("a.XML", "<a/>"), folder.Write("b.zip", ""), folder.Write("c", "c")};
   const std::string text = Text();
   EXPECT_THAT(text, HasSubstr("Content-Type: multipart/mixed;\r\n boundary=\"=_"));
@@ -82,15 +82,15 @@ TEST_F(MimeMessageTest, AttachmentsFollowTheBody) {
   EXPECT_THAT(text, EndsWith("--\r\n"));
 }
 
-TEST_F(MimeMessageTest, ANameThatAReaderWouldChangeIsWrittenInSections) {
+TEST_F(MimeMessageTest, WritesANameThatLooksEncodedInSections) {
   mail.attachments = {folder.Write("=?UTF-8?B?YQ==?=.xml", "a"), folder.Write(" b.xml", "b")};
   const std::string text = Text();
   EXPECT_THAT(text, HasSubstr("\r\n name=\"=_UTF-8?B?YQ==_=.xml\"\r\n"));
   EXPECT_THAT(text, HasSubstr("attachment;\r\n filename*0*=UTF-8''%3D%3FUTF-8%3FB%3FYQ%3D%3D%3F%3D.xml\r\n"));
-  EXPECT_THAT(text, HasSubstr("attachment;\r\n filename=\" b.xml\"\r\n")) << "a blank is no reason";
+  EXPECT_THAT(text, HasSubstr("attachment;\r\n filename=\" b.xml\"\r\n")) << "a blank needs no encoding";
 }
 
-TEST_F(MimeMessageTest, NoCharacterOfANameIsCutInTwo) {
+TEST_F(MimeMessageTest, EndsNoSectionWithinACharacter) {
   for (const std::string padding : {"", "x", "xx", "xxx"}) {
     mail.attachments = {folder.Write(padding + Replaced(std::string(30, '.'), ".", "測") + ".xml", "a")};
     std::string text = Text();
@@ -102,23 +102,23 @@ TEST_F(MimeMessageTest, NoCharacterOfANameIsCutInTwo) {
   }
 }
 
-TEST_F(MimeMessageTest, AnOrganizationOfBlanksIsNone) {
+TEST_F(MimeMessageTest, OmitsAnOrganizationOfBlanks) {
   mail.organization = " \r\n ";
   EXPECT_THAT(Text(), Not(HasSubstr("Organization")));
 }
 
-TEST_F(MimeMessageTest, ASubjectCannotAddAHeader) {
+TEST_F(MimeMessageTest, KeepsASubjectFromAddingAHeader) {
   mail.subject = "1/1\r\nBcc: other@example\r\n\r\nbody";
   EXPECT_THAT(Text(), HasSubstr("\r\nSubject: 1/1  Bcc: other@example    body\r\n"));
 }
 
-TEST_F(MimeMessageTest, ALongHeaderIsFoldedAtItsBlanks) {
+TEST_F(MimeMessageTest, FoldsALongHeaderAtItsBlanks) {
   mail.subject = std::string(60, 'a') + "   " + std::string(60, 'b') + " c";
   EXPECT_THAT(Text(),
               HasSubstr("Subject: " + std::string(60, 'a') + "\r\n   " + std::string(60, 'b') + " c\r\n"));
 }
 
-TEST_F(MimeMessageTest, AHeaderBeyondAsciiBecomesEncodedWords) {
+TEST_F(MimeMessageTest, EncodesAHeaderBeyondAscii) {
   mail.organization = "Prüfstelle";
   EXPECT_THAT(Text(), HasSubstr("Organization: =?UTF-8?B?UHLDvGZzdGVsbGU=?=\r\n"));
 }
@@ -135,7 +135,7 @@ void PrintTo(const BodyCase& given, std::ostream* out) {
 
 class MimeBodyTest : public MimeMessageTest, public testing::WithParamInterface<BodyCase> {};
 
-TEST_P(MimeBodyTest, IsWrittenInItsEncoding) {
+TEST_P(MimeBodyTest, ChoosesTheEncodingOfTheBody) {
   mail.body = GetParam().body;
   EXPECT_THAT(Text(), EndsWith(std::string("Content-Transfer-Encoding: ") + GetParam().encoding + "\r\n\r\n" +
                                GetParam().written));
@@ -144,7 +144,7 @@ TEST_P(MimeBodyTest, IsWrittenInItsEncoding) {
 INSTANTIATE_TEST_SUITE_P(
     Bodies, MimeBodyTest,
     testing::Values(BodyCase{"Empty", "", "7bit", ""}, BodyCase{"LineEndStays", "a\r\n", "7bit", "a\r\n"},
-                    BodyCase{"OtherLineEnds", "a\nb\rc\n\rd", "7bit", "a\r\nb\r\nc\r\n\r\nd\r\n"},
+                    BodyCase{"MixedLineEnds", "a\nb\rc\n\rd", "7bit", "a\r\nb\r\nc\r\n\r\nd\r\n"},
                     BodyCase{"Tabs", "a\tb ", "7bit", "a\tb \r\n"},
                     BodyCase{"LongestLine", std::string(998, 'x'), "7bit", std::string(998, 'x') + "\r\n"},
                     BodyCase{"TooLongLine", std::string(999, '='), "quoted-printable",
@@ -153,11 +153,11 @@ INSTANTIATE_TEST_SUITE_P(
                                  Replaced(std::string(24, '='), "=", "=3D") + "\r\n"},
                     BodyCase{"Umlaut", "ä=", "quoted-printable", "=C3=A4=3D\r\n"},
                     BodyCase{"BlankAtTheEnd", "ä \r\nb\t\r\n", "quoted-printable", "=C3=A4=20\r\nb=09\r\n"},
-                    BodyCase{"NoUtf8", "\xE4", "quoted-printable", "=EF=BF=BD\r\n"},
+                    BodyCase{"MalformedUtf8", "\xE4", "quoted-printable", "=EF=BF=BD\r\n"},
                     BodyCase{"Control", std::string("a\0b", 3), "quoted-printable", "a=00b\r\n"}),
     [](const auto& given) { return given.param.name; });
 
-TEST_F(MimeMessageTest, TheBoundaryIsNotInTheBody) {
+TEST_F(MimeMessageTest, ChoosesABoundaryThatIsNotInTheBody) {
   mail.attachments = {folder.Write("a.xml", "a")};
   const std::string first = Text();
   const std::string boundary = first.substr(first.find("=_"), 34);
@@ -167,7 +167,7 @@ TEST_F(MimeMessageTest, TheBoundaryIsNotInTheBody) {
   EXPECT_THAT(second, HasSubstr(mail.body));
 }
 
-TEST_F(MimeMessageTest, TheSameMailIsTheSameBytes) {
+TEST_F(MimeMessageTest, WritesEqualMailsAsEqualBytes) {
   mail.attachments = {folder.Write("a.xml", "a")};
   const std::string text = Text();
   EXPECT_EQ(Text(), text);
@@ -175,7 +175,7 @@ TEST_F(MimeMessageTest, TheSameMailIsTheSameBytes) {
   EXPECT_NE(Text().substr(text.find("boundary")), text.substr(text.find("boundary")));
 }
 
-TEST_F(MimeMessageTest, ReadsTheSameInPiecesOfAnySize) {
+TEST_F(MimeMessageTest, ReturnsTheSameBytesForBuffersOfAnySize) {
   std::string bytes(300'001, '\0');
   std::mt19937 random(4711);
   std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
@@ -186,12 +186,12 @@ TEST_F(MimeMessageTest, ReadsTheSameInPiecesOfAnySize) {
     EXPECT_EQ(Text(piece), text) << piece;
 }
 
-TEST_F(MimeMessageTest, AMissingAttachmentIsFoundBeforeAnythingIsRead) {
+TEST_F(MimeMessageTest, ReportsAMissingAttachmentOnConstruction) {
   mail.attachments = {folder.Path() / "missing.xml"};
   EXPECT_THROW(MimeMessage(files, mail), FileError);
 }
 
-TEST_F(MimeMessageTest, AnAttachmentThatIsNoFileIsRefused) {
+TEST_F(MimeMessageTest, RefusesAnAttachmentThatIsNotAFile) {
   mail.attachments = {folder.Folder("folder.xml")};
   EXPECT_THROW(MimeMessage(files, mail), FileError);
 }
@@ -206,14 +206,14 @@ void PrintTo(const Change& given, std::ostream* out) {
 
 class MimeChangeTest : public MimeMessageTest, public testing::WithParamInterface<Change> {};
 
-TEST_P(MimeChangeTest, AFileThatChangesMakesNoMessage) {
+TEST_P(MimeChangeTest, FailsWhenAnAttachmentHasChanged) {
   mail.attachments = {folder.Write("a.xml", std::string(1'000'000, 'a'))};
   MimeMessage message(files, mail);
   std::string buffer(1000, '\0');
   message.Read(buffer);
   message.Read(buffer);
   folder.Write("a.xml", GetParam().content);
-  // The file's own time may be too coarse to tell the two states from each other so soon.
+  // The file system may record times too coarsely to show a change that follows so soon.
   std::filesystem::last_write_time(mail.attachments[0],
                                    std::filesystem::file_time_type::clock::now() + std::chrono::hours(1));
   const auto readOn = [&] {
@@ -230,21 +230,13 @@ INSTANTIATE_TEST_SUITE_P(Changes, MimeChangeTest,
                                          Change{"AsLong", std::string(1'000'000, 'b')}),
                          [](const auto& given) { return given.param.name; });
 
-TEST(Base64Test, TextOfEveryRest) {
-  EXPECT_EQ(Base64(""), "");
-  EXPECT_EQ(Base64("f"), "Zg==");
-  EXPECT_EQ(Base64("fo"), "Zm8=");
-  EXPECT_EQ(Base64("foo"), "Zm9v");
-  EXPECT_EQ(Base64("\xFF\xFE\xFD"), "//79");
-}
-
-/// A piece of text, and what a reader must find in a header.
+/// A piece of text, and what a mail program must read from a header that contains it.
 struct Piece {
   std::string given;
   std::string read;
 };
 
-const std::vector<Piece>& NaughtyPieces() {
+const std::vector<Piece>& HostilePieces() {
   static const std::vector<Piece> pieces{{"a", "a"},
                                          {" ", " "},
                                          {"   ", "   "},
@@ -268,12 +260,12 @@ const std::vector<Piece>& NaughtyPieces() {
   return pieces;
 }
 
-class NaughtyMails : public MimeMessageTest {
+class HostileMailTest : public MimeMessageTest {
  protected:
   Piece Text(std::size_t mostPieces) {
     Piece text;
     for (std::size_t left = random_() % (mostPieces + 1); left > 0; --left) {
-      const Piece& piece = NaughtyPieces()[random_() % NaughtyPieces().size()];
+      const Piece& piece = HostilePieces()[random_() % HostilePieces().size()];
       text.given += piece.given;
       text.read += piece.read;
     }
@@ -317,7 +309,7 @@ class NaughtyMails : public MimeMessageTest {
   std::mt19937 random_{20040315};
 };
 
-TEST_F(NaughtyMails, AnotherParserReadsWhatWasMeant) {
+TEST_F(HostileMailTest, IsReadCorrectlyByAnIndependentParser) {
   const TempFolder expected;
   const std::vector<Piece> bodies{{"", ""},
                                   {"plain\r\n..\r\n.dot", "plain\r\n..\r\n.dot"},

@@ -1,121 +1,119 @@
 #include "smtp/SmtpConnection.h"
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <array>
-#include <cerrno>
-
-#include "support/FailingCall.h"
-#include "support/FakeClock.h"
 #include "support/ScriptedServer.h"
 #include "support/SmtpMailTest.h"
 
 namespace fieldpost::test {
 namespace {
 
+using std::chrono::milliseconds;
+using std::chrono::seconds;
 using testing::HasSubstr;
 
-/// What a server says up to the mail's data.
-std::vector<std::string> Session(const std::string& answerToData) {
-  return {"220 ready\r\n", "250 hello\r\n", "250 sender\r\n", "250 recipient\r\n", answerToData};
-}
+class SmtpConnectionTest : public SmtpMailTest {};
 
-TEST_F(SmtpMailTest, WhatTheServerSaysBeforeTheDatasEndIsNoAcceptance) {
+TEST_F(SmtpConnectionTest, TakesNoReplyBeforeTheEndOfTheDataForAnAcceptance) {
   const struct {
     const char* name;
-    const char* answer;
+    const char* reply;
     const char* said;
   } rows[] = {
       {"a refusal", "354 go on\r\n554 no room\r\n", "554 no room"},
-      {"an acceptance", "354 go on\r\n250 taken\r\n", "the server answered out of turn: 250 taken"},
-      {"half a line", "354 go on\r\n250 ta", "the connection to 127.0.0.1 broke off"},
-      {"half an answer", "354 go on\r\n250-taken\r\n", "the connection to 127.0.0.1 broke off"},
+      {"an acceptance", "354 go on\r\n250 taken\r\n", "the server sent an unexpected reply: \"250 taken\""},
+      {"half a line", "354 go on\r\n250 ta", "the connection to 127.0.0.1 was lost"},
+      {"half a reply", "354 go on\r\n250-taken\r\n", "the connection to 127.0.0.1 was lost"},
   };
   for (const auto& row : rows) {
-    const ScriptedServer scripted(Session(row.answer));
+    const ScriptedServer scripted(
+        {"220 ready\r\n", "250 hello\r\n", "250 sender\r\n", "250 recipient\r\n", row.reply});
     server.port = scripted.Port();
     EXPECT_FALSE(Send()) << row.name;
     EXPECT_THAT(status, HasSubstr(row.said)) << row.name;
   }
 }
 
-TEST_F(SmtpMailTest, AServerThatOffersOnlyOtherWaysOfLoggingInIsNamed) {
-  server.userName = "user";
-  server.password = "secret";
-  const ScriptedServer scripted({"220 ready\r\n", "250-hello\r\n250 AUTH OTHER\r\n"});
-  server.port = scripted.Port();
-  EXPECT_FALSE(Send());
-  EXPECT_THAT(status, HasSubstr("no way of logging in with user name and password"));
+TEST_F(SmtpConnectionTest, FailsWhenTheServerRepliesAmongTheData) {
+  const SmtpServer sink({"--mode", "answer-in-data"});
+  AttachBytes(20'000'000);
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, testing::AnyOf(HasSubstr("552 5.3.4 that is too much"), HasSubstr("was lost")));
 }
 
-TEST_F(SmtpMailTest, AnAddressThatNoRouteLeadsToIsNamed) {
-  server.server = "255.255.255.255";
-  EXPECT_FALSE(Send());
-  EXPECT_THAT(status, HasSubstr("could not reach 255.255.255.255, port 25: Network is unreachable"));
+class SlowReplyTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SlowReplyTest, LimitsTheTimeOfTheWholeReply) {
+  const SmtpServer sink({"--mode", GetParam(), "--delay", "0.3"});
+  limits.timeoutsPerReply = 2;
+  limits.finalReply = seconds(2);
+  EXPECT_FALSE(Send(sink));
+  EXPECT_THAT(status, HasSubstr("Error: 28 the server's reply was not complete after 2 seconds"));
+  EXPECT_LT(duration, seconds(4));
 }
 
-/// A port that takes no connection and refuses none: its queue is full.
-class FullPort {
- public:
-  FullPort() {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    auto* const raw = reinterpret_cast<sockaddr*>(&address);
-    EXPECT_EQ(::bind(listening_, raw, length), 0);
-    EXPECT_EQ(::listen(listening_, 0), 0);
-    EXPECT_EQ(::getsockname(listening_, raw, &length), 0);
-    port_ = ntohs(address.sin_port);
-    for (const int waiting : waiting_) static_cast<void>(::connect(waiting, raw, length));
-  }
-  FullPort(const FullPort&) = delete;
-  FullPort& operator=(const FullPort&) = delete;
-  ~FullPort() {
-    for (const int waiting : waiting_) ::close(waiting);
-    ::close(listening_);
-  }
+INSTANTIATE_TEST_SUITE_P(SmtpConnection, SlowReplyTest,
+                         testing::Values("drip-lines-greeting", "drip-lines-hello", "drip-lines",
+                                         "drip-lines-at-end"),
+                         [](const auto& given) { return Replaced(given.param, "-", "_"); });
 
-  [[nodiscard]] std::int32_t Port() const { return port_; }
-
- private:
-  static int NewSocket(int flags = 0) { return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | flags, 0); }
-
-  int listening_ = NewSocket();
-  std::array<int, 3> waiting_{NewSocket(SOCK_NONBLOCK), NewSocket(SOCK_NONBLOCK), NewSocket(SOCK_NONBLOCK)};
-  std::int32_t port_ = 0;
-};
-
-TEST_F(SmtpMailTest, AServerThatTakesNoConnectionIsGivenUpAfterTheTimeOut) {
-  const FullPort full;
-  server.port = full.Port();
-  const FakeClock standing;  // the library has a clock of its own
-  SmtpMail transport(files, standing, display, limits);
-  EXPECT_FALSE(transport.Send(server, mail, [] {}));
-  EXPECT_THAT(transport.StatusText(), HasSubstr("no answer from the server for 1 second"));
+TEST_F(SmtpConnectionTest, ProcessesEventsWhileItAwaitsTheFinalReply) {
+  const SmtpServer sink({"--mode", "late-at-end", "--delay", "0.8"});
+  EXPECT_TRUE(Send(sink)) << status;
+  EXPECT_GE(display.turns, 12U);
 }
 
-TEST_F(SmtpMailTest, ALibraryThatFailsIsAFailureOfTheMail) {
-  const ScriptedServer scripted(Session("354 go on\r\n"));
-  server.port = scripted.Port();
-  for (const auto& [call, number] : {std::pair{"curl_multi_init", 27}, std::pair{"curl_easy_init", 27},
-                                     std::pair{"curl_easy_setopt", 27}, std::pair{"curl_multi_perform", 2}}) {
-    const FailingCall failing(call, ENOMEM);
-    EXPECT_FALSE(Send()) << call;
-    EXPECT_EQ(failing.Failures(), 1) << call;
-    EXPECT_THAT(status, HasSubstr("Error: " + std::to_string(number) + " ")) << call;
-    EXPECT_TRUE(ContainsNoCase(status, "out of memory")) << call << status;
-  }
+class CancelledSendTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+
+TEST_P(CancelledSendTest, ClosesTheConnectionWhenEventsAreProcessedNext) {
+  const SmtpServer sink({"--mode", GetParam(), "--delay", "0.05"});
+  AttachBytes(20'000'000);
+  server.tryCount = 3;
+  server.timeoutSeconds = 30;
+  display.onTurn = [this] { display.cancelled = display.turns >= 10; };
+  EXPECT_FALSE(Send(sink));
+  EXPECT_TRUE(cancelled);
+  EXPECT_THAT(status, testing::EndsWith("\r\nError: 42 ended by the user"));
+  EXPECT_EQ(display.turns, 10U);
+  EXPECT_EQ(sink.Count("-- connected"), 1U) << "it is not tried again";
+  EXPECT_EQ(sink.Count("bytes of data"), 0U);
+  EXPECT_TRUE(sink.Mails().empty());
+  EXPECT_LT(duration, seconds(2));
 }
 
-TEST_F(SmtpMailTest, WhatTheMailsOwnerThrowsOnceItIsTakenIsToldAsAFailure) {
-  const SmtpServer accepting;
-  server.port = accepting.Port();
-  SmtpMail transport(files, clock, display, limits);
-  EXPECT_FALSE(transport.Send(server, mail, [] { throw std::runtime_error("nobody could note it"); }));
-  EXPECT_THAT(transport.StatusText(), HasSubstr("nobody could note it"));
+INSTANTIATE_TEST_SUITE_P(SmtpConnection, CancelledSendTest,
+                         testing::Values("silent", "stall-at-hello", "slow-hello", "stall-in-data", "slow"),
+                         [](const auto& given) { return Replaced(given.param, "-", "_"); });
+
+/// Has the display report that the user has cancelled, as soon as the server has all of the data.
+void CancelAfterTheData(EventDisplay& display, const SmtpServer& sink) {
+  display.onTurn = [&] { display.cancelled = sink.Count("bytes of data") > 0; };
+}
+
+TEST_F(SmtpConnectionTest, AwaitsTheReplyWhenCancelledAfterTheEndOfTheData) {
+  const SmtpServer sink({"--mode", "late-at-end", "--delay", "0.5"});
+  CancelAfterTheData(display, sink);
+  EXPECT_TRUE(Send(sink)) << status;
+  EXPECT_TRUE(display.cancelled);
+  EXPECT_FALSE(cancelled);
+  EXPECT_EQ(sink.Mails().size(), 1U);
+}
+
+TEST_F(SmtpConnectionTest, AwaitsTheReplyForOneTimeoutWhenCancelledAfterTheEndOfTheData) {
+  const SmtpServer sink({"--mode", "stall-at-end"});
+  limits.finalReply = seconds(60);
+  CancelAfterTheData(display, sink);
+  EXPECT_FALSE(Send(sink));
+  EXPECT_FALSE(cancelled) << "the server may have accepted it";
+  EXPECT_THAT(status, HasSubstr("no reply from the server for 1 second; the mail may have been delivered"));
+  EXPECT_LT(duration, seconds(3));
+}
+
+TEST_F(SmtpConnectionTest, DoesNotAwaitTheReplyToQuitWhenCancelled) {
+  const SmtpServer sink({"--mode", "stall-at-quit"});
+  limits.quitReply = seconds(60);
+  display.onTurn = [&] { display.cancelled = sink.Count("C: QUIT") > 0; };
+  EXPECT_TRUE(Send(sink)) << status;
+  EXPECT_FALSE(cancelled);
+  EXPECT_LT(duration, seconds(2));
 }
 
 }  // namespace

@@ -2,60 +2,66 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 namespace fieldpost::test {
 namespace {
 
-TEST(SmtpReplyTest, OneLine) {
+TEST(SmtpReplyReader, ReturnsAReplyOfOneLine) {
   SmtpReplyReader reader;
-  EXPECT_TRUE(reader.Add("250 2.0.0 ok"));
-  EXPECT_EQ(reader.Last().code, 250);
-  EXPECT_EQ(reader.Last().text, "250 2.0.0 ok");
+  const std::optional<SmtpReply> reply = reader.Add("250 2.0.0 ok");
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->code, 250);
+  EXPECT_EQ(reply->text, "250 2.0.0 ok");
 }
 
-TEST(SmtpReplyTest, SeveralLinesBecomeOne) {
+TEST(SmtpReplyReader, JoinsTheLinesOfAReply) {
   SmtpReplyReader reader;
   EXPECT_FALSE(reader.Add("554-not"));
   EXPECT_FALSE(reader.Add("554-"));
   EXPECT_TRUE(reader.IsWithinReply());
-  EXPECT_TRUE(reader.Add("554 today"));
+  const std::optional<SmtpReply> reply = reader.Add("554 today");
+  ASSERT_TRUE(reply);
   EXPECT_FALSE(reader.IsWithinReply());
-  EXPECT_EQ(reader.Last().text, "554 not today");
+  EXPECT_EQ(reply->text, "554 not today");
 }
 
-TEST(SmtpReplyTest, TheLastLinesCodeCountsAndIsShown) {
+TEST(SmtpReplyReader, TakesTheCodeOfTheLastLine) {
   SmtpReplyReader reader;
   EXPECT_FALSE(reader.Add("250-taken"));
-  EXPECT_TRUE(reader.Add("550 or not"));
-  EXPECT_EQ(reader.Last().code, 550);
-  EXPECT_EQ(reader.Last().text, "550 taken or not");
+  const std::optional<SmtpReply> reply = reader.Add("550 or not");
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->code, 550);
+  EXPECT_EQ(reply->text, "550 taken or not");
 }
 
-TEST(SmtpReplyTest, ACodeAloneIsAReply) {
+TEST(SmtpReplyReader, AcceptsACodeWithoutText) {
   SmtpReplyReader reader;
-  EXPECT_TRUE(reader.Add("354"));
-  EXPECT_EQ(reader.Last().text, "354");
+  const std::optional<SmtpReply> reply = reader.Add("354");
+  ASSERT_TRUE(reply);
+  EXPECT_EQ(reply->text, "354");
 }
 
-TEST(SmtpReplyTest, WhatIsNoReplyIsRefused) {
+TEST(SmtpReplyReader, RefusesLinesThatAreNotPartOfAReply) {
   for (const char* line : {"", "25", "hello", "150 early", "650 late", "2x0 ok", "250ok", "250\tok"}) {
     SmtpReplyReader reader;
-    EXPECT_THROW(reader.Add(line), SmtpError) << line;
+    EXPECT_THROW(static_cast<void>(reader.Add(line)), SmtpError) << line;
   }
 }
 
-TEST(SmtpReplyTest, LongAndStrangeTextsAreCutAndShown) {
+TEST(SmtpReplyReader, ShortensLongTextsAndEscapesControlCharacters) {
   SmtpReplyReader reader;
-  EXPECT_TRUE(reader.Add("250 \x1B[2J\xFF" + std::string(100'000, 'x')));
-  EXPECT_TRUE(reader.Last().text.starts_with("250 \\x1B[2J\xEF\xBF\xBDxxx"));
-  EXPECT_LT(reader.Last().text.size(), 600U);
+  const std::optional<SmtpReply> reply = reader.Add("250 \x1B[2J\xFF" + std::string(100'000, 'x'));
+  ASSERT_TRUE(reply);
+  EXPECT_TRUE(reply->text.starts_with("250 \\x1B[2J\xEF\xBF\xBDxxx"));
+  EXPECT_LT(reply->text.size(), 600U);
 }
 
-TEST(SmtpReplyTest, AReplyWithoutEndIsRefused) {
+TEST(SmtpReplyReader, RefusesAReplyOfTooManyLines) {
   SmtpReplyReader reader;
   const auto flood = [&] {
-    for (int line = 0; line < 10'000; ++line) reader.Add("250-more");
+    for (int line = 0; line < 10'000; ++line) static_cast<void>(reader.Add("250-more"));
   };
   EXPECT_THROW(flood(), SmtpError);
 }

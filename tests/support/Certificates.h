@@ -10,7 +10,7 @@
 
 namespace fieldpost::test {
 
-/// A certification authority and certificates of its making, in a folder of their own.
+/// A certification authority and the certificates that it has signed, in a temporary folder.
 class Certificates {
  public:
   Certificates() {
@@ -18,16 +18,19 @@ class Certificates {
         " -keyout ca.key -out ca.pem");
   }
 
+  /// Returns the path of the authority's own certificate.
   [[nodiscard]] std::string CaFile() const { return (folder_.Path() / "ca.pem").native(); }
+  /// Returns the path of the private key of the certificate `name`.
   [[nodiscard]] std::string Key(const std::string& name) const {
     return (folder_.Path() / name).native() + ".key";
   }
+  /// Returns the path of the certificate `name`.
   [[nodiscard]] std::string Pem(const std::string& name) const {
     return (folder_.Path() / name).native() + ".pem";
   }
 
-  /// Makes "NAME.pem" and "NAME.key" for `alternativeName`, such as "IP:127.0.0.1", valid for `days` from
-  /// now; with -1 it has expired. `extension` is one more line of what it is for.
+  /// Makes the certificate `name` for `alternativeName`, for example "IP:127.0.0.1". It is valid for `days`
+  /// days from now; with -1 it has expired. `extension` is a further line of its extensions.
   void Make(const std::string& name, const std::string& alternativeName, int days = 2,
             const std::string& extension = "") const {
     folder_.Write(name + ".ext", "subjectAltName=" + alternativeName + "\n" + extension + "\n");
@@ -36,7 +39,7 @@ class Certificates {
     Sign(name, days, "");
   }
 
-  /// The same, valid from tomorrow on.
+  /// Makes the certificate `name` for `alternativeName`, valid from tomorrow on.
   void MakeForTomorrow(const std::string& name, const std::string& alternativeName) const {
     Make(name, alternativeName);
     Sign(name, 2, "faketime -f +1d ");

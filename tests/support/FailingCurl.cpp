@@ -1,4 +1,4 @@
-// Calls of libcurl that fail when a test asks for it: see FailingCall.h.
+// Calls of libcurl that fail when a test requires it: see FailingCall.h.
 #include <curl/curl.h>
 
 #include "support/FailingCall.h"
@@ -16,7 +16,7 @@ CURL* __wrap_curl_easy_init() {
   return CallFails("curl_easy_init") ? nullptr : __real_curl_easy_init();
 }
 
-// Its third argument is a number or a pointer; both go the same way.
+// The third argument is a number or a pointer; both are passed in the same way.
 CURLcode __wrap_curl_easy_setopt(CURL* handle, CURLoption option, void* value) {
   return CallFails("curl_easy_setopt") ? CURLE_OUT_OF_MEMORY : __real_curl_easy_setopt(handle, option, value);
 }

@@ -1,4 +1,4 @@
-// Calls of libzip that fail when a test asks for it, for want of memory: see FailingCall.h.
+// Calls of libzip that fail with an out-of-memory error when a test requires it: see FailingCall.h.
 #include <zip.h>
 
 #include "support/FailingCall.h"

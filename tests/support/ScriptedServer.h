@@ -1,4 +1,4 @@
-// A server that says what a test wants, a line of the client's at a time.
+// A server whose replies a test prescribes.
 #pragma once
 
 #include <netinet/in.h>
@@ -9,15 +9,16 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace fieldpost::test {
 
-/// Takes one connection, says the first answer at once and each further one when a line has come, then
-/// listens on in silence until the client goes.
+/// Accepts one connection on 127.0.0.1, sends the first reply at once and each further reply after a line of
+/// the client, then reads in silence until the client closes the connection.
 class ScriptedServer {
  public:
-  explicit ScriptedServer(std::vector<std::string> answers) : answers_(std::move(answers)) {
+  explicit ScriptedServer(std::vector<std::string> replies) : replies_(std::move(replies)) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -25,7 +26,7 @@ class ScriptedServer {
     auto* const raw = reinterpret_cast<sockaddr*>(&address);
     if (::bind(listening_, raw, length) != 0 || ::listen(listening_, 1) != 0 ||
         ::getsockname(listening_, raw, &length) != 0) {
-      throw std::runtime_error("no port for the server");
+      throw std::runtime_error("no free port for the server");
     }
     port_ = ntohs(address.sin_port);
     thread_ = std::jthread([this] { Serve(); });
@@ -44,9 +45,9 @@ class ScriptedServer {
   void Serve() const {
     const int client = ::accept(listening_, nullptr, nullptr);
     if (client < 0) return;
-    for (const std::string& answer : answers_) {
-      if (&answer != &answers_.front() && !ReadLine(client)) break;
-      static_cast<void>(::send(client, answer.data(), answer.size(), MSG_NOSIGNAL));
+    for (const std::string& reply : replies_) {
+      if (&reply != &replies_.front() && !ReadLine(client)) break;
+      static_cast<void>(::send(client, reply.data(), reply.size(), MSG_NOSIGNAL));
     }
     while (ReadLine(client)) {
     }
@@ -61,7 +62,7 @@ class ScriptedServer {
     return true;
   }
 
-  std::vector<std::string> answers_;
+  std::vector<std::string> replies_;
   int listening_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   std::int32_t port_ = 0;
   std::jthread thread_;

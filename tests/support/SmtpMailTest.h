@@ -1,4 +1,4 @@
-// What every test of sending by SMTP stands on.
+// The fixture of tests that send mail by SMTP.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -17,12 +17,13 @@
 
 namespace fieldpost::test {
 
-/// Notes the longest time between two turns of the events, and does what a test wants done meanwhile.
-class TurningDisplay final : public StatusDisplay {
+/// Calls a function of the test whenever events are processed, and measures the longest time between two such
+/// calls.
+class EventDisplay final : public StatusDisplay {
  public:
-  std::function<void()> onTurn = [] {};
-  std::size_t turns = 0;
-  bool stop = false;  ///< the person at the screen wants the end
+  std::function<void()> onTurn = [] {};  ///< called whenever events are processed
+  std::size_t turns = 0;                 ///< how often events were processed
+  bool cancelled = false;                ///< whether the user has cancelled
   std::chrono::steady_clock::duration longestGap{};
 
   void ProcessEvents() override {
@@ -32,17 +33,18 @@ class TurningDisplay final : public StatusDisplay {
     ++turns;
     onTurn();
   }
-  [[nodiscard]] bool IsCancelled() const override { return stop; }
+  [[nodiscard]] bool IsCancelled() const override { return cancelled; }
 
  private:
   std::chrono::steady_clock::time_point last_;
 };
 
+/// A mail, a server at 127.0.0.1 with short timeouts, and what came of the latest send.
 class SmtpMailTest : public testing::Test {
  protected:
   SmtpMailTest() {
-    limits.finalAnswer = std::chrono::seconds(1);
-    limits.farewell = std::chrono::seconds(1);
+    limits.finalReply = std::chrono::seconds(1);
+    limits.quitReply = std::chrono::seconds(1);
     server.server = "127.0.0.1";
     server.tryCount = 1;
     server.timeoutSeconds = 1;
@@ -54,11 +56,13 @@ class SmtpMailTest : public testing::Test {
     mail.messageId = "<1.2@partner.example>";
   }
 
+  /// Sends the mail to a server of the test. Returns whether the server accepted it.
   bool Send(const SmtpServer& to) {
     server.port = to.Port();
     return Send();
   }
 
+  /// Sends the mail to `server`. Returns whether the server accepted it.
   bool Send() {
     SmtpMail transport(files, clock, display, limits);
     const auto begin = std::chrono::steady_clock::now();
@@ -68,13 +72,13 @@ class SmtpMailTest : public testing::Test {
     EXPECT_EQ(acceptedAfter.has_value(), sent);
     duration = std::chrono::steady_clock::now() - begin;
     status = transport.StatusText();
-    stopped = transport.WasCancelled();
-    ExpectHonestStatus(sent);
+    cancelled = transport.WasCancelled();
+    ExpectValidStatus(sent);
     return sent;
   }
 
-  /// What holds for every status text.
-  void ExpectHonestStatus(bool sent) const {
+  /// Checks the rules that every status text obeys.
+  void ExpectValidStatus(bool sent) const {
     EXPECT_EQ(ContainsNoCase(status, "error: 0"), sent) << status;
     EXPECT_THAT(status, testing::MatchesRegex("[^\r\n]+\r\nError: [0-9]+ [^\r\n]+"));
     if (!server.password.empty()) {
@@ -94,15 +98,14 @@ class SmtpMailTest : public testing::Test {
   TempFolder folder;
   DiskFileSystem files;
   SystemClock clock;
-  TurningDisplay display;
+  EventDisplay display;
   SmtpLimits limits;
   MailServer server;
   Mail mail;
   std::string status;
-  bool stopped = false;
+  bool cancelled = false;
   std::chrono::steady_clock::duration duration{};
-  std::optional<std::chrono::steady_clock::duration>
-      acceptedAfter;  ///< the server took the mail; empty: never
+  std::optional<std::chrono::steady_clock::duration> acceptedAfter;  ///< empty when it was not accepted
 };
 
 }  // namespace fieldpost::test

@@ -1,4 +1,4 @@
-// A mail server of a test's own, on a free port of the loopback interface.
+// A mail server that a test starts for itself, on a free port of the loopback interface.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +12,10 @@
 
 namespace fieldpost::test {
 
-/// tests/tools/smtp_server.py, from construction to destruction.
+/// Runs tests/tools/smtp_server.py until the object is destroyed.
 class SmtpServer {
  public:
-  /// `arguments` are the script's own, folder and port excepted.
+  /// Starts the server. `arguments` are passed to the script, in addition to its folder.
   explicit SmtpServer(const std::vector<std::string>& arguments = {})
       : script_(Words(folder_.Path(), arguments), {}, StartedProgram::Errors::Shown) {
     const std::string port = script_.ReadLine();
@@ -28,7 +28,7 @@ class SmtpServer {
 
   [[nodiscard]] std::int32_t Port() const { return port_; }
 
-  /// The mails that it accepted, in order.
+  /// Returns the mails that the server has accepted, in order.
   [[nodiscard]] std::vector<std::string> Mails() const {
     std::vector<std::string> mails;
     for (const std::string& name : Names(folder_.Path())) {
@@ -37,9 +37,10 @@ class SmtpServer {
     return mails;
   }
 
+  /// Returns what was said on all connections, one line for each event.
   [[nodiscard]] std::string Transcript() const { return ReadFile(folder_.Path() / "transcript.txt"); }
 
-  /// How often the transcript holds `text`.
+  /// Returns how often `text` occurs in the transcript.
   [[nodiscard]] std::size_t Count(const std::string& text) const {
     const std::string transcript = Transcript();
     std::size_t count = 0;
