@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include "common/Text.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {

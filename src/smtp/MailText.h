@@ -8,9 +8,6 @@
 
 namespace fieldpost {
 
-/// `text` as well-formed UTF-8: each byte that belongs to no character becomes U+FFFD.
-std::string WellFormedUtf8(std::string_view text);
-
 /// One header field, folded, with its line end. Control characters, line breaks too, become blanks; blanks at
 /// both ends go. Text beyond ASCII, text that would be mistaken for an encoded word, and words too long to be
 /// folded become encoded words (RFC 2047). No line is longer than 78 bytes.

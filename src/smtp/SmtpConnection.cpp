@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "common/Text.h"
-#include "smtp/MailText.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {

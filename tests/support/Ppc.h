@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/Utf8.h"
 #include "ppc/PpcEntryScanner.h"
 #include "support/TestSite.h"
 
@@ -25,7 +26,7 @@ class KeepingSink final : public PpcEntrySink {
   void AddText(std::string_view utf8) override {
     entries.back() += utf8;
     ++pieces;
-    if (!utf8.empty() && (static_cast<unsigned char>(utf8.front()) & 0xC0U) == 0x80U) piecesWhole = false;
+    if (!utf8.empty() && !FirstCharacter(utf8).isWellFormed) piecesWhole = false;
   }
   void EndEntry() override {}
   void FoundArchiveDate(std::string_view xml) override { dates.emplace_back(xml); }
