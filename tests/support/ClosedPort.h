@@ -1,4 +1,4 @@
-// A port on which nobody answers.
+// A port that refuses connections.
 #pragma once
 
 #include <netinet/in.h>
@@ -10,8 +10,8 @@
 
 namespace fieldpost::test {
 
-/// A port of 127.0.0.1 that refuses connections, and that no other program can get meanwhile: it is taken,
-/// but nobody listens.
+/// A port of 127.0.0.1 that refuses connections. It is bound, so that no other program can use it, but nobody
+/// listens.
 class ClosedPort {
  public:
   ClosedPort() : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
@@ -21,7 +21,7 @@ class ClosedPort {
     socklen_t size = sizeof address;
     if (::bind(socket_, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
         ::getsockname(socket_, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-      throw std::runtime_error("no port to be had");
+      throw std::runtime_error("cannot bind a port");
     }
     number_ = ntohs(address.sin_port);
   }
