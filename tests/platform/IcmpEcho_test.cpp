@@ -332,7 +332,7 @@ TEST_P(IcmpEchoTest, IgnoresRepliesToOthers) {
 TEST_P(IcmpEchoTest, IgnoresErrorsAboutOthers) {
   const std::string status = StatusWith(GetParam(), [](const Packet& request) {
     for (const std::size_t changed : {9U, 16U, 20U, 24U, 26U}) {
-      // Its protocol, its target, its type, its identifier, its number.
+      // The protocol, target, type, identifier and sequence number of the quoted packet.
       Packet other = request;
       other[changed] ^= 0x44U;
       Answerer::Send(ErrorAbout(other, 3, 1));

@@ -19,7 +19,7 @@ TEST(LocalAddressTest, LoopbackAddressesAreLocal) {
 }
 
 TEST(LocalAddressTest, OtherAddressesAndTextsAreNot) {
-  // Addresses kept for documentation (RFC 5737, RFC 3849), and what is none.
+  // Documentation addresses (RFC 5737, RFC 3849), and texts that are not addresses.
   for (const char* address :
        {"192.0.2.1", "2001:db8::1", "::ffff:192.0.2.1", "128.0.0.1", "", "localhost", "127.1"}) {
     EXPECT_FALSE(IsThisMachine(address)) << address;
