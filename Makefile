@@ -52,7 +52,7 @@ fuzz: packages
 bench: all
 	@$(PYTHON) tests/bench/run_benchmarks.py $(if $(QUICK),--quick) $(if $(BENCH_DIR),--folder $(BENCH_DIR))
 
-# Lines and branches of the core that no test passes; the report is build/coverage/report.txt.
+# Coverage of the core by its tests, checked against tests/coverage/bars.py; line by line in build/coverage/html.
 coverage: packages
 	@cmake --preset coverage $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset coverage -j$(JOBS)

@@ -17,7 +17,7 @@ if(FIELDPOST_SANITIZE)
     $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${PROJECT_SOURCE_DIR}/cmake/sanitizer_options.cpp>)
 endif()
 if(FIELDPOST_COVERAGE)
-  # The counters lie in the mapped profile itself, so that what ends by a signal or by _exit has counted too.
+  # Counters are kept in the mapped profile file, so that a process that ends by a signal or by _exit loses none.
   target_compile_options(fp_warnings INTERFACE -fprofile-instr-generate -fcoverage-mapping
                          -fcoverage-compilation-dir=${PROJECT_BINARY_DIR} -mllvm -runtime-counter-relocation)
   target_link_options(fp_warnings INTERFACE -fprofile-instr-generate)

@@ -1,4 +1,4 @@
-// Numbers laid into a pattern of places, "@@@@@@@@.@@@".
+// Numbers formatted by a pattern such as "@@@@@@@@.@@@".
 #pragma once
 
 #include <cstdint>
@@ -7,9 +7,9 @@
 
 namespace fieldpost {
 
-/// Lays the decimal digits of a number into a pattern from the right, one digit per "@"; any other character
-/// of the pattern stays where it stands. A place without a digit becomes a blank; digits beyond the pattern's
-/// width are put in front.
+/// Fills a pattern with the decimal digits of a number, from the right, one digit for each "@". Other
+/// characters of the pattern stay. An "@" without a digit becomes a blank; digits beyond the first "@" are
+/// put in front.
 std::string FormatCharMask(std::uint64_t number, std::string_view pattern);
 
 }  // namespace fieldpost

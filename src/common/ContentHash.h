@@ -1,4 +1,4 @@
-// What tells one content from another.
+// Hashes that identify contents.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@ struct XXH3_state_s;  // xxHash's own name
 
 namespace fieldpost {
 
-/// The 128-bit XXH3 hash of some bytes. It recognises a content seen before; it is no protection against
-/// somebody who makes two contents alike on purpose.
+/// A 128-bit XXH3 hash. It recognises a content seen before. It is not cryptographic: it gives no protection
+/// against contents that were constructed to have the same hash.
 struct ContentHash {
   std::uint64_t high = 0;
   std::uint64_t low = 0;
@@ -19,19 +19,21 @@ struct ContentHash {
   bool operator==(const ContentHash&) const = default;
 };
 
+/// Returns the hash of some bytes.
 ContentHash HashContent(std::string_view bytes);
 
-/// 32 lower-case hexadecimal digits.
+/// Returns a hash as 32 lower-case hexadecimal digits.
 std::string ToHex(const ContentHash& hash);
 
-/// The hash of a content that comes in pieces.
+/// Computes the hash of a content that is read in blocks.
 class ContentHasher {
  public:
   ContentHasher();
 
+  /// Adds the next block.
   void Add(std::string_view bytes);
 
-  /// The hash of all that was added so far.
+  /// Returns the hash of all blocks added so far.
   [[nodiscard]] ContentHash Hash() const;
 
  private:

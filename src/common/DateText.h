@@ -1,4 +1,4 @@
-// Dates and times as texts.
+// Local dates and times, and their text forms.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace fieldpost {
 
-/// A moment as the wall clock of this place shows it.
+/// A local date and time.
 struct LocalTime {
   int year = 1970;
   int month = 1;          ///< 1 to 12
@@ -15,25 +15,25 @@ struct LocalTime {
   int minute = 0;         ///< 0 to 59
   int second = 0;         ///< 0 to 60
   int weekday = 4;        ///< 0 is Sunday
-  int offsetMinutes = 0;  ///< what local time is ahead of UTC
+  int offsetMinutes = 0;  ///< local time minus UTC
 };
 
-/// "yyyymmdd", the form of `CONDATE`.
+/// Returns "yyyymmdd", the form of `CONDATE`.
 std::string CompactDate(const LocalTime& time);
 
-/// "yyyymmddhh", the hour stamp of document names.
+/// Returns "yyyymmddhh", the hour stamp of document names.
 std::string HourStamp(const LocalTime& time);
 
-/// "ddmmyyyy", the day of a log file's name.
+/// Returns "ddmmyyyy", the day in the name of a log file.
 std::string LogDay(const LocalTime& time);
 
-/// "dd.mm.yyyy", a date as people here read it.
+/// Returns "dd.mm.yyyy", a date as the user interface shows it.
 std::string PlainDate(const LocalTime& time);
 
-/// "dd.mm.yyyy hh:mm:ss", date and time as people here read them.
+/// Returns "dd.mm.yyyy hh:mm:ss", date and time as the user interface shows them.
 std::string DateAndTime(const LocalTime& time);
 
-/// The date of a mail header, "Fri, 05 Mar 2004 14:12:09 +0100" (RFC 5322, section 3.3).
+/// Returns the date of a mail header, "Fri, 05 Mar 2004 14:12:09 +0100" (RFC 5322, section 3.3).
 std::string MailDate(const LocalTime& time);
 
 }  // namespace fieldpost

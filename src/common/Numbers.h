@@ -1,4 +1,4 @@
-// Numbers that stand in settings as texts.
+// Numbers in the texts of settings.
 #pragma once
 
 #include <charconv>
@@ -9,7 +9,8 @@
 
 namespace fieldpost {
 
-/// The whole number that a text holds, or `fallback` when it holds none or one outside `least` ... `most`.
+/// Returns the decimal integer that a text consists of, ignoring blanks at its ends; `fallback` when the text
+/// is not an integer or not within `least` ... `most`.
 inline std::int32_t NumberOr(std::string_view text, std::int32_t least, std::int32_t most,
                              std::int32_t fallback) {
   const std::string_view digits = Trimmed(text);

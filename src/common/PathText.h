@@ -7,17 +7,17 @@
 
 namespace fieldpost {
 
-/// The platform's separator between the parts of a path.
+/// The platform's path separator.
 inline constexpr char PathSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
 
-/// The path that a UTF-8 text names. A path's own constructor would read the text in the system's narrow
-/// encoding, which is not UTF-8 everywhere.
+/// Converts UTF-8 text to a path. The constructor of std::filesystem::path would read the text in the
+/// system's narrow encoding, which is not UTF-8 on every system.
 std::filesystem::path PathFromUtf8(std::string_view text);
 
-/// A path as UTF-8 text.
+/// Converts a path to UTF-8 text.
 std::string Utf8FromPath(const std::filesystem::path& path);
 
-/// A folder's text with the separator at its end; an empty text stays empty.
+/// Returns the text of a folder with `separator` at its end. An empty text stays empty.
 std::string WithSeparator(std::string_view folder, char separator = PathSeparator);
 
 }  // namespace fieldpost

@@ -67,10 +67,10 @@ std::optional<std::string_view> SealedFieldReader::Next() {
   const std::size_t colon = rest_.find(':');
   if (colon == std::string_view::npos) return Fail();
   const std::optional<std::size_t> length = NumberOf(rest_.substr(0, colon));
-  const std::string_view behind = rest_.substr(colon + 1);
-  if (!length || *length >= behind.size()) return Fail();
-  rest_ = behind.substr(*length + 1);
-  return behind.substr(0, *length);
+  const std::string_view after = rest_.substr(colon + 1);
+  if (!length || *length >= after.size()) return Fail();
+  rest_ = after.substr(*length + 1);
+  return after.substr(0, *length);
 }
 
 std::optional<std::filesystem::path> SealedFieldReader::NextPath() {
@@ -95,7 +95,7 @@ std::optional<ContentHash> SealedFieldReader::NextHash() {
 
 std::optional<std::string_view> SealedFieldReader::Fail() {
   rest_ = {};
-  right_ = false;
+  wellFormed_ = false;
   return std::nullopt;
 }
 

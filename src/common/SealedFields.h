@@ -1,4 +1,4 @@
-// Texts of any bytes behind each other, under a title, with a check sum: the form of the program's journals.
+// A sequence of byte strings with a title and a checksum: the file format of the program's journals.
 #pragma once
 
 #include <cstddef>
@@ -11,39 +11,47 @@
 
 namespace fieldpost {
 
-/// Puts fields behind each other. Names of files may hold any byte, so nothing but its length says where a
-/// field ends: each is its length in decimal, ":", its bytes and a line feed.
+/// Writes the title, the fields and their checksum. Each field is written as its length in decimal, ":", its
+/// bytes and a line feed: a filename may hold any byte, so that no separator could end a field.
 class SealedFieldWriter {
  public:
-  /// `title` is one line without its end; it tells one form of a file from another.
+  /// `title` is one line without its end. It identifies the kind of journal and its version.
   explicit SealedFieldWriter(std::string_view title);
 
+  /// Adds a field of any bytes.
   void Add(std::string_view field);
+  /// Adds a path as UTF-8 text.
   void AddPath(const std::filesystem::path& path);
+  /// Adds a number in decimal digits.
   void AddNumber(std::size_t number);
+  /// Adds a hash in hexadecimal digits.
   void AddHash(const ContentHash& hash);
 
-  /// All that was added, and the hash of it.
+  /// Returns the title and the fields added so far, with their checksum.
   [[nodiscard]] std::string Finish() const;
 
  private:
   std::string bytes_;
 };
 
-/// Reads the fields one after the other; after the first that is not right, all are missing.
+/// Reads the fields in their order. After the first malformed field, every further one is empty.
 class SealedFieldReader {
  public:
-  /// Nothing when the title is another one, or a single bit is not as it was written: the bytes are whole or
-  /// they are nothing. `bytes` must outlive the reader.
+  /// Opens what SealedFieldWriter wrote. Empty when the title differs or the checksum does not match. `bytes`
+  /// must outlive the reader.
   static std::optional<SealedFieldReader> Open(std::string_view title, std::string_view bytes);
 
+  /// Returns the next field; empty when there is none or it is malformed.
   std::optional<std::string_view> Next();
+  /// Returns the next field as a path; empty when there is none or it is malformed.
   std::optional<std::filesystem::path> NextPath();
+  /// Returns the next field as a number; empty when there is none or it is malformed.
   std::optional<std::size_t> NextNumber();
+  /// Returns the next field as a hash; empty when there is none or it is malformed.
   std::optional<ContentHash> NextHash();
 
-  /// Whether every field was read, and each was right.
-  [[nodiscard]] bool AtEnd() const { return right_ && rest_.empty(); }
+  /// Whether every field was read and none was malformed.
+  [[nodiscard]] bool AtEnd() const { return wellFormed_ && rest_.empty(); }
 
  private:
   explicit SealedFieldReader(std::string_view fields) : rest_(fields) {}
@@ -51,7 +59,7 @@ class SealedFieldReader {
   std::optional<std::string_view> Fail();
 
   std::string_view rest_;
-  bool right_ = true;
+  bool wellFormed_ = true;
 };
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// How a long step shows where it is.
+// The display of the progress of a long step.
 #pragma once
 
 #include <cstddef>
@@ -7,8 +7,8 @@
 
 namespace fieldpost {
 
-/// Status line, label and progress bar of the window that drives a step. The windows implement it; as it
-/// stands it is the unattended run's: nothing is shown.
+/// The status list, label and progress bar of the window that runs a step. The windows implement it; this
+/// base class is the display of an unattended run, which shows nothing.
 class StatusDisplay {
  public:
   StatusDisplay() = default;
@@ -16,35 +16,35 @@ class StatusDisplay {
   StatusDisplay& operator=(const StatusDisplay&) = delete;
   virtual ~StatusDisplay() = default;
 
-  /// Adds a line (or several, separated by CR LF) to the list of what happened.
+  /// Adds a line, or several separated by CR LF, to the status list.
   virtual void ShowStatusLine(std::string_view text);
 
-  /// Sets the caption that says what is being done.
+  /// Sets the caption that names the step.
   virtual void SetStep(std::string_view text);
 
-  /// Sets the label beside the bar.
+  /// Sets the label beside the progress bar.
   virtual void SetLabel(std::string_view text);
 
-  /// Sets how many steps the bar has.
+  /// Sets the number of steps of the progress bar, and its position to 0.
   virtual void SetRange(std::size_t steps);
 
-  /// Sets how many steps are done.
+  /// Sets the position of the progress bar: the number of steps that are done.
   virtual void SetPosition(std::size_t done);
 
-  /// Processes pending window events. Long loops call it after each item; the implementation keeps time, so
-  /// that frequent calls cost nothing.
+  /// Processes pending window events. Long loops call this after each item; the implementation limits how
+  /// often events are processed, so that frequent calls are cheap.
   virtual void ProcessEvents();
 
-  /// Whether the user has cancelled the step. Long loops ask after each item and end as they would after a
-  /// failure: what was begun is finished or rolled back, nothing is lost.
+  /// Whether the user has cancelled the step. Long loops check this after each item and then end as after a
+  /// failure: what was begun is finished or rolled back, and nothing is lost.
   [[nodiscard]] virtual bool IsCancelled() const;
 };
 
-/// Thrown by the inner loops of a step that the user cancelled. It is caught by the step itself, and is no
-/// failure to report.
+/// Thrown by the inner loops of a step that the user has cancelled. The step itself catches it; it is not
+/// reported as a failure.
 class Cancelled : public std::runtime_error {
  public:
-  Cancelled() : std::runtime_error("ended by the user") {}
+  Cancelled() : std::runtime_error("cancelled by the user") {}
 };
 
 /// Throws Cancelled when the user has cancelled the step.

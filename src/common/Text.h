@@ -7,38 +7,37 @@
 
 namespace fieldpost {
 
-/// Whether a byte is a control character of ASCII; a tab and a line end are ones too.
+/// Whether a byte is an ASCII control character; tabs and line ends are.
 bool IsControl(char c);
 
-/// Whether a UTF-8 text holds a control character, of ASCII or beyond. Separators of lines and turns of the
-/// direction of writing count too.
+/// Whether a UTF-8 text holds a control character (C0, C1 or DEL), a line separator, or a character that
+/// turns the direction of writing. Bytes that are not UTF-8 are ignored.
 bool HoldsControl(std::string_view text);
 
+/// Returns `text` with its ASCII letters in lower case.
 std::string ToLowerAscii(std::string_view text);
 
-/// Whether two texts are equal but for the case of ASCII letters.
+/// Whether two texts are equal except for the case of ASCII letters.
 bool EqualNoCase(std::string_view left, std::string_view right);
 
-/// Whether `text` contains `part`, without regard to the case of ASCII letters.
+/// Whether `text` contains `part`, ignoring the case of ASCII letters.
 bool ContainsNoCase(std::string_view text, std::string_view part);
 
-/// Whether `text` ends in `ending`, without regard to the case of ASCII letters.
+/// Whether `text` ends in `ending`, ignoring the case of ASCII letters.
 bool EndsWithNoCase(std::string_view text, std::string_view ending);
 
-/// `text` without the characters of `blanks` at both of its ends.
+/// Returns `text` without the characters of `blanks` at both of its ends.
 std::string_view Trimmed(std::string_view text, std::string_view blanks = " \t\r\n");
 
-/// `text` with every byte of a control character, and every byte that is no UTF-8, written as "\xNN", so that
-/// a hostile name can neither break a line, nor steer a terminal, nor be shown as another one.
+/// Returns `text` with every byte of a character that is not visible (see KindOf), and every byte that is not
+/// UTF-8, written as "\xNN": a hostile name can neither forge a line, nor control a terminal, nor look like
+/// another name.
 std::string EscapeControls(std::string_view text);
 
-/// The ASCII letters and digits of `text`, in order.
+/// Returns the ASCII letters and digits of `text`, in order.
 std::string LettersAndDigits(std::string_view text);
 
-/// `text` with every occurrence of `what` replaced by `with`.
+/// Returns `text` with every occurrence of `what`, which is not empty, replaced by `with`.
 std::string Replaced(std::string_view text, std::string_view what, std::string_view with);
-
-/// How many characters (code points) a UTF-8 text has.
-std::size_t CountCharacters(std::string_view text);
 
 }  // namespace fieldpost

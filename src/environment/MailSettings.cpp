@@ -25,7 +25,7 @@ std::string MailSettingsStore::Save(const MailSettings& settings) {
   for (const MailSettingsField& field : MailSettingsFields) {
     entries.push_back({field.name, settings.*field.member});
   }
-  return TryWriteIniValues(files_, File(), MailOptionsSection, entries, FileAccess::OwnerOnly);
+  return WriteIniValues(files_, File(), MailOptionsSection, entries, FileAccess::OwnerOnly);
 }
 
 std::string MailSettingsStore::Problem() const {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "common/Text.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {

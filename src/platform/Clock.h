@@ -1,4 +1,4 @@
-// The clock.
+// The time of day and elapsed time.
 #pragma once
 
 #include <chrono>
@@ -8,7 +8,7 @@
 
 namespace fieldpost {
 
-/// What time it is. Tests pass in a clock that they set.
+/// A clock. Tests use one that they set.
 class Clock {
  public:
   Clock() = default;
@@ -16,15 +16,14 @@ class Clock {
   Clock& operator=(const Clock&) = delete;
   virtual ~Clock() = default;
 
-  /// The local date and time, read anew at each call.
+  /// Returns the current local date and time.
   [[nodiscard]] virtual LocalTime Now() const = 0;
 
-  /// Time that only runs forward, for time-outs.
+  /// Returns a time that never goes back, for timeouts.
   [[nodiscard]] virtual std::chrono::steady_clock::time_point Steady() const = 0;
 };
 
-/// The local date and time of a moment, by the machine's time zone. Given in nanoseconds since 1970, UTC, as
-/// file stamps have them.
+/// Converts nanoseconds since 1970, UTC, to local date and time by the machine's time zone.
 LocalTime LocalTimeOf(std::int64_t nanoseconds);
 
 /// The machine's clock and time zone.

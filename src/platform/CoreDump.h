@@ -1,10 +1,10 @@
-// Keeps what the program has in its memory off the disk.
+// Core dumps, which would contain passwords.
 #pragma once
 
 namespace fieldpost {
 
-/// A program that dies from here on leaves no core file, in which the mail password could be read. Where the
-/// system cannot do that, nothing happens. Programs started from this one inherit it.
+/// Disables core dumps of this process and of those that it starts, because the mail password could be read
+/// in them. Ignored where the system does not support it.
 void ForbidCoreDumps();
 
 }  // namespace fieldpost

@@ -33,7 +33,7 @@ Descriptor::~Descriptor() {
   if (number_ >= 0) ::close(number_);
 }
 
-/// A close that a signal interrupts has closed the file all the same (close(2)).
+/// On Linux, a close that a signal interrupts has closed the descriptor (close(2)).
 bool Descriptor::Close() {
   return ::close(Release()) == 0 || errno == EINTR;
 }

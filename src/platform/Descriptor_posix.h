@@ -1,4 +1,4 @@
-// Files and folders as this kind of system knows them: by descriptor. For the sources of this system alone.
+// File descriptors (POSIX). Only for the *_posix.cpp sources of this module.
 #pragma once
 
 #include <sys/stat.h>
@@ -15,10 +15,10 @@
 
 namespace fieldpost::posix {
 
-/// Throws FileError with the system's reason.
+/// Throws FileError for a failed system call. `error` is the value of errno.
 [[noreturn]] void Fail(std::string_view action, const std::filesystem::path& path, int error = errno);
 
-/// A file descriptor that is closed at the end of its scope.
+/// Owns a file descriptor and closes it.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
@@ -30,32 +30,35 @@ class Descriptor {
 
   [[nodiscard]] int Number() const { return number_; }
 
-  /// Closes now. False when the system reports that what was written may not have arrived.
+  /// Closes the descriptor. Returns false when the system reports that written data may be lost.
   [[nodiscard]] bool Close();
 
-  /// Leaves the closing to somebody else.
+  /// Returns the descriptor, which the caller must close.
   [[nodiscard]] int Release() { return std::exchange(number_, -1); }
 
  private:
   int number_;
 };
 
-/// Throws FileError when it cannot be opened.
+/// Opens a path with open(2). Throws FileError with `action` when that fails.
 Descriptor Open(const std::filesystem::path& path, int flags, std::string_view action, mode_t mode = 0);
 
-/// What bears a plain name in an opened folder; `path` is only for the message.
+/// Opens an entry of an open folder with openat(2). Throws FileError with `action` and `path` when that
+/// fails.
 Descriptor OpenIn(const Descriptor& folder, std::string_view name, int flags, std::string_view action,
                   const std::filesystem::path& path);
 
+/// Converts the result of stat(2).
 FileStamp StampOf(const struct stat& state);
 
-/// Up to `buffer.size()` bytes; 0 at the end. Throws FileError.
+/// Reads up to `buffer.size()` bytes with read(2). Returns the number of bytes, 0 at the end. Throws
+/// FileError with `path` when that fails.
 std::size_t ReadSome(int number, std::span<char> buffer, const std::filesystem::path& path);
 
-/// Reads an opened file; `path` is only for messages.
+/// Returns a reader of an open file. `path` is for its error messages.
 std::unique_ptr<FileReader> ReaderOf(Descriptor file, std::filesystem::path path);
 
-/// Holds an opened folder; `path` is only for messages.
+/// Returns a handle of an open folder. `path` is for its error messages.
 std::unique_ptr<FolderHandle> HoldFolder(Descriptor folder, std::filesystem::path path);
 
 }  // namespace fieldpost::posix

@@ -1,15 +1,15 @@
-// Whether windows can be shown at all.
+// Whether the program can show windows.
 #pragma once
 
 #include <string>
 
 namespace fieldpost {
 
-/// One clear line (UTF-8, without a line end) when no display can be had for windows, empty when one can. It
-/// must be asked before the window library starts, which would abort the program. That library's own choice
-/// counts: the variable QT_QPA_PLATFORM may name what alone is tried ("xcb", "wayland", several with ";"
-/// between them); when it names any other platform there is no problem. Else an X server that DISPLAY names
-/// and that lets this program in will do, or a Wayland compositor that listens where WAYLAND_DISPLAY says.
+/// Returns an empty text when a display is available, otherwise one line for the user (UTF-8, without a line
+/// end). Must be called before Qt starts, which would abort the program without a display. Where
+/// QT_QPA_PLATFORM names platforms, separated by ";", one of them must be available; any but "xcb" and
+/// "wayland" always is. Otherwise an X server that DISPLAY names and that accepts this program is sufficient,
+/// or a Wayland compositor that listens on the socket that WAYLAND_DISPLAY names.
 [[nodiscard]] std::string DisplayProblem();
 
 }  // namespace fieldpost

@@ -20,7 +20,7 @@ std::string_view Variable(const char* name) {
   return value == nullptr ? std::string_view() : value;
 }
 
-/// The platforms that the window library is told to try, without their arguments; empty when it may choose.
+/// Returns the platforms that QT_QPA_PLATFORM names, without their arguments; empty when Qt may choose.
 std::vector<std::string_view> WantedPlatforms() {
   std::vector<std::string_view> result;
   std::string_view names = Variable("QT_QPA_PLATFORM");
@@ -42,6 +42,7 @@ bool HasXServer() {
   return ::xcb_connection_has_error(connection.get()) == 0;
 }
 
+/// Whether a process accepts connections on a Unix domain socket.
 bool Listens(const std::string& name) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
@@ -54,7 +55,7 @@ bool Listens(const std::string& name) {
   return connected;
 }
 
-/// A session may also hand its program a connection that is open already.
+/// WAYLAND_SOCKET is the number of a connection that the session opened for the program.
 bool HasWayland() {
   return !Variable("WAYLAND_SOCKET").empty() ||
          Listens(WaylandSocket(Variable("WAYLAND_DISPLAY"), Variable("XDG_RUNTIME_DIR")));

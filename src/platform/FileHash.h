@@ -1,4 +1,4 @@
-// The hash of a file, however large the file is.
+// The hash of a file of any size.
 #pragma once
 
 #include <filesystem>
@@ -9,8 +9,8 @@
 
 namespace fieldpost {
 
-/// The hash of a plain file's content, read in pieces. Lets events run on `display` meanwhile. Throws
-/// FileError.
+/// Returns the hash of a regular file's content, which is read in blocks. Processes events on `display` after
+/// each block. Throws FileError.
 ContentHash HashFile(const FileSystem& files, const std::filesystem::path& path, StatusDisplay& display);
 
 }  // namespace fieldpost

@@ -29,7 +29,7 @@ std::filesystem::path TemporaryNameFor(const std::filesystem::path& path) {
 }
 
 bool IsTemporaryName(std::string_view fileName) {
-  // A library that writes a file under a name of its own first adds to the one that it was given.
+  // A library that stages what it writes adds to the name that it was given.
   return fileName.starts_with('.') && fileName.find(TemporaryEnding) != std::string_view::npos;
 }
 
@@ -70,7 +70,7 @@ void FileSystem::RemoveQuietly(const std::filesystem::path& temporary) {
   try {
     Remove(temporary);
   } catch (const FileError&) {
-    // what made it useless is what the caller is told
+    // The caller is told of the failure that made the temporary file useless.
   }
 }
 

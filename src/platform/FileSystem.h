@@ -1,4 +1,4 @@
-// Files and folders: the one seam between the program and the disk.
+// Files and folders. All access of the program to the disk goes through these interfaces.
 #pragma once
 
 #include <cstdint>
@@ -14,20 +14,23 @@
 
 namespace fieldpost {
 
-/// A file operation failed. `what()` is one plain line: what was tried, the path, the system's reason.
+/// A file operation failed. `what()` is one line of UTF-8: the action, the path with its control characters
+/// escaped, and the reason.
 class FileError : public std::runtime_error {
  public:
+  /// `action` is e.g. "cannot read"; `reason` is the system's or the program's own; `number` is the system's
+  /// error number, 0 where the system reported none.
   FileError(std::string_view action, const std::filesystem::path& path, std::string_view reason,
             int number = 0);
 
-  /// The system's number of the error; 0 where the system had no part in it.
+  /// Returns the system's error number; 0 where the system reported none.
   [[nodiscard]] int Number() const { return number_; }
 
  private:
   int number_;
 };
 
-/// A file is larger than the program is willing to read.
+/// A file is larger than the limit of its reader.
 class FileTooLarge : public FileError {
  public:
   FileTooLarge(const std::filesystem::path& path, std::uint64_t maxBytes);
@@ -35,30 +38,30 @@ class FileTooLarge : public FileError {
 
 /// Who may read a file that the program creates.
 enum class FileAccess {
-  ByUmask,    ///< as the system's settings for the user say
+  ByUmask,    ///< as the process's umask allows
   OwnerOnly,  ///< nobody but the owner, from the moment the file exists
 };
 
-/// What tells one state of a file from another.
+/// Identifies a file and its state: two equal stamps mean the same file, unchanged.
 struct FileStamp {
   std::uint64_t size = 0;                ///< bytes
   std::int64_t modifiedNanoseconds = 0;  ///< since 1970, UTC
   std::uint64_t device = 0;
-  std::uint64_t file = 0;  ///< with `device`, which file it is, by whatever name
+  std::uint64_t file = 0;  ///< identifies the file on its device, whatever its name
 
   bool operator==(const FileStamp&) const = default;
 };
 
-/// As a limit of reading: however large the file is.
+/// The limit of a reader that accepts a file of any size.
 inline constexpr std::uint64_t AnySize = std::numeric_limits<std::uint64_t>::max();
 
-/// A file's content, and the state that it was read in.
+/// A file's content, and its stamp when it was read.
 struct FileContent {
   std::string bytes;
   FileStamp stamp;
 };
 
-/// A file open for reading from front to back.
+/// A file open for sequential reading.
 class FileReader {
  public:
   FileReader() = default;
@@ -66,13 +69,15 @@ class FileReader {
   FileReader& operator=(const FileReader&) = delete;
   virtual ~FileReader() = default;
 
-  /// Reads up to `buffer.size()` bytes. Returns how many; 0 at the end. Throws FileError.
+  /// Reads up to `buffer.size()` bytes. Returns the number of bytes read, 0 at the end of the file. Throws
+  /// FileError.
   virtual std::size_t Read(std::span<char> buffer) = 0;
 };
 
-/// A folder held open: names are looked up in this very folder, whatever becomes of its path meanwhile. A
-/// name is one plain name, without a separator and neither "." nor ".."; any other is refused. No link is
-/// ever followed. Lists are in the order of the names' bytes. What can fail throws FileError.
+/// An open folder. Names are looked up in this folder even when its path is renamed or replaced meanwhile. A
+/// name is a plain filename, without a separator and neither "." nor ".."; any other throws FileError. Links
+/// are never followed. Lists are sorted by the bytes of the names. Failures throw FileError unless an
+/// operation says otherwise.
 class FolderHandle {
  public:
   FolderHandle() = default;
@@ -80,38 +85,40 @@ class FolderHandle {
   FolderHandle& operator=(const FolderHandle&) = delete;
   virtual ~FolderHandle() = default;
 
-  /// As FileSystem::ListFiles.
+  /// Lists the regular files whose names end in `ending`, ignoring the case of ASCII letters.
   [[nodiscard]] virtual std::vector<std::string> ListFiles(std::string_view ending) const = 0;
 
-  /// The folders in it; a link to a folder is none.
+  /// Lists the subfolders. A link to a folder is not one.
   [[nodiscard]] virtual std::vector<std::string> ListFolders() const = 0;
 
-  /// Whatever is in it and no folder: files, links, pipes, devices.
+  /// Lists everything that is not a folder: files, links, pipes, devices.
   [[nodiscard]] virtual std::vector<std::string> ListAllButFolders() const = 0;
 
-  /// Nothing at all is in it.
+  /// Whether the folder has no entry at all.
   [[nodiscard]] virtual bool IsEmpty() const = 0;
 
-  /// Anything of that name is in it, a dangling link too.
+  /// Whether the folder has an entry of that name. A dangling link counts.
   [[nodiscard]] virtual bool Exists(const std::string& name) const = 0;
 
-  /// The stamp of a plain file; empty when there is none of that name.
+  /// Returns the stamp of a regular file; empty when no regular file has the name.
   [[nodiscard]] virtual std::optional<FileStamp> RegularFileStamp(const std::string& name) const = 0;
 
-  /// Opens a plain file for reading from front to back; anything else is refused.
+  /// Opens a regular file for sequential reading. Anything else throws FileError.
   [[nodiscard]] virtual std::unique_ptr<FileReader> OpenRegularFile(const std::string& name) const = 0;
 
-  /// Opens a folder in it.
+  /// Opens a subfolder.
   [[nodiscard]] virtual std::unique_ptr<FolderHandle> OpenFolder(const std::string& name) const = 0;
 
-  /// Removes what is no folder; of a link, the link itself. False when there was nothing of that name.
+  /// Removes an entry that is not a folder; of a link, the link itself. Returns false when the name is
+  /// missing.
   virtual bool Remove(const std::string& name) = 0;
 
-  /// Removes a folder that is empty; another is refused. False when there was nothing of that name.
+  /// Removes an empty subfolder; one that is not empty throws FileError. Returns false when the name is
+  /// missing.
   virtual bool RemoveEmptyFolder(const std::string& name) = 0;
 };
 
-/// Held while a folder is this program's alone; ends with the object, or with the process.
+/// A lock on a folder. It is released with the object, or when the process ends.
 class FolderLock {
  public:
   FolderLock() = default;
@@ -120,7 +127,7 @@ class FolderLock {
   virtual ~FolderLock() = default;
 };
 
-/// Every operation that can fail throws FileError, unless it says otherwise.
+/// Operations on files and folders by path. Failures throw FileError unless an operation says otherwise.
 class FileSystem {
  public:
   FileSystem() = default;
@@ -128,118 +135,120 @@ class FileSystem {
   FileSystem& operator=(const FileSystem&) = delete;
   virtual ~FileSystem() = default;
 
-  /// A plain file of that name is there (a link is none). Never throws.
+  /// Whether `path` is a regular file. A link is not one. Never throws.
   [[nodiscard]] virtual bool IsFile(const std::filesystem::path& path) const = 0;
 
-  /// A folder, or a link to one, of that name is there. Never throws.
+  /// Whether `path` is a folder, or a link to one. Never throws.
   [[nodiscard]] virtual bool IsFolder(const std::filesystem::path& path) const = 0;
 
-  /// Anything of that name is there, a dangling link too. Never throws.
+  /// Whether anything has the name `path`. A dangling link counts. Never throws.
   [[nodiscard]] virtual bool Exists(const std::filesystem::path& path) const = 0;
 
-  /// The stamp of the file behind `path` (links followed).
+  /// Returns the stamp of the file that `path` leads to; links are followed.
   [[nodiscard]] virtual FileStamp Stamp(const std::filesystem::path& path) const = 0;
 
-  /// The stamp of a plain file (a link is none); empty when there is no plain file of that name.
+  /// Returns the stamp of a regular file; empty when `path` is not a regular file. A link is not one.
   [[nodiscard]] virtual std::optional<FileStamp> RegularFileStamp(
       const std::filesystem::path& path) const = 0;
 
-  /// Names of the plain files in a folder that end in `ending`, compared without regard to the case of ASCII
-  /// letters, in the order of their bytes. Links, pipes, devices and folders are left out.
+  /// Lists the names of the regular files in a folder that end in `ending`, ignoring the case of ASCII
+  /// letters, sorted by their bytes. Links, pipes, devices and folders are ignored.
   [[nodiscard]] virtual std::vector<std::string> ListFiles(const std::filesystem::path& folder,
                                                            std::string_view ending) const = 0;
 
-  /// Opens a folder (links followed on the way to it, but never in it).
+  /// Opens a folder. Links in `path` are followed.
   [[nodiscard]] virtual std::unique_ptr<FolderHandle> OpenFolder(const std::filesystem::path& path) const = 0;
 
-  /// The whole content of a plain file; a link is refused. A file of more than `maxBytes` bytes is refused
-  /// with FileTooLarge.
+  /// Returns the whole content of a regular file. A link throws FileError, and a file of more than `maxBytes`
+  /// bytes throws FileTooLarge.
   [[nodiscard]] virtual std::string ReadWhole(const std::filesystem::path& path,
                                               std::uint64_t maxBytes) const = 0;
 
-  /// The same for a file whose content tells the program what to do. Nobody else may have written it: one
-  /// that belongs neither to the user who runs the program nor to the owner of its folder is refused.
-  /// (Network drives show every file as its folder's owner's.) Where the system knows no owners, as
-  /// ReadWhole.
+  /// Returns the whole content of a regular file that instructs the program, as ReadWhole does. A file that
+  /// belongs neither to the user of the process nor to the owner of its folder throws FileError, because
+  /// another user could have written it. (Network drives report the folder's owner as the owner of each
+  /// file.) Where the system has no owners, the owner is not checked.
   [[nodiscard]] virtual std::string ReadOwn(const std::filesystem::path& path,
                                             std::uint64_t maxBytes) const = 0;
 
-  /// As ReadWhole, for a file that somebody else writes. Empty while another process has it open for writing;
-  /// where the system cannot tell, nobody has.
+  /// Returns the whole content and the stamp of a regular file that another program writes, as ReadWhole
+  /// does. Empty while another process has the file open for writing, as far as the system can tell.
   [[nodiscard]] virtual std::optional<FileContent> ReadFinished(const std::filesystem::path& path,
                                                                 std::uint64_t maxBytes) const = 0;
 
-  /// Opens a plain file for reading from front to back; a link is refused.
+  /// Opens a regular file for sequential reading. A link throws FileError.
   [[nodiscard]] virtual std::unique_ptr<FileReader> OpenForReading(
       const std::filesystem::path& path) const = 0;
 
-  /// Creates a file that must not be there yet and writes it. What was begun is removed when it fails.
+  /// Creates and writes a file. An existing file throws FileError and stays. On failure no partial file is
+  /// left.
   virtual void WriteNew(const std::filesystem::path& path, std::string_view bytes, FileAccess access) = 0;
 
-  /// Writes at the end of a plain file, creating it (by the umask) when it is missing; a link is refused. On
-  /// failure nothing is added, unless even that cannot be had.
+  /// Appends to a regular file, which is created by the umask when it is missing. A link throws FileError. On
+  /// failure the file is cut back to its former size where the system allows it.
   virtual void Append(const std::filesystem::path& path, std::string_view bytes) = 0;
 
-  /// Gives a file a new name on the same file system; what bore that name is replaced in one step.
+  /// Renames a file within one file system. A file that has the new name is replaced atomically.
   virtual void Rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
-  /// Moves a file to a name that is free, across file systems too.
+  /// Moves a file to an unused name, also to another file system.
   virtual void Move(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
-  /// Removes a file or a link; one that is missing already is no error.
+  /// Removes a file or a link. A missing one is not an error.
   virtual void Remove(const std::filesystem::path& path) = 0;
 
-  /// Creates one folder whose parent is there; one that is there already is no error.
+  /// Creates one folder in an existing folder. An existing one is not an error.
   virtual void CreateFolder(const std::filesystem::path& path, FileAccess access) = 0;
 
-  /// Returns once everything written below these folders, contents and names, would survive a power cut.
+  /// Returns when everything that was written below these folders, contents and names, is durable.
   virtual void Flush(std::span<const std::filesystem::path> folders) = 0;
 
-  /// Files of this folder can be removed by this user. Never throws.
+  /// Whether the user of the process may remove files from this folder. Never throws.
   [[nodiscard]] virtual bool MayRemoveFrom(const std::filesystem::path& folder) const = 0;
 
-  /// Takes from everybody but its owner what rights they have on a plain file. False when they had none, the
-  /// file is missing, or the system knows no such rights.
+  /// Revokes the rights of everybody but the owner on a regular file. Returns false when there were none, the
+  /// file is missing, or the system has no such rights.
   virtual bool KeepToOwner(const std::filesystem::path& path);
 
-  /// Takes a folder for this process alone. Empty when another process has it. A folder that does not exist
-  /// or cannot be opened throws.
+  /// Locks a folder for this process. Empty when another process holds the lock. A folder that is missing or
+  /// cannot be opened throws FileError.
   [[nodiscard]] virtual std::unique_ptr<FolderLock> TryLock(const std::filesystem::path& folder) = 0;
 
-  /// Replaces a file whole, or creates it: temporary file beside it, flush, rename, flush of the folder.
-  /// A file that is there keeps its permissions, unless `access` asks for the owner alone.
-  /// On failure the old file is as it was.
+  /// Replaces or creates a file durably: writes a temporary file beside it, flushes, renames, flushes the
+  /// folder. An existing file keeps its permissions unless `access` is OwnerOnly. On failure the old file is
+  /// unchanged.
   void SaveAtomically(const std::filesystem::path& path, std::string_view bytes,
                       FileAccess access = FileAccess::ByUmask);
 
-  /// The first half of SaveAtomically, for files of which many are replaced together: writes what is to take
-  /// the place of `path` beside it. The file itself stays as it is until ReplaceAll.
+  /// Stages the new content of a file, under the name that TemporaryNameFor returns, for a later ReplaceAll
+  /// of many files. The file itself does not change. An existing file's permissions are taken over unless
+  /// `access` is OwnerOnly.
   void WriteReplacement(const std::filesystem::path& path, std::string_view bytes,
                         FileAccess access = FileAccess::ByUmask);
 
-  /// The second half: gives what WriteReplacement wrote the names of these files, with two flushes for all.
-  /// On failure each file is either replaced whole or as it was, and no temporary file is left.
+  /// Publishes what WriteReplacement staged for these files, with two flushes for all of them. On failure
+  /// each file is either replaced whole or unchanged, and no temporary file is left.
   void ReplaceAll(std::span<const std::filesystem::path> paths);
 
-  /// Creates a folder and those above it that are missing, one level at a time.
+  /// Creates a folder and the missing ones above it, one level at a time.
   void CreateFolders(const std::filesystem::path& path, FileAccess access = FileAccess::ByUmask);
 
  protected:
-  /// Gives `path` the permissions that `model` has.
+  /// Copies the permissions of `model` to `path`.
   virtual void CopyPermissions(const std::filesystem::path& model, const std::filesystem::path& path) = 0;
 
  private:
   void RemoveQuietly(const std::filesystem::path& temporary);
 };
 
-/// The name under which a file is written before it is given its own: beside it, and never "*.xml" or
-/// "*.zip".
+/// Returns the name under which the new content of a file is staged: in the same folder, hidden, and never
+/// "*.xml" or "*.zip".
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& path);
 
-/// Whether a file name is one of those that TemporaryNameFor makes, or one with something added at its end.
+/// Whether a filename is one that TemporaryNameFor returns, also with something added at its end.
 bool IsTemporaryName(std::string_view fileName);
 
-/// The machine's own disks.
+/// The machine's file systems.
 class DiskFileSystem final : public FileSystem {
  public:
   DiskFileSystem();

@@ -22,15 +22,15 @@ using posix::StampOf;
 
 namespace {
 
-/// O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
+/// O_NONBLOCK keeps a pipe in the file's place from blocking the program.
 Descriptor OpenRegularFile(const fs::path& path) {
   return Open(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open");
 }
 
-struct stat StateOfPlainFile(const Descriptor& file, const fs::path& path, std::string_view action) {
+struct stat StateOfRegularFile(const Descriptor& file, const fs::path& path, std::string_view action) {
   struct stat state {};
   if (::fstat(file.Number(), &state) != 0) Fail("cannot access", path);
-  if (!S_ISREG(state.st_mode)) throw FileError(action, path, "not a plain file");
+  if (!S_ISREG(state.st_mode)) throw FileError(action, path, "not a regular file");
   return state;
 }
 
@@ -40,12 +40,12 @@ uid_t OwnerOfFolder(const fs::path& folder) {
   return state.st_uid;
 }
 
-FileContent ReadPlainFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
-  const struct stat state = StateOfPlainFile(file, path, "cannot read");
+FileContent ReadRegularFile(const Descriptor& file, const fs::path& path, std::uint64_t maxBytes) {
+  const struct stat state = StateOfRegularFile(file, path, "cannot read");
   if (static_cast<std::uint64_t>(state.st_size) > maxBytes) throw FileTooLarge(path, maxBytes);
 
-  // One byte more than the file has: of a plain file, the read that returns less than it was asked for is the
-  // last.
+  // One byte more than the size: the first read of a regular file that returns less than it was asked for is
+  // the last.
   std::string content(static_cast<std::size_t>(state.st_size) + 1, '\0');
   std::size_t filled = 0;
   for (;;) {
@@ -67,15 +67,16 @@ void WriteAll(int number, std::string_view bytes, const fs::path& path) {
   }
 }
 
-/// Cuts off what was written of `count` bytes at the end of a file. Where more has come meanwhile, it stays.
-void TakeBack(int number, off_t size, std::size_t count) {
+/// Cuts off the part that was written of `count` bytes appended at `size`. What another process appended
+/// stays.
+void RollBackAppend(int number, off_t size, std::size_t count) {
   struct stat now {};
   if (::fstat(number, &now) != 0 || now.st_size >= size + static_cast<off_t>(count)) return;
-  // What cannot be taken back stays; the caller says that the file could not be written.
+  // When even this fails, the partial line stays; the caller reports the failed write.
   if (now.st_size > size) static_cast<void>(::ftruncate(number, size) == 0);
 }
 
-/// `flock` on the folder itself: no lock file is left behind, and the system ends it with the process.
+/// `flock` on the folder itself: it leaves no lock file, and the system releases it with the process.
 class DescriptorLock final : public FolderLock {
  public:
   explicit DescriptorLock(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
@@ -87,8 +88,8 @@ class DescriptorLock final : public FolderLock {
 }  // namespace
 
 DiskFileSystem::DiskFileSystem() {
-  // Who opens a file for writing while ReadFinished holds its lease makes the system send this signal, and
-  // its default is to end the program. The lease is over a moment later in any case.
+  // The system sends this signal when another process opens a file for writing while ReadFinished holds a
+  // lease on it. By default it ends the program. The lease is released a moment later in any case.
   std::signal(SIGIO, SIG_IGN);
 }
 
@@ -128,31 +129,31 @@ std::unique_ptr<FolderHandle> DiskFileSystem::OpenFolder(const fs::path& path) c
 }
 
 std::string DiskFileSystem::ReadWhole(const fs::path& path, std::uint64_t maxBytes) const {
-  return ReadPlainFile(OpenRegularFile(path), path, maxBytes).bytes;
+  return ReadRegularFile(OpenRegularFile(path), path, maxBytes).bytes;
 }
 
 std::string DiskFileSystem::ReadOwn(const fs::path& path, std::uint64_t maxBytes) const {
   const Descriptor file = OpenRegularFile(path);
-  const struct stat state = StateOfPlainFile(file, path, "cannot read");
+  const struct stat state = StateOfRegularFile(file, path, "cannot read");
   if (state.st_uid != ::geteuid() && state.st_uid != OwnerOfFolder(path.parent_path())) {
     throw FileError("cannot follow", path,
                     "it belongs to another user; start Fieldpost as that user, or remove it when it is not "
                     "Fieldpost's");
   }
-  return ReadPlainFile(file, path, maxBytes).bytes;
+  return ReadRegularFile(file, path, maxBytes).bytes;
 }
 
 std::optional<FileContent> DiskFileSystem::ReadFinished(const fs::path& path, std::uint64_t maxBytes) const {
   const Descriptor file = OpenRegularFile(path);
-  // A read lease is refused with EAGAIN while anybody has the file open for writing (fcntl(2)); any other
-  // refusal says nothing about writers. It ends when the file is closed.
+  // A read lease is refused with EAGAIN while any process has the file open for writing (fcntl(2)); any other
+  // refusal says nothing about writers. Closing the file releases the lease.
   if (::fcntl(file.Number(), F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN) return std::nullopt;
-  return ReadPlainFile(file, path, maxBytes);
+  return ReadRegularFile(file, path, maxBytes);
 }
 
 std::unique_ptr<FileReader> DiskFileSystem::OpenForReading(const fs::path& path) const {
   Descriptor file = OpenRegularFile(path);
-  StateOfPlainFile(file, path, "cannot read");
+  StateOfRegularFile(file, path, "cannot read");
   return posix::ReaderOf(std::move(file), path);
 }
 
@@ -170,11 +171,11 @@ void DiskFileSystem::WriteNew(const fs::path& path, std::string_view bytes, File
 
 void DiskFileSystem::Append(const fs::path& path, std::string_view bytes) {
   Descriptor file = Open(path, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_NONBLOCK, "cannot open", 0666);
-  const struct stat before = StateOfPlainFile(file, path, "cannot write");
+  const struct stat before = StateOfRegularFile(file, path, "cannot write");
   try {
     WriteAll(file.Number(), bytes, path);
   } catch (const FileError&) {
-    TakeBack(file.Number(), before.st_size, bytes.size());
+    RollBackAppend(file.Number(), before.st_size, bytes.size());
     throw;
   }
   if (!file.Close()) Fail("cannot write", path);
@@ -227,8 +228,8 @@ void DiskFileSystem::CreateFolder(const fs::path& path, FileAccess access) {
 }
 
 void DiskFileSystem::Flush(std::span<const fs::path> folders) {
-  // One call flushes a whole file system, names included: measured, it costs a group of files what fsync
-  // costs a few of them. It reports write errors since Linux 5.8.
+  // One call flushes a whole file system, names included: measured, for a group of files it costs as much as
+  // fsync for a few of them. It reports write errors since Linux 5.8.
   std::set<dev_t> flushed;
   for (const fs::path& folder : folders) {
     const Descriptor descriptor =
@@ -257,7 +258,7 @@ bool DiskFileSystem::KeepToOwner(const fs::path& path) {
   constexpr mode_t ofOthers = 077;
   if (!IsFile(path)) return false;
   const Descriptor file = OpenRegularFile(path);
-  const struct stat state = StateOfPlainFile(file, path, "cannot access");
+  const struct stat state = StateOfRegularFile(file, path, "cannot access");
   if ((state.st_mode & ofOthers) == 0) return false;
   if (::fchmod(file.Number(), state.st_mode & 0700U) != 0) Fail("cannot set the permissions of", path);
   return true;

@@ -54,11 +54,11 @@ class DescriptorFolder final : public FolderHandle {
 
   [[nodiscard]] std::unique_ptr<FileReader> OpenRegularFile(const std::string& name) const override {
     RequirePlainName(name);
-    // O_NONBLOCK keeps a pipe that was put in the file's place from holding the program up.
+    // O_NONBLOCK keeps a pipe in the file's place from blocking the program.
     Descriptor file = OpenIn(folder_, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK, "cannot open", PathOf(name));
     struct stat state {};
     if (::fstat(file.Number(), &state) != 0) Fail("cannot access", PathOf(name));
-    if (!S_ISREG(state.st_mode)) throw FileError("cannot read", PathOf(name), "not a plain file");
+    if (!S_ISREG(state.st_mode)) throw FileError("cannot read", PathOf(name), "not a regular file");
     return ReaderOf(std::move(file), PathOf(name));
   }
 
@@ -103,7 +103,7 @@ class DescriptorFolder final : public FolderHandle {
     return known ? state.st_mode & S_IFMT : 0;
   }
 
-  /// A listing of its own each time: a descriptor has but one place in its folder.
+  /// Opens the folder anew for each listing, because the listings of one descriptor share its position.
   template <class Wanted>
   [[nodiscard]] std::vector<std::string> List(Wanted wanted) const {
     const std::unique_ptr<DIR, CloseFolder> stream(

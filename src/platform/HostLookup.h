@@ -1,4 +1,4 @@
-// The IPv4 addresses of a named machine.
+// The IPv4 addresses of a host.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace fieldpost {
 
-/// The network's resolver, with the start-up that it needs on some systems.
+/// The network's resolver, and its initialisation on systems that need one.
 class HostLookup {
  public:
   HostLookup() = default;
@@ -15,16 +15,16 @@ class HostLookup {
   HostLookup& operator=(const HostLookup&) = delete;
   virtual ~HostLookup() = default;
 
-  /// Makes the network's interface ready. False when the system refuses; then nothing else may be called.
+  /// Initialises the network library. Returns false when the system refuses; then Resolve and Stop must not
+  /// be called.
   [[nodiscard]] virtual bool Start() = 0;
 
-  /// The IPv4 addresses of `hostName` (UTF-8; a name, or an address in its dotted notation) in the resolver's
-  /// order, each in network order: its first byte is the first in memory. Empty when there is none: an empty
-  /// name, a name longer than names can be, or one that the resolver does not know. Takes as long as the
-  /// resolver takes; never throws.
+  /// Returns the IPv4 addresses of `hostName` (UTF-8; a name, or an address in dotted notation), each in
+  /// network byte order, in the resolver's order. Empty when the name is empty, too long or unknown. Blocks
+  /// until the resolver answers. Never throws.
   [[nodiscard]] virtual std::vector<std::uint32_t> Resolve(std::string_view hostName) = 0;
 
-  /// Takes one Start back.
+  /// Reverses one successful Start.
   virtual void Stop() = 0;
 };
 

@@ -11,14 +11,14 @@
 namespace fieldpost {
 namespace {
 
-/// The longest text that can be a name: 255 bytes in the name service's own form.
+/// The longest name in bytes (RFC 1035, section 2.3.4).
 constexpr std::size_t LongestName = 255;
 
 struct FreeAddresses {
   void operator()(addrinfo* list) const { ::freeaddrinfo(list); }
 };
 
-/// A zero byte would end the name early, and so another name would be looked up.
+/// A zero byte would end the name early, so that another name would be looked up.
 bool CanBeName(std::string_view hostName) {
   return !hostName.empty() && hostName.size() <= LongestName && hostName.find('\0') == std::string_view::npos;
 }
@@ -39,7 +39,7 @@ std::vector<std::uint32_t> SystemHostLookup::Resolve(std::string_view hostName) 
   if (!CanBeName(hostName)) return {};
   addrinfo wanted{};
   wanted.ai_family = AF_INET;
-  wanted.ai_socktype = SOCK_STREAM;  // else each address comes once for each kind of socket
+  wanted.ai_socktype = SOCK_STREAM;  // otherwise each address is returned once per socket type
   addrinfo* first = nullptr;
   if (::getaddrinfo(std::string(hostName).c_str(), nullptr, &wanted, &first) != 0) return {};
   const std::unique_ptr<addrinfo, FreeAddresses> list(first);

@@ -1,4 +1,4 @@
-// One ICMP echo to a machine, as `ping` sends it.
+// ICMP echo requests, as `ping` sends them.
 #pragma once
 
 #include <chrono>
@@ -8,7 +8,7 @@
 
 namespace fieldpost {
 
-/// What became of an echo: the status numbers of the Windows ICMP library, on every system.
+/// The result of an echo request: the status numbers of the Windows ICMP library, on every system.
 namespace echo_status {
 inline constexpr std::uint32_t Success = 0;
 inline constexpr std::uint32_t NetUnreachable = 11002;
@@ -31,9 +31,9 @@ inline constexpr std::uint32_t GeneralFailure = 11050;
 /// One echo request.
 struct EchoRequest {
   std::uint32_t address = 0;       ///< IPv4 address in network order.
-  std::uint32_t dataSize = 0;      ///< Count of zero bytes that it carries.
-  std::uint8_t timeToLive = 0;     ///< Count of routers that it may pass.
-  std::chrono::milliseconds wait;  ///< How long its reply is waited for.
+  std::uint32_t dataSize = 0;      ///< Number of zero bytes that it carries.
+  std::uint8_t timeToLive = 0;     ///< Number of routers that it may pass.
+  std::chrono::milliseconds wait;  ///< How long to wait for the reply.
 
   bool operator==(const EchoRequest&) const = default;
 };
@@ -46,15 +46,15 @@ class IcmpEcho {
   IcmpEcho& operator=(const IcmpEcho&) = delete;
   virtual ~IcmpEcho() = default;
 
-  /// Sends one echo request and waits for its reply, letting `display` run window events at least every 50 ms
-  /// meanwhile. Returns the status: 0 for a reply, `TimedOut` when none came, else what the network or the
-  /// system said; `GeneralFailure` when that has no number of its own. Never throws.
+  /// Sends one echo request and waits for its reply, processing events on `display` at least every 50 ms.
+  /// Returns `Success` for a reply, `TimedOut` when none came, otherwise the status of the error that the
+  /// network or the system reported; `GeneralFailure` when that has no number of its own. Never throws.
   [[nodiscard]] virtual std::uint32_t Send(const EchoRequest& request, StatusDisplay& display) = 0;
 };
 
-/// Echoes on the real network. Linux lets a program send them when the sysctl net.ipv4.ping_group_range holds
-/// one of its groups, or when it has the capability CAP_NET_RAW (root has it); with neither, every status is
-/// `GeneralFailure`.
+/// Sends echoes on the real network. Linux permits them when the sysctl net.ipv4.ping_group_range includes
+/// one of the process's groups, or when it has the capability CAP_NET_RAW, as root has; with neither, every
+/// status is `GeneralFailure`.
 class SystemIcmpEcho final : public IcmpEcho {
  public:
   [[nodiscard]] std::uint32_t Send(const EchoRequest& request, StatusDisplay& display) override;

@@ -23,7 +23,7 @@ namespace {
 using Bytes = std::span<const unsigned char>;
 using SteadyTime = std::chrono::steady_clock::time_point;
 
-/// How long one turn of waiting lasts; window events run after each.
+/// How long to wait before events are processed.
 constexpr std::chrono::milliseconds Turn{20};
 constexpr std::size_t LargestData = 65507;
 constexpr std::size_t LargestPacket = 65536;
@@ -36,7 +36,7 @@ std::optional<Header> Read(Bytes bytes) {
   return result;
 }
 
-/// What follows an IP header; empty when the packet is cut off.
+/// Returns the bytes after the IP header; empty when the packet is truncated.
 Bytes AfterIpHeader(Bytes packet) {
   const std::optional<ip> header = Read<ip>(packet);
   const std::size_t length = header ? header->ip_hl * std::size_t{4} : 0;
@@ -67,7 +67,7 @@ std::uint32_t StatusOfUnreachable(std::uint8_t code) {
   }
 }
 
-/// The status that an ICMP message other than an echo tells; nothing when it is no error message.
+/// Returns the status of an ICMP error message; empty for any other message.
 std::optional<std::uint32_t> StatusOfIcmp(std::uint8_t type, std::uint8_t code) {
   switch (type) {
     case ICMP_DEST_UNREACH:
@@ -111,7 +111,7 @@ std::uint32_t StatusOfErrno(int number) {
   }
 }
 
-/// The checksum of the Internet protocols: of a message that carries its checksum it is zero.
+/// Returns the Internet checksum (RFC 1071). It is zero for a message that includes its own checksum.
 std::uint16_t Checksum(Bytes message) {
   std::uint32_t sum = 0;
   for (std::size_t at = 0; at < message.size(); ++at) sum += at % 2 == 0 ? message[at] * 256U : message[at];
@@ -124,8 +124,8 @@ std::uint16_t RandomNumber() {
   return static_cast<std::uint16_t>(random());
 }
 
-/// One request on its way, over a socket of its own. A socket for echoes alone may be had without any right;
-/// where the system keeps it back, one for raw ICMP takes its place, which sees the whole machine's messages.
+/// Sends one request on a socket of its own. An echo socket needs no privilege; where the system refuses it,
+/// a raw ICMP socket is used, which receives all ICMP messages of the machine.
 class EchoSocket {
  public:
   EchoSocket()
@@ -143,7 +143,7 @@ class EchoSocket {
     if (socket_ >= 0) ::close(socket_);
   }
 
-  /// Sends the request. The status of a failure, nothing when it is on its way.
+  /// Sends the request. Returns the status of a failure; empty when the request was sent.
   std::optional<std::uint32_t> Send(const EchoRequest& request) {
     if (socket_ < 0) return StatusOfErrno(errno);
     if (request.dataSize > LargestData) return echo_status::PacketTooBig;
@@ -151,7 +151,7 @@ class EchoSocket {
     const int hops = request.timeToLive;
     const int yes = 1;
     ::setsockopt(socket_, IPPROTO_IP, IP_TTL, &hops, sizeof hops);
-    // A raw socket is handed the messages that tell errors themselves; one for echoes has a queue for them.
+    // A raw socket receives the error messages themselves; an echo socket has an error queue.
     if (!raw_) ::setsockopt(socket_, IPPROTO_IP, IP_RECVERR, &yes, sizeof yes);
     sockaddr_in to{};
     to.sin_family = AF_INET;
@@ -162,8 +162,8 @@ class EchoSocket {
     return StatusOfErrno(errno);
   }
 
-  /// Waits no longer than `wait` for what comes back. The status it tells; nothing when nothing came that
-  /// speaks of the request.
+  /// Waits up to `wait` for an answer. Returns its status; empty when nothing arrived that belongs to the
+  /// request.
   std::optional<std::uint32_t> Await(std::chrono::milliseconds wait) {
     pollfd waiting{socket_, POLLIN, 0};
     if (::poll(&waiting, 1, static_cast<int>(wait.count())) <= 0) return std::nullopt;
@@ -186,13 +186,13 @@ class EchoSocket {
     return message;
   }
 
-  /// Whether an ICMP header is that of this request or its reply. The system gives a socket for echoes an
-  /// identifier of its own, and hands it only what bears that.
+  /// Whether an ICMP header is that of this request or its reply. The system assigns an echo socket an
+  /// identifier of its own, and delivers to it only messages with that identifier.
   [[nodiscard]] bool IsOurs(const icmphdr& header) const {
     return (!raw_ || header.un.echo.id == identifier_) && header.un.echo.sequence == sequence_;
   }
 
-  /// Whether an ICMP message is the request itself, as errors quote it.
+  /// Whether an ICMP message, as an error message quotes it, is the request.
   [[nodiscard]] bool IsRequest(Bytes message) const {
     const std::optional<icmphdr> header = Read<icmphdr>(message);
     return header && header->type == ICMP_ECHO && IsOurs(*header);
@@ -204,7 +204,7 @@ class EchoSocket {
            IsRequest(AfterIpHeader(packet));
   }
 
-  /// Takes the next message from the socket and looks at it.
+  /// Receives the next message. Returns its status; empty when it does not belong to the request.
   std::optional<std::uint32_t> NextMessage() {
     packet_.resize(LargestPacket);
     sockaddr_in from{};
@@ -227,13 +227,14 @@ class EchoSocket {
                                                          : std::nullopt;
   }
 
-  /// That nothing was there to be read is no failure.
+  /// Returns empty when there was merely nothing to read.
   static std::optional<std::uint32_t> StatusOfFailedRead(int number) {
     if (number == EAGAIN || number == EWOULDBLOCK || number == EINTR) return std::nullopt;
     return StatusOfErrno(number);
   }
 
-  /// Takes the next error from the socket's queue of errors and looks at it.
+  /// Receives the next entry of the socket's error queue. Returns its status; empty when it does not belong
+  /// to the request.
   std::optional<std::uint32_t> NextError() {
     std::array<unsigned char, 512> quoted{};
     alignas(cmsghdr) std::array<unsigned char, 512> control{};
@@ -265,7 +266,7 @@ class EchoSocket {
     return StatusOfErrno(static_cast<int>(error.ee_errno));
   }
 
-  /// The error that the socket holds, taken from it; EAGAIN when it holds none.
+  /// Returns and clears the pending error of the socket; EAGAIN when there is none.
   [[nodiscard]] int PendingError() const {
     int number = 0;
     socklen_t length = sizeof number;

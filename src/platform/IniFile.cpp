@@ -5,6 +5,7 @@
 
 #include "common/PathText.h"
 #include "common/Text.h"
+#include "common/Utf8.h"
 #include "platform/IniText.h"
 
 namespace fieldpost {
@@ -23,23 +24,10 @@ std::string CutAtNul(std::string text) {
   return text;
 }
 
-/// The first LongestIniValue characters. Bytes that are no UTF-8 count as a character each.
-std::string CutToLength(std::string text) {
-  std::size_t at = 0;
-  for (std::size_t characters = 0; characters < LongestIniValue && at < text.size(); ++characters) {
-    const auto lead = static_cast<unsigned char>(text[at++]);
-    const std::size_t following = lead >= 0xF0U ? 3 : lead >= 0xE0U ? 2 : lead >= 0xC0U ? 1 : 0;
-    const std::size_t end = std::min(text.size(), at + following);
-    while (at < end && (static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U) ++at;
-  }
-  text.resize(at);
-  return text;
-}
-
-bool AreFit(std::string_view section, std::span<const IniEntry> entries) {
-  return IniText::IsFitSection(section) &&
+bool CanBeWritten(std::string_view section, std::span<const IniEntry> entries) {
+  return IniText::IsValidSection(section) &&
          std::all_of(entries.begin(), entries.end(), [](const IniEntry& entry) {
-           return IniText::IsFitKey(entry.key) && IniText::IsFitValue(entry.value);
+           return IniText::IsValidKey(entry.key) && IniText::IsValidValue(entry.value);
          });
 }
 
@@ -47,7 +35,8 @@ bool AreFit(std::string_view section, std::span<const IniEntry> entries) {
 
 std::string ReadIniValue(const FileSystem& files, const fs::path& file, std::string_view section,
                          std::string_view key) {
-  return CutToLength(std::move(ReadIniValues(files, file, section, {&key, 1}).front()));
+  const std::vector<std::string> values = ReadIniValues(files, file, section, {&key, 1});
+  return std::string(FirstCharacters(values.front(), LongestIniValue));
 }
 
 std::vector<std::string> ReadIniValues(const FileSystem& files, const fs::path& file,
@@ -60,7 +49,7 @@ std::vector<std::string> ReadIniValues(const FileSystem& files, const fs::path& 
       return CutAtNul(text.Value(section, key).value_or(std::string()));
     });
   } catch (const FileError&) {
-    // what cannot be read holds nothing
+    // An unreadable file has no values; IniFileProblem returns the reason.
   }
   return values;
 }
@@ -68,17 +57,14 @@ std::vector<std::string> ReadIniValues(const FileSystem& files, const fs::path& 
 bool WriteIniValue(FileSystem& files, const fs::path& file, std::string_view section, std::string_view key,
                    std::string_view value, FileAccess access) {
   const IniEntry entry{key, value};
-  return WriteIniValues(files, file, section, {&entry, 1}, access);
+  return WriteIniValues(files, file, section, {&entry, 1}, access).empty();
 }
 
-bool WriteIniValues(FileSystem& files, const fs::path& file, std::string_view section,
-                    std::span<const IniEntry> entries, FileAccess access) {
-  return TryWriteIniValues(files, file, section, entries, access).empty();
-}
-
-std::string TryWriteIniValues(FileSystem& files, const fs::path& file, std::string_view section,
-                              std::span<const IniEntry> entries, FileAccess access) {
-  if (!AreFit(section, entries)) return FileError("cannot write", file, "a value cannot be a line").what();
+std::string WriteIniValues(FileSystem& files, const fs::path& file, std::string_view section,
+                           std::span<const IniEntry> entries, FileAccess access) {
+  if (!CanBeWritten(section, entries)) {
+    return FileError("cannot write", file, "a value holds a line break or a zero byte").what();
+  }
   try {
     std::string bytes = files.Exists(file) ? files.ReadWhole(file, LargestFile) : std::string();
     if (IsUtf16(bytes)) return FileError("cannot write", file, InUtf16).what();
@@ -108,7 +94,7 @@ fs::path FindFileNoCase(const FileSystem& files, const fs::path& folder, std::st
       if (EqualNoCase(found, name)) return folder / PathFromUtf8(found);
     }
   } catch (const FileError&) {
-    // a folder that cannot be listed may still be entered by name
+    // The file may be readable by its exact name even where the folder cannot be listed.
   }
   return exact;
 }

@@ -1,4 +1,4 @@
-// INI files: one value read, or lines changed while every other byte stays.
+// Reading and writing values of INI files.
 #pragma once
 
 #include <filesystem>
@@ -11,47 +11,50 @@
 
 namespace fieldpost {
 
-/// Longest value that ReadIniValue gives, in characters.
+/// The longest value that ReadIniValue returns, in characters.
 inline constexpr std::size_t LongestIniValue = 255;
 
-/// A key and the value that it shall have.
+/// A key and the value to be written.
 struct IniEntry {
   std::string_view key;
   std::string_view value;
 };
 
-/// The value of a key, as the platform's own call reads it: names compare without regard to case; of sections
-/// and keys of the same name the first counts; blanks round the value and one pair of double quotes are taken
-/// off; it ends at its first NUL. At most LongestIniValue characters. Empty when the file, the section or the
-/// key is missing, or the file cannot be read. Never throws.
+/// Returns the value of a key as GetPrivateProfileString reads it: the case of ASCII letters is ignored in
+/// the names of section and key; the first of several sections or keys of one name counts; blanks around the
+/// value and one pair of double quotes are removed; the value ends at its first NUL, and is cut to
+/// LongestIniValue characters. Empty when the file, the section or the key is missing, or the file cannot be
+/// read. Never throws.
 std::string ReadIniValue(const FileSystem& files, const std::filesystem::path& file, std::string_view section,
                          std::string_view key);
 
-/// The same for several keys of one section, in one reading of the file, each value whole.
+/// Returns the values of several keys of one section, in their order, from one reading of the file. They are
+/// read as ReadIniValue reads them, except that long values are not cut. Never throws.
 std::vector<std::string> ReadIniValues(const FileSystem& files, const std::filesystem::path& file,
                                        std::string_view section, std::span<const std::string_view> keys);
 
-/// Gives a key a value: changes its line, or adds one (and the section) where it is missing, and makes the
-/// file when there is none. Every other byte stays; a file in which the value stands already is not written.
-/// The file is replaced whole. A value with blanks or quotes at its ends is written in double quotes.
-/// False, and the file as it was, when the value has a line break or a NUL in it, the file is no plain file,
-/// is in UTF-16, or cannot be read or written. Never throws.
-bool WriteIniValue(FileSystem& files, const std::filesystem::path& file, std::string_view section,
-                   std::string_view key, std::string_view value, FileAccess access);
+/// Sets the value of one key as WriteIniValues does. Returns false when that failed. Never throws.
+[[nodiscard]] bool WriteIniValue(FileSystem& files, const std::filesystem::path& file,
+                                 std::string_view section, std::string_view key, std::string_view value,
+                                 FileAccess access);
 
-/// The same for several keys of one section, with one writing of the file: all are changed, or none.
-bool WriteIniValues(FileSystem& files, const std::filesystem::path& file, std::string_view section,
-                    std::span<const IniEntry> entries, FileAccess access);
+/// Sets the values of several keys of one section: changes their lines, or adds them, and creates the section
+/// and the file where they are missing. Every other byte stays. A value with blanks or quotes at its ends is
+/// written in double quotes. The file is replaced atomically, and not written when it has all the values
+/// already. Returns an empty text on success; otherwise nothing has changed, and the text is one line with
+/// the reason: a value holds a line break or a NUL, or the file is not a regular file, is in UTF-16, or
+/// cannot be read or written. Never throws.
+[[nodiscard]] std::string WriteIniValues(FileSystem& files, const std::filesystem::path& file,
+                                         std::string_view section, std::span<const IniEntry> entries,
+                                         FileAccess access);
 
-/// The same. Returns one line on why nothing was changed; empty when all is written.
-std::string TryWriteIniValues(FileSystem& files, const std::filesystem::path& file, std::string_view section,
-                              std::span<const IniEntry> entries, FileAccess access);
+/// Returns one line on why a file cannot be read as an INI file; empty when it can, or is missing. Never
+/// throws.
+[[nodiscard]] std::string IniFileProblem(const FileSystem& files, const std::filesystem::path& file);
 
-/// One line on why a file cannot be read as an INI file; empty when it can, or is missing. Never throws.
-std::string IniFileProblem(const FileSystem& files, const std::filesystem::path& file);
-
-/// The path of the plain file in `folder` that bears `name` without regard to case: first the one spelt
-/// exactly so, then the first by its bytes. `folder / name` when there is none. Never throws.
+/// Returns the path of the regular file in `folder` whose name is `name`, ignoring the case of ASCII letters:
+/// the one spelt exactly so, otherwise the first by its bytes. Returns `folder / name` when there is none.
+/// Never throws.
 std::filesystem::path FindFileNoCase(const FileSystem& files, const std::filesystem::path& folder,
                                      std::string_view name);
 

@@ -12,7 +12,7 @@ constexpr std::string_view Utf8ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view LineBreaks = "\r\n";
 constexpr std::string_view Unstorable("\r\n\0", 3);
 
-/// The name in a line that begins a section.
+/// Returns the name in a line that begins a section; empty for any other line.
 std::optional<std::string_view> SectionName(std::string_view line) {
   const std::string_view text = Trimmed(line);
   const std::size_t end = text.find(']');
@@ -20,7 +20,7 @@ std::optional<std::string_view> SectionName(std::string_view line) {
   return Trimmed(text.substr(1, end - 1));
 }
 
-/// A line "key=value": the key, and all that follows the "=".
+/// A line "key=value": the key, and everything after the "=".
 struct KeyLine {
   std::string_view key;
   std::string_view rest;
@@ -36,25 +36,25 @@ std::optional<KeyLine> ParseKeyLine(std::string_view line) {
   return KeyLine{key, line.substr(equals + 1)};
 }
 
-/// What a value means: the blanks and one pair of double quotes round it are none of it.
-std::string_view Meaning(std::string_view written) {
+/// Returns a written value without the blanks and one pair of double quotes around it.
+std::string_view Unquoted(std::string_view written) {
   const std::string_view text = Trimmed(written);
   const bool quoted = text.size() >= 2 && text.front() == '"' && text.back() == '"';
   return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
-/// How a value is written so that it means itself.
-std::string Written(std::string_view value) {
-  if (Meaning(value) == value) return std::string(value);
+/// Returns a value as it must be written to be read back.
+std::string Quoted(std::string_view value) {
+  if (Unquoted(value) == value) return std::string(value);
   return std::string("\"").append(value).append("\"");
 }
 
-/// The line with another value; the blanks after its "=" stay.
+/// Returns a line with another value. The blanks after its "=" stay.
 std::string WithValue(std::string_view line, std::string_view value) {
   const std::string_view rest = ParseKeyLine(line)->rest;
   const std::size_t before = line.size() - rest.size();
   const std::size_t blanks = Trimmed(rest).empty() ? 0 : rest.find_first_not_of(" \t");
-  return std::string(line.substr(0, before + blanks)).append(Written(value));
+  return std::string(line.substr(0, before + blanks)).append(Quoted(value));
 }
 
 }  // namespace
@@ -79,7 +79,7 @@ std::optional<std::string> IniText::Value(std::string_view section, std::string_
   if (!range) return std::nullopt;
   const std::optional<std::size_t> line = FindKey(*range, key);
   if (!line) return std::nullopt;
-  return std::string(Meaning(ParseKeyLine(lines_[*line].text)->rest));
+  return std::string(Unquoted(ParseKeyLine(lines_[*line].text)->rest));
 }
 
 void IniText::SetValue(std::string_view section, std::string_view key, std::string_view value) {
@@ -94,7 +94,7 @@ void IniText::SetValue(std::string_view section, std::string_view key, std::stri
     lines_[*line].text = Keep(WithValue(lines_[*line].text, value));
     return;
   }
-  Insert(PlaceForNewKey(*range), std::string(key).append("=").append(Written(value)));
+  Insert(LineForNewKey(*range), std::string(key).append("=").append(Quoted(value)));
 }
 
 std::string IniText::Bytes() const {
@@ -103,18 +103,18 @@ std::string IniText::Bytes() const {
   return result;
 }
 
-bool IniText::IsFitValue(std::string_view value) {
+bool IniText::IsValidValue(std::string_view value) {
   return value.find_first_of(Unstorable) == std::string_view::npos;
 }
 
-bool IniText::IsFitKey(std::string_view key) {
-  const bool hasOtherMeaning = key.starts_with(';') || key.starts_with('[');
-  return !key.empty() && Trimmed(key) == key && IsFitValue(key) && !hasOtherMeaning &&
+bool IniText::IsValidKey(std::string_view key) {
+  const bool isOtherLine = key.starts_with(';') || key.starts_with('[');
+  return !key.empty() && Trimmed(key) == key && IsValidValue(key) && !isOtherLine &&
          key.find('=') == std::string_view::npos;
 }
 
-bool IniText::IsFitSection(std::string_view section) {
-  return !section.empty() && Trimmed(section) == section && IsFitValue(section) &&
+bool IniText::IsValidSection(std::string_view section) {
+  return !section.empty() && Trimmed(section) == section && IsValidValue(section) &&
          section.find(']') == std::string_view::npos;
 }
 
@@ -139,22 +139,22 @@ std::optional<std::size_t> IniText::FindKey(const Range& range, std::string_view
   return std::nullopt;
 }
 
-/// Below the last key, so that comments and blank lines which lead to the next section stay where they are.
-std::size_t IniText::PlaceForNewKey(const Range& range) const {
+/// After the last key, so that comments and empty lines before the next section stay there.
+std::size_t IniText::LineForNewKey(const Range& range) const {
   for (std::size_t at = range.end; at > range.begin; --at) {
     if (ParseKeyLine(lines_[at - 1].text)) return at;
   }
   return range.begin;
 }
 
-/// Adds a line, which ends as the line above it does.
-void IniText::Insert(std::size_t place, std::string text) {
-  const auto hasEnd = [](const Line& line) { return !line.end.empty(); };
+/// Inserts a line. It gets the line end of the line above it, and that line gets one where it had none.
+void IniText::Insert(std::size_t line, std::string text) {
+  const auto hasEnd = [](const Line& one) { return !one.end.empty(); };
   const auto first = std::find_if(lines_.begin(), lines_.end(), hasEnd);
   std::string_view end = first == lines_.end() ? "\n" : first->end;
-  if (place > 0 && hasEnd(lines_[place - 1])) end = lines_[place - 1].end;
-  if (place > 0) lines_[place - 1].end = end;
-  lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(place), {Keep(std::move(text)), end});
+  if (line > 0 && hasEnd(lines_[line - 1])) end = lines_[line - 1].end;
+  if (line > 0) lines_[line - 1].end = end;
+  lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(line), {Keep(std::move(text)), end});
 }
 
 std::string_view IniText::Keep(std::string text) {

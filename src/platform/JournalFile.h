@@ -1,4 +1,4 @@
-// A file in which the program has noted what it is about to do.
+// Reading the journals in which the program records what it is about to do.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,13 @@
 
 namespace fieldpost {
 
-/// Larger than any journal that this program writes.
+/// A limit in bytes that no journal of this program reaches.
 inline constexpr std::uint64_t MaxJournalBytes = std::uint64_t{64} * 1024 * 1024;
 
-/// A journal's bytes. Nothing when there is no plain file of that name, or a larger one than the program ever
-/// writes. Throws FileError when it cannot be read, when a folder bears its name, and when somebody else may
-/// have written it: the program would do what that one wants.
+/// Returns the bytes of a journal. Empty when `path` is not a regular file, or is one of more than
+/// MaxJournalBytes bytes. Throws FileError when the journal cannot be read, when `path` is a folder, and when
+/// another user could have written it (see FileSystem::ReadOwn): the program would carry out that user's
+/// instructions.
 [[nodiscard]] std::optional<std::string> ReadJournalFile(const FileSystem& files,
                                                          const std::filesystem::path& path);
 

@@ -1,4 +1,4 @@
-// A tree of keys that hold typed values, as the platform's registry has it.
+// A tree of keys with typed values, modelled on the Windows registry.
 #pragma once
 
 #include <cstdint>
@@ -10,22 +10,24 @@
 
 namespace fieldpost {
 
-/// What a key store's call came to, in the platform's own numbers.
+/// The result of a key store's call, by the Windows system error codes.
 using KeyStatus = std::int32_t;
 
 inline constexpr KeyStatus KeyOk = 0;
-inline constexpr KeyStatus KeyMissing = 2;       ///< no such key or value
-inline constexpr KeyStatus KeyRefused = 5;       ///< the key has subkeys, or the right to do this is missing
-inline constexpr KeyStatus KeyBadHandle = 6;     ///< not an open key
-inline constexpr KeyStatus KeyBadArgument = 87;  ///< a name or a value that no store could take
+inline constexpr KeyStatus KeyMissing = 2;    ///< no such key or value
+inline constexpr KeyStatus KeyRefused = 5;    ///< the key has subkeys, or the access right is missing
+inline constexpr KeyStatus KeyBadHandle = 6;  ///< not an open key
+inline constexpr KeyStatus KeyBadArgument =
+    87;  ///< a name is too long or holds a NUL, or a value is too large
 inline constexpr KeyStatus KeyDiskFull = 112;
-inline constexpr KeyStatus KeyBusy = 170;           ///< another process kept the store for too long
+inline constexpr KeyStatus KeyBusy = 170;           ///< another process locked the store for too long
 inline constexpr KeyStatus KeyMoreData = 234;       ///< the value is longer than its type allows
-inline constexpr KeyStatus KeyStoreDamaged = 1015;  ///< damaged, of a later version, or no key store at all
-inline constexpr KeyStatus KeyInputOutput = 1016;   ///< the disk failed
+inline constexpr KeyStatus KeyStoreDamaged = 1015;  ///< damaged, of a later version, or not a key store
+inline constexpr KeyStatus KeyInputOutput = 1016;   ///< reading or writing the store failed
 inline constexpr KeyStatus KeyDeleted = 1018;       ///< the key was deleted while it was open
 
-/// An open key, or one of the roots, which are always open. The roots' numbers are the platform's.
+/// An open key, or one of the roots, which are always open. The roots have the numbers of the Windows
+/// registry.
 enum class KeyHandle : std::uintptr_t {
   None = 0,
   ClassesRoot = 0x80000000U,
@@ -35,7 +37,7 @@ enum class KeyHandle : std::uintptr_t {
   CurrentConfig = 0x80000005U,
 };
 
-/// Rights that a key is opened with; add them up. The numbers are the platform's.
+/// Access rights of an open key, to be combined by "or". The numbers are those of the Windows registry.
 inline constexpr std::uint32_t KeyMayQueryValues = 0x1;
 inline constexpr std::uint32_t KeyMaySetValues = 0x2;
 inline constexpr std::uint32_t KeyMayCreateSubkeys = 0x4;
@@ -43,11 +45,12 @@ inline constexpr std::uint32_t KeyMayListSubkeys = 0x8;
 inline constexpr std::uint32_t KeyReadAccess = 0x19;  ///< query values, list subkeys, be notified
 inline constexpr std::uint32_t KeyAllAccess = 0x3F;
 
-/// Types of values; the numbers are the platform's. Other numbers are stored and read as they stand.
-inline constexpr std::uint32_t KeyTypeText = 1;            ///< UTF-8 and a NUL at its end
-inline constexpr std::uint32_t KeyTypeExpandableText = 2;  ///< the same, with names of variables in it
+/// Types of values, by the numbers of the Windows registry. Values of any other type are stored and read
+/// unchanged.
+inline constexpr std::uint32_t KeyTypeText = 1;            ///< UTF-8, terminated by a NUL
+inline constexpr std::uint32_t KeyTypeExpandableText = 2;  ///< a text that names environment variables
 inline constexpr std::uint32_t KeyTypeBinary = 3;
-inline constexpr std::uint32_t KeyTypeNumber = 4;  ///< 32 bits, lowest byte first
+inline constexpr std::uint32_t KeyTypeNumber = 4;  ///< 32 bits, little-endian
 
 /// The type and the bytes of a value.
 struct KeyData {
@@ -57,7 +60,7 @@ struct KeyData {
   bool operator==(const KeyData&) const = default;
 };
 
-/// A value with its name as it was first spelt; the default value's name is empty.
+/// A value with its name as it was first spelt. The name of a key's default value is empty.
 struct NamedKeyData {
   std::string name;
   KeyData data;
@@ -65,10 +68,10 @@ struct NamedKeyData {
   bool operator==(const NamedKeyData&) const = default;
 };
 
-/// Keys and values. Names are UTF-8 and compared without regard to the case of ASCII letters; the parts of a
-/// key's name are separated by "\"; the value name "" is the key's default value. What a call has written is
-/// durable when the call returns. No call throws; each returns KeyOk or says what was in its way, and leaves
-/// its output arguments untouched unless it returns KeyOk.
+/// Keys and values. Names are UTF-8 and compared ignoring the case of ASCII letters; the parts of a key's
+/// name are separated by "\"; the value name "" is the key's default value. A change is durable when its call
+/// returns. No call throws; each returns KeyOk or the status of its failure, and changes its output arguments
+/// only for KeyOk.
 class KeyStore {
  public:
   KeyStore() = default;
@@ -76,50 +79,51 @@ class KeyStore {
   KeyStore& operator=(const KeyStore&) = delete;
   virtual ~KeyStore() = default;
 
-  /// Opens the key `name` below `parent`; an empty name opens `parent` once more.
+  /// Opens the key `name` below `parent` with these rights. An empty name opens `parent` again.
   [[nodiscard]] virtual KeyStatus OpenKey(KeyHandle parent, std::string_view name, std::uint32_t access,
                                           KeyHandle& opened) = 0;
 
-  /// Opens a key as OpenKey does, and makes it, and those above it, where they are missing.
+  /// Opens a key as OpenKey does. Creates the key, and those above it, where they are missing.
   [[nodiscard]] virtual KeyStatus CreateKey(KeyHandle parent, std::string_view name, std::uint32_t access,
                                             KeyHandle& opened) = 0;
 
-  /// Reads a value. A text ends in its terminator, whatever follows that in the store is left out; a text of
-  /// no bytes at all stays one.
+  /// Reads a value. A text ends in its first terminator; bytes that follow it in the store are ignored. A
+  /// text of no bytes has no terminator.
   [[nodiscard]] virtual KeyStatus QueryValue(KeyHandle key, std::string_view name, KeyData& data) = 0;
 
-  /// Writes a value. A text that does not end in its terminator gets one from the store, unless it is empty.
+  /// Writes a value. The store adds the terminator that a text lacks, unless the text is empty.
   [[nodiscard]] virtual KeyStatus SetValue(KeyHandle key, std::string_view name, std::uint32_t type,
                                            std::string_view bytes) = 0;
 
-  /// Deletes a key with its values. Refused when it has subkeys.
+  /// Deletes a key with its values. Returns KeyRefused when it has subkeys.
   [[nodiscard]] virtual KeyStatus DeleteKey(KeyHandle parent, std::string_view name) = 0;
 
-  /// Deletes a key with its values and everything below it, in one step.
+  /// Deletes a key with its values and everything below it in one transaction.
   [[nodiscard]] virtual KeyStatus DeleteTree(KeyHandle parent, std::string_view name) = 0;
 
+  /// Deletes a value of an open key.
   [[nodiscard]] virtual KeyStatus DeleteValue(KeyHandle key, std::string_view name) = 0;
 
-  /// The names of a key's subkeys, as they were first spelt, sorted without regard to case.
+  /// Lists the names of a key's subkeys, as they were first spelt, sorted ignoring case.
   [[nodiscard]] virtual KeyStatus ListSubkeys(KeyHandle key, std::vector<std::string>& names) = 0;
 
-  /// A key's values, sorted by name without regard to case: the default value comes first.
+  /// Lists a key's values, sorted by name ignoring case: the default value is the first.
   [[nodiscard]] virtual KeyStatus ListValues(KeyHandle key, std::vector<NamedKeyData>& values) = 0;
 
-  /// Closes an open key; a root stays open.
+  /// Closes an open key. A root stays open.
   virtual KeyStatus CloseKey(KeyHandle key) = 0;
 
-  /// Whether the store can be read. One that does not exist yet can: every key is missing in it.
+  /// Checks that the store can be read. A missing store can: it has no keys.
   [[nodiscard]] virtual KeyStatus Check() = 0;
 
-  /// One line on what was wrong with the store itself when a call last failed for that; empty when none did.
+  /// Returns one line on the last failure of the store itself; empty when there was none.
   [[nodiscard]] virtual std::string Problem() const = 0;
 
-  /// The files that hold the store; none where the system keeps it.
+  /// Returns the files of the store; none where the system manages it.
   [[nodiscard]] virtual std::vector<std::filesystem::path> Files() const { return {}; }
 };
 
-/// An open key that is closed at the end of its scope.
+/// Owns an open key and closes it.
 class OpenedKey {
  public:
   explicit OpenedKey(KeyStore& store) : store_(store) {}
@@ -127,19 +131,19 @@ class OpenedKey {
   OpenedKey& operator=(const OpenedKey&) = delete;
   ~OpenedKey() { Close(); }
 
-  /// Opens a key; see KeyStore::OpenKey. What was open before is closed.
+  /// Opens a key with KeyStore::OpenKey, after closing the one that is open.
   [[nodiscard]] KeyStatus Open(KeyHandle parent, std::string_view name, std::uint32_t access) {
     Close();
     return store_.OpenKey(parent, name, access, handle_);
   }
 
-  /// Opens or makes a key; see KeyStore::CreateKey. What was open before is closed.
+  /// Opens or creates a key with KeyStore::CreateKey, after closing the one that is open.
   [[nodiscard]] KeyStatus Create(KeyHandle parent, std::string_view name, std::uint32_t access) {
     Close();
     return store_.CreateKey(parent, name, access, handle_);
   }
 
-  /// The open key, or KeyHandle::None.
+  /// Returns the open key, or KeyHandle::None.
   [[nodiscard]] KeyHandle Handle() const { return handle_; }
 
  private:

@@ -5,9 +5,9 @@
 
 namespace fieldpost {
 
-/// Whether what is sent to `address` (IPv4 or IPv6 in its usual notation, no name) never leaves this machine:
-/// a loopback address, or the address of one of its network interfaces. False for what is no address, and
-/// where the system does not tell its interfaces. Never throws.
+/// Whether `address` (IPv4 or IPv6 in text form, not a hostname) is a loopback address or the address of one
+/// of the machine's network interfaces, so that data sent to it never leave the machine. Returns false for
+/// any other text, and where the system does not list its interfaces. Never throws.
 bool IsThisMachine(const std::string& address);
 
 }  // namespace fieldpost

@@ -13,7 +13,7 @@
 namespace fieldpost {
 namespace {
 
-/// An address of either family; an IPv4 address in the form in which IPv6 contains it.
+/// An IPv6 address, or an IPv4 address mapped to IPv6 (RFC 4291, section 2.5.5.2).
 using Address = std::array<unsigned char, 16>;
 
 Address Mapped(const void* address) {

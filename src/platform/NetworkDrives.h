@@ -1,11 +1,11 @@
-// The desktop's own way to connect and disconnect network drives.
+// Connecting and disconnecting network drives by the desktop's own program.
 #pragma once
 
 #include <string>
 
 namespace fieldpost {
 
-/// Opens what the desktop offers for network drives. The program does not wait for it.
+/// Opens the desktop's program for network drives, without waiting for it.
 class NetworkDrives {
  public:
   NetworkDrives() = default;
@@ -13,16 +13,17 @@ class NetworkDrives {
   NetworkDrives& operator=(const NetworkDrives&) = delete;
   virtual ~NetworkDrives() = default;
 
-  /// Opens it for connecting a drive. False when nothing suitable could be started; then `problem` is one
-  /// line of text (UTF-8) for the user.
+  /// Opens the program for connecting a drive. Returns false when none could be started; `problem` is then
+  /// one line (UTF-8) for the user.
   [[nodiscard]] virtual bool Connect(std::string& problem) = 0;
 
-  /// Opens it for disconnecting a drive, in the same way.
+  /// Opens the program for disconnecting a drive. Returns false when none could be started; `problem` is then
+  /// one line (UTF-8) for the user.
   [[nodiscard]] virtual bool Disconnect(std::string& problem) = 0;
 };
 
-/// The running desktop's. Outside Windows this is, both times, the file manager at its network place: that of
-/// the desktop when it can be found, else another one, else whatever xdg-open takes.
+/// Opens, for both purposes, a file manager at its network location: that of the running desktop, otherwise
+/// another one that is installed, otherwise the one that xdg-open chooses.
 class DesktopNetworkDrives final : public NetworkDrives {
  public:
   [[nodiscard]] bool Connect(std::string& problem) override;

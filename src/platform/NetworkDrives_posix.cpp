@@ -13,9 +13,9 @@
 namespace fieldpost {
 namespace {
 
-/// A program that shows network drives.
+/// A file manager that shows network drives.
 struct FileManager {
-  std::string_view desktop;  ///< Its desktop's name, as XDG_CURRENT_DESKTOP spells it.
+  std::string_view desktop;  ///< The name of its desktop in XDG_CURRENT_DESKTOP.
   const char* program;
   const char* place;
 };
@@ -36,7 +36,7 @@ std::string_view Variable(const char* name) {
   return value == nullptr ? std::string_view() : value;
 }
 
-/// Takes what stands before the next separator off the text, and returns it.
+/// Removes the part before the next separator, and the separator, from the front of `text`. Returns the part.
 std::string_view TakePart(std::string_view& text, char separator) {
   const std::size_t end = text.find(separator);
   const std::string_view part = text.substr(0, end);
@@ -52,8 +52,8 @@ bool IsOfDesktop(const FileManager& manager) {
   return false;
 }
 
-/// The full name of a program; empty when the search path does not lead to it.
-std::string FullName(std::string_view program) {
+/// Returns the path of a program in an absolute folder of PATH; empty when there is none.
+std::string PathOfProgram(std::string_view program) {
   std::string_view folders = Variable("PATH");
   while (!folders.empty()) {
     std::string name(TakePart(folders, ':'));
@@ -63,8 +63,8 @@ std::string FullName(std::string_view program) {
   return {};
 }
 
-/// Those of the running desktop first.
-std::vector<FileManager> InOrder() {
+/// Returns all file managers, those of the running desktop first.
+std::vector<FileManager> FileManagersByPreference() {
   std::vector<FileManager> result;
   for (const FileManager& manager : FileManagers) {
     if (IsOfDesktop(manager)) result.push_back(manager);
@@ -75,8 +75,8 @@ std::vector<FileManager> InOrder() {
   return result;
 }
 
-/// Whether a child process ended well.
-bool EndedWell(pid_t child) {
+/// Waits for a child process to end. Whether its exit status is 0.
+bool WaitForSuccess(pid_t child) {
   int status = 0;
   pid_t ended = 0;
   do {
@@ -85,21 +85,21 @@ bool EndedWell(pid_t child) {
   return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-/// Starts a program that lives on without this one. The helper between them forks it off and ends at once, so
-/// that no ended process is left for this one to collect later.
+/// Starts a program in a session of its own, so that it outlives this one. The intermediate process ends at
+/// once, so that no zombie process is left.
 bool StartDetached(std::string program, std::string place) {
-  std::string helper = FullName("setsid");
+  std::string helper = PathOfProgram("setsid");
   std::string fork = "--fork";
   if (helper.empty()) return false;
   std::array<char*, 5> arguments{helper.data(), fork.data(), program.data(), place.data(), nullptr};
   pid_t child = 0;
   if (::posix_spawn(&child, helper.c_str(), nullptr, nullptr, arguments.data(), environ) != 0) return false;
-  return EndedWell(child);
+  return WaitForSuccess(child);
 }
 
 bool ShowNetworkPlace(std::string& problem) {
-  for (const FileManager& manager : InOrder()) {
-    const std::string program = FullName(manager.program);
+  for (const FileManager& manager : FileManagersByPreference()) {
+    const std::string program = PathOfProgram(manager.program);
     if (!program.empty() && StartDetached(program, manager.place)) return true;
   }
   problem =

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-// The suite's routine has the standard calling convention of 32-bit Windows; elsewhere there is but one.
+// The suite's routine has the stdcall calling convention of 32-bit Windows; other systems have only one.
 #ifdef _WIN32
 #define FIELDPOST_STDCALL __stdcall
 #else
@@ -15,32 +15,32 @@
 
 namespace fieldpost {
 
-/// Where the library is looked for. On Windows "ppcdb.dll"; elsewhere the variable FIELDPOST_PPC_LIBRARY, or
-/// "libppcdb.so" where the system looks for libraries.
+/// Returns the file of the library: "ppcdb.dll" on Windows; elsewhere the absolute path that the variable
+/// FIELDPOST_PPC_LIBRARY names, or "libppcdb.so", which the system's loader searches for.
 std::filesystem::path PpcLibraryFile();
 
-/// Loads the library when it is first needed, and keeps it.
+/// The library, loaded when it is first needed.
 class PpcLibrary {
  public:
   enum class State {
     Ready,     ///< PPCDBArchive may be called
-    Missing,   ///< there is no such library on this system
-    Unusable,  ///< there should be one, but it cannot be used: see Problem()
+    Missing,   ///< the loader finds no such library
+    Unusable,  ///< the library cannot be loaded or lacks the routine: see Problem()
   };
 
-  /// A file without a folder is looked for by the system, and may be missing; one with a folder was asked for
-  /// and must be there. Loads nothing yet.
+  /// A filename without a folder is searched for by the system's loader and may be Missing; a path with a
+  /// folder is Unusable when the file is missing. The library is loaded by Load.
   explicit PpcLibrary(std::filesystem::path file = PpcLibraryFile());
 
   /// Loads the library unless it is loaded already.
   [[nodiscard]] State Load();
 
-  /// Why the library is unusable, in one line.
+  /// Returns one line on why the library is Unusable; empty otherwise.
   [[nodiscard]] const std::string& Problem() const { return problem_; }
 
-  /// Has the library export the files of a search pattern to `output`. Both texts are handed over in the
-  /// system's narrow encoding; what the two numbers mean is the library's business. Only of a library that is
-  /// Ready.
+  /// Lets the library, which must be Ready, export the files of a search pattern to `output`. Both texts are
+  /// passed in the system's narrow encoding. `first` and `second` are passed to the library, which alone
+  /// defines their meaning.
   void PPCDBArchive(const std::filesystem::path& output, const std::string& pattern, std::int16_t& first,
                     std::int16_t& second) const;
 

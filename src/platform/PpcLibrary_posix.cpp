@@ -10,8 +10,8 @@
 namespace fieldpost {
 namespace {
 
-/// The loader's words when there is no such file at all; those about a library that it needs begin with the
-/// other one's name.
+/// Whether the loader reports that the file itself is missing. A report on a library that the file depends on
+/// begins with that library's name.
 bool SaysMissing(std::string_view error, const std::string& file) {
   return error.starts_with(file + ": cannot open shared object file");
 }

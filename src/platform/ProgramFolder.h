@@ -1,4 +1,4 @@
-// Where the program keeps what is its own.
+// The folder of the program's own files.
 #pragma once
 
 #include <filesystem>
@@ -7,17 +7,17 @@
 
 namespace fieldpost {
 
-/// The program's own folder, as a full path without a separator at its end. It need not exist. Outside
-/// Windows: the variable FIELDPOST_HOME; else "fieldpost" below XDG_DATA_HOME, or below ".local/share" in the
-/// user's home folder (XDG base directories: a relative XDG_DATA_HOME does not count). Empty when
-/// not even a home folder is known.
+/// Returns the program's own folder as an absolute path without a separator at its end; the folder need not
+/// exist. Outside Windows: the variable FIELDPOST_HOME; otherwise "fieldpost" below XDG_DATA_HOME, or below
+/// ".local/share" in the user's home folder. A relative XDG_DATA_HOME is ignored (XDG Base Directory
+/// Specification). Empty when no home folder is known.
 std::filesystem::path OwnFolder();
 
-/// The file of the key store that stands in for the registry: the variable FIELDPOST_REGISTRY; else
+/// Returns the file of the key store that replaces the registry: the variable FIELDPOST_REGISTRY; otherwise
 /// "registry.sqlite" in the program's own folder. Empty when that folder is not known.
 std::filesystem::path RegistryFile();
 
-/// Makes the program's own folder where it is missing, readable by its owner alone. Throws FileError.
+/// Creates the program's own folder where it is missing, accessible to its owner only. Throws FileError.
 void MakeOwnFolder(FileSystem& files, const std::filesystem::path& ownFolder);
 
 }  // namespace fieldpost

@@ -12,20 +12,20 @@ namespace fieldpost {
 namespace fs = std::filesystem;
 namespace {
 
-/// The path in a variable of the environment; empty when it is not set.
+/// Returns the path in an environment variable; empty when it is not set.
 fs::path PathVariable(const char* name) {
   const char* value = std::getenv(name);
   return value == nullptr ? fs::path() : PathFromUtf8(value);
 }
 
-/// A full path without a separator at its end.
+/// Returns the absolute path without a separator at its end.
 fs::path Full(const fs::path& path) {
   std::error_code ignored;
   const fs::path full = fs::absolute(path, ignored).lexically_normal();
   return full.has_filename() || !full.has_relative_path() ? full : full.parent_path();
 }
 
-/// The user's home folder: a service may run without the variable.
+/// Returns the user's home folder, from the user database when HOME is not set, as for a service.
 fs::path HomeFolder() {
   if (const fs::path home = PathVariable("HOME"); !home.empty()) return home;
   const passwd* user = ::getpwuid(::geteuid());

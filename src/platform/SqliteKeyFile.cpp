@@ -1,7 +1,9 @@
 #include "platform/SqliteKeyFile.h"
 
+#include <sqlite3.h>
+
 #include <array>
-#include <new>
+#include <cstdint>
 #include <utility>
 
 #include "common/PathText.h"
@@ -15,9 +17,9 @@ constexpr std::int64_t ApplicationId = 0x46504B53;
 constexpr int BusyMilliseconds = 2'000;
 constexpr std::uint64_t LargestFile = 64U << 20U;
 
-// NOCASE knows the case of ASCII letters only. AUTOINCREMENT never gives a row's number a second time, so
-// that a key that was deleted while it was open is not taken for another. The first rows are the roots.
-constexpr std::array<std::string_view, 4> Schema{
+// NOCASE ignores the case of ASCII letters only. AUTOINCREMENT never reuses a row number, so that a key that
+// was deleted while it was open is not taken for another. The first rows are the roots.
+constexpr std::array Schema{
     "CREATE TABLE keys (id INTEGER PRIMARY KEY AUTOINCREMENT, parent INTEGER,"
     " name TEXT NOT NULL COLLATE NOCASE, UNIQUE (parent, name))",
     "CREATE TABLE key_values (key INTEGER NOT NULL, name TEXT NOT NULL COLLATE NOCASE, type INTEGER NOT NULL,"
@@ -28,20 +30,10 @@ constexpr std::array<std::string_view, 4> Schema{
     "PRAGMA application_id = 1179667283",
 };
 
-std::int64_t Pragma(sqlite3* database, std::string_view pragma) {
-  SqliteStatement statement(database, pragma);
-  statement.Step();
-  return statement.Number(0);
-}
-
-void Execute(sqlite3* database, std::string_view sql) {
-  SqliteStatement(database, sql).Step();
-}
-
 }  // namespace
 
-KeyStatus KeyStatusOf(const SqliteError& error) {
-  switch (error.Code()) {
+KeyStatus KeyStatusOf(const SQLite::Exception& error) {
+  switch (error.getErrorCode() & 0xFF) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       return KeyBusy;
@@ -56,15 +48,14 @@ KeyStatus KeyStatusOf(const SqliteError& error) {
       return KeyBadArgument;
     case SQLITE_CORRUPT:
     case SQLITE_NOTADB:
-    case SQLITE_ERROR:  // a table or column is not what it should be
+    case SQLITE_ERROR:  // a table or column is missing
       return KeyStoreDamaged;
     default:
       return KeyInputOutput;
   }
 }
 
-std::string ReasonFor(const SqliteError& error) {
-  // SQLite quotes what it found in the file.
+std::string ReasonFor(const SQLite::Exception& error) {
   const std::string description = EscapeControls(error.what());
   switch (KeyStatusOf(error)) {
     case KeyBusy:
@@ -74,18 +65,6 @@ std::string ReasonFor(const SqliteError& error) {
     default:
       return description;
   }
-}
-
-SqliteTransaction::SqliteTransaction(sqlite3* database, std::string_view begin) : database_(database) {
-  Execute(database, begin);
-}
-
-SqliteTransaction::~SqliteTransaction() {
-  if (sqlite3_get_autocommit(database_) == 0) sqlite3_exec(database_, "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
-void SqliteTransaction::Commit() {
-  Execute(database_, "COMMIT");
 }
 
 SqliteKeyFile::SqliteKeyFile(FileSystem& files, std::filesystem::path file)
@@ -104,18 +83,18 @@ bool SqliteKeyFile::OpenExisting() {
   return ready_;
 }
 
-void SqliteKeyFile::OpenOrMake() {
+void SqliteKeyFile::OpenOrCreate() {
   if (!files_.Exists(file_)) {
     files_.CreateFolders(file_.parent_path(), FileAccess::OwnerOnly);
     try {
       files_.WriteNew(file_, "", FileAccess::OwnerOnly);
     } catch (const FileError&) {
-      if (!files_.Exists(file_)) throw;  // else another process was faster
+      if (!files_.Exists(file_)) throw;  // otherwise another process created it first
     }
   }
   if (OpenExisting()) return;
-  if (!database_) throw KeyCallFailed(KeyRefused, "the file was taken away while it was being made");
-  MakeTables();
+  if (!database_) throw KeyCallFailed(KeyRefused, "the file was removed while it was being created");
+  CreateTables();
 }
 
 void SqliteKeyFile::Disconnect() {
@@ -124,28 +103,23 @@ void SqliteKeyFile::Disconnect() {
 }
 
 void SqliteKeyFile::Connect(const FileStamp& stamp) {
-  sqlite3* database = nullptr;
-  const int status = sqlite3_open_v2(Utf8FromPath(file_).c_str(), &database,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-  std::unique_ptr<sqlite3, Close> opened(database);
-  if (!opened) throw std::bad_alloc();  // no test: only where there is no memory left
-  if (status != SQLITE_OK) throw SqliteError(database);
-  sqlite3_busy_timeout(database, BusyMilliseconds);
-  sqlite3_db_config(database, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-  sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  // EXTRA also flushes the folder when the journal goes, so that no power cut brings a finished write back.
-  Execute(database, "PRAGMA synchronous = EXTRA");
-  Execute(database, "PRAGMA temp_store = MEMORY");
-  database_ = std::move(opened);
+  auto database = std::make_unique<SQLite::Database>(
+      Utf8FromPath(file_), SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX, BusyMilliseconds);
+  sqlite3_db_config(database->getHandle(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(database->getHandle(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  // EXTRA also flushes the folder when the journal is removed, so that no power cut undoes a committed write.
+  database->exec("PRAGMA synchronous = EXTRA");
+  database->exec("PRAGMA temp_store = MEMORY");
+  database_ = std::move(database);
   ++generation_;
   connected_ = stamp;
 }
 
 void SqliteKeyFile::CheckVersion() {
-  const SqliteTransaction transaction(database_.get(), "BEGIN");
-  const std::int64_t version = Pragma(database_.get(), "PRAGMA user_version");
-  const std::int64_t application = Pragma(database_.get(), "PRAGMA application_id");
-  const std::int64_t tables = Pragma(database_.get(), "SELECT count(*) FROM sqlite_master");
+  const SQLite::Transaction reading(*database_);
+  const std::int64_t version = database_->execAndGet("PRAGMA user_version");
+  const std::int64_t application = database_->execAndGet("PRAGMA application_id");
+  const std::int64_t tables = database_->execAndGet("SELECT count(*) FROM sqlite_master");
   if (version == 0 && application == 0 && tables == 0) return;
   if (application != ApplicationId || version < SchemaVersion) {
     throw KeyCallFailed(KeyStoreDamaged, "the file is no key store of this program");
@@ -154,19 +128,18 @@ void SqliteKeyFile::CheckVersion() {
     throw KeyCallFailed(KeyStoreDamaged, "the file is of version " + std::to_string(version) +
                                              ", made by a later version of the program");
   }
-  SqliteStatement check(database_.get(), "PRAGMA quick_check(1)");
-  check.Step();
-  if (check.Bytes(0) != "ok") {
-    throw KeyCallFailed(KeyStoreDamaged, "the file is damaged (" + EscapeControls(check.Bytes(0)) + ")");
+  const std::string check = database_->execAndGet("PRAGMA quick_check(1)");
+  if (check != "ok") {
+    throw KeyCallFailed(KeyStoreDamaged, "the file is damaged (" + EscapeControls(check) + ")");
   }
   ready_ = true;
 }
 
-void SqliteKeyFile::MakeTables() {
+void SqliteKeyFile::CreateTables() {
   InTransaction([this] {
-    if (Pragma(database_.get(), "SELECT count(*) FROM sqlite_master") != 0) return;
-    for (const std::string_view sql : Schema) Execute(database_.get(), sql);
-    Execute(database_.get(), "PRAGMA user_version = 1");
+    if (database_->execAndGet("SELECT count(*) FROM sqlite_master").getInt() != 0) return;
+    for (const char* const sql : Schema) database_->exec(sql);
+    database_->exec("PRAGMA user_version = 1");
   });
   CheckVersion();
 }

@@ -1,21 +1,20 @@
-// The SQLite file behind a key store: found, made, checked and connected to.
+// The SQLite file of a key store: found, created, checked and connected to.
 #pragma once
 
-#include <cstdint>
+#include <SQLiteCpp/SQLiteCpp.h>
+
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 #include "platform/FileSystem.h"
 #include "platform/KeyStore.h"
-#include "platform/SqliteStatement.h"
 
 namespace fieldpost {
 
-/// A call on a key store comes to nothing. `what()` says why when the store itself is at fault, else it is
-/// empty.
+/// A call on a key store failed. `what()` is the reason when the store itself is at fault, and empty
+/// otherwise.
 class KeyCallFailed : public std::runtime_error {
  public:
   explicit KeyCallFailed(KeyStatus status, const std::string& reason = {})
@@ -27,68 +26,52 @@ class KeyCallFailed : public std::runtime_error {
   KeyStatus status_;
 };
 
-/// The status of a key store's call that SQLite made fail, by SQLite's primary result code.
-KeyStatus KeyStatusOf(const SqliteError& error);
+/// Returns the status of a key store's call that SQLite made fail, by SQLite's primary result code.
+KeyStatus KeyStatusOf(const SQLite::Exception& error);
 
-/// What to tell the user about it, e.g. "the file is damaged, or is no key store (...)".
-std::string ReasonFor(const SqliteError& error);
-
-/// A transaction that is rolled back unless it is committed.
-class SqliteTransaction {
- public:
-  SqliteTransaction(sqlite3* database, std::string_view begin);
-  SqliteTransaction(const SqliteTransaction&) = delete;
-  SqliteTransaction& operator=(const SqliteTransaction&) = delete;
-  ~SqliteTransaction();
-
-  void Commit();
-
- private:
-  sqlite3* database_;
-};
+/// Returns the reason of a failure of SQLite for the user, e.g. "the file is damaged, or is no key store
+/// (...)". Control characters that SQLite quotes from the file are escaped.
+std::string ReasonFor(const SQLite::Exception& error);
 
 /// Tables: `keys` (id, parent, name), whose first rows are the roots, and `key_values` (key, name, type,
-/// data). Operations that fail throw KeyCallFailed, SqliteError or FileError.
+/// data). Operations that fail throw KeyCallFailed, SQLite::Exception or FileError.
 class SqliteKeyFile {
  public:
-  /// Opens nothing yet.
+  /// `file` is an absolute path. It is opened by OpenExisting or OpenOrCreate.
   SqliteKeyFile(FileSystem& files, std::filesystem::path file);
 
-  /// Connects to the file that bears the name now. False when there is none, or it holds nothing yet.
+  /// Connects to the file that has the name now. Returns false when it is missing or empty.
   bool OpenExisting();
 
-  /// Connects to the file, and makes it first where it is missing.
-  void OpenOrMake();
+  /// Connects to the file, which is created where it is missing.
+  void OpenOrCreate();
 
-  /// The connection, which OpenExisting and OpenOrMake may replace.
-  [[nodiscard]] sqlite3* Database() const { return database_.get(); }
+  /// Returns the connection, which OpenExisting and OpenOrCreate may replace. There must be one.
+  [[nodiscard]] SQLite::Database& Database() const { return *database_; }
 
-  /// Which connection this is: changes when another file has taken the place of the one that was open.
+  /// Returns the number of the connection. It changes when another file has replaced the one that was open.
   [[nodiscard]] int Generation() const { return generation_; }
 
-  /// Does `work` wholly or not at all, and durably; waits while another process writes.
+  /// Runs `work` in one durable transaction, which is rolled back when `work` throws. Waits while another
+  /// process writes.
   template <typename Work>
   void InTransaction(Work work) {
-    SqliteTransaction transaction(Database(), "BEGIN IMMEDIATE");
+    SQLite::Transaction transaction(Database(), SQLite::TransactionBehavior::IMMEDIATE);
     work();
-    transaction.Commit();
+    transaction.commit();
   }
 
  private:
-  struct Close {
-    void operator()(sqlite3* database) const { sqlite3_close(database); }
-  };
-
   void Connect(const FileStamp& stamp);
   void Disconnect();
   void CheckVersion();
-  void MakeTables();
+  void CreateTables();
 
   FileSystem& files_;
   std::filesystem::path file_;
-  std::unique_ptr<sqlite3, Close> database_;
-  FileStamp connected_;  ///< which file the connection is to
-  bool ready_ = false;   ///< its tables are there, sound and of our version
+  std::unique_ptr<SQLite::Database> database_;
+  FileStamp connected_;  ///< the file that the connection is to
+  bool ready_ = false;   ///< the tables exist, are intact and of SchemaVersion
   int generation_ = 0;
 };
 

@@ -1,17 +1,20 @@
 #include "platform/SqliteKeyStore.h"
 
+#include <SQLiteCpp/VariadicBind.h>
+
 #include <algorithm>
 #include <exception>
 #include <utility>
 
-#include "common/Text.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {
 
-constexpr std::size_t LongestKeyName = 255;       // characters, as on the platform
-constexpr std::size_t LongestValueName = 16'383;  // characters, as on the platform
-constexpr std::size_t DeepestKey = 512;           // levels, as on the platform
+constexpr std::size_t LongestKeyName = 255;       // characters, as in the Windows registry
+constexpr std::size_t LongestValueName = 16'383;  // characters, as in the Windows registry
+constexpr std::size_t DeepestKey = 512;           // levels, as in the Windows registry
+constexpr std::size_t LargestValue = 16U << 20U;  // bytes, so that a few values leave the file readable
 
 bool IsRoot(KeyHandle key) {
   switch (key) {
@@ -69,7 +72,13 @@ std::string Terminated(std::uint32_t type, std::string_view bytes) {
   return result;
 }
 
-/// A text ends at its first terminator.
+void BindValue(SQLite::Statement& statement, std::int64_t key, std::string_view name, std::uint32_t type,
+               const std::string& data) {
+  SQLite::bind(statement, key, std::string(name), type);
+  statement.bindNoCopy(4, static_cast<const void*>(data.data()), static_cast<int>(data.size()));
+}
+
+/// Returns a value as it is read: a text ends in its first terminator.
 KeyData DataRead(std::uint32_t type, std::string bytes) {
   const std::size_t end = IsText(type) ? bytes.find('\0') : std::string::npos;
   if (end != std::string::npos) bytes.resize(end);
@@ -94,7 +103,7 @@ KeyStatus SqliteKeyStore::Guarded(Work work) {
   } catch (const KeyCallFailed& failure) {
     const std::string reason = failure.what();
     return reason.empty() ? failure.Status() : fail(failure.Status(), reason);
-  } catch (const SqliteError& error) {
+  } catch (const SQLite::Exception& error) {
     return fail(KeyStatusOf(error), ReasonFor(error));
   } catch (const FileError& error) {
     problem_ = error.what();
@@ -104,8 +113,9 @@ KeyStatus SqliteKeyStore::Guarded(Work work) {
   }
 }
 
-/// Makes sure that `key` can be asked something. False when it is a root and nothing was ever stored.
-bool SqliteKeyStore::Reach(KeyHandle key) {
+/// Connects to the file that `key` is in. Returns false when `key` is a root and the store is missing or
+/// empty.
+bool SqliteKeyStore::Connect(KeyHandle key) {
   if (IsRoot(key)) return file_.OpenExisting();
   const auto found = open_.find(key);
   if (found == open_.end() || found->second.generation != file_.Generation())
@@ -113,28 +123,30 @@ bool SqliteKeyStore::Reach(KeyHandle key) {
   return true;
 }
 
-/// The row of a key that is within reach.
+/// Returns the row of a key to whose file Connect connected.
 std::int64_t SqliteKeyStore::RowOf(KeyHandle key, std::uint32_t neededAccess) const {
   if (IsRoot(key)) return RootRow(key);
   const OpenEntry& entry = open_.at(key);
   if ((entry.access & neededAccess) != neededAccess) throw KeyCallFailed(KeyRefused);
-  SqliteStatement statement(Database(), "SELECT 1 FROM keys WHERE id = ?");
-  if (!statement.Bind(1, entry.row).Step()) throw KeyCallFailed(KeyDeleted);
+  SQLite::Statement statement(Database(), "SELECT 1 FROM keys WHERE id = ?");
+  statement.bind(1, entry.row);
+  if (!statement.executeStep()) throw KeyCallFailed(KeyDeleted);
   return entry.row;
 }
 
 std::optional<std::int64_t> SqliteKeyStore::FindKey(std::int64_t parent, std::string_view name) const {
   std::int64_t row = parent;
-  SqliteStatement statement(Database(), "SELECT id FROM keys WHERE parent = ? AND name = ?");
+  SQLite::Statement statement(Database(), "SELECT id FROM keys WHERE parent = ? AND name = ?");
   for (const std::string_view part : KeyNames(name)) {
-    if (!statement.Bind(1, row).BindText(2, part).Step()) return std::nullopt;
-    row = statement.Number(0);
-    statement.Reset();
+    SQLite::bind(statement, row, std::string(part));
+    if (!statement.executeStep()) return std::nullopt;
+    row = statement.getColumn(0);
+    statement.reset();
   }
   return row;
 }
 
-std::int64_t SqliteKeyStore::FindOrMakeKey(std::int64_t parent, std::string_view name) {
+std::int64_t SqliteKeyStore::FindOrCreateKey(std::int64_t parent, std::string_view name) {
   std::int64_t row = parent;
   for (const std::string_view part : KeyNames(name)) {
     const std::optional<std::int64_t> below = FindKey(row, part);
@@ -142,14 +154,15 @@ std::int64_t SqliteKeyStore::FindOrMakeKey(std::int64_t parent, std::string_view
       row = *below;
       continue;
     }
-    SqliteStatement statement(Database(), "INSERT INTO keys (parent, name) VALUES (?, ?)");
-    statement.Bind(1, row).BindText(2, part).Step();
-    row = sqlite3_last_insert_rowid(Database());
+    SQLite::Statement statement(Database(), "INSERT INTO keys (parent, name) VALUES (?, ?)");
+    SQLite::bind(statement, row, std::string(part));
+    statement.exec();
+    row = Database().getLastInsertRowid();
   }
   return row;
 }
 
-KeyHandle SqliteKeyStore::Remember(std::int64_t row, std::uint32_t access) {
+KeyHandle SqliteKeyStore::AddOpenKey(std::int64_t row, std::uint32_t access) {
   const KeyHandle handle{++lastHandle_};
   open_[handle] = {row, access, file_.Generation()};
   return handle;
@@ -159,12 +172,12 @@ KeyStatus SqliteKeyStore::OpenKey(KeyHandle parent, std::string_view name, std::
                                   KeyHandle& opened) {
   return Guarded([&] {
     RefuseBadKeyName(name);
-    if (!Reach(parent)) throw KeyCallFailed(KeyMissing);
-    // One transaction for the whole way down spares locking and unlocking the file at each level.
-    const SqliteTransaction reading(Database(), "BEGIN");
+    if (!Connect(parent)) throw KeyCallFailed(KeyMissing);
+    // One transaction for all levels avoids locking and unlocking the file at each of them.
+    const SQLite::Transaction reading(Database());
     const std::optional<std::int64_t> row = FindKey(RowOf(parent, 0), name);
     if (!row) throw KeyCallFailed(KeyMissing);
-    opened = Remember(*row, access);
+    opened = AddOpenKey(*row, access);
   });
 }
 
@@ -172,24 +185,24 @@ KeyStatus SqliteKeyStore::CreateKey(KeyHandle parent, std::string_view name, std
                                     KeyHandle& opened) {
   return Guarded([&] {
     RefuseBadKeyName(name);
-    if (IsRoot(parent)) file_.OpenOrMake();
-    Reach(parent);
+    if (IsRoot(parent)) file_.OpenOrCreate();
+    Connect(parent);
     std::optional<std::int64_t> row = FindKey(RowOf(parent, 0), name);
     if (!row) {
-      file_.InTransaction([&] { row = FindOrMakeKey(RowOf(parent, KeyMayCreateSubkeys), name); });
+      file_.InTransaction([&] { row = FindOrCreateKey(RowOf(parent, KeyMayCreateSubkeys), name); });
     }
-    opened = Remember(*row, access);
+    opened = AddOpenKey(*row, access);
   });
 }
 
 KeyStatus SqliteKeyStore::QueryValue(KeyHandle key, std::string_view name, KeyData& data) {
   return Guarded([&] {
     RefuseBadName(name, LongestValueName);
-    if (!Reach(key)) throw KeyCallFailed(KeyMissing);
-    SqliteStatement statement(Database(), "SELECT type, data FROM key_values WHERE key = ? AND name = ?");
-    statement.Bind(1, RowOf(key, KeyMayQueryValues)).BindText(2, name);
-    if (!statement.Step()) throw KeyCallFailed(KeyMissing);
-    data = DataRead(static_cast<std::uint32_t>(statement.Number(0)), statement.Bytes(1));
+    if (!Connect(key)) throw KeyCallFailed(KeyMissing);
+    SQLite::Statement statement(Database(), "SELECT type, data FROM key_values WHERE key = ? AND name = ?");
+    SQLite::bind(statement, RowOf(key, KeyMayQueryValues), std::string(name));
+    if (!statement.executeStep()) throw KeyCallFailed(KeyMissing);
+    data = DataRead(statement.getColumn(0), statement.getColumn(1));
   });
 }
 
@@ -197,25 +210,27 @@ KeyStatus SqliteKeyStore::SetValue(KeyHandle key, std::string_view name, std::ui
                                    std::string_view bytes) {
   return Guarded([&] {
     RefuseBadName(name, LongestValueName);
-    if (IsRoot(key)) file_.OpenOrMake();
-    Reach(key);
+    if (bytes.size() > LargestValue) throw KeyCallFailed(KeyBadArgument);
+    if (IsRoot(key)) file_.OpenOrCreate();
+    Connect(key);
     const std::string data = Terminated(type, bytes);
-    if (StandsAlready(RowOf(key, KeyMaySetValues), name, type, data)) return;
+    if (HasValue(RowOf(key, KeyMaySetValues), name, type, data)) return;
     file_.InTransaction([&] {
-      SqliteStatement statement(Database(),
-                                "INSERT INTO key_values (key, name, type, data) VALUES (?, ?, ?, ?)"
-                                " ON CONFLICT DO UPDATE SET type = excluded.type, data = excluded.data");
-      statement.Bind(1, RowOf(key, KeyMaySetValues)).BindText(2, name).Bind(3, type).BindBytes(4, data);
-      statement.Step();
+      SQLite::Statement statement(Database(),
+                                  "INSERT INTO key_values (key, name, type, data) VALUES (?, ?, ?, ?)"
+                                  " ON CONFLICT DO UPDATE SET type = excluded.type, data = excluded.data");
+      BindValue(statement, RowOf(key, KeyMaySetValues), name, type, data);
+      statement.exec();
     });
   });
 }
 
-bool SqliteKeyStore::StandsAlready(std::int64_t row, std::string_view name, std::uint32_t type,
-                                   std::string_view data) const {
-  SqliteStatement statement(Database(),
-                            "SELECT 1 FROM key_values WHERE key = ? AND name = ? AND type = ? AND data = ?");
-  return statement.Bind(1, row).BindText(2, name).Bind(3, type).BindBytes(4, data).Step();
+bool SqliteKeyStore::HasValue(std::int64_t row, std::string_view name, std::uint32_t type,
+                              const std::string& data) const {
+  SQLite::Statement statement(
+      Database(), "SELECT 1 FROM key_values WHERE key = ? AND name = ? AND type = ? AND data = ?");
+  BindValue(statement, row, name, type, data);
+  return statement.executeStep();
 }
 
 KeyStatus SqliteKeyStore::DeleteKey(KeyHandle parent, std::string_view name) {
@@ -231,7 +246,7 @@ void SqliteKeyStore::Delete(KeyHandle parent, std::string_view name, Subkeys sub
       "WITH RECURSIVE tree (id) AS"
       " (VALUES (?) UNION SELECT keys.id FROM keys JOIN tree ON keys.parent = tree.id) ";
   RefuseBadKeyName(name);
-  if (!Reach(parent)) throw KeyCallFailed(KeyMissing);
+  if (!Connect(parent)) throw KeyCallFailed(KeyMissing);
   file_.InTransaction([&] {
     const std::optional<std::int64_t> row = FindKey(RowOf(parent, 0), name);
     if (!row) throw KeyCallFailed(KeyMissing);
@@ -240,23 +255,27 @@ void SqliteKeyStore::Delete(KeyHandle parent, std::string_view name, Subkeys sub
     for (const std::string_view table : {"key_values WHERE key", "keys WHERE id"}) {
       const std::string sql =
           std::string(tree).append("DELETE FROM ").append(table).append(" IN (SELECT id FROM tree)");
-      SqliteStatement(Database(), sql).Bind(1, *row).Step();
+      SQLite::Statement statement(Database(), sql);
+      statement.bind(1, *row);
+      statement.exec();
     }
   });
 }
 
 bool SqliteKeyStore::HasSubkeys(std::int64_t row) const {
-  return SqliteStatement(Database(), "SELECT 1 FROM keys WHERE parent = ?").Bind(1, row).Step();
+  SQLite::Statement statement(Database(), "SELECT 1 FROM keys WHERE parent = ?");
+  statement.bind(1, row);
+  return statement.executeStep();
 }
 
 KeyStatus SqliteKeyStore::DeleteValue(KeyHandle key, std::string_view name) {
   return Guarded([&] {
     RefuseBadName(name, LongestValueName);
-    if (!Reach(key)) throw KeyCallFailed(KeyMissing);
+    if (!Connect(key)) throw KeyCallFailed(KeyMissing);
     file_.InTransaction([&] {
-      SqliteStatement statement(Database(), "DELETE FROM key_values WHERE key = ? AND name = ?");
-      statement.Bind(1, RowOf(key, KeyMaySetValues)).BindText(2, name).Step();
-      if (sqlite3_changes(Database()) == 0) throw KeyCallFailed(KeyMissing);
+      SQLite::Statement statement(Database(), "DELETE FROM key_values WHERE key = ? AND name = ?");
+      SQLite::bind(statement, RowOf(key, KeyMaySetValues), std::string(name));
+      if (statement.exec() == 0) throw KeyCallFailed(KeyMissing);
     });
   });
 }
@@ -264,10 +283,10 @@ KeyStatus SqliteKeyStore::DeleteValue(KeyHandle key, std::string_view name) {
 KeyStatus SqliteKeyStore::ListSubkeys(KeyHandle key, std::vector<std::string>& names) {
   return Guarded([&] {
     std::vector<std::string> found;
-    if (Reach(key)) {
-      SqliteStatement statement(Database(), "SELECT name FROM keys WHERE parent = ? ORDER BY name");
-      statement.Bind(1, RowOf(key, KeyMayListSubkeys));
-      while (statement.Step()) found.push_back(statement.Bytes(0));
+    if (Connect(key)) {
+      SQLite::Statement statement(Database(), "SELECT name FROM keys WHERE parent = ? ORDER BY name");
+      statement.bind(1, RowOf(key, KeyMayListSubkeys));
+      while (statement.executeStep()) found.push_back(statement.getColumn(0));
     }
     names = std::move(found);
   });
@@ -276,13 +295,12 @@ KeyStatus SqliteKeyStore::ListSubkeys(KeyHandle key, std::vector<std::string>& n
 KeyStatus SqliteKeyStore::ListValues(KeyHandle key, std::vector<NamedKeyData>& values) {
   return Guarded([&] {
     std::vector<NamedKeyData> found;
-    if (Reach(key)) {
-      SqliteStatement statement(Database(),
-                                "SELECT name, type, data FROM key_values WHERE key = ? ORDER BY name");
-      statement.Bind(1, RowOf(key, KeyMayQueryValues));
-      while (statement.Step()) {
-        const auto type = static_cast<std::uint32_t>(statement.Number(1));
-        found.push_back({statement.Bytes(0), DataRead(type, statement.Bytes(2))});
+    if (Connect(key)) {
+      SQLite::Statement statement(Database(),
+                                  "SELECT name, type, data FROM key_values WHERE key = ? ORDER BY name");
+      statement.bind(1, RowOf(key, KeyMayQueryValues));
+      while (statement.executeStep()) {
+        found.push_back({statement.getColumn(0), DataRead(statement.getColumn(1), statement.getColumn(2))});
       }
     }
     values = std::move(found);
@@ -293,7 +311,7 @@ KeyStatus SqliteKeyStore::CloseKey(KeyHandle key) {
   return IsRoot(key) || open_.erase(key) == 1 ? KeyOk : KeyBadHandle;
 }
 
-/// SQLite's own file beside a store that a write is under way in, or was when the program ended.
+/// The second file is SQLite's rollback journal, which exists during a write and after an interrupted one.
 std::vector<std::filesystem::path> SqliteKeyStore::Files() const {
   return {path_, std::filesystem::path(path_).concat("-journal")};
 }

@@ -1,4 +1,4 @@
-// The key store in an SQLite file, for systems that have no registry.
+// The key store in an SQLite file, for systems without a registry.
 #pragma once
 
 #include <filesystem>
@@ -11,13 +11,13 @@
 
 namespace fieldpost {
 
-/// Reading a file that is not there finds nothing and makes nothing. The first write makes the file, readable
-/// by its owner alone from the first moment on, and the folders above it that are missing. Several processes
-/// may use one file at once; a write that finds another at work waits up to ten seconds. A file that is
-/// damaged, of a later version or no key store at all is neither read nor written.
+/// A missing file is an empty store; reading does not create it. The first write creates the file, and the
+/// missing folders above it, accessible to its owner only. Several processes may use one file at once; a call
+/// waits up to two seconds for another's lock. A file that is damaged, of a later version or not a key store
+/// is neither read nor written.
 class SqliteKeyStore final : public KeyStore {
  public:
-  /// Opens nothing yet. `file` is a full path.
+  /// `file` is an absolute path. It is opened by the first call.
   SqliteKeyStore(FileSystem& files, std::filesystem::path file);
 
   [[nodiscard]] KeyStatus OpenKey(KeyHandle parent, std::string_view name, std::uint32_t access,
@@ -38,11 +38,11 @@ class SqliteKeyStore final : public KeyStore {
   [[nodiscard]] std::vector<std::filesystem::path> Files() const override;
 
  private:
-  /// A key that somebody has open.
+  /// An open key.
   struct OpenEntry {
     std::int64_t row = 0;
     std::uint32_t access = 0;
-    int generation = 0;  ///< of the connection that it was opened on
+    int generation = 0;  ///< of the connection on which it was opened
   };
 
   enum class Subkeys { Refused, Deleted };
@@ -50,16 +50,16 @@ class SqliteKeyStore final : public KeyStore {
   template <typename Work>
   KeyStatus Guarded(Work work);
 
-  [[nodiscard]] sqlite3* Database() const { return file_.Database(); }
+  [[nodiscard]] SQLite::Database& Database() const { return file_.Database(); }
   [[nodiscard]] std::int64_t RowOf(KeyHandle key, std::uint32_t neededAccess) const;
   [[nodiscard]] std::optional<std::int64_t> FindKey(std::int64_t parent, std::string_view name) const;
-  std::int64_t FindOrMakeKey(std::int64_t parent, std::string_view name);
-  bool Reach(KeyHandle key);
-  KeyHandle Remember(std::int64_t row, std::uint32_t access);
+  std::int64_t FindOrCreateKey(std::int64_t parent, std::string_view name);
+  bool Connect(KeyHandle key);
+  KeyHandle AddOpenKey(std::int64_t row, std::uint32_t access);
   void Delete(KeyHandle parent, std::string_view name, Subkeys subkeys);
   [[nodiscard]] bool HasSubkeys(std::int64_t row) const;
-  [[nodiscard]] bool StandsAlready(std::int64_t row, std::string_view name, std::uint32_t type,
-                                   std::string_view data) const;
+  [[nodiscard]] bool HasValue(std::int64_t row, std::string_view name, std::uint32_t type,
+                              const std::string& data) const;
 
   std::filesystem::path path_;
   SqliteKeyFile file_;

@@ -16,7 +16,7 @@ namespace fieldpost {
 namespace fs = std::filesystem;
 namespace {
 
-/// The process whose folder of /proc this is.
+/// Returns the ID of the process whose folder of /proc this is; empty for any other folder.
 std::optional<pid_t> ProcessOf(const fs::path& folder) {
   const std::string name = folder.filename().string();
   pid_t process = 0;
@@ -29,8 +29,8 @@ bool IsOfThisUser(const fs::path& folder) {
   return ::stat(folder.c_str(), &entry) == 0 && entry.st_uid == ::geteuid();
 }
 
-/// Whether a line of a process's list of mapped files names the library. The system adds a word when the file
-/// was replaced since, as an update does.
+/// Whether a line of a process's list of mapped files names the library. The system adds " (deleted)" when
+/// the file was replaced since, as by an update.
 bool NamesLibrary(std::string_view line, std::string_view library) {
   constexpr std::string_view replaced = " (deleted)";
   if (line.ends_with(replaced)) line.remove_suffix(replaced.size());
@@ -48,7 +48,7 @@ bool HasLoaded(const fs::path& folder, std::string_view library) {
   return false;
 }
 
-/// The desktop that this process shows its windows on, as a text that is the same for each of its processes.
+/// Returns a text that identifies the desktop of this process.
 std::string OwnDesktop() {
   const auto variable = [](const char* name) {
     const char* value = std::getenv(name);
@@ -57,7 +57,7 @@ std::string OwnDesktop() {
   return WaylandSocket(variable("WAYLAND_DISPLAY"), variable("XDG_RUNTIME_DIR"));
 }
 
-/// The same of another process, by the variables that it was started with.
+/// Returns the text of OwnDesktop for another process, from the environment that it was started with.
 std::string DesktopOf(const fs::path& folder) {
   std::ifstream variables(folder / "environ", std::ios::binary);
   std::string display;
@@ -71,8 +71,9 @@ std::string DesktopOf(const fs::path& folder) {
   return WaylandSocket(display, runtimeFolder);
 }
 
-/// The other processes of this user that have the library loaded and the same desktop.
-std::vector<pid_t> OthersThatLoaded(std::string_view library) {
+/// Returns the IDs of the other processes of this user that have loaded the library and are on the same
+/// desktop.
+std::vector<pid_t> OtherProcessesWith(std::string_view library) {
   const std::string desktop = OwnDesktop();
   std::vector<pid_t> result;
   std::error_code ignored;
@@ -89,7 +90,7 @@ std::vector<pid_t> OthersThatLoaded(std::string_view library) {
 std::vector<TopLevelWindow> ProcessTopLevelWindows::OnLevelOf(std::uint64_t /*window*/) {
   std::vector<TopLevelWindow> result;
   result.push_back({static_cast<std::uint64_t>(::getpid()), caption_, true});
-  for (const pid_t process : OthersThatLoaded(WindowLibraryName)) {
+  for (const pid_t process : OtherProcessesWith(WindowLibraryName)) {
     result.push_back({static_cast<std::uint64_t>(process), caption_, true});
   }
   return result;

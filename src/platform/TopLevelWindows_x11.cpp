@@ -9,13 +9,14 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "common/Utf8.h"
 #include "platform/TopLevelWindows.h"
 
 namespace fieldpost {
 namespace {
 
 struct Free {
-  // The library makes its answers with malloc.
+  // The library allocates its replies with malloc.
   void operator()(void* reply) const {
     std::free(reply);  // NOLINT(cppcoreguidelines-no-malloc,cppcoreguidelines-owning-memory)
   }
@@ -28,7 +29,7 @@ struct Disconnect {
 };
 using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
 
-/// The names of properties and their values, as the server numbers them.
+/// The server's numbers of the names of properties and their values.
 struct Atoms {
   xcb_atom_t state;
   xcb_atom_t clientLeader;
@@ -56,7 +57,7 @@ Atoms LookUpAtoms(xcb_connection_t* server) {
   return {atoms[0], atoms[1], atoms[2], atoms[3], atoms[4], atoms[5], atoms[6]};
 }
 
-/// How much of a property is read, in units of four bytes. No title that matters is longer.
+/// The longest part of a property that is read, in units of four bytes. A title that is compared is shorter.
 constexpr std::uint32_t PropertyLimit = 1024;
 
 xcb_get_property_cookie_t AskProperty(xcb_connection_t* server, xcb_window_t window, xcb_atom_t property) {
@@ -71,13 +72,14 @@ bool IsThere(const xcb_get_property_reply_t* property) {
   return property != nullptr && property->type != XCB_ATOM_NONE;
 }
 
-/// The numbers that a property consists of; none when it is missing or consists of something else.
+/// Returns the numbers of a property; none when the property is missing or does not consist of 32-bit
+/// numbers.
 std::span<const std::uint32_t> Numbers(const xcb_get_property_reply_t* property) {
   if (!IsThere(property) || property->format != 32) return {};
   return {static_cast<const std::uint32_t*>(::xcb_get_property_value(property)), property->value_len};
 }
 
-/// The text of a property up to its first zero byte.
+/// Returns the text of a property up to its first zero byte; empty when it is missing or is not a text.
 std::string_view Text(const xcb_get_property_reply_t* property) {
   if (!IsThere(property) || property->format != 8) return {};
   const std::string_view text(static_cast<const char*>(::xcb_get_property_value(property)),
@@ -85,38 +87,28 @@ std::string_view Text(const xcb_get_property_reply_t* property) {
   return text.substr(0, text.find('\0'));
 }
 
-std::string Utf8FromLatin1(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  for (const char c : text) {
-    const auto code = static_cast<unsigned char>(c);
-    if (code >= 0x80) result += static_cast<char>(0xC0U | (code >> 6U));
-    result += code < 0x80 ? c : static_cast<char>(0x80U | (code & 0x3FU));
-  }
-  return result;
-}
-
-/// A window's children, bottom to top; none when it is gone.
+/// Returns a window's children, bottom to top; none when the window is gone.
 std::vector<xcb_window_t> Children(const xcb_query_tree_reply_t* tree) {
   if (tree == nullptr) return {};
   const xcb_window_t* first = ::xcb_query_tree_children(tree);
   return {first, first + ::xcb_query_tree_children_length(tree)};
 }
 
-/// Reads one X server's windows. Every question of a step is sent before the first answer is waited for, so
-/// that hundreds of windows take no longer than a few trips to the server.
+/// Reads the windows of an X server. All requests of a step are sent before the first reply is waited for, so
+/// that hundreds of windows take only a few round trips to the server.
 class WindowReader {
  public:
   explicit WindowReader(xcb_connection_t* server) : server_(server), atoms_(LookUpAtoms(server)) {}
 
-  /// The root of the screen that a window is on; of the first screen when there is no such window.
+  /// Returns the root of the screen that a window is on; that of the first screen when there is no such
+  /// window.
   [[nodiscard]] xcb_window_t RootOf(xcb_window_t window) const {
     const auto cookie = ::xcb_query_tree(server_, window);
     const Reply<xcb_query_tree_reply_t> tree(::xcb_query_tree_reply(server_, cookie, nullptr));
     return tree ? tree->root : ::xcb_setup_roots_iterator(::xcb_get_setup(server_)).data->root;
   }
 
-  /// The programs' windows on a root, front to back.
+  /// Returns the programs' windows on a root, front to back.
   [[nodiscard]] std::vector<xcb_window_t> WindowsOn(xcb_window_t root) const {
     const auto cookie = ::xcb_query_tree(server_, root);
     const Reply<xcb_query_tree_reply_t> tree(::xcb_query_tree_reply(server_, cookie, nullptr));
@@ -140,11 +132,11 @@ class WindowReader {
   }
 
  private:
-  /// A child of the root, and what was found in it so far.
+  /// A child of the root, and the windows that were found in it so far.
   struct Branch {
     xcb_window_t child;
-    std::vector<xcb_window_t> open;     ///< Windows yet to be looked at.
-    std::vector<xcb_window_t> managed;  ///< Windows with WM_STATE.
+    std::vector<xcb_window_t> open;     ///< windows that are still to be examined
+    std::vector<xcb_window_t> managed;  ///< windows with WM_STATE
   };
 
   struct Look {
@@ -165,7 +157,8 @@ class WindowReader {
     xcb_get_property_cookie_t oldName;
   };
 
-  /// Looks at every open window and opens the children of those without WM_STATE. Whether any is open now.
+  /// Examines every open window and opens the children of those without WM_STATE. Whether any window is open
+  /// afterwards.
   bool Descend(std::vector<Branch>& branches) const {
     std::vector<Look> looks;
     for (Branch& branch : branches) {
@@ -193,7 +186,7 @@ class WindowReader {
     for (const xcb_window_t child : Children(tree.get())) look.branch->open.push_back(child);
   }
 
-  /// Each window once: one that moves into its frame in this very moment is met in both places.
+  /// Returns each window once: one that is moved into its frame meanwhile is found in both places.
   static std::vector<xcb_window_t> Found(const std::vector<Branch>& branches) {
     std::vector<xcb_window_t> result;
     std::unordered_set<xcb_window_t> seen;
@@ -218,8 +211,8 @@ class WindowReader {
             AskProperty(server_, window, XCB_ATOM_WM_NAME)};
   }
 
-  /// What the answers tell. Each is taken, so that none stays in the connection; nothing when the window is
-  /// gone.
+  /// Describes a window by the replies; empty when the window is gone. Every reply is read, so that none
+  /// stays in the connection's queue.
   [[nodiscard]] std::optional<TopLevelWindow> Describe(const Questions& asked) const {
     const Reply<xcb_get_window_attributes_reply_t> attributes(
         ::xcb_get_window_attributes_reply(server_, asked.attributes, nullptr));
@@ -239,9 +232,9 @@ class WindowReader {
   }
 
   static bool RefusesDecorations(const xcb_get_property_reply_t* hints) {
-    constexpr std::uint32_t speaksOfDecorations = 2;
+    constexpr std::uint32_t hasDecorations = 2;
     const std::span<const std::uint32_t> numbers = Numbers(hints);
-    return numbers.size() > 2 && (numbers[0] & speaksOfDecorations) != 0 && numbers[2] == 0;
+    return numbers.size() > 2 && (numbers[0] & hasDecorations) != 0 && numbers[2] == 0;
   }
 
   [[nodiscard]] bool IsNormal(const xcb_get_property_reply_t* types) const {

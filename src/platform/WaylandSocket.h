@@ -1,4 +1,4 @@
-// Where a Wayland compositor listens.
+// The socket of a Wayland compositor.
 #pragma once
 
 #include <string>
@@ -6,8 +6,8 @@
 
 namespace fieldpost {
 
-/// The full name of the socket that the values of WAYLAND_DISPLAY and XDG_RUNTIME_DIR lead to; empty when
-/// they lead nowhere. It need not exist.
+/// Returns the path of the socket that the values of WAYLAND_DISPLAY and XDG_RUNTIME_DIR name, as libwayland
+/// resolves them; empty when they name none. The socket need not exist.
 inline std::string WaylandSocket(std::string_view waylandDisplay, std::string_view runtimeFolder) {
   if (waylandDisplay.starts_with('/')) return std::string(waylandDisplay);
   if (runtimeFolder.empty()) return {};

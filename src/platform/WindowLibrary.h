@@ -1,4 +1,4 @@
-// The library that holds the program's windows: a run without them loads nothing of it.
+// The library of the program's windows, which an unattended run does not load.
 #pragma once
 
 #include <filesystem>
@@ -7,22 +7,22 @@
 
 namespace fieldpost {
 
-/// The library's file name.
+/// The filename of the library.
 inline constexpr std::string_view WindowLibraryName = "libfieldpost-window.so";
 
-/// Where the library lies: "lib/fieldpost" beside the folder that the running program is in.
+/// Returns the path of the library: in "lib/fieldpost" beside the folder of the running program.
 std::filesystem::path WindowLibraryFile();
 
-/// Loads the library, and keeps it until the process ends.
+/// The library, which stays loaded until the process ends.
 class WindowLibrary {
  public:
   explicit WindowLibrary(std::filesystem::path file = WindowLibraryFile());
 
-  /// Empty when the library is loaded, else one line on why it cannot be.
+  /// Loads the library. Returns an empty text on success, otherwise one line with the reason.
   [[nodiscard]] std::string Load();
 
-  /// Shows the main window and returns the program's exit status when it was closed. The arguments are those
-  /// of `main`. Only after Load() succeeded.
+  /// Shows the main window, waits until it is closed, and returns the program's exit status. The arguments
+  /// are those of `main`. Load must have succeeded.
   [[nodiscard]] int Run(int argc, char** argv) const { return run_(argc, argv); }
 
  private:

@@ -5,7 +5,7 @@
 
 #include "common/DocumentNames.h"
 #include "common/PathText.h"
-#include "common/Text.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {

@@ -19,7 +19,7 @@ namespace {
 constexpr std::string_view TextTypeName = "REG_SZ";
 constexpr std::string_view NumberTypeName = "REG_DWORD";
 
-/// What the command line asks for.
+/// The arguments of the command line.
 struct RegRequest {
   std::string key;
   bool defaultValue = false;
@@ -31,7 +31,7 @@ struct RegRequest {
   [[nodiscard]] std::string ValueName() const { return value.value_or(""); }
 };
 
-/// The command cannot be done; `what()` is the line for the user.
+/// The command failed. `what()` is the line for the user.
 class RegError : public std::runtime_error {
  public:
   explicit RegError(const std::string& text, int status = RegFailed)
@@ -70,7 +70,8 @@ std::string NumberText(std::string_view bytes) {
   return fmt::format("{}", static_cast<std::int32_t>(number));
 }
 
-/// A value as it is printed: texts without their terminator, numbers in decimal digits, other bytes in hex.
+/// Returns a value as it is printed: texts without their terminator, numbers in decimal digits, other bytes
+/// in hex.
 std::string DataText(const KeyData& data) {
   if (data.type == KeyTypeText || data.type == KeyTypeExpandableText) {
     return data.bytes.substr(0, data.bytes.find('\0'));
@@ -81,7 +82,8 @@ std::string DataText(const KeyData& data) {
   return text;
 }
 
-/// The bytes of a number given in decimal or, after "0x", in hex digits.
+/// Returns the bytes of a number in decimal or, after "0x", in hex digits. Throws RegError when it has more
+/// than 32 bits.
 std::string NumberBytes(const std::string& text) {
   std::string_view digits = text;
   const bool hex = digits.starts_with("0x") || digits.starts_with("0X");
@@ -92,7 +94,7 @@ std::string NumberBytes(const std::string& text) {
   const bool fits = number >= (hex ? 0 : std::numeric_limits<std::int32_t>::min()) &&
                     number <= std::numeric_limits<std::uint32_t>::max();
   if (error != std::errc() || end != digits.data() + digits.size() || !fits) {
-    throw RegError(fmt::format("\"{}\" is no 32-bit number", EscapeControls(text)), RegWrongCommandLine);
+    throw RegError(fmt::format("\"{}\" is not a 32-bit number", EscapeControls(text)), RegWrongCommandLine);
   }
   std::string bytes;
   for (auto rest = static_cast<std::uint32_t>(number); bytes.size() < 4; rest >>= 8U) {
@@ -107,7 +109,7 @@ class RegCommand {
   RegCommand(const RegRequest& request, KeyStore& keys, std::ostream& out)
       : request_(request), keys_(keys), out_(out) {
     const std::optional<RegKeyName> key = ParseRegKeyName(request.key);
-    if (!key) throw RegError(WhyNoKeyName(request.key), RegWrongCommandLine);
+    if (!key) throw RegError(InvalidKeyNameText(request.key), RegWrongCommandLine);
     key_ = *key;
   }
 
@@ -153,7 +155,7 @@ class RegCommand {
   }
 
  private:
-  /// Opens the key. A root needs no opening, and is there even when nothing was ever stored.
+  /// Opens the key. A root is always open, even when the store is missing.
   KeyHandle Open(OpenedKey& opened, std::uint32_t access) {
     if (key_.name.empty()) return key_.root;
     const KeyStatus status = opened.Open(key_.root, key_.name, access);
@@ -186,10 +188,11 @@ class RegCommand {
 
   void ExpectValue(KeyStatus status) const {
     if (status != KeyMissing) return Expect(status);
-    throw RegError(fmt::format("{} has not {}", EscapeControls(FullName(key_)), Shown(request_.ValueName())));
+    throw RegError(
+        fmt::format("{} does not have {}", EscapeControls(FullName(key_)), Shown(request_.ValueName())));
   }
 
-  /// Names the nearest key above that exists, and what it holds: most often a part is just spelt wrongly.
+  /// Names the nearest existing key above, and its subkeys, because the usual cause is a misspelt part.
   [[nodiscard]] std::string MissingKeyText() const {
     RegKeyName above = key_;
     std::vector<std::string> subkeys;
@@ -211,19 +214,19 @@ class RegCommand {
   RegKeyName key_;
 };
 
-/// Adds a command with the arguments that all have.
+/// Adds a command with the arguments that all commands have.
 CLI::App* AddCommand(CLI::App& app, const std::string& name, const std::string& description,
                      RegRequest& request) {
   CLI::App* command = app.add_subcommand(name, description);
   command->add_option("KEY", request.key, "The key, in single quotes, as in 'HKLM\\SOFTWARE\\Name'")
       ->required();
-  CLI::Option* byName = command->add_option("--value", request.value, "The value of this name");
+  CLI::Option* byName = command->add_option("--value", request.value, "The name of the value");
   command->add_flag("--ve", request.defaultValue, "The key's default value")->excludes(byName);
   return command;
 }
 
-/// The arguments in the order in which the parser takes them, the last one first. "--data=" becomes two
-/// words, because the parser would miss the empty one.
+/// Returns the arguments in the order that the parser expects, the last one first. "--data=" becomes two
+/// words, because the parser would ignore the empty text after "=".
 std::vector<std::string> ForParser(std::span<const std::string> arguments) {
   std::vector<std::string> words;
   for (const std::string& argument : arguments) {
@@ -239,13 +242,13 @@ std::vector<std::string> ForParser(std::span<const std::string> arguments) {
 int RunRegCommand(std::span<const std::string> arguments, KeyStore& keys, std::ostream& out,
                   std::ostream& err) {
   RegRequest request;
-  CLI::App app("Looks at and changes the keys and values of Fieldpost's registry.", "fieldpost-reg");
+  CLI::App app("Shows and changes keys and values of Fieldpost's registry.", "fieldpost-reg");
   app.require_subcommand(1);
-  CLI::App* add = AddCommand(app, "add", "Make a key, or write one of its values", request);
+  CLI::App* add = AddCommand(app, "add", "Create a key, or write one of its values", request);
   add->add_option("--type", request.type, "REG_SZ (a text) or REG_DWORD (a 32-bit number)")
       ->capture_default_str()
       ->check(CLI::IsMember({std::string(TextTypeName), std::string(NumberTypeName)}, CLI::ignore_case));
-  add->add_option("--data", request.data, "What the value shall be");
+  add->add_option("--data", request.data, "The new data of the value");
   const CLI::App* query =
       AddCommand(app, "query", "Print a value's data, or a key's values and subkeys", request);
   AddCommand(app, "delete", "Delete a value, or a key with everything below it", request);

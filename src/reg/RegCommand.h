@@ -1,4 +1,4 @@
-// The command fieldpost-reg: looks at and changes the registry's keys and values.
+// The command fieldpost-reg, which shows and changes keys and values of the registry.
 #pragma once
 
 #include <iosfwd>
@@ -11,8 +11,9 @@ namespace fieldpost {
 
 /// Exit statuses of the command.
 inline constexpr int RegDone = 0;
-inline constexpr int RegFailed = 1;            ///< missing, or refused; a line on the error stream says why
-inline constexpr int RegWrongCommandLine = 2;  ///< nothing was done
+inline constexpr int RegFailed =
+    1;  ///< the key or value is missing, or the store failed; one line on the error stream says why
+inline constexpr int RegWrongCommandLine = 2;  ///< nothing was changed
 
 /// Performs one command:
 ///
@@ -20,7 +21,7 @@ inline constexpr int RegWrongCommandLine = 2;  ///< nothing was done
 ///     query KEY [--ve | --value NAME]
 ///     delete KEY [--ve | --value NAME]
 ///
-/// `arguments` are the words after the program's own name, UTF-8. Results go to `out`, what went wrong to
+/// `arguments` are the words after the program's name, in UTF-8. Results are written to `out`, errors to
 /// `err`. Returns the exit status.
 int RunRegCommand(std::span<const std::string> arguments, KeyStore& keys, std::ostream& out,
                   std::ostream& err);

@@ -22,7 +22,7 @@ constexpr std::array<Root, 5> Roots{{
     {KeyHandle::CurrentConfig, "HKEY_CURRENT_CONFIG", "HKCC"},
 }};
 
-/// The parts of a name, joined by one "\" each.
+/// Returns the parts of a name, joined by one "\" each.
 std::string Joined(std::string_view name, char separator) {
   std::string result;
   while (!name.empty()) {
@@ -62,7 +62,7 @@ std::string FullName(const RegKeyName& key) {
   return result;
 }
 
-std::string WhyNoKeyName(std::string_view text) {
+std::string InvalidKeyNameText(std::string_view text) {
   const bool hasSeparator = text.find_first_of("\\/") != std::string_view::npos;
   if (!hasSeparator && BeginsWithRoot(text)) {
     return "\"" + EscapeControls(text) +

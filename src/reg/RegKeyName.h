@@ -1,4 +1,4 @@
-// Names of registry keys as people type them.
+// Parsing and printing the names of registry keys.
 #pragma once
 
 #include <optional>
@@ -9,21 +9,21 @@
 
 namespace fieldpost {
 
-/// A key by its root and the name below it, whose parts are separated by one "\" each.
+/// A key: its root, and the name below the root, whose parts are separated by one "\" each.
 struct RegKeyName {
   KeyHandle root = KeyHandle::None;
   std::string name;
 };
 
-/// Reads "HKLM\SOFTWARE\Name": the root in its short or its long form, in any letter case. Doubled separators
-/// count once, one at the end not at all. Where "/" follows the root, all the separators are "/". Empty when
-/// the text does not begin with a root.
+/// Parses a name such as "HKLM\SOFTWARE\Name": the root in its short or long form, in upper or lower case.
+/// Repeated separators count as one, and separators at the end are ignored. When "/" follows the root, the
+/// separator is "/" instead of "\". Empty when the text does not begin with a root.
 std::optional<RegKeyName> ParseRegKeyName(std::string_view text);
 
-/// The key's name in full, e.g. "HKEY_LOCAL_MACHINE\SOFTWARE\Name".
+/// Returns the full name of a key, e.g. "HKEY_LOCAL_MACHINE\SOFTWARE\Name".
 std::string FullName(const RegKeyName& key);
 
-/// One line on what is wrong with a text that ParseRegKeyName cannot read.
-std::string WhyNoKeyName(std::string_view text);
+/// Returns one line on why ParseRegKeyName cannot parse a text.
+std::string InvalidKeyNameText(std::string_view text);
 
 }  // namespace fieldpost

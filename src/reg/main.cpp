@@ -1,4 +1,4 @@
-// fieldpost-reg: stands in for the platform's registry command.
+// fieldpost-reg: replaces the registry command of Windows.
 #include <cstdlib>
 #include <exception>
 #include <filesystem>

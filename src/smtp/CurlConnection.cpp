@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "common/Text.h"
-#include "smtp/MailText.h"
+#include "common/Utf8.h"
 #include "smtp/SmtpReply.h"
 
 namespace fieldpost {

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "common/Text.h"
-#include "smtp/MailText.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {

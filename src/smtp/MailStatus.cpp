@@ -5,8 +5,8 @@
 #include <array>
 
 #include "common/Text.h"
+#include "common/Utf8.h"
 #include "smtp/Base64.h"
-#include "smtp/MailText.h"
 
 namespace fieldpost {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "common/PathText.h"
 #include "common/Text.h"
+#include "common/Utf8.h"
 #include "smtp/Base64.h"
 
 namespace fieldpost {
@@ -16,7 +17,6 @@ constexpr std::size_t LongestHeaderLine = 78;
 constexpr std::size_t LongestEncodedLine = 76;     // RFC 2047, section 2; RFC 2045, section 6.7
 constexpr std::size_t LongestTransportLine = 998;  // RFC 5322, section 2.1.1
 constexpr std::string_view EncodedWordBegin = "=?";
-constexpr std::string_view Replacement = "\xEF\xBF\xBD";
 
 unsigned char ByteOf(char c) {
   return static_cast<unsigned char>(c);
@@ -24,22 +24,6 @@ unsigned char ByteOf(char c) {
 
 bool IsAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return ByteOf(c) < 0x80; });
-}
-
-/// Length of the well-formed character at the front of `text` (Unicode, table 3-7); 0 when there is none.
-std::size_t CharacterLength(std::string_view text) {
-  const unsigned char lead = ByteOf(text.front());
-  if (lead < 0x80) return 1;
-  if (lead < 0xC2 || lead > 0xF4) return 0;
-  const std::size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (text.size() < length) return 0;
-  const auto isContinuation = [](char c) { return (ByteOf(c) & 0xC0U) == 0x80U; };
-  if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), isContinuation))
-    return 0;
-  const unsigned char second = ByteOf(text[1]);
-  const bool misfit = (lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-                      (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F);
-  return misfit ? 0 : length;
 }
 
 std::string WithoutControls(std::string_view text, char instead) {
@@ -94,7 +78,7 @@ std::string AsEncodedWords(std::string_view name, std::string_view text) {
     const std::size_t room = (LongestEncodedLine - line - open.size() - close.size()) / 4 * 3;
     std::size_t length = 0;
     while (length < text.size()) {
-      const std::size_t next = CharacterLength(text.substr(length));
+      const std::size_t next = FirstCharacter(text.substr(length)).bytes;
       if (length + next > room) break;
       length += next;
     }
@@ -126,7 +110,7 @@ std::string InSections(std::string_view parameter, std::string_view name) {
   std::size_t section = 0;
   std::string line = fmt::format(" {}*0*=UTF-8''", parameter);
   while (!name.empty()) {
-    const std::size_t length = std::max<std::size_t>(CharacterLength(name), 1);
+    const std::size_t length = FirstCharacter(name).bytes;
     const std::string piece = PercentEncoded(name.substr(0, length));
     if (line.size() + piece.size() + 1 > LongestHeaderLine) {
       result.append(";\r\n").append(line);
@@ -162,17 +146,6 @@ void AppendQuotedLine(std::string_view text, std::string& result) {
 
 }  // namespace
 
-std::string WellFormedUtf8(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const std::size_t length = CharacterLength(text);
-    result.append(length == 0 ? Replacement : text.substr(0, length));
-    text.remove_prefix(std::max<std::size_t>(length, 1));
-  }
-  return result;
-}
-
 std::string HeaderField(std::string_view name, std::string_view text) {
   const std::string plain = WithoutControls(text, ' ');
   const std::string_view trimmed = Trimmed(plain);
@@ -190,7 +163,7 @@ std::string QuotedName(std::string_view given) {
   std::string_view name = withoutWords;
   std::string result = "\"";
   while (!name.empty()) {
-    const std::size_t length = std::max<std::size_t>(CharacterLength(name), 1);
+    const std::size_t length = FirstCharacter(name).bytes;
     if (name.front() == '"' || name.front() == '\\') result += '\\';
     result += ByteOf(name.front()) < 0x80 ? name.front() : '_';
     name.remove_prefix(length);

@@ -8,9 +8,6 @@
 
 namespace fieldpost {
 
-/// Returns `text` as well-formed UTF-8: each byte that is not part of a character becomes U+FFFD.
-std::string WellFormedUtf8(std::string_view text);
-
 /// Returns the header field `name` with the value `text`, folded so that no line is longer than 78 bytes, and
 /// with its line end. Control characters, including line breaks, become blanks; blanks at both ends are
 /// removed. Text beyond ASCII, text that looks like an encoded word, and words too long to be folded become

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "common/Text.h"
+#include "common/Utf8.h"
 #include "smtp/Base64.h"
 #include "smtp/MailText.h"
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "common/Text.h"
-#include "smtp/MailText.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {

@@ -6,77 +6,29 @@
 #include <cstring>
 #include <utility>
 
+#include "common/Utf8.h"
+
 namespace fieldpost {
 namespace {
-
-bool IsContinuation(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
 
 std::size_t FindByte(std::string_view text, char byte, std::size_t from, std::size_t end) {
   const void* const found = std::memchr(text.data() + from, byte, end - from);
   return found == nullptr ? end : static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
 }
 
-struct Character {
-  char32_t codePoint;
-  std::size_t bytes;
-  bool isBroken = false;  // a byte that is no character; `codePoint` is its value
-};
-
-/// Bytes of the character that begins with this byte; 0 when none can.
-std::size_t LengthOf(unsigned char lead) {
-  if (lead < 0x80U) return 1;
-  if (lead >= 0xC2U && lead < 0xE0U) return 2;
-  if (lead >= 0xE0U && lead < 0xF0U) return 3;
-  if (lead >= 0xF0U && lead < 0xF5U) return 4;
-  return 0;
+bool IsShown(const Utf8Character& character) {
+  if (!character.isWellFormed) return false;
+  return character.codePoint == '\t' || KindOf(character.codePoint) == CharacterKind::Visible;
 }
 
-bool IsOverlongOrSurrogate(char32_t codePoint, std::size_t bytes) {
-  constexpr char32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-  return codePoint < least[bytes] || (codePoint >= 0xD800 && codePoint < 0xE000) || codePoint > 0x10FFFF;
-}
-
-/// The first character of a text that is not empty; a byte that begins none counts as one character.
-Character FirstOf(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text.front());
-  const std::size_t length = LengthOf(lead);
-  if (length == 1) return {lead, 1};
-  const Character broken{lead, 1, true};
-  if (length == 0 || length > text.size()) return broken;
-  char32_t codePoint = lead & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if (!IsContinuation(text[i])) return broken;
-    codePoint = (codePoint << 6U) | (static_cast<unsigned char>(text[i]) & 0x3FU);
-  }
-  if (IsOverlongOrSurrogate(codePoint, length)) return broken;
-  return {codePoint, length};
-}
-
-bool IsBetween(char32_t value, char32_t first, char32_t last) {
-  return value >= first && value <= last;
-}
-
-/// Characters that would show nothing, or turn the order of what follows.
-bool IsInvisible(char32_t codePoint) {
-  return (codePoint < 0x20 && codePoint != '\t') || IsBetween(codePoint, 0x7F, 0x9F) ||
-         IsBetween(codePoint, 0x200B, 0x200F) || IsBetween(codePoint, 0x2028, 0x202E) ||
-         IsBetween(codePoint, 0x2060, 0x206F) || codePoint == 0xFEFF;
-}
-
-/// What stands for a character on the screen.
-std::u16string Shown(const Character& character) {
-  const char32_t codePoint = character.codePoint;
-  if (character.isBroken || IsInvisible(codePoint)) {
-    const auto number = static_cast<unsigned>(codePoint);
-    const std::string name =
-        character.bytes == 1 ? fmt::format("\\x{:02X}", number) : fmt::format("\\u{:04X}", number);
-    return {name.begin(), name.end()};
-  }
-  if (codePoint < 0x10000) return {static_cast<char16_t>(codePoint)};
-  return {static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10U)),
-          static_cast<char16_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FFU))};
+/// Returns how a character, encoded as `bytes`, is displayed: invisible and malformed ones as escape
+/// sequences.
+std::u16string Shown(const Utf8Character& character, std::string_view bytes) {
+  if (IsShown(character)) return Utf16FromUtf8(bytes);
+  const auto number = static_cast<unsigned>(character.codePoint);
+  const std::string name =
+      character.bytes == 1 ? fmt::format("\\x{:02X}", number) : fmt::format("\\u{:04X}", number);
+  return {name.begin(), name.end()};
 }
 
 }  // namespace
@@ -108,8 +60,7 @@ LogText::LogText(std::string bytes) : bytes_(std::move(bytes)) {
 void LogText::AddLine(std::size_t begin, std::size_t end) {
   starts_.push_back(static_cast<std::uint32_t>(begin));
   while (end - begin > MaxRowBytes) {
-    begin += MaxRowBytes;
-    for (int i = 0; i < 3 && IsContinuation(bytes_[begin]); ++i) --begin;
+    begin = CharacterBoundary(bytes_, begin + MaxRowBytes);
     starts_.push_back(static_cast<std::uint32_t>(begin));
   }
 }
@@ -138,8 +89,8 @@ LogRow LogText::Row(std::size_t row) const {
   result.text.reserve(bytes.size());
   result.offsets.reserve(bytes.size() + 1);
   for (std::size_t i = 0; i < bytes.size();) {
-    const Character character = FirstOf(bytes.substr(i));
-    const std::u16string shown = Shown(character);
+    const Utf8Character character = FirstCharacter(bytes.substr(i));
+    const std::u16string shown = Shown(character, bytes.substr(i, character.bytes));
     result.text += shown;
     result.offsets.insert(result.offsets.end(), shown.size(), static_cast<std::uint32_t>(i));
     i += character.bytes;

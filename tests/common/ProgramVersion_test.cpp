@@ -7,7 +7,7 @@
 namespace fieldpost {
 namespace {
 
-TEST(ProgramVersion, NumbersArePaddedAndNeverCut) {
+TEST(ProgramVersion, PadsNumbersAndNeverCutsThem) {
   struct Row {
     int major;
     int minor;
@@ -26,7 +26,7 @@ TEST(ProgramVersion, NumbersArePaddedAndNeverCut) {
   }
 }
 
-TEST(ProgramVersion, ThisProgramHasOne) {
+TEST(ProgramVersion, IsDefinedByTheBuild) {
   EXPECT_TRUE(std::regex_match(ProgramVersionText(), std::regex("Fieldpost \\d{2,}\\.\\d{2,}\\.\\d{3,}")))
       << ProgramVersionText();
 }

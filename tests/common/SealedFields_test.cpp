@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-TEST(SealedFields, ComeBackAsTheyWereWritten) {
+TEST(SealedFields, ReadBackAsWritten) {
   SealedFieldWriter writer("Journal 1");
   writer.Add("line\nbreak: 3:x\0y"sv);
   writer.AddPath(PathFromUtf8("/a/\xFF\n"));
@@ -33,10 +33,10 @@ TEST(SealedFields, ComeBackAsTheyWereWritten) {
   EXPECT_EQ(reader->Next(), "");
   EXPECT_TRUE(reader->AtEnd());
   EXPECT_EQ(reader->Next(), std::nullopt);
-  EXPECT_FALSE(reader->AtEnd()) << "what was read behind the end was not right";
+  EXPECT_FALSE(reader->AtEnd()) << "a read after the end fails";
 }
 
-TEST(SealedFields, AreWholeOrNothing) {
+TEST(SealedFields, AreEmptyWhenAnyBitDiffers) {
   SealedFieldWriter writer("Journal 1");
   writer.Add("text");
   writer.AddNumber(7);
@@ -52,8 +52,8 @@ TEST(SealedFields, AreWholeOrNothing) {
   }
 }
 
-/// Fields that a whole seal covers, and that are wrong all the same.
-TEST(SealedFields, AreMissingFromTheFirstThatIsWrong) {
+/// The checksum of these files is right, but their fields are malformed.
+TEST(SealedFields, AreEmptyFromTheFirstMalformedField) {
   struct Case {
     const char* name;
     std::string_view field;
@@ -83,7 +83,7 @@ TEST(SealedFields, AreMissingFromTheFirstThatIsWrong) {
   }
 }
 
-TEST(SealedFields, AreMissingWhenAFieldSaysAWrongLength) {
+TEST(SealedFields, AreEmptyWhenAFieldHasAWrongLength) {
   for (const std::string_view fields :
        {"9:text\n"sv, "5:text\n"sv, "x:text\n"sv, "text\n"sv, ":\n"sv, "1"sv}) {
     std::string bytes = "T\n" + std::string(fields);

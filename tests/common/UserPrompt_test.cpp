@@ -7,7 +7,7 @@
 namespace fieldpost {
 namespace {
 
-TEST(UserPrompt, WithNobodyAtTheScreenAgreesToNothing) {
+TEST(UserPrompt, OfAnUnattendedRunAnswersNo) {
   UserPrompt prompt;
   prompt.ShowMessage("text", MessageIcon::Critical, "title");
   prompt.ShowOptions(OptionsPage::Folders);
@@ -15,7 +15,7 @@ TEST(UserPrompt, WithNobodyAtTheScreenAgreesToNothing) {
   EXPECT_FALSE(prompt.AskYesNo("Really?", MessageIcon::Exclamation, "title"));
 }
 
-TEST(StatusDisplay, WithNobodyAtTheScreenNeverAsksForTheEnd) {
+TEST(StatusDisplay, OfAnUnattendedRunIsNeverCancelled) {
   StatusDisplay display;
   display.ShowStatusLine("line");
   display.SetStep("step");

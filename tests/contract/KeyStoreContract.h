@@ -1,4 +1,4 @@
-// What every key store must do, whatever it keeps its keys in.
+// The contract of KeyStore, to be instantiated for each implementation.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -13,9 +13,9 @@
 
 namespace fieldpost::test {
 
-/// A store under test together with what it needs to live, fresh and empty.
+/// A new, empty store under test, and the fixture that it needs.
 struct KeyStoreUnderTest {
-  std::shared_ptr<void> surroundings;
+  std::shared_ptr<void> fixture;
   std::unique_ptr<KeyStore> store;
 };
 
@@ -60,7 +60,7 @@ class KeyStoreContract : public testing::TestWithParam<KeyStoreMaker> {
   }
 };
 
-TEST_P(KeyStoreContract, AnEmptyStoreHasRootsAndNothingElse) {
+TEST_P(KeyStoreContract, EmptyStoreHasOnlyRoots) {
   std::vector<std::string> names{"untouched"};
   std::vector<NamedKeyData> values{{"untouched", {}}};
   KeyData data{.type = 9, .bytes = "untouched"};
@@ -78,7 +78,7 @@ TEST_P(KeyStoreContract, AnEmptyStoreHasRootsAndNothingElse) {
   EXPECT_EQ(keys_.Problem(), "");
 }
 
-TEST_P(KeyStoreContract, MakingAKeyMakesThoseAboveIt) {
+TEST_P(KeyStoreContract, CreatingAKeyCreatesThoseAboveIt) {
   EXPECT_EQ(Make(R"(A\B\C)"), KeyOk);
   EXPECT_EQ(Open("A"), KeyOk);
   EXPECT_EQ(Open(R"(A\B)"), KeyOk);
@@ -87,7 +87,7 @@ TEST_P(KeyStoreContract, MakingAKeyMakesThoseAboveIt) {
   EXPECT_EQ(Make(R"(A\B\C)"), KeyOk) << "a second time";
 }
 
-TEST_P(KeyStoreContract, NamesKnowNoCaseButKeepTheirFirstSpelling) {
+TEST_P(KeyStoreContract, NamesIgnoreCaseAndKeepTheirFirstSpelling) {
   ASSERT_EQ(Make(R"(SoftWare\Mixed)"), KeyOk);
   ASSERT_EQ(Make(R"(SOFTWARE\MIXED)"), KeyOk);
   EXPECT_THAT(Subkeys(""), testing::ElementsAre("SoftWare"));
@@ -102,7 +102,7 @@ TEST_P(KeyStoreContract, NamesKnowNoCaseButKeepTheirFirstSpelling) {
               testing::ElementsAre(NamedKeyData{"ValueName", {KeyTypeText, std::string("two\0", 4)}}));
 }
 
-TEST_P(KeyStoreContract, NamesOtherThanAsciiAreKept) {
+TEST_P(KeyStoreContract, KeepsNamesBeyondAscii) {
   ASSERT_EQ(Make("Köln\\Прочее"), KeyOk);
   ASSERT_EQ(Set("Köln", "Straße", KeyTypeText, "Größe"), KeyOk);
   EXPECT_THAT(Subkeys("Köln"), testing::ElementsAre("Прочее"));
@@ -136,7 +136,7 @@ TEST_P(KeyStoreContract, TextsAndTheirTerminators) {
   }
 }
 
-TEST_P(KeyStoreContract, OtherTypesKeepTheirBytes) {
+TEST_P(KeyStoreContract, KeepsTheBytesOfOtherTypes) {
   using namespace std::string_literals;
   ASSERT_EQ(Make("K"), KeyOk);
   for (const std::uint32_t type : {0U, KeyTypeBinary, KeyTypeNumber, 7U, 11U, 0xFFFFFFFFU}) {
@@ -149,14 +149,14 @@ TEST_P(KeyStoreContract, OtherTypesKeepTheirBytes) {
   }
 }
 
-TEST_P(KeyStoreContract, ALargeTextComesBackWhole) {
+TEST_P(KeyStoreContract, KeepsALargeText) {
   const std::string text(1U << 20U, 'x');
   ASSERT_EQ(Make("K"), KeyOk);
   ASSERT_EQ(Set("K", "", KeyTypeText, text), KeyOk);
   EXPECT_EQ(Bytes("K", ""), text + '\0');
 }
 
-TEST_P(KeyStoreContract, TheUnnamedValueIsTheDefaultValueAndComesFirst) {
+TEST_P(KeyStoreContract, ListsTheUnnamedDefaultValueFirst) {
   ASSERT_EQ(Make("K"), KeyOk);
   ASSERT_EQ(Set("K", "b", KeyTypeText, "2"), KeyOk);
   ASSERT_EQ(Set("K", "A", KeyTypeText, "1"), KeyOk);
@@ -171,7 +171,7 @@ TEST_P(KeyStoreContract, TheUnnamedValueIsTheDefaultValueAndComesFirst) {
   EXPECT_EQ(values[2].name, "b");
 }
 
-TEST_P(KeyStoreContract, AKeyWithSubkeysIsNotDeletedAlone) {
+TEST_P(KeyStoreContract, DeleteKeyRefusesAKeyWithSubkeys) {
   ASSERT_EQ(Make(R"(A\B)"), KeyOk);
   ASSERT_EQ(Set("A", "v", KeyTypeText, "kept"), KeyOk);
   EXPECT_EQ(keys_.DeleteKey(Root, "a"), KeyRefused);
@@ -181,31 +181,31 @@ TEST_P(KeyStoreContract, AKeyWithSubkeysIsNotDeletedAlone) {
   EXPECT_EQ(Open("A"), KeyMissing);
 }
 
-TEST_P(KeyStoreContract, ATreeIsDeletedWithAllBelowItAndNothingBesides) {
+TEST_P(KeyStoreContract, DeleteTreeDeletesEverythingBelowTheKeyOnly) {
   for (const char* name : {R"(A\B\C)", R"(A\D)", R"(AB\C)"}) ASSERT_EQ(Make(name), KeyOk);
   ASSERT_EQ(Set(R"(A\B)", "v", KeyTypeText, "gone"), KeyOk);
   EXPECT_EQ(keys_.DeleteTree(Root, "A"), KeyOk);
   EXPECT_EQ(Open("A"), KeyMissing);
   EXPECT_EQ(Open(R"(AB\C)"), KeyOk);
   ASSERT_EQ(Make(R"(A\B)"), KeyOk);
-  EXPECT_EQ(Bytes(R"(A\B)", "v"), "untouched") << "values must not come back with their key's name";
+  EXPECT_EQ(Bytes(R"(A\B)", "v"), "untouched") << "a new key of the same name has none of the old values";
 }
 
-TEST_P(KeyStoreContract, RootsAreNotDeleted) {
+TEST_P(KeyStoreContract, RefusesToDeleteRoots) {
   ASSERT_EQ(Make("A"), KeyOk);
   EXPECT_EQ(keys_.DeleteKey(Root, ""), KeyRefused);
   EXPECT_EQ(keys_.DeleteTree(Root, ""), KeyRefused);
   EXPECT_EQ(Open("A"), KeyOk);
 }
 
-TEST_P(KeyStoreContract, RootsAreApart) {
+TEST_P(KeyStoreContract, RootsAreIndependent) {
   ASSERT_EQ(Make("A"), KeyOk);
   OpenedKey key(keys_);
   EXPECT_EQ(key.Open(KeyHandle::CurrentUser, "A", KeyReadAccess), KeyMissing);
   EXPECT_EQ(key.Open(KeyHandle::CurrentConfig, "A", KeyReadAccess), KeyMissing);
 }
 
-TEST_P(KeyStoreContract, DeletingAValue) {
+TEST_P(KeyStoreContract, DeletesAValue) {
   ASSERT_EQ(Make("K"), KeyOk);
   ASSERT_EQ(Set("K", "v", KeyTypeText, "x"), KeyOk);
   OpenedKey key(keys_);
@@ -215,7 +215,7 @@ TEST_P(KeyStoreContract, DeletingAValue) {
   EXPECT_EQ(Bytes("K", "v"), "untouched");
 }
 
-TEST_P(KeyStoreContract, AKeyGivesOnlyTheRightsItWasOpenedWith) {
+TEST_P(KeyStoreContract, EnforcesTheRightsOfAnOpenKey) {
   ASSERT_EQ(Make("K"), KeyOk);
   ASSERT_EQ(Set("K", "v", KeyTypeText, "x"), KeyOk);
   KeyData data;
@@ -231,7 +231,7 @@ TEST_P(KeyStoreContract, AKeyGivesOnlyTheRightsItWasOpenedWith) {
   EXPECT_EQ(Bytes("K", "v"), std::string("x\0", 2));
 }
 
-TEST_P(KeyStoreContract, AClosedKeyIsNoKey) {
+TEST_P(KeyStoreContract, RejectsAClosedKey) {
   ASSERT_EQ(Make("K"), KeyOk);
   KeyHandle key = KeyHandle::None;
   KeyData data;
@@ -243,7 +243,7 @@ TEST_P(KeyStoreContract, AClosedKeyIsNoKey) {
   EXPECT_EQ(keys_.CloseKey(Root), KeyOk);
 }
 
-TEST_P(KeyStoreContract, AKeyDeletedWhileOpenTakesNothingMore) {
+TEST_P(KeyStoreContract, RejectsAKeyThatWasDeletedWhileOpen) {
   ASSERT_EQ(Make("K"), KeyOk);
   OpenedKey key(keys_);
   KeyData data;
@@ -252,10 +252,11 @@ TEST_P(KeyStoreContract, AKeyDeletedWhileOpenTakesNothingMore) {
   EXPECT_EQ(keys_.SetValue(key.Handle(), "v", KeyTypeText, "x"), KeyDeleted);
   EXPECT_EQ(keys_.QueryValue(key.Handle(), "v", data), KeyDeleted);
   ASSERT_EQ(Make("K"), KeyOk);
-  EXPECT_EQ(keys_.SetValue(key.Handle(), "v", KeyTypeText, "x"), KeyDeleted) << "it is another key";
+  EXPECT_EQ(keys_.SetValue(key.Handle(), "v", KeyTypeText, "x"), KeyDeleted)
+      << "the new key of that name is another one";
 }
 
-TEST_P(KeyStoreContract, NamesThatNoStoreCouldTake) {
+TEST_P(KeyStoreContract, RejectsInvalidNames) {
   EXPECT_EQ(Make(std::string(256, 'k')), KeyBadArgument);
   EXPECT_EQ(Make(std::string(255, 'k')), KeyOk);
   EXPECT_EQ(Make(std::string_view("a\0b", 3)), KeyBadArgument);

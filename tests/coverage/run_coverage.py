@@ -1,7 +1,7 @@
-"""Runs the test programs of a build with clang's counters, and tells which lines and branches of the core no test
-passes. Ends with 1 when a test fails or a bar is missed.
+"""Runs the core's tests with clang's coverage counters and reports the coverage with llvm-cov. Ends with 1 when a test
+fails or a bar is missed.
 
-    run_coverage.py BUILD [--module MODULE]... [--keep]
+    run_coverage.py BUILD [MODULE...]
 """
 
 import argparse
@@ -14,10 +14,9 @@ import subprocess
 import sys
 
 import bars
-import coverage_data
-import coverage_report
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+SRC = ROOT / "src"
 sys.path.insert(0, str(ROOT / "tests" / "tools"))
 import modules  # noqa: E402
 
@@ -27,78 +26,63 @@ TESTS = [*modules.ALLOWED, "xserver"]
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("build", type=pathlib.Path, help="folder of the coverage build")
-    parser.add_argument("--module", action="append", choices=TESTS, help="run the tests of this module alone, and do not judge")
-    parser.add_argument("--keep", action="store_true", help="add to what earlier runs counted")
+    parser.add_argument("modules", nargs="*", help="run the tests of these modules alone, and check no bar")
     return parser.parse_args()
 
 
 def core_sources():
     """The core's sources, as paths below src/."""
-    names = (path.relative_to(ROOT / "src").as_posix() for path in (ROOT / "src").rglob("*.cpp"))
-    return [name for name in names if not coverage_report.matches(name, bars.NOT_CORE)]
+    names = (path.relative_to(SRC).as_posix() for path in SRC.rglob("*.cpp"))
+    return [name for name in names if not bars.matches(name, bars.NOT_CORE)]
 
 
 def run_tests(program, profiles):
-    # %m: one profile a program, into which all its runs count; %c: counted in place, so that a kill loses nothing.
-    # Folders of tests lie in memory, where flushes take no time.
+    # %m: one profile for all runs of a program; %c: counted in place, so that a killed process loses no count.
+    # Temporary folders of tests are in memory, where a flush takes no time.
     environment = {**os.environ, "LLVM_PROFILE_FILE": str(profiles / "%m%c.profraw"), "TMPDIR": "/dev/shm"}
-    log = profiles / f"{program.name}.log"
-    with log.open("w", encoding="utf-8") as output:
-        done = subprocess.run([program, "--gtest_brief=1"], env=environment, stdout=output, stderr=subprocess.STDOUT,
-                              stdin=subprocess.DEVNULL, check=False)
-    return program.name, done.returncode, log
+    done = subprocess.run([program, "--gtest_brief=1"], env=environment, stdin=subprocess.DEVNULL, capture_output=True,
+                          encoding="utf-8", errors="replace", check=False)
+    if done.returncode != 0:
+        print(f"{program.name} failed:\n{done.stdout}{done.stderr}")
+    return done.returncode == 0
 
 
-def run_all(programs, profiles):
-    failed = False
-    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for name, status, log in pool.map(lambda program: run_tests(program, profiles), programs):
-            if status != 0:
-                failed = True
-                print(f"{name} failed:\n{log.read_text(encoding='utf-8', errors='replace')}")
-    return failed
-
-
-def export(programs, profiles):
-    merged = profiles / "all.profdata"
-    subprocess.run(["llvm-profdata", "merge", "--sparse", "-o", merged, *profiles.glob("*.profraw")], check=True)
+def llvm_cov(command, programs, profile, *options):
     objects = [part for program in programs[1:] for part in ("--object", program)]
-    output = subprocess.run(["llvm-cov", "export", "--instr-profile", merged, programs[0], *objects,
-                             "--skip-expansions", "--skip-functions"], check=True, capture_output=True)
-    return json.loads(output.stdout)["data"][0]["files"]
+    done = subprocess.run(["llvm-cov", command, "--instr-profile", profile, programs[0], *objects,
+                           "--ignore-filename-regex", r"^/usr/|/tests/|/forms/|/main\.cpp$|/generated/", *options],
+                          check=True, stdout=subprocess.PIPE, encoding="utf-8")
+    return done.stdout
 
 
-def core_files(exported):
-    files = []
-    for entry in exported:
-        path = pathlib.Path(entry["filename"]).resolve()
-        if not path.is_relative_to(ROOT / "src"):
-            continue
-        name = path.relative_to(ROOT / "src").as_posix()
-        if not coverage_report.matches(name, bars.NOT_CORE):
-            files.append(coverage_data.file_coverage(name, entry, path.read_text(encoding="utf-8")))
-    return sorted(files, key=lambda file: file.name)
+def summaries(exported):
+    """The summary of each file of an export of llvm-cov, by its path below src/."""
+    paths = ((pathlib.Path(entry["filename"]).resolve(), entry["summary"]) for entry in exported["data"][0]["files"])
+    return {path.relative_to(SRC).as_posix(): summary for path, summary in paths}
 
 
 def main():
     wanted = arguments()
     profiles = wanted.build.resolve() / "profiles"
-    if not wanted.keep:
-        shutil.rmtree(profiles, ignore_errors=True)
-    profiles.mkdir(parents=True, exist_ok=True)
+    shutil.rmtree(profiles, ignore_errors=True)
+    profiles.mkdir(parents=True)
     bin_folder = wanted.build.resolve() / "bin"
-    failed = run_all([bin_folder / f"{module}_tests" for module in wanted.module or TESTS], profiles)
-    holders = [bin_folder / f"{module}_tests" for module in wanted.module or TESTS] + [bin_folder / "fieldpost-reg"]
-    files = core_files(export([program for program in holders if program.exists()], profiles))
-    rows = coverage_report.table(files, bars)
-    report = wanted.build / "report.txt"
-    report.write_text("\n".join(rows + ["", "What no test passes", *coverage_report.missed(files), ""]), encoding="utf-8")
-    print(report.read_text(encoding="utf-8"))
-    if wanted.module:
-        return 1 if failed else 0
-    faults = coverage_report.judge(files, bars, core_sources())
-    print("\n".join(faults) or "All bars are reached.", f"\nThe report is {report}")
-    return 1 if failed or faults else 0
+    programs = [bin_folder / f"{module}_tests" for module in wanted.modules or TESTS]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        passed = all(list(pool.map(lambda program: run_tests(program, profiles), programs)))
+    profile = profiles / "all.profdata"
+    subprocess.run(["llvm-profdata", "merge", "--sparse", "-o", profile, *profiles.glob("*.profraw")], check=True)
+    programs.append(bin_folder / "fieldpost-reg")
+    print(llvm_cov("report", programs, profile, "--show-region-summary=false"))
+    pages = wanted.build / "html"
+    llvm_cov("show", programs, profile, "--format=html", "--show-branches=count", f"--output-dir={pages}")
+    print(f"Line by line: {pages}/index.html")
+    if wanted.modules:
+        return 0 if passed else 1
+    found = bars.shortfalls(summaries(json.loads(llvm_cov("export", programs, profile, "--summary-only"))),
+                            core_sources())
+    print("\n".join(found) or "Every bar is reached.")
+    return 0 if passed and not found else 1
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-// What every fuzz target uses: its input as text, and the properties that must hold.
+// Helpers of all fuzz targets: the input as text, and the check of properties.
 #pragma once
 
 #include <cstddef>
@@ -8,23 +8,24 @@
 #include <string_view>
 #include <vector>
 
-/// The one procedure of a target: takes any bytes, and ends the program when a property does not hold.
+/// The entry point of a target: accepts any bytes, and aborts when a property does not hold.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fieldpost::fuzz {
 
+/// Returns the input as text.
 inline std::string_view TextOf(const std::uint8_t* data, std::size_t size) {
   return size == 0 ? std::string_view() : std::string_view(reinterpret_cast<const char*>(data), size);
 }
 
-/// Ends the program, so that the fuzzer keeps the input, unless `holds`.
+/// Aborts unless `holds`, so that the fuzzer keeps the input.
 inline void Expect(bool holds, const char* property) {
   if (holds) return;
   std::fprintf(stderr, "This does not hold: %s\n", property);
   std::abort();
 }
 
-/// Takes a line off the beginning of `text`, without its line feed; all of it where there is none.
+/// Removes the first line from `text`, and returns it without its line feed.
 inline std::string_view TakeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   const std::string_view line = text.substr(0, end);
@@ -32,7 +33,7 @@ inline std::string_view TakeLine(std::string_view& text) {
   return line;
 }
 
-/// The lines of a text, at most so many.
+/// Returns the lines of a text, at most `most`.
 inline std::vector<std::string_view> Lines(std::string_view text, std::size_t most) {
   std::vector<std::string_view> lines;
   while (!text.empty() && lines.size() < most) lines.push_back(TakeLine(text));

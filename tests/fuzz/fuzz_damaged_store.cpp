@@ -1,5 +1,5 @@
-// A registry store that is damaged: an input is the damage, three bytes each: a place of two bytes and what
-// shall stand there, or 0xFFFF and how many 64ths of the file are left.
+// Fuzz target of SqliteKeyStore with damaged files. An input is a list of three bytes each: a position of two
+// bytes and the byte to be written there, or 0xFFFF and the number of 64ths to which the file is cut.
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -17,7 +17,7 @@ constexpr KeyHandle Root = KeyHandle::LocalMachine;
 constexpr std::string_view Key = R"(SOFTWARE\Common)";
 constexpr std::size_t MostDamage = 200;
 
-/// A store with a few keys and values.
+/// Returns the file of a store with a few keys and values.
 std::string GoodStore() {
   const test::TempFolder folder;
   DiskFileSystem files;
@@ -49,11 +49,11 @@ std::string Damaged(std::string bytes, std::string_view damage) {
   return bytes;
 }
 
-/// A call on a store that may be damaged: it works, or says why it does not, in one line.
+/// Checks a call on a possibly damaged store: it succeeds, or the store reports the problem in one line.
 void Check(const KeyStore& keys, KeyStatus status) {
   const std::string problem = keys.Problem();
-  Expect(std::none_of(problem.begin(), problem.end(), IsControl), "the problem is told in one line");
-  Expect(status != KeyStoreDamaged || !problem.empty(), "damage is told");
+  Expect(std::none_of(problem.begin(), problem.end(), IsControl), "the problem is one line");
+  Expect(status != KeyStoreDamaged || !problem.empty(), "damage is reported");
 }
 
 void Use(SqliteKeyStore& keys) {

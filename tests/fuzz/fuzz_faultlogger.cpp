@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "common/Text.h"
+#include "common/Utf8.h"
 #include "faultlog/BuildXML.h"
 #include "faultlog/FaultloggerFile.h"
 #include "fuzz/Fuzz.h"

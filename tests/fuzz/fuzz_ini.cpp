@@ -1,4 +1,4 @@
-// INI files: an input is a line each with a section, a key and a value, and then the file.
+// Fuzz target of IniText. An input is three lines with a section, a key and a value, and then the file.
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -19,12 +19,12 @@ struct Change {
   std::string_view value;
 };
 
-bool IsFit(const Change& change) {
-  return IniText::IsFitSection(change.section) && IniText::IsFitKey(change.key) &&
-         IniText::IsFitValue(change.value);
+bool IsValid(const Change& change) {
+  return IniText::IsValidSection(change.section) && IniText::IsValidKey(change.key) &&
+         IniText::IsValidValue(change.value);
 }
 
-/// What may be a section and a key of a text: the inside of a line's brackets, and what is before its "=".
+/// Returns possible pairs of section and key of a text: the texts in brackets, and the texts before "=".
 std::vector<std::pair<std::string, std::string>> Names(std::string_view bytes, const Change& change) {
   std::vector<std::string> sections{std::string(change.section)};
   std::vector<std::string> keys{std::string(change.key)};
@@ -40,7 +40,7 @@ std::vector<std::pair<std::string, std::string>> Names(std::string_view bytes, c
   return names;
 }
 
-/// The part of two texts in which they differ.
+/// The parts in which two texts differ.
 struct Difference {
   std::string_view before;
   std::string_view after;
@@ -58,17 +58,17 @@ Difference Between(std::string_view before, std::string_view after) {
           after.substr(front, after.size() - front - back)};
 }
 
-void CheckBytes(std::string_view before, std::string_view after, const Change& change, bool wasThere) {
+void CheckBytes(std::string_view before, std::string_view after, const Change& change, bool hadKey) {
   const Difference difference = Between(before, after);
-  if (wasThere) {
+  if (hadKey) {
     Expect(difference.before.find_first_of("\r\n") == std::string_view::npos, "one line changes");
     Expect(difference.after.size() <= change.value.size() + 2, "only the value changes");
     return;
   }
-  Expect(difference.before.empty(), "nothing goes when a key comes");
+  Expect(difference.before.empty(), "adding a key removes nothing");
   constexpr std::size_t signs = 2 + 1 + 2 + 3 * 2;  // brackets, "=", quotes, line ends
   Expect(difference.after.size() <= change.section.size() + change.key.size() + change.value.size() + signs,
-         "nothing comes but the key, its value and its section");
+         "only the key, its value and its section are added");
 }
 
 void CheckChange(std::string_view bytes, const Change& change) {
@@ -76,10 +76,10 @@ void CheckChange(std::string_view bytes, const Change& change) {
   IniText text{std::string(bytes)};
   text.SetValue(change.section, change.key, change.value);
   const std::string after = text.Bytes();
-  Expect(text.Changed() == (after != bytes), "a change is known");
-  Expect(text.Value(change.section, change.key).value_or("") == change.value, "a value is given back");
+  Expect(text.Changed() == (after != bytes), "Changed() is right");
+  Expect(text.Value(change.section, change.key).value_or("") == change.value, "the value is returned");
   const IniText again{after};
-  Expect(again.Value(change.section, change.key).value_or("") == change.value, "a value is read back");
+  Expect(again.Value(change.section, change.key).value_or("") == change.value, "the value is read back");
   for (const auto& [section, key] : Names(bytes, change)) {
     if (EqualNoCase(section, change.section) && EqualNoCase(key, change.key)) continue;
     Expect(again.Value(section, key) == before.Value(section, key), "no other value changes");
@@ -87,7 +87,7 @@ void CheckChange(std::string_view bytes, const Change& change) {
   CheckBytes(bytes, after, change, before.Value(change.section, change.key).has_value());
   IniText twice{after};
   twice.SetValue(change.section, change.key, change.value);
-  Expect(!twice.Changed(), "what stands already is not written again");
+  Expect(!twice.Changed(), "an unchanged value is not written");
 }
 
 }  // namespace
@@ -100,9 +100,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string_view section = TakeLine(bytes);
   const std::string_view key = TakeLine(bytes);
   const std::string_view value = TakeLine(bytes);
-  Expect(IniText(std::string(bytes)).Bytes() == bytes, "a text that is only read stays");
+  Expect(IniText(std::string(bytes)).Bytes() == bytes, "reading does not change the text");
   static_cast<void>(IniText(std::string(bytes)).Value(section, key));
   const Change change{.section = section, .key = key, .value = value};
-  if (IsFit(change)) CheckChange(bytes, change);
+  if (IsValid(change)) CheckChange(bytes, change);
   return 0;
 }

@@ -1,5 +1,5 @@
-// Keys, value names and data of the registry's store: an input is a line each with a key, a value's name,
-// another key and another value's name, and then the data.
+// Fuzz target of SqliteKeyStore and EditWinReg. An input is four lines with a key, a value name, another key
+// and another value name, and then the data.
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -18,7 +18,7 @@ namespace {
 constexpr KeyHandle Root = KeyHandle::LocalMachine;
 const KeyData Untouched{.type = 9, .bytes = {}};
 
-/// The store that all inputs use one after the other; each leaves it empty.
+/// The store of all inputs. Each input leaves it empty.
 struct Store {
   test::TempFolder folder;
   DiskFileSystem files;
@@ -35,7 +35,7 @@ struct Place {
   std::string_view value;
 };
 
-/// Keys compare part by part; empty parts do not count.
+/// Returns a key as the store compares it: in lower case, without empty parts.
 std::string Normalised(std::string_view key) {
   std::string result;
   for (const char c : ToLowerAscii(key)) {
@@ -61,7 +61,7 @@ KeyStatus Query(KeyStore& keys, const Place& place, KeyData& data) {
   return opened == KeyOk ? keys.QueryValue(key.Handle(), place.value, data) : opened;
 }
 
-/// What is read where `written` was: a text ends at its first terminator.
+/// Returns the data that are read after `written` was stored: a text ends in its first terminator.
 KeyData Expected(const KeyData& written) {
   if (written.type != KeyTypeText || written.bytes.empty()) return written;
   return {written.type, written.bytes.substr(0, written.bytes.find('\0')) + '\0'};
@@ -70,28 +70,28 @@ KeyData Expected(const KeyData& written) {
 bool CheckRoundTrip(KeyStore& keys, const Place& place, const KeyData& data) {
   KeyData read = Untouched;
   const KeyStatus set = Set(keys, place, data);
-  Expect(set == KeyOk || set == KeyBadArgument, "a value is written, or no store could take it");
+  Expect(set == KeyOk || set == KeyBadArgument, "a value is stored or rejected");
   const KeyStatus queried = Query(keys, place, read);
   if (set != KeyOk) {
-    Expect(queried == KeyBadArgument || queried == KeyMissing, "what was not written is not there");
-    Expect(read == Untouched, "a failure touches nothing");
+    Expect(queried == KeyBadArgument || queried == KeyMissing, "a rejected value is missing");
+    Expect(read == Untouched, "a failure changes no output");
     return false;
   }
-  Expect(queried == KeyOk && read == Expected(data), "what was written is read back");
+  Expect(queried == KeyOk && read == Expected(data), "a stored value is read back");
   return true;
 }
 
 void CheckLists(KeyStore& keys, const Place& place) {
   OpenedKey key(keys);
-  Expect(key.Open(Root, place.key, KeyReadAccess) == KeyOk, "a key that was made can be opened");
+  Expect(key.Open(Root, place.key, KeyReadAccess) == KeyOk, "a created key can be opened");
   std::vector<NamedKeyData> values;
   Expect(keys.ListValues(key.Handle(), values) == KeyOk, "values can be listed");
   const auto isIt = [&place](const NamedKeyData& value) { return value.name == place.value; };
   Expect(std::count_if(values.begin(), values.end(), isIt) == 1, "a value is listed once");
-  Expect(key.Open(Root, ToLowerAscii(place.key), KeyReadAccess) == KeyOk, "case does not count");
+  Expect(key.Open(Root, ToLowerAscii(place.key), KeyReadAccess) == KeyOk, "case is ignored");
 }
 
-/// The same through the class that the program uses, for names that a store can take.
+/// Checks writing, reading and deleting through EditWinReg, for names that the store accepts.
 void CheckRegistry(KeyStore& keys, const Place& place, std::string_view data) {
   EditWinReg registry(keys);
   registry.CreateNewKey(Root, place.key);
@@ -105,7 +105,7 @@ void CheckRegistry(KeyStore& keys, const Place& place, std::string_view data) {
   Expect(registry.QueryValue(Root, place.key, place.value) == RegValue(), "a value can be deleted");
 }
 
-/// A second value leaves the first as it was, unless it is the same.
+/// Checks that a second value, unless it has the same name, does not change the first.
 void CheckTwo(KeyStore& keys, const Place& first, const KeyData& data, const Place& second) {
   if (!CheckRoundTrip(keys, first, data)) return;
   CheckLists(keys, first);
@@ -114,21 +114,23 @@ void CheckTwo(KeyStore& keys, const Place& first, const KeyData& data, const Pla
   if (IsSame(first, second)) return;
   CheckRoundTrip(keys, second, {KeyTypeBinary, "other"});
   KeyData read;
-  Expect(Query(keys, first, read) == KeyOk && read == Expected(data), "another value leaves this one alone");
+  Expect(Query(keys, first, read) == KeyOk && read == Expected(data),
+         "another value does not change this one");
 }
 
-/// Leaves the store as it was before the first input.
+/// Deletes all keys and values.
 void Empty(KeyStore& keys) {
   std::vector<std::string> names;
   std::vector<NamedKeyData> values;
   Expect(keys.ListSubkeys(Root, names) == KeyOk && keys.ListValues(Root, values) == KeyOk,
          "a root is listed");
-  for (const std::string& name : names) Expect(keys.DeleteTree(Root, name) == KeyOk, "what is listed goes");
+  for (const std::string& name : names)
+    Expect(keys.DeleteTree(Root, name) == KeyOk, "a listed key can be deleted");
   for (const NamedKeyData& value : values) {
-    Expect(keys.DeleteValue(Root, value.name) == KeyOk, "a value that is listed goes");
+    Expect(keys.DeleteValue(Root, value.name) == KeyOk, "a listed value can be deleted");
   }
-  Expect(keys.ListSubkeys(Root, names) == KeyOk && names.empty(), "nothing is left");
-  Expect(keys.Problem().empty(), "the store was never at fault");
+  Expect(keys.ListSubkeys(Root, names) == KeyOk && names.empty(), "the store is empty");
+  Expect(keys.Problem().empty(), "the store reported no problem");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Names of documents: an input is a line with a partner ID, a line whose bytes make a time, and then a
-// folder's names, one a line.
+// Fuzz target of DocumentNames. An input is a line with a partner ID, a line whose bytes define a time, and
+// then the names in a folder, one per line.
 #include <algorithm>
 #include <set>
 #include <string>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t MostNames = 200;
 
-/// A moment made of the bytes of a text.
+/// Returns a time that the bytes of a text define.
 LocalTime TimeOf(std::string_view text) {
   const auto byte = [text](std::size_t i) {
     return i < text.size() ? static_cast<unsigned char>(text[i]) : 0;
@@ -29,28 +29,29 @@ LocalTime TimeOf(std::string_view text) {
 
 void CheckBuilt(std::string_view stem) {
   const auto isPlain = [](char c) { return c == '.' || !LettersAndDigits({&c, 1}).empty(); };
-  Expect(std::all_of(stem.begin(), stem.end(), isPlain), "a stem is letters, digits and points");
+  Expect(std::all_of(stem.begin(), stem.end(), isPlain), "a stem consists of letters, digits and dots");
   for (int number = 1; number <= 99; ++number) {
     const std::vector<std::string> names{DocumentName(stem, number)};
     Expect(NextDocumentNumber(stem, names) == (number == 99 ? 1 : number + 1),
-           "a name is read as it was built");
+           "the number of a name is read back");
     const std::vector<std::string> lower{ToLowerAscii(names.front())};
-    Expect(NextDocumentNumber(stem, lower) == NextDocumentNumber(stem, names), "case does not count");
+    Expect(NextDocumentNumber(stem, lower) == NextDocumentNumber(stem, names), "case is ignored");
   }
   const std::vector<std::string> zip{ZipName(stem)};
-  Expect(NextDocumentNumber(stem, zip) == 1, "a zip is no document");
+  Expect(NextDocumentNumber(stem, zip) == 1, "a zip is not a document");
 }
 
-/// A folder that is filled from what it holds: no document takes the name of one that is there, but for 99.
+/// Checks the numbers of documents that are added to a folder: none has the name of an existing one, except
+/// number 99.
 void CheckFolder(std::string_view stem, std::vector<std::string> names) {
   for (int step = 0; step < 3; ++step) {
     const int next = NextDocumentNumber(stem, names);
     Expect(next >= 1 && next <= 99, "numbers are 1 to 99");
     std::vector<std::string> reversed(names.rbegin(), names.rend());
-    Expect(NextDocumentNumber(stem, reversed) == next, "the order of the names does not count");
+    Expect(NextDocumentNumber(stem, reversed) == next, "the order of the names is ignored");
     const std::string name = DocumentName(stem, next);
-    const auto isThere = [&name](const std::string& other) { return EqualNoCase(other, name); };
-    Expect(next == 99 || std::none_of(names.begin(), names.end(), isThere), "no name is given twice");
+    const auto isTaken = [&name](const std::string& other) { return EqualNoCase(other, name); };
+    Expect(next == 99 || std::none_of(names.begin(), names.end(), isTaken), "no name is used twice");
     names.push_back(name);
   }
 }

@@ -1,5 +1,4 @@
-// Runs a fuzz target on files alone, for compilers without a fuzzer: each argument is a file, or a folder of
-// files.
+// Runs a fuzz target on given inputs, without libFuzzer: each argument is a file or a folder of files.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>

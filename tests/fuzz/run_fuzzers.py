@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""Lets every fuzz target grow inputs for a while.
+"""Runs every fuzz target for a while.
 
-What the targets find worth keeping stays in FOLDER/corpus, where the next run goes on; an input that fails is kept in
-FOLDER/failed, is named here, and makes this fail. The sources are never written to.
+Interesting inputs are kept in FOLDER/corpus, from which the next run continues. A failing input is kept in
+FOLDER/failed and reported, and the exit status is 1. The source tree is never written to.
 """
 
 import argparse
@@ -16,10 +16,10 @@ import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
 AT_ONCE = 2
-# Bounds for any one input, which keep to what the program promises: 10 s, and 256 MB that are asked for in one go.
-# The sanitizers take a multiple of the memory that the program itself does.
+# Limits for one input: 10 s, and 256 MB in one allocation, as the program guarantees. The sanitizers need a multiple
+# of the program's own memory.
 BOUNDS = ["-timeout=10", "-malloc_limit_mb=256", "-rss_limit_mb=1024"]
-# Large enough for several elements, small enough for hundreds of inputs a second.
+# Large enough for several elements, small enough for hundreds of inputs per second.
 LONGEST = 4096
 SAME_SEEDS = {"latest_scan": "faultlogger"}
 MEMORY = "/dev/shm"
@@ -42,33 +42,33 @@ class Target:
                 *BOUNDS, *([f"-dict={words}"] if words.exists() else [])]
 
     def run(self, seconds, seed):
-        """Whether every input was taken; prints one line, or why not."""
+        """Runs the target and prints the result. Whether no input failed."""
         self.corpus.mkdir(parents=True, exist_ok=True)
         self.failed.mkdir(exist_ok=True)
         with tempfile.TemporaryDirectory(prefix="fieldpost-fuzz-", dir=MEMORY) as scratch, open(self.log, "wb") as log:
             done = subprocess.run([str(word) for word in self.command(seconds, seed)], stdout=log, stderr=log,
                                   env={**os.environ, "TMPDIR": scratch}, check=False)
         text = self.log.read_text(errors="replace")
-        print(self.told(text, done.returncode), flush=True)
+        print(self.summary(text, done.returncode), flush=True)
         return done.returncode == 0
 
-    def told(self, text, status):
+    def summary(self, text, status):
         if status == 0:
             runs = re.findall(r"number_of_executed_units:\s*(\d+)", text)
             covered = re.findall(r"cov: (\d+)", text)
-            return f"{self.name:16} {int(runs[-1]):>9,} inputs, {covered[-1] if covered else '?'} places reached"
+            return f"{self.name:16} {int(runs[-1]):>9,} inputs, {covered[-1] if covered else '?'} places covered"
         inputs = re.findall(r"Test unit written to (\S+)", text)
         reason = re.search(r"This does not hold: .*|^.*(?:ERROR|SUMMARY|runtime error): .*", text, re.MULTILINE)
         return (f"{self.name:16} FAILED: {reason.group() if reason else f'exit status {status}'}\n"
-                f"  input: {inputs[-1] if inputs else 'none was written'}\n  all of it: {self.log}")
+                f"  input: {inputs[-1] if inputs else 'none was written'}\n  log: {self.log}")
 
 
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
-    parser.add_argument("folder", type=pathlib.Path, help="holds the built targets")
+    parser.add_argument("folder", type=pathlib.Path, help="folder of the built targets")
     parser.add_argument("seconds", type=int, help="for each target")
     parser.add_argument("targets", nargs="*", help="all when none is named")
-    parser.add_argument("--seed", type=int, default=0, help="the same one begins with the same inputs; 0: by chance")
+    parser.add_argument("--seed", type=int, default=0, help="the same seed starts with the same inputs; 0: random")
     return parser.parse_args()
 
 

@@ -1,4 +1,4 @@
-// One mutant of a build that holds them all: which one acts is said by the environment, once for a process.
+// Mutants in a build that contains them all. The environment selects the active mutant of a process.
 #pragma once
 
 #include <bitset>
@@ -11,13 +11,14 @@
 
 namespace fieldpost::mutants {
 
-/// What the variable MUTANT names: the number of the mutant that acts; none when it is missing.
+/// The number of the active mutant, from the variable MUTANT; -1 when it is missing.
 inline const int Chosen = [] {
   const char* const number = std::getenv("MUTANT");
   return number == nullptr ? -1 : std::atoi(number);
 }();
 
-/// Which points a process came to, written line by line behind the file that MUTANT_RECORD names.
+/// Appends the numbers of the points that a process reached, one per line, to the file that MUTANT_RECORD
+/// names.
 class Record {
  public:
   Record() {
@@ -44,13 +45,13 @@ class Record {
 
 inline Record Reached;
 
-/// Whether this mutant acts.
+/// Records that a mutant was reached. Whether it is the active one.
 inline bool On(int number) {
   Reached.Add(number);
   return number == Chosen;
 }
 
-/// A mutant that does `Function` in the place of what stands in the source.
+/// A mutant that calls `Function` instead of the operation in the source.
 template <int TheNumber, class TheFunction>
 struct M {
   static constexpr int Number = TheNumber;
@@ -62,7 +63,7 @@ decltype(auto) Choose(Operands&&... operands) {
   return Original()(std::forward<Operands>(operands)...);
 }
 
-/// Does `Original`, or what the first of the mutants that acts does.
+/// Calls `Original`, or the function of the active mutant.
 template <class Original, class Mutant, class... Others, class... Operands>
 auto Choose(Operands&&... operands) -> decltype(Original()(std::forward<Operands>(operands)...)) {
   if (On(Mutant::Number)) return typename Mutant::Function()(std::forward<Operands>(operands)...);

@@ -1,4 +1,4 @@
-"""One build of a copy of the tree that holds every mutant."""
+"""Builds a copy of the tree that contains every mutant."""
 
 import dataclasses
 import hashlib
@@ -20,7 +20,7 @@ import tree  # noqa: E402
 FOLDER = tree.ROOT / "build" / "mutants"
 COPY = FOLDER / "tree"
 BUILD = COPY / "build"
-MODULES = ("faultlog", "outbox", "smtp", "ppc", "environment")
+MODULES = ("faultlog", "outbox", "smtp", "ppc", "environment", "options")
 PROGRAMS = [f"{module}_tests" for module in (*MODULES, "shell", "platform")]
 LIBRARIES = [f"fp_{module}" for module in (*MODULES, "platform")]
 REPLACING = tuple(f"FileSystem::{name}"
@@ -30,7 +30,7 @@ PLACE = re.compile(r"^\S*?(src/\S+?):(\d+):(\d+): +(error|.*required from)")
 
 
 def sources():
-    """The sources to be mutated, and the functions in them that count; all where none is named."""
+    """The sources to be mutated, each with the functions that are mutated; no names stand for all functions."""
     found = [(path.as_posix(), ()) for path in tree.files(*(f"src/{module}" for module in MODULES))
              if path.suffix == ".cpp" and "forms" not in path.parts]
     return [*found, ("src/platform/FileSystem.cpp", REPLACING)]
@@ -41,7 +41,7 @@ class MutatedTree:
 
     def __init__(self, jobs):
         self.jobs = jobs
-        self.finders = {}  # of the files that were looked through in this run
+        self.finders = {}  # of the files that were parsed in this run
         self.mutants = []
         self.dropped = self._read("dropped.json", {})  # key of a mutant that does not compile: True
 
@@ -61,7 +61,7 @@ class MutatedTree:
         self._compile(PROGRAMS, check=True)
 
     def _copy(self):
-        """Copies the files that are new, so that little is built again."""
+        """Copies only new and changed files, so that little is built again."""
         wanted = set()
         changed = {name for name, _ in sources()}
         for path in tree.files():
@@ -82,7 +82,7 @@ class MutatedTree:
             raise SystemExit(done.stdout + done.stderr)
 
     def _find(self, known):
-        """`known` holds the mutants that an earlier run found in a source, which need not be looked for again."""
+        """`known` contains the mutants that earlier runs found in unchanged sources."""
         commands = {one["file"]: one["command"] for one in json.loads((BUILD / "compile_commands.json").read_text())}
         self.finders, self.mutants = {}, []
         for order, (name, functions) in enumerate(sources()):
@@ -106,7 +106,7 @@ class MutatedTree:
 
     @staticmethod
     def _stamp(name):
-        """Changes with all that the mutants of a source, and the source with them, are made of."""
+        """A hash of everything that determines the mutants of a source, and the source that contains them."""
         order = [one for one, _ in sources()].index(name)
         parts = [(tree.ROOT / name).read_bytes(), b"%d" % order]
         parts += [pathlib.Path(one.__file__).read_bytes() for one in (critical, mutated, points)]
@@ -128,12 +128,12 @@ class MutatedTree:
             if inserted:
                 sure.update(keys)
             likely.setdefault(name, keys)
-        # Errors elsewhere mostly follow from others: of these only the first is looked at.
+        # Errors elsewhere mostly result from others: only the first is considered.
         found = sure or {key for keys in likely.values() for key in keys}
         if not found:
             raise SystemExit(done.stdout[-20000:] + done.stderr)
         self.dropped.update(dict.fromkeys(found, True))
-        print(f"{len(found)} mutants that do not compile are left out", flush=True)
+        print(f"{len(found)} mutants do not compile and are ignored", flush=True)
         _save(FOLDER / "dropped.json", json.dumps(self.dropped, indent=0).encode())
         return True
 
@@ -154,7 +154,7 @@ class MutatedTree:
 
 
 def _places(output, files):
-    """Where in these files the compiler's errors are; of one in a header, where the header was asked for it."""
+    """The positions of the compiler's errors in these files; for an error in a header, the position that required it."""
     asked = None
     for line in output.splitlines():
         found = PLACE.match(line)
@@ -176,7 +176,7 @@ def _arguments(command):
 
 
 def _save(path, content):
-    """Writes a file unless it is there as it is to be: what is not touched is not built again."""
+    """Writes a file only when its content changes, so that it is not built again needlessly."""
     path = FOLDER / path
     if path.exists() and path.read_bytes() == content:
         return

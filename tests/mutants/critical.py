@@ -1,5 +1,5 @@
-"""What of a source is critical: calls on which it hangs that nothing is lost or doubled, the conditions of these calls,
-and the functions that such a condition asks."""
+"""The critical places of a source: calls that must not be lost or repeated, the conditions of these calls, and the
+functions that such a condition calls."""
 
 import re
 
@@ -9,11 +9,11 @@ CONDITIONS = {"negate", "<", "<=", ">", ">=", "==", "!=", "&&", "||"}  # operato
 FUNCTIONS = {Kind.FUNCTION_DECL, Kind.CXX_METHOD, Kind.CONSTRUCTOR, Kind.DESTRUCTOR, Kind.CONVERSION_FUNCTION}
 LEAVES = {Kind.RETURN_STMT, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_THROW_EXPR}
 
-# Calls on which it hangs that nothing is lost, and the files in which they do.
+# Calls whose loss would lose or repeat data, and the files in which they are critical.
 CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(New|Replacement|Marked)?$|"
                            r"Replace(All|Written)|Mark|Displace|MakeRoom|Decide|TakeBack|Drop$|Stage|Publish|"
                            r"Delete|Refuse|Note|PrepareNote|Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
-# What decides whether a file goes, is marked or is mailed again.
+# Functions that decide whether a file is removed, marked or mailed again.
 CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasDecided|Holds|IsWhatWasFiled|RefuseTheSameFile)$")
 CRITICAL_FILES = re.compile(r"^src/(faultlog/|outbox/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
                             r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
@@ -23,10 +23,10 @@ class Places:
     """The critical places of one source."""
 
     def __init__(self, name, source, own):
-        """`own` are the declarations that stand in the source itself."""
+        """`own` are the declarations of the source itself, without its headers."""
         self.source = source
         self.counts = CRITICAL_FILES.match(name) is not None
-        self.ranges = []  # (begin, end, operators that are critical there)
+        self.ranges = []  # (begin, end, critical operators)
         if self.counts:
             self._find_critical(own)
 
@@ -50,7 +50,7 @@ class Places:
                 self.ranges.append((*_range(function), CONDITIONS | {"flip", "return {}"}))
 
     def _critical_in(self, cursor, conditions, asked):
-        """Walks through statements in their order; `conditions` are those that decide whether `cursor` is reached."""
+        """Visits the statements in their order; `conditions` decide whether `cursor` is reached."""
         inner = list(conditions)
         for child in cursor.get_children():
             if child.kind == Kind.CALL_EXPR and CRITICAL_CALL.match(child.spelling or ""):
@@ -79,7 +79,7 @@ class Places:
 
 
 def below(cursor):
-    """A place of the syntax tree, and all below it."""
+    """A node of the syntax tree and all nodes below it."""
     yield cursor
     for child in cursor.get_children():
         yield from below(child)

@@ -1,4 +1,4 @@
-"""Which tests come to which mutants, and whether they notice."""
+"""Finds which tests reach which mutants, and which tests kill them."""
 
 import concurrent.futures
 import hashlib
@@ -15,7 +15,7 @@ import time
 
 import building
 
-QUICK = 0.2  # seconds; tests below run together, the others one by one
+QUICK = 0.2  # seconds; faster tests run together, the others one by one
 FILTER_LENGTH = 100_000
 MEMORY = 2 << 30
 FILE = 2 << 30
@@ -24,7 +24,7 @@ FAILED = re.compile(r"^\[  FAILED  \] (\S+?),? ", re.MULTILINE)
 
 
 class Scratch:
-    """A folder in memory, where there is one, for what the tests write; empty for every run."""
+    """A temporary folder for the tests, in memory where possible, emptied before every run."""
 
     def __init__(self):
         memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
@@ -43,7 +43,7 @@ class Scratch:
 
 
 def run_tests(scratch, program, tests, seconds, **variables):
-    """Runs tests of a program, which normally take so many seconds. Returns what became of it, what it said."""
+    """Runs tests of a program that normally take `seconds`. Returns the exit status, or "too long", and the output."""
     scratch.renew()
     output = scratch.path / "output"
     environment = {**os.environ, "TMPDIR": str(scratch.work), **variables}
@@ -78,7 +78,7 @@ def _end_group(process):
 
 
 class Reach:
-    """For each test of each program: how long it takes, and which mutants it comes to."""
+    """For each test of each program: its duration, and the mutants that it reaches."""
 
     def __init__(self):
         self.file = building.FOLDER / "reach.json"
@@ -101,13 +101,13 @@ class Reach:
         began = time.monotonic()
         status, said = run_tests(scratch, program, [test], 60, MUTANT_RECORD=str(numbers))
         if status != 0:
-            print(f"{program} {test} fails without a mutant, and is left out:\n{said[-2000:]}", flush=True)
+            print(f"{program} {test} fails without a mutant and is ignored:\n{said[-2000:]}", flush=True)
             return None
         reached = sorted({int(line) for line in numbers.read_text().split()}) if numbers.exists() else []
         return {"seconds": time.monotonic() - began, "reached": reached}
 
     def tests_by_mutant(self):
-        """Number of a mutant: list of (seconds, program, test), the fastest first."""
+        """The tests of each mutant, by its number: (seconds, program, test), the fastest first."""
         found = {}
         for program, known in self.known.items():
             for test, what in known["tests"].items():
@@ -130,7 +130,7 @@ def _tests_of(program):
 
 
 def batches(tests):
-    """Runs of one program each: quick tests together, and the slow ones alone, the fastest first."""
+    """Groups tests into runs of one program: fast tests together, slow ones alone, the fastest first."""
     quick, slow = {}, []
     for seconds, program, test in tests:
         if seconds >= QUICK:
@@ -145,12 +145,12 @@ def batches(tests):
 
 
 def try_mutant(scratches, number, tests):
-    """What becomes of a mutant: the test that noticed it and how, or None."""
+    """Runs the tests of a mutant. Returns the test that killed it and how, or None when it survived."""
     quick, slow = batches(tests)
     for batch in quick:
         if found := _try_batch(scratches[0], number, batch):
             return found
-    # What is slow mostly waits, so that several may as well wait together.
+    # Slow tests mostly wait, so that several can run at once.
     with concurrent.futures.ThreadPoolExecutor(len(scratches)) as pool:
         for place in range(0, len(slow), len(scratches)):
             some = slow[place:place + len(scratches)]
@@ -164,7 +164,7 @@ def _try_batch(scratch, number, batch):
     seconds, program, names = batch
     status, said = run_tests(scratch, program, names, seconds, MUTANT=str(number))
     if status == "too long" or (status != 0 and seconds >= QUICK):
-        # On a busy machine what waits for time may fail by itself, but hardly twice.
+        # A test that depends on time may fail on a busy machine, but hardly twice.
         status, said = run_tests(scratch, program, names, seconds, MUTANT=str(number))
     if status == 0:
         return None

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Changes the sources in thousands of small ways, one at a time, and tells which changes no test notices."""
+"""Mutation testing: runs the tests against thousands of small changes of the sources and lists surviving mutants."""
 
 import argparse
 import collections
@@ -17,7 +17,7 @@ import time
 import building
 import killing
 
-BAR = 85  # percent that have to be noticed in each module
+BAR = 85  # percent of the mutants that must be killed in each module
 WAITING = 8  # slow tests of one mutant at a time
 RESULTS = building.FOLDER / "results.json"
 EQUIVALENT = pathlib.Path(__file__).resolve().parent / "equivalent.txt"
@@ -36,7 +36,7 @@ def main():
     finished = results.complete(wanted, options)
     faults = report(wanted, results, read_equivalent())
     if not finished:
-        print("Not finished: run it again to go on from here.")
+        print("Not finished: the next run continues here.")
     return 0 if finished and not faults else 1
 
 
@@ -46,9 +46,9 @@ def parse():
                         help="mutants of files whose path holds this text; may be given more than once")
     parser.add_argument("--changed", nargs="?", const="main", metavar="COMMIT",
                         help="mutants of files that differ from this commit (main when none is given)")
-    parser.add_argument("--critical", action="store_true", help="only mutants that endanger what must not be lost")
-    parser.add_argument("--again", action="store_true", help="forget what earlier runs found")
-    parser.add_argument("--minutes", type=float, default=1e9, help="stop after so many; the next run goes on")
+    parser.add_argument("--critical", action="store_true", help="only critical mutants")
+    parser.add_argument("--again", action="store_true", help="ignore the results of earlier runs")
+    parser.add_argument("--minutes", type=float, default=1e9, help="stop after so many; the next run continues")
     parser.add_argument("-j", dest="jobs", type=int, default=os.cpu_count(), help="runs at a time")
     options = parser.parse_args()
     options.end = time.monotonic() + 60 * options.minutes
@@ -73,7 +73,7 @@ def is_wanted(mutant, options):
 
 
 class Results:
-    """What is known of each mutant; kept, so that a run can be ended and gone on with."""
+    """The result of each mutant, stored so that an interrupted run can be continued."""
 
     def __init__(self, tests):
         self.tests = tests
@@ -83,14 +83,14 @@ class Results:
         self.stamp = stamp_of_tests()
 
     def of(self, mutant):
-        """None when it is not known. A kill holds as long as its test is there, a survival until a test changes."""
+        """None when it is unknown. A kill is valid while its test exists, a survival until any test changes."""
         result = self.known.get(mutant.key)
         if result is None or (result["by"] and result["by"] not in self.all_tests):
             return None
         return None if not result["by"] and result["stamp"] != self.stamp else result
 
     def complete(self, mutants, options):
-        """Tries those of which nothing is known. False when the time was over before."""
+        """Runs the mutants without a result. False when the time ended before."""
         missing = [one for one in mutants if options.again or self.of(one) is None]
         missing.sort(key=lambda one: not one.critical)
         free = queue.SimpleQueue()
@@ -127,7 +127,7 @@ class Results:
 
 
 def stamp_of_tests():
-    """Changes with every test, and with what tests share."""
+    """A hash of all tests and their support files."""
     found = hashlib.sha256()
     modules = [program.removesuffix("_tests") for program in building.PROGRAMS]
     for path in building.tree.files(*(f"tests/{module}" for module in (*modules, "support", "contract")), root=building.COPY):
@@ -136,7 +136,7 @@ def stamp_of_tests():
 
 
 def read_equivalent():
-    """Name of a mutant that changes nothing that anybody could see: why."""
+    """The reason for each equivalent mutant, by its name."""
     found = {}
     for line in EQUIVALENT.read_text().splitlines():
         if line and not line.startswith("#"):
@@ -146,7 +146,7 @@ def read_equivalent():
 
 
 def report(mutants, results, equivalent):
-    """Prints what became of the mutants, and returns what falls short of the bar."""
+    """Prints the results, and returns the modules below the bar."""
     modules = collections.defaultdict(lambda: collections.defaultdict(list))
     for mutant in mutants:
         state = state_of(mutant, results, equivalent)
@@ -183,11 +183,11 @@ def print_equivalent(modules, equivalent):
             print(f"{one.file}:{one.line}:{one.column}: equivalent: {one.operator} | {one.text}: {reason}")
         for one in modules[module]["killed"]:
             if one.name in equivalent:
-                print(f"{EQUIVALENT.name}: a test notices {one.name}")
+                print(f"{EQUIVALENT.name}: a test kills {one.name}")
 
 
 def print_line(module, states):
-    """Prints a module's figures; returns whether they reach the bar. What is critical has to be noticed whole."""
+    """Prints the figures of a module. Returns whether they reach the bar; all critical mutants must be killed."""
     count = {state: len(found) for state, found in states.items()}
     killed = count.get("killed", 0)
     survived = count.get("survived", 0) + count.get("reached by no test", 0)

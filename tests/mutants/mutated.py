@@ -1,11 +1,11 @@
-"""A source that holds all its mutants."""
+"""A source that contains all its mutants."""
 
 import bisect
 import re
 
 
 class Mutated:
-    """A source with mutants in it, and where in the source each place of it comes from."""
+    """The text of a source with its mutants, and the origin of each position of the text."""
 
     def __init__(self, source, edits, points):
         self.points = points
@@ -21,8 +21,8 @@ class Mutated:
         self.lines = [0] + [found.end() for found in re.finditer(rb"\n", self.text)]
 
     def at(self, line, column, dropped):
-        """The mutants that remain of the innermost point around a place that the compiler names, and whether the
-        place is in what was written for them."""
+        """The remaining mutants of the innermost point around a position that the compiler reports, and whether the
+        position is in inserted text."""
         offset = self.lines[line - 1] + column - 1
         order = bisect.bisect_right(self.origins, (offset, 1 << 60)) - 1
         at, origin = self.origins[order]

@@ -1,4 +1,4 @@
-"""Finds by its syntax tree where a C++ source can be mutated, and writes the source that holds all mutants."""
+"""Finds the points of a C++ source that can be mutated, by its syntax tree, and writes the source with all mutants."""
 
 import bisect
 import dataclasses
@@ -13,7 +13,7 @@ from clang.cindex import CursorKind as Kind
 
 TESTS = pathlib.Path(__file__).resolve().parent.parent
 SCOPE = "fieldpost::mutants"
-COMPARISONS = {  # what stands there: what mutants do
+COMPARISONS = {  # operator in the source: operators of the mutants
     "<": ("std::less<>", {"<=": "std::less_equal<>", ">=": "std::greater_equal<>"}),
     "<=": ("std::less_equal<>", {"<": "std::less<>", ">": "std::greater<>"}),
     ">": ("std::greater<>", {">=": "std::greater_equal<>", "<=": "std::less_equal<>"}),
@@ -27,7 +27,7 @@ SUMS = {
     "+=": ("AddTo", {"-=": "TakeFrom"}),
     "-=": ("TakeFrom", {"+=": "AddTo"}),
 }
-STEPS = {  # (what stands there, whether before its operand)
+STEPS = {  # (operator in the source, whether it precedes its operand)
     ("++", True): ("Increment", {"--": "Decrement"}),
     ("--", True): ("Decrement", {"++": "Increment"}),
     ("++", False): ("IncrementAfter", {"--": "DecrementAfter"}),
@@ -41,7 +41,7 @@ NUMBER = re.compile(rb"(0[xX][0-9a-fA-F']+|[0-9][0-9']*)[uUlLzZ]*")
 
 @dataclasses.dataclass
 class Mutant:
-    """One change at one point. Its name says what it is, and stays when lines above it move."""
+    """One change at one point. Its name describes it without line numbers, so that it stays valid when lines move."""
 
     file: str
     line: int
@@ -68,12 +68,12 @@ class Mutant:
 
 @dataclasses.dataclass
 class Point:
-    """A place in the source: what is put before, between and behind its parts for the mutants that remain."""
+    """A place in the source, and the text to be inserted around its parts for the remaining mutants."""
 
     begin: int
     end: int
     mutants: list
-    write: object  # (mutants that remain) -> list of (offset, length taken away, text, closes)
+    write: object  # (remaining mutants) -> list of (offset, removed length, text, closes)
 
 
 @dataclasses.dataclass
@@ -87,7 +87,7 @@ class Finder:
     """The points of one source."""
 
     def __init__(self, path, name, arguments, only_in=()):
-        """`only_in` names the functions whose points count; all count when there is none."""
+        """`only_in` names the functions to be mutated; none stands for all."""
         self.name = name
         self.source = path.read_bytes()
         self.lines = [0] + [found.end() for found in re.finditer(rb"\n", self.source)]
@@ -109,14 +109,14 @@ class Finder:
         return [mutant for point in self.points for mutant in point.mutants]
 
     def write(self, dropped):
-        """The source with every mutant but those of these keys."""
+        """The source with every mutant except those with these keys."""
         edits = []
         for order, point in enumerate(self.points):
             remaining = [one for one in point.mutants if one.key not in dropped]
             if not remaining:
                 continue
             for offset, length, text, closes in point.write(remaining):
-                # At one place: first what closes, the innermost first; then what opens, the outermost first.
+                # At one position: first the closing texts, the innermost first; then the opening ones, the outermost first.
                 rank = (0, -point.begin, point.end, -order) if closes else (1, -point.end, point.begin, order)
                 edits.append((offset, rank, length, text))
         edits.sort(key=lambda edit: (edit[0], edit[1]))
@@ -266,7 +266,7 @@ class Finder:
         self.points.append(Point(begin, end, [mutant], write))
 
     def _condition(self, cursor, context):
-        """A condition that is a comparison has the mutant that negates it already."""
+        """A comparison already has a mutant that negates it."""
         if not self._is_comparison(cursor) and cursor.kind != Kind.CXX_BOOL_LITERAL_EXPR:
             self._negate(cursor, context)
 
@@ -318,7 +318,7 @@ class Finder:
         begin, end = self._range(cursor)
         text = self.source[begin:end]
         throws = cursor.kind == Kind.CXX_THROW_EXPR
-        # Where a value must be returned, a program without its throw has no meaning.
+        # Without its throw, a function that must return a value would have undefined behaviour.
         if throws and (context.result is None or context.result.spelling != "void"):
             return
         if re.match(rb"(\(void\)|static_cast<void>|\+\+|--)", text) or text.endswith((b"++", b"--")):
@@ -340,7 +340,7 @@ class Finder:
                       context.scope, self.critical.hold(begin, end, operator))
 
     def _name_apart(self):
-        """Gives mutants that would bear one name an ordinal each."""
+        """Numbers the mutants that would have the same name."""
         seen = {}
         for mutant in sorted(self.mutants, key=lambda one: one.begin):
             first = mutant.name
@@ -361,7 +361,7 @@ class Finder:
         return hashlib.sha256(self.source[begin:end]).hexdigest()[:12]
 
     def _is_constant(self, cursor):
-        """constexpr and the like: nothing in them can be chosen when the program runs."""
+        """Whether the value is computed at compile time, so that no mutant can be chosen at runtime."""
         if cursor.kind not in critical.FUNCTIONS | {Kind.VAR_DECL}:
             return False
         begin, end = self._range(cursor)
@@ -381,7 +381,7 @@ class Finder:
     def _operator_between(self, left, right):
         begin, end = self._range(left)[1], self._range(right)[0]
         text = self.source[begin:end]
-        # A closing bracket belongs to what stands left, an opening one to what stands right.
+        # A closing bracket belongs to the left operand, an opening one to the right.
         found = re.search(rb"(?:^|[\s)])([<>=!+*/%&|-]=?|&&|\|\||<<|>>)(?:$|[\s(])", text)
         if found is None:
             return None

@@ -6,7 +6,7 @@
 namespace fieldpost::test {
 namespace {
 
-TEST(CoreDump, IsForbiddenForGood) {
+TEST(CoreDump, LimitsStayAtZero) {
   ForbidCoreDumps();
   rlimit limit{};
   ASSERT_EQ(::getrlimit(RLIMIT_CORE, &limit), 0);

@@ -15,7 +15,7 @@ struct Events : StatusDisplay {
   int count = 0;
 };
 
-TEST(FileHash, IsThatOfTheContentHoweverManyPiecesItTakes) {
+TEST(FileHash, IsTheHashOfContentsOfEverySize) {
   const test::TempFolder folder;
   const DiskFileSystem files;
   struct Row {
@@ -31,7 +31,7 @@ TEST(FileHash, IsThatOfTheContentHoweverManyPiecesItTakes) {
   }
 }
 
-TEST(FileHash, IsNoneWhereTheFileCannotBeRead) {
+TEST(FileHash, ThrowsWhenTheFileCannotBeRead) {
   const test::TempFolder folder;
   const DiskFileSystem files;
   StatusDisplay silent;

@@ -34,9 +34,10 @@ struct FileSystemTest : testing::Test {
     return "no failure";
   }
   static fs::perms Permissions(const fs::path& path) { return fs::status(path).permissions(); }
+  static unsigned Mode(const fs::path& path) { return static_cast<unsigned>(Permissions(path)); }
 };
 
-TEST_F(FileSystemTest, TellsPlainFilesFromAllElse) {
+TEST_F(FileSystemTest, DistinguishesRegularFilesFoldersLinksAndPipes) {
   const fs::path file = folder.Write("file", "x");
   const fs::path sub = folder.Folder("sub");
   fs::create_symlink(file, folder / "linkToFile");
@@ -62,7 +63,7 @@ TEST_F(FileSystemTest, TellsPlainFilesFromAllElse) {
   EXPECT_THAT(files.ListFiles(folder.Path(), ""), ElementsAre("file"));
 }
 
-TEST_F(FileSystemTest, ListsNamesInOrderOfTheirBytesWhateverTheCaseOfTheEnding) {
+TEST_F(FileSystemTest, ListsNamesSortedByBytesIgnoringTheCaseOfTheEnding) {
   for (const char* name : {"b.xml", "B.XML", "a.Xml", ".xml", "ä.xml", "a.xmlx", "xml"})
     folder.Write(name, "");
   EXPECT_THAT(files.ListFiles(folder.Path(), ".xml"),
@@ -71,7 +72,7 @@ TEST_F(FileSystemTest, ListsNamesInOrderOfTheirBytesWhateverTheCaseOfTheEnding) 
               AllOf(HasSubstr("cannot list"), HasSubstr("none: No such file or directory")));
 }
 
-TEST_F(FileSystemTest, ReadsAPlainFileWholeUpToItsBound) {
+TEST_F(FileSystemTest, ReadsARegularFileUpToTheLimit) {
   const std::string bytes = std::string("a\0b\r\n", 5) + std::string(100000, 'x');
   const fs::path file = folder.Write("file", bytes);
   EXPECT_EQ(files.ReadWhole(file, bytes.size()), bytes);
@@ -81,16 +82,17 @@ TEST_F(FileSystemTest, ReadsAPlainFileWholeUpToItsBound) {
   EXPECT_THROW((void)files.ReadWhole(folder / "link", 1000000), FileError);
   EXPECT_THROW((void)files.ReadWhole(folder.Folder("sub"), 1000000), FileError);
   ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
-  EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder / "pipe", 10); }), HasSubstr("not a plain file"));
+  EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder / "pipe", 10); }),
+              HasSubstr("not a regular file"));
 }
 
-TEST_F(FileSystemTest, ReadsAFileOnlyWhenNobodyWritesIt) {
+TEST_F(FileSystemTest, ReadsAFinishedFileOnlyWhenNobodyHasItOpenForWriting) {
   const fs::path file = folder.Write("file", "x");
   ASSERT_TRUE(files.ReadFinished(file, 10));
   EXPECT_EQ(files.ReadFinished(file, 10)->bytes, "x");
   EXPECT_EQ(files.ReadFinished(file, 10)->stamp, files.Stamp(file));
   const std::ifstream reader(file);
-  EXPECT_TRUE(files.ReadFinished(file, 10)) << "another reader is no writer";
+  EXPECT_TRUE(files.ReadFinished(file, 10)) << "another reader is not a writer";
   {
     const std::ofstream writer(file, std::ios::app);
     EXPECT_FALSE(files.ReadFinished(file, 10));
@@ -99,7 +101,7 @@ TEST_F(FileSystemTest, ReadsAFileOnlyWhenNobodyWritesIt) {
   EXPECT_THROW((void)files.ReadFinished(folder / "none", 10), FileError);
 }
 
-TEST_F(FileSystemTest, ReadsFromFrontToBack) {
+TEST_F(FileSystemTest, ReadsSequentially) {
   const std::unique_ptr<FileReader> reader = files.OpenForReading(folder.Write("file", "abcde"));
   std::array<char, 3> buffer{};
   EXPECT_EQ(reader->Read(buffer), 3U);
@@ -108,7 +110,7 @@ TEST_F(FileSystemTest, ReadsFromFrontToBack) {
   EXPECT_EQ(reader->Read(buffer), 0U);
 }
 
-TEST_F(FileSystemTest, NeverWritesOverAFileThatIsThere) {
+TEST_F(FileSystemTest, WriteNewNeverOverwritesAFile) {
   files.WriteNew(folder / "new", "x", FileAccess::ByUmask);
   EXPECT_THAT(FailureOf([&] { files.WriteNew(folder / "new", "y", FileAccess::ByUmask); }),
               AllOf(HasSubstr("cannot create"), HasSubstr("File exists")));
@@ -118,7 +120,7 @@ TEST_F(FileSystemTest, NeverWritesOverAFileThatIsThere) {
   EXPECT_FALSE(fs::exists(folder / "elsewhere"));
 }
 
-TEST_F(FileSystemTest, GivesFilesTheirPermissionsAtOnce) {
+TEST_F(FileSystemTest, CreatesFilesWithTheirPermissions) {
   const ::mode_t before = ::umask(0);
   files.WriteNew(folder / "open", "", FileAccess::ByUmask);
   files.WriteNew(folder / "mine", "", FileAccess::OwnerOnly);
@@ -129,51 +131,6 @@ TEST_F(FileSystemTest, GivesFilesTheirPermissionsAtOnce) {
   EXPECT_EQ(Permissions(folder / "mine"), static_cast<fs::perms>(0600));
   EXPECT_EQ(Permissions(folder / "folder"), static_cast<fs::perms>(0700));
   EXPECT_EQ(Permissions(folder / "secret"), static_cast<fs::perms>(0600));
-}
-
-TEST_F(FileSystemTest, SavesAFileWholeAndKeepsItsPermissions) {
-  const fs::path file = folder.Write("file", "old");
-  fs::permissions(file, static_cast<fs::perms>(0640));
-  folder.Write(".file.fieldpost-new", "left by an interrupted run");
-  files.SaveAtomically(file, "new");
-  EXPECT_EQ(test::ReadFile(file), "new");
-  EXPECT_EQ(Permissions(file), static_cast<fs::perms>(0640));
-  EXPECT_EQ(test::Names(folder.Path()), std::set<std::string>{"file"});
-}
-
-TEST_F(FileSystemTest, LeavesTheOldFileWhenItCannotSave) {
-  const fs::path file = folder.Folder("file/in the way");
-  EXPECT_THROW(files.SaveAtomically(folder.Path() / "file", "new"), FileError);
-  EXPECT_EQ(test::Names(folder.Path()), std::set<std::string>{"file"});
-  EXPECT_THROW(files.SaveAtomically(folder.Path() / "none" / "file", "new"), FileError);
-}
-
-TEST_F(FileSystemTest, ReplacesManyFilesTogetherOrSaysWhichItCouldNot) {
-  const fs::path first = folder.Write("first", "old");
-  const fs::path blocked = folder.Folder("blocked/in the way").parent_path();
-  const fs::path last = folder.Write("last", "old");
-  const std::vector<fs::path> paths{first, blocked, last};
-  for (const fs::path& path : paths) files.WriteReplacement(path, "new");
-  EXPECT_EQ(test::ReadFile(first), "old") << "nothing is replaced yet";
-  try {
-    files.ReplaceAll(paths);
-    ADD_FAILURE() << "a folder was replaced by a file";
-  } catch (const FileError& error) {
-    EXPECT_THAT(error.what(), HasSubstr("blocked"));
-  }
-  EXPECT_EQ(test::ReadFile(first), "new");
-  EXPECT_EQ(test::ReadFile(last), "old");
-  EXPECT_EQ(test::Names(folder.Path()), (std::set<std::string>{"blocked", "first", "last"}));
-}
-
-TEST_F(FileSystemTest, NamesTemporaryFilesSoThatNobodyTakesThemForDocuments) {
-  EXPECT_EQ(TemporaryNameFor("/a/x.xml"), "/a/.x.xml.fieldpost-new");
-  EXPECT_EQ(TemporaryNameFor("/a/" + std::string(255, 'x')).filename().native().size(), 255U);
-  EXPECT_TRUE(IsTemporaryName(".x.xml.fieldpost-new"));
-  EXPECT_TRUE(IsTemporaryName(".x.zip.fieldpost-new.aB3dE4"));
-  EXPECT_FALSE(IsTemporaryName("x.xml"));
-  EXPECT_FALSE(IsTemporaryName("x.fieldpost-new"));
-  EXPECT_FALSE(IsTemporaryName(".x"));
 }
 
 TEST_F(FileSystemTest, AppendsMovesRenamesAndRemoves) {
@@ -192,14 +149,14 @@ TEST_F(FileSystemTest, AppendsMovesRenamesAndRemoves) {
   EXPECT_THROW(files.Rename(folder / "none", folder / "x"), FileError);
 }
 
-TEST_F(FileSystemTest, RemovesALinkAndNotWhatItNames) {
+TEST_F(FileSystemTest, RemovesALinkButNotItsTarget) {
   const fs::path file = folder.Write("file", "x");
   fs::create_symlink(file, folder / "link");
   files.Remove(folder / "link");
   EXPECT_EQ(test::ReadFile(file), "x");
 }
 
-TEST_F(FileSystemTest, CreatesFoldersOneByOne) {
+TEST_F(FileSystemTest, CreatesMissingFolders) {
   EXPECT_THROW(files.CreateFolder(folder.Path() / "a" / "b", FileAccess::ByUmask), FileError);
   files.CreateFolders(folder.Path() / "a" / "b" / "c" / "");
   EXPECT_TRUE(fs::is_directory(folder.Path() / "a" / "b" / "c"));
@@ -208,14 +165,14 @@ TEST_F(FileSystemTest, CreatesFoldersOneByOne) {
   EXPECT_THROW(files.CreateFolder(folder.Path() / "file", FileAccess::ByUmask), FileError);
 }
 
-TEST_F(FileSystemTest, FlushesFoldersAndSaysWhichIsMissing) {
+TEST_F(FileSystemTest, FlushesFoldersAndNamesAMissingOne) {
   const std::vector<fs::path> good{folder.Path(), folder.Folder("sub")};
   EXPECT_NO_THROW(files.Flush(good));
   const std::vector<fs::path> bad{folder.Path() / "none"};
   EXPECT_THAT(FailureOf([&] { files.Flush(bad); }), HasSubstr("none"));
 }
 
-TEST_F(FileSystemTest, LocksAFolderUntilItIsLetGo) {
+TEST_F(FileSystemTest, LocksAFolderUntilTheLockIsReleased) {
   std::unique_ptr<FolderLock> first = files.TryLock(folder.Path());
   ASSERT_TRUE(first);
   EXPECT_FALSE(files.TryLock(folder.Path()));
@@ -224,11 +181,11 @@ TEST_F(FileSystemTest, LocksAFolderUntilItIsLetGo) {
   EXPECT_THROW((void)files.TryLock(folder.Path() / "none"), FileError);
 }
 
-TEST_F(FileSystemTest, ShowsControlCharactersOfAPathInItsMessages) {
+TEST_F(FileSystemTest, EscapesControlCharactersOfThePathInErrors) {
   EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder.Path() / "a\nb", 1); }), HasSubstr("a\\x0Ab: "));
 }
 
-TEST_F(FileSystemTest, SaysWhichCallFailedOnWhichFileAndWhy) {
+TEST_F(FileSystemTest, ErrorsNameTheActionThePathAndTheReason) {
   const fs::path file = folder.Write("file", "x");
   const std::vector<fs::path> folders{folder.Path()};
   struct Row {
@@ -258,11 +215,11 @@ TEST_F(FileSystemTest, SaysWhichCallFailedOnWhichFileAndWhy) {
         << row.call;
     EXPECT_EQ(failing.Failures(), 1) << row.call;
   }
-  EXPECT_FALSE(files.Exists(folder / "new")) << "what was begun is removed";
+  EXPECT_FALSE(files.Exists(folder / "new")) << "no partial file is left";
   EXPECT_EQ(test::ReadFile(file), "x");
 }
 
-TEST_F(FileSystemTest, CallsThatASignalInterruptsAreMadeAgain) {
+TEST_F(FileSystemTest, RepeatsCallsThatASignalInterrupts) {
   const fs::path file = folder.Write("file", "x");
   for (const char* call : {"open", "read"}) {
     const test::FailingCall failing(call, EINTR, 0, 3);
@@ -274,21 +231,21 @@ TEST_F(FileSystemTest, CallsThatASignalInterruptsAreMadeAgain) {
   EXPECT_EQ(test::ReadFile(file), "xy");
 }
 
-TEST_F(FileSystemTest, ReadsAFileThatGrowsMeanwhileUpToItsBound) {
-  // The system says that such a file has 0 bytes.
+TEST_F(FileSystemTest, ReadsAGrowingFileUpToTheLimit) {
+  // The system reports a size of 0 bytes for this file.
   const fs::path growing = "/proc/self/status";
   EXPECT_THAT(files.ReadWhole(growing, 1 << 20), HasSubstr("VmPeak:"));
   EXPECT_THROW((void)files.ReadWhole(growing, 3), FileTooLarge);
 }
 
-TEST_F(FileSystemTest, ReadsWhereTheSystemGrantsNoLease) {
+TEST_F(FileSystemTest, ReadsAFinishedFileWhenTheLeaseIsRefused) {
   const fs::path file = folder.Write("file", "x");
   const test::FailingCall failing("fcntl", EACCES);
   ASSERT_TRUE(files.ReadFinished(file, 10));
   EXPECT_EQ(failing.Failures(), 1);
 }
 
-TEST_F(FileSystemTest, AFullDiskTakesNothing) {
+TEST_F(FileSystemTest, AppendsNothingWhenTheDiskIsFull) {
   const fs::path file = folder.Write("file", "old");
   const test::FailingCall failing("write", ENOSPC);
   EXPECT_THAT(FailureOf([&] { files.Append(file, "x"); }),
@@ -296,9 +253,9 @@ TEST_F(FileSystemTest, AFullDiskTakesNothing) {
   EXPECT_EQ(test::ReadFile(file), "old");
 }
 
-TEST_F(FileSystemTest, AppendsToNoDevice) {
+TEST_F(FileSystemTest, RefusesToAppendToADevice) {
   EXPECT_THAT(FailureOf([&] { files.Append("/dev/full", "x"); }),
-              HasSubstr("cannot write /dev/full: not a plain file"));
+              HasSubstr("cannot write /dev/full: not a regular file"));
 }
 
 TEST_F(FileSystemTest, MovesToAnotherFileSystem) {
@@ -311,7 +268,7 @@ TEST_F(FileSystemTest, MovesToAnotherFileSystem) {
   EXPECT_EQ(test::Names(folder / "to"), std::set<std::string>{"file"});
 }
 
-TEST_F(FileSystemTest, AMoveToAnotherFileSystemThatFailsLeavesTheFileWhereItWas) {
+TEST_F(FileSystemTest, KeepsTheFileWhenMovingToAnotherFileSystemFails) {
   const fs::path file = folder.Write("from/file", "x");
   const fs::path target = folder / "to/file";
   for (const char* call : {"open", "read", "write", "fsync", "close", "rename"}) {
@@ -323,20 +280,7 @@ TEST_F(FileSystemTest, AMoveToAnotherFileSystemThatFailsLeavesTheFileWhereItWas)
   }
 }
 
-TEST_F(FileSystemTest, KeepsTheOldFileWhateverFailsWhileItIsSaved) {
-  const fs::path file = folder.Write("file", "old");
-  for (const char* call : {"open", "write", "close", "stat", "chmod", "syncfs", "rename"}) {
-    const test::FailingCall failing(call, EIO);
-    EXPECT_THROW(files.SaveAtomically(file, "new"), FileError) << call;
-    EXPECT_EQ(test::ReadFile(file), "old") << call;
-    EXPECT_EQ(test::Names(folder.Path()), std::set<std::string>{"file"}) << call;
-  }
-  const test::FailingCall failing("syncfs", EIO, 1);
-  EXPECT_THROW(files.SaveAtomically(file, "new"), FileError) << "its name may not be durable yet";
-  EXPECT_EQ(test::ReadFile(file), "new");
-}
-
-TEST_F(FileSystemTest, TakesAPathWithoutAFolderToBeInTheOneItWorksIn) {
+TEST_F(FileSystemTest, ResolvesRelativePathsInTheCurrentFolder) {
   const fs::path before = fs::current_path();
   fs::current_path(folder.Path());
   files.SaveAtomically("file", "x");
@@ -345,6 +289,59 @@ TEST_F(FileSystemTest, TakesAPathWithoutAFolderToBeInTheOneItWorksIn) {
   fs::current_path(before);
   EXPECT_EQ(test::ReadFile(folder / "file"), "x");
   EXPECT_TRUE(files.IsFolder(folder.Path() / "a" / "b"));
+}
+
+TEST_F(FileSystemTest, KeepToOwnerRevokesTheRightsOfOthers) {
+  struct Row {
+    unsigned before;
+    unsigned after;
+    bool changed;
+  };
+  for (const auto& [before, after, changed] :
+       {Row{0600, 0600, false}, Row{0400, 0400, false}, Row{0644, 0600, true}, Row{0660, 0600, true},
+        Row{0601, 0600, true}, Row{0777, 0700, true}, Row{0604, 0600, true}, Row{0620, 0600, true}}) {
+    const fs::path file = folder.Write("file", "secret");
+    fs::permissions(file, static_cast<fs::perms>(before));
+    EXPECT_EQ(files.KeepToOwner(file), changed) << std::oct << before;
+    EXPECT_EQ(Mode(file), after) << std::oct << before;
+    EXPECT_EQ(test::ReadFile(file), "secret");
+    fs::remove(file);
+  }
+}
+
+TEST_F(FileSystemTest, KeepToOwnerChangesRegularFilesOnly) {
+  const fs::path other = folder.Write("other", "");
+  fs::permissions(other, static_cast<fs::perms>(0644));
+  fs::create_symlink(other, folder / "link");
+  fs::permissions(folder.Folder("sub"), static_cast<fs::perms>(0755));
+  for (const char* name : {"missing", "link", "sub"})
+    EXPECT_FALSE(files.KeepToOwner(folder.Path() / name)) << name;
+  EXPECT_EQ(Mode(other), 0644U);
+  EXPECT_EQ(Mode(folder.Path() / "sub"), 0755U);
+}
+
+TEST_F(FileSystemTest, KeepToOwnerThrowsWithTheReason) {
+  const fs::path file = folder.Write("file", "");
+  fs::permissions(file, static_cast<fs::perms>(0644));
+  struct Row {
+    const char* call;
+    const char* says;
+  };
+  for (const auto& [call, says] : {Row{"open", "cannot open"}, Row{"fstat", "cannot access"},
+                                   Row{"fchmod", "cannot set the permissions of"}}) {
+    const test::FailingCall failing(call, EPERM);
+    EXPECT_THAT([&] { static_cast<void>(files.KeepToOwner(file)); },
+                testing::ThrowsMessage<FileError>(HasSubstr(says)))
+        << call;
+    EXPECT_EQ(Mode(file), 0644U) << call;
+  }
+}
+
+TEST_F(FileSystemTest, KeepToOwnerDoesNothingWithoutSupportOfTheSystem) {
+  const fs::path file = folder.Write("file", "");
+  fs::permissions(file, static_cast<fs::perms>(0644));
+  EXPECT_FALSE(files.FileSystem::KeepToOwner(file));
+  EXPECT_EQ(Mode(file), 0644U);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/Clock.h"
 #include "platform/FileSystem.h"
 #include "support/FailingCall.h"
 #include "support/TempFolder.h"
@@ -22,7 +21,7 @@ struct FolderHandleTest : testing::Test {
   std::unique_ptr<FolderHandle> handle = files.OpenFolder(held);
 };
 
-TEST_F(FolderHandleTest, TellsFilesFromFoldersAndLinks) {
+TEST_F(FolderHandleTest, DistinguishesFilesFoldersAndLinks) {
   folder.Write("held/b.xml", "x");
   folder.Write("held/A.XML", "");
   folder.Write("held/.c.txt", "");
@@ -47,7 +46,7 @@ TEST_F(FolderHandleTest, TellsFilesFromFoldersAndLinks) {
   EXPECT_THROW((void)files.OpenFolder(folder.Path() / "none"), FileError);
 }
 
-TEST_F(FolderHandleTest, StaysInItsFolderWhateverBecomesOfThePath) {
+TEST_F(FolderHandleTest, StaysInItsFolderWhenThePathIsReplaced) {
   folder.Write("held/x", "held");
   folder.Write("other/x", "other");
   fs::rename(held, folder.Path() / "moved");
@@ -76,7 +75,7 @@ TEST_F(FolderHandleTest, RemovesFilesLinksAndEmptyFolders) {
   EXPECT_TRUE(fs::exists(folder / "outside/x"));
 }
 
-TEST_F(FolderHandleTest, RefusesWhatIsNoPlainName) {
+TEST_F(FolderHandleTest, RefusesNamesThatAreNotPlain) {
   folder.Write("x", "");
   folder.Folder("held/sub");
   for (const std::string& name : {std::string(), std::string("."), std::string(".."), std::string("../x"),
@@ -90,7 +89,7 @@ TEST_F(FolderHandleTest, RefusesWhatIsNoPlainName) {
   EXPECT_TRUE(fs::exists(folder / "x"));
 }
 
-TEST_F(FolderHandleTest, SaysTheSystemsNumberOfAnError) {
+TEST_F(FolderHandleTest, ErrorsHaveTheSystemsNumber) {
   try {
     (void)files.OpenFolder(folder.Path() / "none");
     FAIL();
@@ -99,7 +98,7 @@ TEST_F(FolderHandleTest, SaysTheSystemsNumberOfAnError) {
   }
 }
 
-TEST_F(FolderHandleTest, WhatCannotBeListedOrLookedAtIsAnError) {
+TEST_F(FolderHandleTest, ThrowsWhenListingOrExaminingFails) {
   folder.Write("held/file", "x");
   for (const char* call : {"openat", "fdopendir", "readdir"}) {
     const test::FailingCall failing(call, EIO);
@@ -109,13 +108,13 @@ TEST_F(FolderHandleTest, WhatCannotBeListedOrLookedAtIsAnError) {
   EXPECT_THROW((void)handle->OpenRegularFile("file"), FileError);
 }
 
-TEST_F(FolderHandleTest, ASignalDoesNotKeepItFromListing) {
+TEST_F(FolderHandleTest, RepeatsACallThatASignalInterrupts) {
   folder.Write("held/file", "x");
   const test::FailingCall failing("openat", EINTR, 0, 2);
   EXPECT_THAT(handle->ListFiles(""), ElementsAre("file"));
 }
 
-TEST_F(FolderHandleTest, TellsKindsWhereTheFileSystemListsNamesAlone) {
+TEST_F(FolderHandleTest, FindsKindsWhereTheFileSystemListsOnlyNames) {
   folder.Write("held/file", "x");
   folder.Folder("held/sub");
   constexpr int all = 1000;
@@ -124,21 +123,11 @@ TEST_F(FolderHandleTest, TellsKindsWhereTheFileSystemListsNamesAlone) {
   EXPECT_THAT(handle->ListFolders(), ElementsAre("sub"));
 }
 
-TEST_F(FolderHandleTest, ANameThatVanishesWhileItIsListedIsOfNoKind) {
+TEST_F(FolderHandleTest, IgnoresAnEntryThatIsRemovedWhileItIsListed) {
   folder.Write("held/file", "x");
   const test::FailingCall onlyNames("kind of readdir", 0, 0, 1000);
   const test::FailingCall gone("fstatat", ENOENT);
   EXPECT_TRUE(handle->ListFiles("").empty());
-}
-
-TEST(LocalTimeOf, FollowsTheClock) {
-  const SystemClock clock;
-  const auto since1970 = std::chrono::system_clock::now().time_since_epoch();
-  const LocalTime of = LocalTimeOf(std::chrono::duration_cast<std::chrono::nanoseconds>(since1970).count());
-  const LocalTime now = clock.Now();
-  EXPECT_EQ(of.offsetMinutes, now.offsetMinutes);
-  const int seconds = (now.hour - of.hour) * 3600 + (now.minute - of.minute) * 60 + now.second - of.second;
-  EXPECT_THAT((seconds + 86'400) % 86'400, testing::AllOf(testing::Ge(0), testing::Le(2)));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 using Addresses = std::vector<std::uint32_t>;
 
-/// The addresses of a name as text. No name is asked for outside this machine.
+/// Returns the addresses of a name as text. Only names that the machine itself resolves are used.
 std::string Looked(const std::string& name) {
   return InOwnNetwork({}, [&name] {
     SystemHostLookup hosts;
@@ -25,13 +25,13 @@ std::string Looked(const std::string& name) {
   });
 }
 
-TEST(HostLookupTest, NamesAndAddressesAreFound) {
+TEST(HostLookupTest, ResolvesNamesAndAddresses) {
   EXPECT_EQ(Looked("localhost").substr(0, 10), "127.0.0.1 ");
   EXPECT_EQ(Looked("127.0.0.1"), "127.0.0.1 ");
   EXPECT_EQ(Looked("192.0.2.200"), "192.0.2.200 ");
 }
 
-TEST(HostLookupTest, WhatIsNoNameHasNoAddress) {
+TEST(HostLookupTest, ReturnsNothingForInvalidAndUnknownNames) {
   for (const std::string& name :
        {std::string(), std::string(" "), std::string("."), std::string(".."), std::string("a..b"),
         std::string("no such machine"), std::string("no-such-machine.invalid"),
@@ -43,7 +43,7 @@ TEST(HostLookupTest, WhatIsNoNameHasNoAddress) {
   }
 }
 
-TEST(HostLookupTest, AnEmptyNameIsNotThisMachine) {
+TEST(HostLookupTest, ReturnsNothingForAnEmptyName) {
   SystemHostLookup hosts;
   ASSERT_TRUE(hosts.Start());
   EXPECT_EQ(hosts.Resolve(""), Addresses{});

@@ -44,7 +44,7 @@ std::string Status(const EchoRequest& request) {
 constexpr OwnNetworkOptions rawSockets{};
 constexpr OwnNetworkOptions echoSockets{.grantsEchoSockets = true, .grantsRawSockets = false};
 
-/// The two kinds of sockets that the system may grant.
+/// The two kinds of sockets that the system may permit.
 class IcmpEchoTest : public testing::TestWithParam<OwnNetworkOptions> {
  protected:
   static OwnNetworkOptions Silent() {
@@ -57,12 +57,12 @@ class IcmpEchoTest : public testing::TestWithParam<OwnNetworkOptions> {
 INSTANTIATE_TEST_SUITE_P(Sockets, IcmpEchoTest, testing::Values(rawSockets, echoSockets),
                          [](const auto& given) { return given.param.grantsRawSockets ? "Raw" : "Echo"; });
 
-TEST_P(IcmpEchoTest, ThisMachineAnswers) {
+TEST_P(IcmpEchoTest, SucceedsForTheLocalMachine) {
   EXPECT_EQ(InOwnNetwork(GetParam(), [] { return Status(Request("127.0.0.1")); }), "0");
   EXPECT_EQ(InOwnNetwork(GetParam(), [] { return Status(Request("127.9.8.7")); }), "0");
 }
 
-TEST_P(IcmpEchoTest, AnySizeGoesThatFits) {
+TEST_P(IcmpEchoTest, SendsEverySizeThatFitsIntoAPacket) {
   for (const auto& [size, status] :
        std::vector<std::pair<std::uint32_t, std::string>>{{0, "0"},
                                                           {1, "0"},
@@ -76,18 +76,19 @@ TEST_P(IcmpEchoTest, AnySizeGoesThatFits) {
   }
 }
 
-TEST_P(IcmpEchoTest, WhereNoRouteLeadsIsUnreachable) {
+TEST_P(IcmpEchoTest, ReportsUnreachableWithoutARoute) {
   EXPECT_EQ(InOwnNetwork(GetParam(), [] { return Status(Request("192.0.2.1")); }), "11002");
   OwnNetworkOptions rejecting = GetParam();
   rejecting.rejectedAddress = Address("192.0.2.1");
   EXPECT_EQ(InOwnNetwork(rejecting, [] { return Status(Request("192.0.2.1")); }), "11003");
 }
 
-TEST_P(IcmpEchoTest, AddressesThatNobodyMayAskAreAGeneralFailure) {
+TEST_P(IcmpEchoTest, ReportsAGeneralFailureForForbiddenAddresses) {
   EXPECT_EQ(InOwnNetwork(GetParam(), [] { return Status(Request("127.255.255.255")); }), "11050");
 }
 
-/// The time that an echo to a silent machine took, as "short", "right" or "long", with its event turns.
+/// Sends an echo to a silent machine. Returns its status, whether the time was "short", "right" or "long",
+/// and whether events were processed often enough.
 std::string SilentEcho() {
   SystemIcmpEcho echo;
   RecordingDisplay display;
@@ -98,11 +99,11 @@ std::string SilentEcho() {
   return std::to_string(status) + " " + time + (display.eventTurns < 20 ? " few turns" : " enough turns");
 }
 
-TEST_P(IcmpEchoTest, AMachineThatDoesNotAnswerTimesOutWhileEventsRun) {
+TEST_P(IcmpEchoTest, TimesOutAndProcessesEventsMeanwhile) {
   EXPECT_EQ(InOwnNetwork(Silent(), SilentEcho), "11010 right enough turns");
 }
 
-/// Writes down the longest time between two event turns.
+/// Measures the longest time between two calls of ProcessEvents.
 class LongestPause final : public StatusDisplay {
  public:
   milliseconds longest{0};
@@ -116,7 +117,7 @@ class LongestPause final : public StatusDisplay {
   steady_clock::time_point last_ = steady_clock::now();
 };
 
-TEST(IcmpEchoNoiseTest, OtherTrafficNeitherAnswersNorStopsEvents) {
+TEST(IcmpEchoNoiseTest, ProcessesEventsDuringUnrelatedTraffic) {
   const std::string outcome = InOwnNetwork({.answersEchoes = false}, [] {
     std::jthread noise([](const std::stop_token& stop) {
       SystemIcmpEcho echo;
@@ -132,12 +133,12 @@ TEST(IcmpEchoNoiseTest, OtherTrafficNeitherAnswersNorStopsEvents) {
   EXPECT_EQ(outcome, "11010 served");
 }
 
-TEST(IcmpEchoRightsTest, WithoutAnySocketItIsAGeneralFailure) {
+TEST(IcmpEchoRightsTest, ReportsAGeneralFailureWithoutASocket) {
   const OwnNetworkOptions none{.grantsEchoSockets = false, .grantsRawSockets = false};
   EXPECT_EQ(InOwnNetwork(none, [] { return Status(Request("127.0.0.1")); }), "11050");
 }
 
-TEST(IcmpEchoErrorTest, EachErrorOfTheSystemHasItsStatus) {
+TEST(IcmpEchoErrorTest, MapsEachSystemErrorToItsStatus) {
   const struct {
     int error;
     const char* status;
@@ -152,7 +153,7 @@ TEST(IcmpEchoErrorTest, EachErrorOfTheSystemHasItsStatus) {
   }
 }
 
-TEST_P(IcmpEchoTest, AReadThatFailsTellsItsStatusUnlessThereWasNothingToRead) {
+TEST_P(IcmpEchoTest, ReportsAFailedReadUnlessThereWasNothingToRead) {
   const auto statusWhenReadFails = [](int error) {
     return InOwnNetwork(GetParam(), [error] {
       const FailingCall failing("recvfrom", error);
@@ -160,7 +161,7 @@ TEST_P(IcmpEchoTest, AReadThatFailsTellsItsStatusUnlessThereWasNothingToRead) {
     });
   };
   EXPECT_EQ(statusWhenReadFails(ENOBUFS), "11006");
-  EXPECT_EQ(statusWhenReadFails(EAGAIN), "0") << "what was there is read the next time";
+  EXPECT_EQ(statusWhenReadFails(EAGAIN), "0") << "the reply is read the next time";
   EXPECT_EQ(statusWhenReadFails(EINTR), "0");
 }
 
@@ -171,7 +172,7 @@ Header HeaderAt(const Packet& packet, std::size_t at) {
   return header;
 }
 
-void Seal(Packet& message) {
+void SetChecksum(Packet& message) {
   message[2] = message[3] = 0;
   std::uint32_t sum = 0;
   for (std::size_t at = 0; at < message.size(); ++at) sum += at % 2 == 0 ? message[at] * 256U : message[at];
@@ -180,7 +181,7 @@ void Seal(Packet& message) {
   message[3] = static_cast<unsigned char>(~sum);
 }
 
-/// Plays the network on the loopback interface: waits for a request and answers with messages of its making.
+/// Simulates the network on the loopback interface: waits for a request and sends messages in answer.
 class Answerer {
  public:
   Answerer() : socket_(::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP)) {}
@@ -188,7 +189,7 @@ class Answerer {
   Answerer& operator=(const Answerer&) = delete;
   ~Answerer() { ::close(socket_); }
 
-  /// The next request that comes by, with its IP header.
+  /// Waits for the next request and returns it with its IP header.
   [[nodiscard]] Packet WaitForRequest() const {
     while (true) {
       Packet packet(2048);
@@ -198,9 +199,9 @@ class Answerer {
     }
   }
 
-  /// Sends a message to 127.0.0.1, from the address given.
+  /// Sends a message to 127.0.0.1 from the address `from`.
   static void Send(Packet message, const char* from = "127.0.0.1") {
-    Seal(message);
+    SetChecksum(message);
     const int socket = ::socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
     sockaddr_in source{};
     source.sin_family = AF_INET;
@@ -227,7 +228,7 @@ Packet ReplyTo(const Packet& request, std::uint16_t otherIdentifier = 0, std::ui
   return reply;
 }
 
-/// An error message that quotes a packet, as much of it as `quoted`.
+/// Returns an error message that quotes the first `quoted` bytes of a packet.
 Packet ErrorAbout(const Packet& packet, int type, int code, std::size_t quoted = 28) {
   Packet error(8 + quoted);
   error[0] = static_cast<unsigned char>(type);
@@ -238,8 +239,8 @@ Packet ErrorAbout(const Packet& packet, int type, int code, std::size_t quoted =
 
 using Answers = std::function<void(const Packet& request)>;
 
-/// The status of an echo in a silent network where `answers` plays the other side, which needs raw sockets
-/// itself. The echo takes one of the other kind all the same where it is granted one.
+/// Returns the status of an echo in a network where `answers` simulates the other side, for which raw sockets
+/// are permitted. The echo uses an echo socket where it is permitted.
 std::string StatusWith(OwnNetworkOptions network, const Answers& answers) {
   network.answersEchoes = false;
   network.grantsRawSockets = true;
@@ -250,7 +251,7 @@ std::string StatusWith(OwnNetworkOptions network, const Answers& answers) {
   });
 }
 
-TEST_P(IcmpEchoTest, TheRequestIsAsGiven) {
+TEST_P(IcmpEchoTest, SendsTheRequestAsGiven) {
   OwnNetworkOptions network = GetParam();
   network.grantsRawSockets = true;
   const std::string sent = InOwnNetwork(network, [] {
@@ -267,8 +268,8 @@ TEST_P(IcmpEchoTest, TheRequestIsAsGiven) {
   EXPECT_EQ(sent, "127.3.2.1 ttl 99, 40 zero bytes");
 }
 
-// Linux tells a socket for echoes nothing of a reassembly that took too long.
-TEST_P(IcmpEchoTest, EachErrorMessageHasItsStatus) {
+// Linux does not report an expired reassembly to an echo socket.
+TEST_P(IcmpEchoTest, MapsEachErrorMessageToItsStatus) {
   struct ErrorCase {
     int type;
     int code;
@@ -298,12 +299,12 @@ TEST_P(IcmpEchoTest, EachErrorMessageHasItsStatus) {
   }
 }
 
-TEST_P(IcmpEchoTest, ErrorsFromARouterCount) {
+TEST_P(IcmpEchoTest, AcceptsErrorsFromARouter) {
   const auto answers = [](const Packet& request) { Answerer::Send(ErrorAbout(request, 3, 1), "127.0.0.77"); };
   EXPECT_EQ(StatusWith(GetParam(), answers), "11003");
 }
 
-TEST_P(IcmpEchoTest, TheRightReplyCountsWhateverElseComes) {
+TEST_P(IcmpEchoTest, FindsItsReplyAmongOtherMessages) {
   const std::string status = StatusWith(GetParam(), [](const Packet& request) {
     Answerer::Send(ReplyTo(request, 0x5500));
     Answerer::Send(ReplyTo(request, 0, 0x5500));
@@ -314,7 +315,7 @@ TEST_P(IcmpEchoTest, TheRightReplyCountsWhateverElseComes) {
   EXPECT_EQ(status, "0");
 }
 
-TEST_P(IcmpEchoTest, RepliesOfOthersDoNotCount) {
+TEST_P(IcmpEchoTest, IgnoresRepliesToOthers) {
   const std::vector<Answers> foreign{
       [](const Packet& request) { Answerer::Send(ReplyTo(request, 0x5500)); },
       [](const Packet& request) { Answerer::Send(ReplyTo(request, 0, 0x5500)); },
@@ -328,10 +329,10 @@ TEST_P(IcmpEchoTest, RepliesOfOthersDoNotCount) {
   }
 }
 
-TEST_P(IcmpEchoTest, ErrorsAboutOthersDoNotCount) {
+TEST_P(IcmpEchoTest, IgnoresErrorsAboutOthers) {
   const std::string status = StatusWith(GetParam(), [](const Packet& request) {
     for (const std::size_t changed : {9U, 16U, 20U, 24U, 26U}) {
-      // Its protocol, its target, its type, its identifier, its number.
+      // The protocol, target, type, identifier and sequence number of the quoted packet.
       Packet other = request;
       other[changed] ^= 0x44U;
       Answerer::Send(ErrorAbout(other, 3, 1));

@@ -17,7 +17,7 @@ class IniFileTest : public testing::Test {
   std::string Read(std::string_view content, std::string_view section = "S", std::string_view key = "K") {
     return ReadIniValue(files_, folder_.Write("f.ini", content), section, key);
   }
-  /// What becomes of a file when K of S is set.
+  /// Returns the content of a file after K of S was set.
   std::string Written(std::string_view content, std::string_view value) {
     const fs::path file = folder_.Write("f.ini", content);
     EXPECT_TRUE(WriteIniValue(files_, file, "S", "K", value, FileAccess::ByUmask));
@@ -29,7 +29,7 @@ class IniFileTest : public testing::Test {
   fs::path file_ = folder_.Path() / "f.ini";
 };
 
-TEST_F(IniFileTest, Reading) {
+TEST_F(IniFileTest, ReadsAValueAsThePlatformDoes) {
   struct Case {
     const char* name;
     std::string content;
@@ -75,7 +75,7 @@ TEST_F(IniFileTest, Reading) {
   for (const Case& given : cases) EXPECT_EQ(Read(given.content), given.value) << given.name;
 }
 
-TEST_F(IniFileTest, AValueIsReadUpTo255Characters) {
+TEST_F(IniFileTest, ReadsAValueUpTo255Characters) {
   const auto length = [this](const std::string& value) { return Read("[S]\nK=" + value + "\n").size(); };
   std::string umlauts;
   for (int i = 0; i < 300; ++i) umlauts += "ä";
@@ -83,24 +83,24 @@ TEST_F(IniFileTest, AValueIsReadUpTo255Characters) {
   EXPECT_EQ(length(std::string(255, 'x')), 255U);
   EXPECT_EQ(length(std::string(256, 'x')), 255U);
   EXPECT_EQ(length(umlauts), 510U) << "characters, not bytes";
-  EXPECT_EQ(length(std::string(300, '\xA4')), 255U) << "bytes that are no UTF-8";
+  EXPECT_EQ(length(std::string(300, '\xA4')), 255U) << "bytes that are not UTF-8";
   EXPECT_EQ(length(std::string(1U << 20U, 'x')), 255U);
 }
 
-TEST_F(IniFileTest, SeveralValuesAreReadWhole) {
+TEST_F(IniFileTest, ReadsSeveralValuesWithoutCutting) {
   const std::string large(1U << 20U, 'x');
   folder_.Write("f.ini", "[S]\nA=" + large + "\nB=b\n");
   const std::vector<std::string_view> keys{"B", "A", "missing"};
   EXPECT_EQ(ReadIniValues(files_, file_, "S", keys), (std::vector<std::string>{"b", large, ""}));
 }
 
-TEST_F(IniFileTest, AMissingFileIsEmptyAndNotMadeByReading) {
+TEST_F(IniFileTest, ReadingAMissingFileReturnsEmptyAndDoesNotCreateIt) {
   EXPECT_EQ(ReadIniValue(files_, file_, "S", "K"), "");
   EXPECT_EQ(ReadIniValue(files_, folder_.Path() / "no" / "f.ini", "S", "K"), "");
   EXPECT_THAT(Names(folder_.Path()), testing::IsEmpty());
 }
 
-TEST_F(IniFileTest, WritingChangesOneLine) {
+TEST_F(IniFileTest, ChangesOneLine) {
   struct Case {
     const char* name;
     std::string before;
@@ -109,25 +109,27 @@ TEST_F(IniFileTest, WritingChangesOneLine) {
   };
   const std::vector<Case> cases{
       {"a value", "[S]\nK=old\nL=1\n", "new", "[S]\nK=new\nL=1\n"},
-      {"spelling and blanks stay", " [s]\r\n k  =  old  \r\nL=1\r\n", "new", " [s]\r\n k  =  new\r\nL=1\r\n"},
+      {"spelling and blanks are kept", " [s]\r\n k  =  old  \r\nL=1\r\n", "new",
+       " [s]\r\n k  =  new\r\nL=1\r\n"},
       {"the first of repeated keys", "[S]\nK=1\nK=2\n", "3", "[S]\nK=3\nK=2\n"},
       {"the first of repeated sections", "[S]\nA=1\n[S]\nK=2\n", "3", "[S]\nA=1\nK=3\n[S]\nK=2\n"},
-      {"a new key below the last one", "[S]\nA=1\n\n; of T\n[T]\n", "v", "[S]\nA=1\nK=v\n\n; of T\n[T]\n"},
+      {"a new key after the last one", "[S]\nA=1\n\n; of T\n[T]\n", "v", "[S]\nA=1\nK=v\n\n; of T\n[T]\n"},
       {"a new key in an empty section", "[S]\n\n[T]\n", "v", "[S]\nK=v\n\n[T]\n"},
       {"a new section", "[T]\r\nA=1\r\n", "v", "[T]\r\nA=1\r\n[S]\r\nK=v\r\n"},
       {"a new section after a line without its end", "[T]\r\nA=1", "v", "[T]\r\nA=1\r\n[S]\r\nK=v\r\n"},
       {"a new key after a line without its end", "[S]\nA=1", "v", "[S]\nA=1\nK=v\n"},
-      {"a last line without its end stays so", "[S]\nK=old", "new", "[S]\nK=new"},
-      {"line ends are mixed", "[S]\r\nA=1\n\r[T]\n", "v", "[S]\r\nA=1\nK=v\n\r[T]\n"},
+      {"a last line without an end keeps none", "[S]\nK=old", "new", "[S]\nK=new"},
+      {"mixed line ends", "[S]\r\nA=1\n\r[T]\n", "v", "[S]\r\nA=1\nK=v\n\r[T]\n"},
       {"an empty file", "", "v", "[S]\nK=v\n"},
       {"a byte order mark", "\xEF\xBB\xBF[S]\nK=old\n", "new", "\xEF\xBB\xBF[S]\nK=new\n"},
-      {"a byte order mark and nothing else", "\xEF\xBB\xBF", "new", "\xEF\xBB\xBF[S]\nK=new\n"},
-      {"garbage stays", "\xFF\0=\x1A[\n[S]\nK=old\n\x80\n"s, "n", "\xFF\0=\x1A[\n[S]\nK=n\n\x80\n"s},
-      {"an empty value over a stored one", "[S]\nK=old\n", "", "[S]\nK=\n"},
-      {"an empty value over blanks' home", "[S]\nK =   old\n", "", "[S]\nK =   \n"},
-      {"a value where none was", "[S]\nK=   \n", "v", "[S]\nK=v\n"},
-      {"over a quoted value", "[S]\nK=\"old\"\n", "new", "[S]\nK=new\n"},
-      {"over a value with a NUL", "[S]\nK=a\0b\n"s, "a", "[S]\nK=a\n"},
+      {"only a byte order mark", "\xEF\xBB\xBF", "new", "\xEF\xBB\xBF[S]\nK=new\n"},
+      {"malformed lines are kept", "\xFF\0=\x1A[\n[S]\nK=old\n\x80\n"s, "n",
+       "\xFF\0=\x1A[\n[S]\nK=n\n\x80\n"s},
+      {"an empty value replaces another", "[S]\nK=old\n", "", "[S]\nK=\n"},
+      {"an empty value after blanks", "[S]\nK =   old\n", "", "[S]\nK =   \n"},
+      {"a value replaces an empty one", "[S]\nK=   \n", "v", "[S]\nK=v\n"},
+      {"a quoted value is replaced", "[S]\nK=\"old\"\n", "new", "[S]\nK=new\n"},
+      {"a value with a NUL is replaced", "[S]\nK=a\0b\n"s, "a", "[S]\nK=a\n"},
   };
   for (const Case& given : cases) {
     EXPECT_EQ(Written(given.before, given.value), given.after) << given.name;
@@ -135,7 +137,7 @@ TEST_F(IniFileTest, WritingChangesOneLine) {
   }
 }
 
-TEST_F(IniFileTest, AnyValueThatCanBeStoredReadsBackWhole) {
+TEST_F(IniFileTest, EveryValidValueReadsBackUnchanged) {
   for (const std::string& value : {"v"s,        " v"s,       "v "s,     "\tv"s,  " "s,
                                    "\""s,       "\"\""s,     "\"v\""s,  "\" v"s, "a\"b"s,
                                    "=x"s,       ";x"s,       "[x]"s,    "'v'"s,  "Größe"s,
@@ -147,18 +149,19 @@ TEST_F(IniFileTest, AnyValueThatCanBeStoredReadsBackWhole) {
   }
 }
 
-TEST_F(IniFileTest, NothingIsWrittenWhenTheValueStandsThere) {
+TEST_F(IniFileTest, WritesNothingWhenTheValueIsUnchanged) {
   for (const char* content : {"[S]\nK=v", "[s]\n k = \"v\" \n", "[S]\nK=v\nK=other\n"}) {
     const FileStamp before = files_.Stamp(folder_.Write("f.ini", content));
     EXPECT_TRUE(WriteIniValue(files_, file_, "S", "K", "v", FileAccess::OwnerOnly));
     EXPECT_EQ(files_.Stamp(file_), before) << content;
   }
   fs::remove(file_);
-  EXPECT_TRUE(WriteIniValue(files_, file_, "S", "K", "", FileAccess::ByUmask)) << "a missing key reads empty";
+  EXPECT_TRUE(WriteIniValue(files_, file_, "S", "K", "", FileAccess::ByUmask))
+      << "a missing key has an empty value";
   EXPECT_FALSE(fs::exists(file_));
 }
 
-TEST_F(IniFileTest, WhatWouldBreakTheFileIsRefused) {
+TEST_F(IniFileTest, RefusesWhatWouldBreakTheFile) {
   const fs::path file = folder_.Write("f.ini", "[S]\nK=old\n");
   struct Case {
     std::string section, key, value;
@@ -181,17 +184,18 @@ TEST_F(IniFileTest, WhatWouldBreakTheFileIsRefused) {
   }
 }
 
-TEST_F(IniFileTest, SeveralChangesAreOneOrNone) {
+TEST_F(IniFileTest, WritesSeveralValuesOrNone) {
   const fs::path file = folder_.Write("f.ini", "[S]\nA=1\nB=2\n");
   const std::vector<IniEntry> good{{"A", "x"}, {"C", "3"}, {"B", ""}};
-  EXPECT_TRUE(WriteIniValues(files_, file, "S", good, FileAccess::ByUmask));
+  EXPECT_EQ(WriteIniValues(files_, file, "S", good, FileAccess::ByUmask), "");
   EXPECT_EQ(ReadFile(file), "[S]\nA=x\nB=\nC=3\n");
   const std::vector<IniEntry> bad{{"A", "y"}, {"B", "line\nbreak"}};
-  EXPECT_FALSE(WriteIniValues(files_, file, "S", bad, FileAccess::ByUmask));
+  EXPECT_THAT(WriteIniValues(files_, file, "S", bad, FileAccess::ByUmask),
+              testing::HasSubstr("a line break"));
   EXPECT_EQ(ReadFile(file), "[S]\nA=x\nB=\nC=3\n");
 }
 
-TEST_F(IniFileTest, AFileThatCannotBeEditedStaysAsItIs) {
+TEST_F(IniFileTest, KeepsAFileThatCannotBeEdited) {
   const std::string utf16 = "\xFF\xFE[\0S\0]\0"s;
   EXPECT_FALSE(WriteIniValue(files_, folder_.Write("f.ini", utf16), "S", "K", "v", FileAccess::ByUmask));
   EXPECT_EQ(ReadFile(file_), utf16);
@@ -204,7 +208,7 @@ TEST_F(IniFileTest, AFileThatCannotBeEditedStaysAsItIs) {
   EXPECT_EQ(IniFileProblem(files_, folder_.Path() / "missing.ini"), "");
 }
 
-TEST_F(IniFileTest, AFileIsReadUpToItsBound) {
+TEST_F(IniFileTest, ReadsAFileUpToTheLimit) {
   constexpr std::size_t largest = 2U << 20U;
   std::string content = "[S]\nK=v\n;";
   content.resize(largest, 'x');
@@ -218,17 +222,18 @@ TEST_F(IniFileTest, AFileIsReadUpToItsBound) {
   EXPECT_EQ(ReadFile(file_), content);
 }
 
-TEST_F(IniFileTest, WhoMayReadAFileThatIsMade) {
+TEST_F(IniFileTest, CreatesTheFileWithTheAccessAskedFor) {
   const auto mine = fs::perms::owner_read | fs::perms::owner_write;
   ASSERT_TRUE(WriteIniValue(files_, file_, "S", "K", "v", FileAccess::OwnerOnly));
   EXPECT_EQ(fs::status(file_).permissions(), mine);
   fs::permissions(file_, mine | fs::perms::group_read);
   ASSERT_TRUE(WriteIniValue(files_, file_, "S", "K", "w", FileAccess::ByUmask));
-  EXPECT_EQ(fs::status(file_).permissions(), mine | fs::perms::group_read) << "another's file keeps its own";
+  EXPECT_EQ(fs::status(file_).permissions(), mine | fs::perms::group_read)
+      << "an existing file keeps its permissions";
   EXPECT_THAT(Names(folder_.Path()), testing::ElementsAre("f.ini")) << "no temporary file is left";
 }
 
-TEST_F(IniFileTest, TimeGrowsWithTheFileAndNoFaster) {
+TEST_F(IniFileTest, TakesTimeProportionalToTheFile) {
   const auto seconds = [this](std::size_t lines) {
     std::string content = "[S]\r\n";
     for (std::size_t i = 0; i < lines; ++i) content += "Key" + std::to_string(i) + "=x\r\n";
@@ -238,15 +243,15 @@ TEST_F(IniFileTest, TimeGrowsWithTheFileAndNoFaster) {
     std::vector<IniEntry> entries;
     for (const std::string& key : keys) entries.push_back({key, "v"});
     const double start = ProcessorSeconds();
-    EXPECT_TRUE(WriteIniValues(files_, file_, "S", entries, FileAccess::ByUmask));
+    EXPECT_EQ(WriteIniValues(files_, file_, "S", entries, FileAccess::ByUmask), "");
     return ProcessorSeconds() - start;
   };
-  EXPECT_LT(seconds(50'000), 5.0) << "work with the square of the lines would take minutes";
+  EXPECT_LT(seconds(50'000), 5.0) << "quadratic time would be minutes";
 }
 
-TEST_F(IniFileTest, NamesOfFilesKnowNoCase) {
+TEST_F(IniFileTest, FindsAFileIgnoringCase) {
   const fs::path folder = folder_.Folder("inst");
-  EXPECT_EQ(FindFileNoCase(files_, folder, "faultlog.ini"), folder / "faultlog.ini") << "none is there";
+  EXPECT_EQ(FindFileNoCase(files_, folder, "faultlog.ini"), folder / "faultlog.ini") << "missing";
   folder_.Write("inst/xfaultlog.ini", "");
   folder_.Write("inst/Faultlog.ini", "");
   EXPECT_EQ(FindFileNoCase(files_, folder, "faultlog.ini"), folder / "Faultlog.ini");
@@ -254,7 +259,7 @@ TEST_F(IniFileTest, NamesOfFilesKnowNoCase) {
   EXPECT_EQ(FindFileNoCase(files_, folder, "faultlog.ini"), folder / "FAULTLOG.INI")
       << "the first by its bytes";
   folder_.Write("inst/faultlog.ini", "");
-  EXPECT_EQ(FindFileNoCase(files_, folder, "faultlog.ini"), folder / "faultlog.ini") << "spelt exactly so";
+  EXPECT_EQ(FindFileNoCase(files_, folder, "faultlog.ini"), folder / "faultlog.ini") << "the exact spelling";
   EXPECT_EQ(FindFileNoCase(files_, folder / "no", "faultlog.ini"), folder / "no" / "faultlog.ini");
 }
 

@@ -23,7 +23,7 @@ struct JournalFileTest : testing::Test {
   [[nodiscard]] std::optional<std::string> Read() const { return ReadJournalFile(files, journal); }
 };
 
-TEST_F(JournalFileTest, IsAPlainFileOfNoMoreThanTheProgramWrites) {
+TEST_F(JournalFileTest, IsEmptyWhenMissingALinkOrTooLarge) {
   EXPECT_EQ(Read(), std::nullopt) << "missing";
   fs::create_symlink("/etc/passwd", journal);
   EXPECT_EQ(Read(), std::nullopt) << "link";
@@ -38,18 +38,18 @@ TEST_F(JournalFileTest, IsAPlainFileOfNoMoreThanTheProgramWrites) {
   EXPECT_EQ(Read(), std::nullopt) << "too large";
 }
 
-TEST_F(JournalFileTest, ThatCannotBeReadIsAFailureAndNotMissing) {
+TEST_F(JournalFileTest, ThrowsWhenItCannotBeRead) {
   fs::create_directory(journal);
   EXPECT_THAT([this] { static_cast<void>(Read()); },
-              ThrowsMessage<FileError>("cannot read " + journal.string() + ": not a plain file"));
+              ThrowsMessage<FileError>("cannot read " + journal.string() + ": not a regular file"));
   fs::remove(journal);
   folder.Write("journal", "content");
   const test::FailingCall failing("read", EIO);
   EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot read")));
 }
 
-/// Only root can give a file to another user, so what an ordinary user sees here is that nobody can.
-TEST_F(JournalFileTest, OfAnotherUserIsNotFollowed) {
+/// Only root can change the owner of a file; for any other user this test checks that the change is refused.
+TEST_F(JournalFileTest, ThrowsWhenItBelongsToAnotherUser) {
   constexpr uid_t somebody = 54321;
   folder.Write("journal", "content");
   if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
@@ -61,16 +61,16 @@ TEST_F(JournalFileTest, OfAnotherUserIsNotFollowed) {
                                        ": it belongs to another user; start Fieldpost as that user, or "
                                        "remove it when it is not Fieldpost's"));
   ASSERT_EQ(::chown(folder.Path().c_str(), somebody, static_cast<gid_t>(-1)), 0);
-  EXPECT_EQ(Read(), "content") << "the owner of the folder could do anything there";
+  EXPECT_EQ(Read(), "content") << "the owner of the folder may write any file in it";
 }
 
-TEST_F(JournalFileTest, IsNotFollowedWhereItsFolderCannotBeAsked) {
+TEST_F(JournalFileTest, ThrowsWhenTheOwnerOfItsFolderIsUnknown) {
   constexpr uid_t somebody = 54321;
   folder.Write("journal", "content");
   constexpr int whetherItIsAFolder = 1;
   const test::FailingCall failing("stat", EACCES, whetherItIsAFolder);
   if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
-    EXPECT_EQ(Read(), "content") << "the user's own needs no folder";
+    EXPECT_EQ(Read(), "content") << "the user's own file is read without its folder's owner";
     return;
   }
   EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot access")));

@@ -12,21 +12,21 @@
 namespace fieldpost::test {
 namespace {
 
-TEST(LocalAddressTest, LoopbackIsThisMachine) {
+TEST(LocalAddressTest, LoopbackAddressesAreLocal) {
   for (const char* address : {"127.0.0.1", "127.1.2.3", "::1", "::ffff:127.0.0.1"}) {
     EXPECT_TRUE(IsThisMachine(address)) << address;
   }
 }
 
-TEST(LocalAddressTest, OthersAreNot) {
-  // Addresses kept for documentation (RFC 5737, RFC 3849), and what is none.
+TEST(LocalAddressTest, OtherAddressesAndTextsAreNot) {
+  // Documentation addresses (RFC 5737, RFC 3849), and texts that are not addresses.
   for (const char* address :
        {"192.0.2.1", "2001:db8::1", "::ffff:192.0.2.1", "128.0.0.1", "", "localhost", "127.1"}) {
     EXPECT_FALSE(IsThisMachine(address)) << address;
   }
 }
 
-TEST(LocalAddressTest, EachAddressOfItsInterfacesIsThisMachine) {
+TEST(LocalAddressTest, AddressesOfTheInterfacesAreLocal) {
   ifaddrs* first = nullptr;
   ASSERT_EQ(::getifaddrs(&first), 0);
   for (const ifaddrs* entry = first; entry != nullptr; entry = entry->ifa_next) {
@@ -40,7 +40,7 @@ TEST(LocalAddressTest, EachAddressOfItsInterfacesIsThisMachine) {
   ::freeifaddrs(first);
 }
 
-TEST(LocalAddressTest, WhereTheSystemDoesNotTellItsAddressesLoopbackAloneIsThisMachine) {
+TEST(LocalAddressTest, OnlyLoopbackIsLocalWhenTheInterfacesAreUnknown) {
   const FailingCall failing("getifaddrs", EMFILE);
   EXPECT_FALSE(IsThisMachine("192.0.2.1"));
   EXPECT_EQ(failing.Failures(), 1);

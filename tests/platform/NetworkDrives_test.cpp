@@ -14,11 +14,11 @@
 namespace fieldpost::test {
 namespace {
 
-/// A machine with the file managers that a test names, and with no other program in its search path.
+/// Installs fake file managers in a folder that is the whole PATH.
 class NetworkDrivesTest : public testing::Test {
  protected:
   NetworkDrivesTest() {
-    EXPECT_EQ(::mkfifo(news_.c_str(), 0600), 0);
+    EXPECT_EQ(::mkfifo(report_.c_str(), 0600), 0);
     Install("setsid", "exec /usr/bin/setsid \"$@\"");
   }
 
@@ -27,7 +27,7 @@ class NetworkDrivesTest : public testing::Test {
     std::filesystem::permissions(file, std::filesystem::perms::owner_all);
   }
 
-  /// One that tells what it was started with, and which session it is in: its own process's number when true.
+  /// Installs a file manager that reports its arguments, and whether it runs in a session of its own.
   void InstallManager(const std::string& name) {
     Install(name,
             "read -r pid comm state parent group session rest < /proc/$$/stat\n"
@@ -35,37 +35,37 @@ class NetworkDrivesTest : public testing::Test {
                 std::to_string(::getsid(0)) +
                 "\" ] && own=detached\n"
                 "echo \"" +
-                name + " $# $1 $own\" > '" + news_.string() + "'");
+                name + " $# $1 $own\" > '" + report_.string() + "'");
   }
 
-  /// What the started program told; waits for it.
-  std::string News() { return ReadFile(news_); }
+  /// Waits for the report of the started program and returns it.
+  std::string Report() { return ReadFile(report_); }
 
   TempFolder folder_;
-  std::filesystem::path news_ = folder_ / "news";
+  std::filesystem::path report_ = folder_ / "report";
   Variables search_{{"PATH", (folder_ / "bin").string()}, {"XDG_CURRENT_DESKTOP", std::nullopt}};
   DesktopNetworkDrives drives_;
   std::string problem_ = "before";
 };
 
-TEST_F(NetworkDrivesTest, BothOpenTheNetworkPlaceDetached) {
+TEST_F(NetworkDrivesTest, ConnectAndDisconnectStartTheFileManagerDetached) {
   InstallManager("thunar");
   ASSERT_TRUE(drives_.Connect(problem_));
-  EXPECT_EQ(News(), "thunar 1 network:/// detached\n");
+  EXPECT_EQ(Report(), "thunar 1 network:/// detached\n");
   ASSERT_TRUE(drives_.Disconnect(problem_));
-  EXPECT_EQ(News(), "thunar 1 network:/// detached\n");
+  EXPECT_EQ(Report(), "thunar 1 network:/// detached\n");
   EXPECT_EQ(problem_, "before");
 }
 
-TEST_F(NetworkDrivesTest, NoEndedProcessIsLeft) {
+TEST_F(NetworkDrivesTest, LeavesNoZombieProcess) {
   InstallManager("thunar");
   ASSERT_TRUE(drives_.Connect(problem_));
-  News();
+  Report();
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD);
 }
 
-TEST_F(NetworkDrivesTest, TheDesktopsOwnFileManagerComesFirst) {
+TEST_F(NetworkDrivesTest, PrefersTheDesktopsOwnFileManager) {
   for (const char* name :
        {"nautilus", "dolphin", "thunar", "caja", "nemo", "pcmanfm-qt", "pcmanfm", "xdg-open"}) {
     InstallManager(name);
@@ -83,21 +83,21 @@ TEST_F(NetworkDrivesTest, TheDesktopsOwnFileManagerComesFirst) {
                                                         {"", "nautilus 1 network:///"}}) {
     const Variables session({{"XDG_CURRENT_DESKTOP", desktop}});
     ASSERT_TRUE(drives_.Connect(problem_));
-    EXPECT_EQ(News(), told + " detached\n") << desktop;
+    EXPECT_EQ(Report(), told + " detached\n") << desktop;
   }
 }
 
-TEST_F(NetworkDrivesTest, AnotherDesktopsWillDoAndXdgOpenIsTheLast) {
+TEST_F(NetworkDrivesTest, FallsBackToOtherFileManagersAndThenXdgOpen) {
   const Variables session({{"XDG_CURRENT_DESKTOP", "GNOME"}});
   InstallManager("xdg-open");
   ASSERT_TRUE(drives_.Connect(problem_));
-  EXPECT_EQ(News(), "xdg-open 1 network:/// detached\n");
+  EXPECT_EQ(Report(), "xdg-open 1 network:/// detached\n");
   InstallManager("pcmanfm");
   ASSERT_TRUE(drives_.Connect(problem_));
-  EXPECT_EQ(News(), "pcmanfm 1 network:/// detached\n");
+  EXPECT_EQ(Report(), "pcmanfm 1 network:/// detached\n");
 }
 
-TEST_F(NetworkDrivesTest, WithoutAnySuitableProgramTheProblemIsOneLine) {
+TEST_F(NetworkDrivesTest, ReturnsAOneLineProblemWithoutAFileManager) {
   const std::string line =
       "No file manager that shows network drives was found. Connect the drive by other means, then choose "
       "its "
@@ -109,7 +109,7 @@ TEST_F(NetworkDrivesTest, WithoutAnySuitableProgramTheProblemIsOneLine) {
   EXPECT_EQ(problem_, line);
 }
 
-TEST_F(NetworkDrivesTest, WhatCannotBeRunIsNoProgram) {
+TEST_F(NetworkDrivesTest, IgnoresFilesThatAreNotExecutable) {
   folder_.Write("bin/thunar", "no program");
   std::filesystem::remove(folder_ / "bin/setsid");
   EXPECT_FALSE(drives_.Connect(problem_));
@@ -117,12 +117,12 @@ TEST_F(NetworkDrivesTest, WhatCannotBeRunIsNoProgram) {
   EXPECT_FALSE(drives_.Connect(problem_));
 }
 
-TEST_F(NetworkDrivesTest, FoldersOfTheSearchPathThatDependOnTheCurrentOneDoNotCount) {
+TEST_F(NetworkDrivesTest, IgnoresRelativeFoldersInThePath) {
   const Variables search({{"PATH", "::."}});
   EXPECT_FALSE(drives_.Connect(problem_));
 }
 
-TEST_F(NetworkDrivesTest, WhatCannotBeStartedIsNoFileManager) {
+TEST_F(NetworkDrivesTest, TriesTheNextWhenAProgramCannotBeStarted) {
   InstallManager("thunar");
   const FailingCall failing("posix_spawn", EAGAIN, 0, 100);
   EXPECT_FALSE(drives_.Connect(problem_));
@@ -130,15 +130,15 @@ TEST_F(NetworkDrivesTest, WhatCannotBeStartedIsNoFileManager) {
   EXPECT_GT(failing.Failures(), 0);
 }
 
-TEST_F(NetworkDrivesTest, ASignalDoesNotKeepItFromWaiting) {
+TEST_F(NetworkDrivesTest, RepeatsAWaitThatASignalInterrupts) {
   InstallManager("thunar");
   const FailingCall failing("waitpid", EINTR, 0, 2);
   EXPECT_TRUE(drives_.Connect(problem_));
-  EXPECT_EQ(News(), "thunar 1 network:/// detached\n");
+  EXPECT_EQ(Report(), "thunar 1 network:/// detached\n");
   EXPECT_EQ(failing.Failures(), 2);
 }
 
-TEST_F(NetworkDrivesTest, AHelperThatFailsStartedNothing) {
+TEST_F(NetworkDrivesTest, FailsWhenTheStarterFails) {
   InstallManager("thunar");
   for (const char* script : {"exit 1", "kill -9 $$"}) {
     Install("setsid", script);

@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A variable of the environment, as it was before at the end of the scope.
+/// Sets a variable of the environment and restores it at the end of the scope.
 class Variable {
  public:
   Variable(const char* name, const char* value) : name_(name) {
@@ -38,7 +38,7 @@ class Variable {
   std::optional<std::string> old_;
 };
 
-TEST(ProgramFolderTest, WhereItLies) {
+TEST(ProgramFolderTest, OwnFolderFollowsTheEnvironment) {
   struct Case {
     const char* own;
     const char* data;
@@ -67,7 +67,7 @@ TEST(ProgramFolderTest, WhereItLies) {
   }
 }
 
-TEST(ProgramFolderTest, AServiceWithoutHomeHasItsUsersHome) {
+TEST(ProgramFolderTest, OwnFolderIsInTheUsersHomeWithoutTheVariable) {
   const Variable own("FIELDPOST_HOME", nullptr);
   const Variable data("XDG_DATA_HOME", nullptr);
   const Variable home("HOME", nullptr);
@@ -75,7 +75,7 @@ TEST(ProgramFolderTest, AServiceWithoutHomeHasItsUsersHome) {
   EXPECT_EQ(OwnFolder().filename(), "fieldpost");
 }
 
-TEST(ProgramFolderTest, AUserWithoutAHomeHasNone) {
+TEST(ProgramFolderTest, OwnFolderIsEmptyWithoutAHome) {
   const Variable own("FIELDPOST_HOME", nullptr);
   const Variable data("XDG_DATA_HOME", nullptr);
   const Variable home("HOME", nullptr);
@@ -85,14 +85,14 @@ TEST(ProgramFolderTest, AUserWithoutAHomeHasNone) {
   EXPECT_EQ(RegistryFile(), fs::path());
 }
 
-TEST(ProgramFolderTest, TheRegistryMayLieElsewhere) {
+TEST(ProgramFolderTest, RegistryFileFollowsItsVariable) {
   const Variable own("FIELDPOST_HOME", "/srv/own");
   const Variable registry("FIELDPOST_REGISTRY", "/srv/keys.sqlite");
   EXPECT_EQ(RegistryFile(), "/srv/keys.sqlite");
   EXPECT_EQ(OwnFolder(), "/srv/own");
 }
 
-TEST(ProgramFolderTest, ItIsMadeForItsOwnerAlone) {
+TEST(ProgramFolderTest, MakeOwnFolderCreatesItForTheOwnerOnly) {
   const TempFolder folder;
   DiskFileSystem files;
   const fs::path own = folder.Path() / "a" / "fieldpost";

@@ -6,36 +6,33 @@
 namespace fieldpost::test {
 namespace {
 
-/// A database in memory with a function that fails with the code that it is given.
+/// A database in memory with the SQL function `fail`, which fails with the code of its argument.
 class FailingDatabase {
  public:
   FailingDatabase() {
-    EXPECT_EQ(sqlite3_open(":memory:", &database_), SQLITE_OK);
     const auto fail = [](sqlite3_context* context, int, sqlite3_value** values) {
       sqlite3_result_error_code(context, sqlite3_value_int(values[0]));
     };
-    EXPECT_EQ(sqlite3_create_function(database_, "fail", 1, SQLITE_UTF8, nullptr, fail, nullptr, nullptr),
-              SQLITE_OK);
+    database_.createFunction("fail", 1, false, nullptr, fail);
   }
-  FailingDatabase(const FailingDatabase&) = delete;
-  FailingDatabase& operator=(const FailingDatabase&) = delete;
-  ~FailingDatabase() { sqlite3_close(database_); }
 
-  [[nodiscard]] SqliteError ErrorOf(int code) const {
+  [[nodiscard]] SQLite::Exception ErrorOf(int code) {
     try {
-      SqliteStatement(database_, "SELECT fail(?)").Bind(1, code).Step();
-    } catch (const SqliteError& error) {
+      SQLite::Statement statement(database_, "SELECT fail(?)");
+      statement.bind(1, code);
+      statement.executeStep();
+    } catch (const SQLite::Exception& error) {
       return error;
     }
     throw std::logic_error("it did not fail");
   }
 
  private:
-  sqlite3* database_ = nullptr;
+  SQLite::Database database_{":memory:", SQLite::OPEN_READWRITE};
 };
 
-TEST(SqliteKeyFileTest, EachFailureOfTheDatabaseHasAStatusAndAReason) {
-  const FailingDatabase database;
+TEST(SqliteKeyFileTest, MapsEachDatabaseErrorToStatusAndReason) {
+  FailingDatabase database;
   const struct {
     int code;
     KeyStatus status;
@@ -55,7 +52,7 @@ TEST(SqliteKeyFileTest, EachFailureOfTheDatabaseHasAStatusAndAReason) {
       {SQLITE_NOTADB, KeyStoreDamaged, "the file is damaged, or is no key store (file is not a database)"},
   };
   for (const auto& row : rows) {
-    const SqliteError error = database.ErrorOf(row.code);
+    const SQLite::Exception error = database.ErrorOf(row.code);
     EXPECT_EQ(KeyStatusOf(error), row.status) << row.code;
     EXPECT_EQ(ReasonFor(error), row.reason) << row.code;
   }

@@ -15,21 +15,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct SqliteSurroundings {
+struct SqliteFixture {
   TempFolder folder;
   DiskFileSystem files;
 };
 
 KeyStoreUnderTest MakeSqliteKeyStore() {
-  auto surroundings = std::make_shared<SqliteSurroundings>();
-  auto store =
-      std::make_unique<SqliteKeyStore>(surroundings->files, surroundings->folder / "registry.sqlite");
-  return {std::move(surroundings), std::move(store)};
+  auto fixture = std::make_shared<SqliteFixture>();
+  auto store = std::make_unique<SqliteKeyStore>(fixture->files, fixture->folder / "registry.sqlite");
+  return {std::move(fixture), std::move(store)};
 }
 
 INSTANTIATE_TEST_SUITE_P(Sqlite, KeyStoreContract, testing::Values(KeyStoreMaker(MakeSqliteKeyStore)));
 
-/// A database as another program would open it.
+/// Opens a store as another program would.
 class RawDatabase {
  public:
   explicit RawDatabase(const fs::path& file) { EXPECT_EQ(sqlite3_open(file.c_str(), &database_), SQLITE_OK); }
@@ -74,7 +73,7 @@ class SqliteKeyStoreTest : public testing::Test {
   fs::path file_ = folder_.Path() / "registry.sqlite";
 };
 
-TEST_F(SqliteKeyStoreTest, ReadingMakesNothing) {
+TEST_F(SqliteKeyStoreTest, ReadingCreatesNoFile) {
   SqliteKeyStore keys(files_, folder_.Path() / "missing" / "registry.sqlite");
   std::string text;
   std::vector<std::string> names;
@@ -85,7 +84,7 @@ TEST_F(SqliteKeyStoreTest, ReadingMakesNothing) {
   EXPECT_THAT(Names(folder_.Path()), testing::IsEmpty());
 }
 
-TEST_F(SqliteKeyStoreTest, TheFileAndTheFoldersAboveItAreItsOwnersAlone) {
+TEST_F(SqliteKeyStoreTest, CreatesFileAndFoldersForTheOwnerOnly) {
   const fs::path file = folder_.Path() / "new" / "deeper" / "registry.sqlite";
   SqliteKeyStore keys(files_, file);
   ASSERT_EQ(Write(keys, "K", "x"), KeyOk);
@@ -95,7 +94,7 @@ TEST_F(SqliteKeyStoreTest, TheFileAndTheFoldersAboveItAreItsOwnersAlone) {
   }
 }
 
-TEST_F(SqliteKeyStoreTest, WhatWasWrittenIsThereForTheNextProgram) {
+TEST_F(SqliteKeyStoreTest, KeepsValuesAcrossInstances) {
   {
     SqliteKeyStore keys(files_, file_);
     ASSERT_EQ(Write(keys, R"(A\B)", "kept"), KeyOk);
@@ -104,7 +103,7 @@ TEST_F(SqliteKeyStoreTest, WhatWasWrittenIsThereForTheNextProgram) {
   EXPECT_EQ(Text(keys, R"(a\b)"), "kept");
 }
 
-TEST_F(SqliteKeyStoreTest, TwoProgramsSeeEachOthersWrites) {
+TEST_F(SqliteKeyStoreTest, TwoInstancesSeeEachOthersWrites) {
   SqliteKeyStore first(files_, file_);
   SqliteKeyStore second(files_, file_);
   EXPECT_EQ(Text(second, "K"), "(missing)");
@@ -114,7 +113,7 @@ TEST_F(SqliteKeyStoreTest, TwoProgramsSeeEachOthersWrites) {
   EXPECT_EQ(Text(first, "K"), "two");
 }
 
-TEST_F(SqliteKeyStoreTest, AWriteThatChangesNothingLeavesTheFileAlone) {
+TEST_F(SqliteKeyStoreTest, DoesNotWriteAnUnchangedValue) {
   SqliteKeyStore keys(files_, file_);
   ASSERT_EQ(Write(keys, "K", "x"), KeyOk);
   const FileStamp before = files_.Stamp(file_);
@@ -122,17 +121,17 @@ TEST_F(SqliteKeyStoreTest, AWriteThatChangesNothingLeavesTheFileAlone) {
   EXPECT_EQ(files_.Stamp(file_), before);
 }
 
-TEST_F(SqliteKeyStoreTest, AnEmptyFileIsAnEmptyStore) {
+TEST_F(SqliteKeyStoreTest, TreatsAnEmptyFileAsAnEmptyStore) {
   folder_.Write("registry.sqlite", "");
   SqliteKeyStore keys(files_, file_);
   std::string text;
   EXPECT_EQ(Read(keys, "K", text), KeyMissing);
-  EXPECT_EQ(fs::file_size(file_), 0U) << "reading writes nothing";
+  EXPECT_EQ(fs::file_size(file_), 0U) << "reading does not write";
   ASSERT_EQ(Write(keys, "K", "x"), KeyOk);
   EXPECT_EQ(Text(keys, "K"), "x");
 }
 
-TEST_F(SqliteKeyStoreTest, AFilePutInItsPlaceIsSeen) {
+TEST_F(SqliteKeyStoreTest, ReconnectsWhenTheFileIsReplaced) {
   SqliteKeyStore keys(files_, file_);
   ASSERT_EQ(Write(keys, "K", "old"), KeyOk);
   KeyHandle open = KeyHandle::None;
@@ -144,14 +143,14 @@ TEST_F(SqliteKeyStoreTest, AFilePutInItsPlaceIsSeen) {
   fs::rename(folder_.Path() / "other.sqlite", file_);
   EXPECT_EQ(Text(keys, "K"), "new");
   KeyData data;
-  EXPECT_EQ(keys.QueryValue(open, "", data), KeyBadHandle) << "it was open in the file that is gone";
+  EXPECT_EQ(keys.QueryValue(open, "", data), KeyBadHandle) << "the key was open in the replaced file";
   fs::remove(file_);
   EXPECT_EQ(Text(keys, "K"), "(missing)");
   ASSERT_EQ(Write(keys, "K", "anew"), KeyOk);
   EXPECT_EQ(Text(keys, "K"), "anew");
 }
 
-TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
+TEST_F(SqliteKeyStoreTest, RefusesAndKeepsAFileThatIsNotAnIntactStore) {
   struct Case {
     const char* name;
     std::function<void()> make;
@@ -164,7 +163,7 @@ TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
   const std::vector<Case> cases{
       {"garbage", [this] { folder_.Write("registry.sqlite", std::string(5000, 'g')); }, "is damaged"},
       {"a short text", [this] { folder_.Write("registry.sqlite", "hello"); }, "is damaged"},
-      {"cut off",
+      {"truncated",
        [&] {
          soundStore();
          fs::resize_file(file_, fs::file_size(file_) - 4096);
@@ -180,11 +179,11 @@ TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
        "is damaged"},
       {"another program's", [this] { RawDatabase(file_).Run("CREATE TABLE t (x); PRAGMA user_version = 1"); },
        "no key store of this program"},
-      {"another program's, empty yet", [this] { RawDatabase(file_).Run("PRAGMA application_id = 7"); },
+      {"another program's, still empty", [this] { RawDatabase(file_).Run("PRAGMA application_id = 7"); },
        "no key store of this program"},
       {"another program's, without a number", [this] { RawDatabase(file_).Run("CREATE TABLE t (x)"); },
        "no key store of this program"},
-      {"of no version",
+      {"without a version",
        [&] {
          soundStore();
          RawDatabase(file_).Run("PRAGMA user_version = 0");
@@ -226,7 +225,7 @@ TEST_F(SqliteKeyStoreTest, AFileThatIsNoSoundStoreIsRefusedAndNeverChanged) {
   }
 }
 
-TEST_F(SqliteKeyStoreTest, AFileIsReadUpToItsBound) {
+TEST_F(SqliteKeyStoreTest, ReadsAFileUpToTheLimit) {
   constexpr std::uintmax_t largest = 64U << 20U;
   {
     SqliteKeyStore keys(files_, file_);
@@ -244,7 +243,7 @@ TEST_F(SqliteKeyStoreTest, AFileIsReadUpToItsBound) {
   EXPECT_EQ(fs::file_size(file_), largest + 1);
 }
 
-TEST_F(SqliteKeyStoreTest, ANameThatIsNoFileIsRefusedWithAReason) {
+TEST_F(SqliteKeyStoreTest, RefusesAFolderWithAReason) {
   fs::create_directory(file_);
   SqliteKeyStore keys(files_, file_);
   std::string text;
@@ -253,21 +252,32 @@ TEST_F(SqliteKeyStoreTest, ANameThatIsNoFileIsRefusedWithAReason) {
   EXPECT_THAT(keys.Problem(), testing::HasSubstr(Utf8FromPath(file_)));
 }
 
-TEST_F(SqliteKeyStoreTest, AFolderThatCannotBeMadeIsAReasonNotAnError) {
+TEST_F(SqliteKeyStoreTest, ReportsAFolderThatCannotBeCreated) {
   folder_.Write("file", "");
   SqliteKeyStore keys(files_, folder_.Path() / "file" / "registry.sqlite");
   EXPECT_EQ(Write(keys, "K", "x"), KeyRefused);
   EXPECT_THAT(keys.Problem(), testing::HasSubstr("file"));
 }
 
-TEST_F(SqliteKeyStoreTest, AFileThatCannotBeMadeIsAReasonNotAnError) {
+TEST_F(SqliteKeyStoreTest, ReportsAFileThatCannotBeCreated) {
   SqliteKeyStore keys(files_, file_);
   const FailingCall failing("open", ENOSPC);
   EXPECT_EQ(Write(keys, "K", "x"), KeyRefused);
   EXPECT_THAT(keys.Problem(), testing::HasSubstr("No space left on device"));
 }
 
-TEST_F(SqliteKeyStoreTest, EachRootTakesValuesOfItsOwn) {
+TEST_F(SqliteKeyStoreTest, RefusesAValueOfMoreThan16MiB) {
+  constexpr std::size_t largest = 16U << 20U;
+  SqliteKeyStore keys(files_, file_);
+  EXPECT_EQ(keys.SetValue(Root, "V", KeyTypeBinary, std::string(largest + 1, 'x')), KeyBadArgument);
+  EXPECT_FALSE(fs::exists(file_));
+  ASSERT_EQ(keys.SetValue(Root, "V", KeyTypeBinary, std::string(largest, 'x')), KeyOk);
+  KeyData data;
+  ASSERT_EQ(keys.QueryValue(Root, "V", data), KeyOk);
+  EXPECT_EQ(data.bytes.size(), largest);
+}
+
+TEST_F(SqliteKeyStoreTest, KeepsTheValuesOfEachRootApart) {
   SqliteKeyStore keys(files_, file_);
   for (const KeyHandle root : {KeyHandle::ClassesRoot, KeyHandle::CurrentUser, KeyHandle::LocalMachine,
                                KeyHandle::Users, KeyHandle::CurrentConfig}) {
@@ -279,7 +289,7 @@ TEST_F(SqliteKeyStoreTest, EachRootTakesValuesOfItsOwn) {
   }
 }
 
-TEST_F(SqliteKeyStoreTest, NamesOfKeysMayBeSeparatedByMoreThanOneSeparatorAndGoSoDeepOnly) {
+TEST_F(SqliteKeyStoreTest, AcceptsRepeatedSeparatorsAndLimitsTheDepth) {
   SqliteKeyStore keys(files_, file_);
   ASSERT_EQ(Write(keys, R"(\A\\B\)", "x"), KeyOk);
   EXPECT_EQ(Text(keys, R"(A\B)"), "x");
@@ -290,7 +300,7 @@ TEST_F(SqliteKeyStoreTest, NamesOfKeysMayBeSeparatedByMoreThanOneSeparatorAndGoS
   EXPECT_EQ(Read(keys, deep + R"(\k)", text), KeyBadArgument);
 }
 
-TEST_F(SqliteKeyStoreTest, TextsThatAnotherProgramStoredAreReadSafely) {
+TEST_F(SqliteKeyStoreTest, TerminatesTextsThatAnotherProgramStored) {
   {
     SqliteKeyStore keys(files_, file_);
     ASSERT_EQ(Write(keys, "K", "x"), KeyOk);
@@ -301,7 +311,7 @@ TEST_F(SqliteKeyStoreTest, TextsThatAnotherProgramStoredAreReadSafely) {
   KeyData data;
   ASSERT_EQ(opened.Open(Root, "K", KeyReadAccess), KeyOk);
   ASSERT_EQ(keys.QueryValue(opened.Handle(), "", data), KeyOk);
-  EXPECT_EQ(data.bytes, std::string("abc\0", 4)) << "the terminator is there for the reader to take off";
+  EXPECT_EQ(data.bytes, std::string("abc\0", 4)) << "the store adds the terminator";
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ namespace {
 using testing::Contains;
 using testing::Not;
 
-/// A process that has a library loaded from a file of the name given.
+/// A process that has loaded a library from a file of a given name.
 class LoadingProcess {
  public:
   explicit LoadingProcess(const std::string& fileName,
@@ -53,26 +53,26 @@ TopLevelWindow Counted(std::uint64_t process) {
   return {process, "Fieldpost", true};
 }
 
-TEST(ProcessTopLevelWindowsTest, TheCallerIsTheFirst) {
+TEST(ProcessTopLevelWindowsTest, ListsTheCallerFirst) {
   const std::vector<TopLevelWindow> windows = Windows();
   ASSERT_FALSE(windows.empty());
   EXPECT_EQ(windows.front(), Counted(static_cast<std::uint64_t>(::getpid())));
 }
 
-TEST(ProcessTopLevelWindowsTest, AProcessWithTheLibraryCountsAsLongAsItRuns) {
+TEST(ProcessTopLevelWindowsTest, ListsAProcessWithTheLibraryWhileItRuns) {
   LoadingProcess copy("libfieldpost-window.so");
   EXPECT_THAT(Windows(), Contains(Counted(copy.Number())).Times(1));
   copy.End();
   EXPECT_THAT(Windows(), Not(Contains(Counted(copy.Number()))));
 }
 
-TEST(ProcessTopLevelWindowsTest, AProcessWhoseLibraryWasReplacedCounts) {
+TEST(ProcessTopLevelWindowsTest, ListsAProcessWhoseLibraryFileWasReplaced) {
   const LoadingProcess copy("libfieldpost-window.so");
   std::filesystem::remove(copy.File());
   EXPECT_THAT(Windows(), Contains(Counted(copy.Number())).Times(1));
 }
 
-TEST(ProcessTopLevelWindowsTest, OnlyProcessesOfTheSameDesktopCount) {
+TEST(ProcessTopLevelWindowsTest, ListsProcessesOfTheSameDesktopOnly) {
   struct DesktopCase {
     Variables::Value display;
     Variables::Value folder;
@@ -97,7 +97,7 @@ TEST(ProcessTopLevelWindowsTest, OnlyProcessesOfTheSameDesktopCount) {
   }
 }
 
-TEST(ProcessTopLevelWindowsTest, OtherLibrariesDoNotCount) {
+TEST(ProcessTopLevelWindowsTest, IgnoresProcessesWithOtherLibraries) {
   for (const char* name : {"libfieldpost-window.so.1", "xlibfieldpost-window.so", "libfieldpost-windows.so",
                            "libFieldpost-window.so", "libfieldpost-window.so/lib.so"}) {
     const LoadingProcess other(name);

@@ -7,13 +7,13 @@
 namespace fieldpost::test {
 namespace {
 
-TEST(WindowLibraryTest, LiesBesideTheFolderOfTheRunningProgram) {
+TEST(WindowLibraryTest, FileIsBesideTheFolderOfTheProgram) {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   EXPECT_EQ(WindowLibraryFile(),
             program.parent_path().parent_path() / "lib" / "fieldpost" / "libfieldpost-window.so");
 }
 
-TEST(WindowLibraryTest, SaysInOneLineWhyItCannotBeLoaded) {
+TEST(WindowLibraryTest, LoadReturnsOneLineOnFailure) {
   const TempFolder folder;
   const struct {
     std::filesystem::path file;

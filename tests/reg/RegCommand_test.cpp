@@ -46,7 +46,7 @@ class RegCommandTest : public testing::Test {
 
 const Outcome Done{0, "", ""};
 
-TEST_F(RegCommandTest, DataComeBackAsTheyWereGiven) {
+TEST_F(RegCommandTest, AddedDataReadBackUnchanged) {
   for (const std::string data : {"/srv/site", "", " ", "Größe 中 😀", "a b", "[a,b]", "-5", "--ve", "--data",
                                  "{}", "%s", "\"q\"", "C:\\x\\", "two\nlines", "\xFF not UTF-8", "=x", "'"}) {
     EXPECT_EQ(Run({"add", R"(HKLM\K)", "--ve", "--data", data}), Done) << data;
@@ -57,7 +57,7 @@ TEST_F(RegCommandTest, DataComeBackAsTheyWereGiven) {
   }
 }
 
-TEST_F(RegCommandTest, Numbers) {
+TEST_F(RegCommandTest, ReadsAndPrintsNumbers) {
   struct Case {
     std::string data;
     std::string printed;
@@ -78,24 +78,24 @@ TEST_F(RegCommandTest, Numbers) {
   for (const char* data : {"", "x", "1x", "4294967296", "-2147483649", "0x", "0x-1", "1.5", " 1"}) {
     const Outcome outcome = Run({"add", R"(HKLM\New)", "--ve", "--type", "REG_DWORD", "--data", data});
     EXPECT_EQ(outcome.status, 2) << data;
-    EXPECT_THAT(outcome.err, HasSubstr("no 32-bit number")) << data;
+    EXPECT_THAT(outcome.err, HasSubstr("not a 32-bit number")) << data;
   }
-  EXPECT_EQ(Run({"query", R"(HKLM\New)"}).status, 1) << "what is refused makes no key";
+  EXPECT_EQ(Run({"query", R"(HKLM\New)"}).status, 1) << "a refused command creates no key";
 }
 
-TEST_F(RegCommandTest, AddingAKeyAlone) {
+TEST_F(RegCommandTest, AddsAKeyWithoutAValue) {
   EXPECT_EQ(Run({"add", R"(HKLM\A\B)"}), Done);
   EXPECT_EQ(Run({"add", R"(HKLM\A\B)"}), Done);
   EXPECT_EQ(Run({"query", R"(hklm\a)"}),
             (Outcome{0, "HKEY_LOCAL_MACHINE\\a\nHKEY_LOCAL_MACHINE\\a\\B\n", ""}));
 }
 
-TEST_F(RegCommandTest, AValueWithoutDataIsAnEmptyText) {
+TEST_F(RegCommandTest, AddsAnEmptyTextWithoutData) {
   EXPECT_EQ(Run({"add", R"(HKLM\A)", "--value", "v"}), Done);
   EXPECT_EQ(Run({"query", R"(HKLM\A)", "--value", "v"}), (Outcome{0, "\n", ""}));
 }
 
-TEST_F(RegCommandTest, QueryingAKeyListsValuesAndSubkeys) {
+TEST_F(RegCommandTest, QueryListsValuesAndSubkeys) {
   Run({"add", R"(HKLM\A\Sub2)"});
   Run({"add", R"(HKLM\A\sub1)"});
   Run({"add", R"(HKLM\A)", "--value", "Text", "--data", "a\nb"});
@@ -114,7 +114,7 @@ TEST_F(RegCommandTest, QueryingAKeyListsValuesAndSubkeys) {
             "HKEY_LOCAL_MACHINE\\A\\Sub2\n");
 }
 
-TEST_F(RegCommandTest, ShowsTheTypesThatOthersStoredToo) {
+TEST_F(RegCommandTest, PrintsEveryTypeOfValue) {
   KeyHandle key = KeyHandle::None;
   ASSERT_EQ(keys_.CreateKey(KeyHandle::LocalMachine, "K", KeyAllAccess, key), KeyOk);
   const struct {
@@ -135,7 +135,7 @@ TEST_F(RegCommandTest, ShowsTheTypesThatOthersStoredToo) {
   }
 }
 
-TEST_F(RegCommandTest, WhatIsMissingIsSaidAndNothingIsMade) {
+TEST_F(RegCommandTest, ReportsWhatIsMissingAndCreatesNothing) {
   EXPECT_EQ(Run({"query", "HKLM"}), (Outcome{0, "HKEY_LOCAL_MACHINE\n", ""}));
   for (const Words& words : std::vector<Words>{{"query", R"(HKLM\A)"},
                                                {"query", R"(HKLM\A)", "--ve"},
@@ -150,28 +150,28 @@ TEST_F(RegCommandTest, WhatIsMissingIsSaidAndNothingIsMade) {
   EXPECT_THAT(Names(folder_.Path()), testing::IsEmpty());
 }
 
-TEST_F(RegCommandTest, AMissingKeyIsShownWhatIsThere) {
+TEST_F(RegCommandTest, ListsTheNearestKeyWhenAKeyIsMissing) {
   Run({"add", R"(HKLM\SOFTWARE\Kestrel)"});
   Run({"add", R"(HKLM\SOFTWARE\Other)"});
   EXPECT_EQ(Run({"query", R"(HKLM\SOFTWARE\Kestrl\X)", "--ve"}).err,
             "fieldpost-reg: no such key: HKEY_LOCAL_MACHINE\\SOFTWARE\\Kestrl\\X\n"
             "HKEY_LOCAL_MACHINE\\SOFTWARE has: Kestrel, Other\n");
   EXPECT_EQ(Run({"query", R"(HKLM\SOFTWARE\Other)", "--value", "v"}).err,
-            "fieldpost-reg: HKEY_LOCAL_MACHINE\\SOFTWARE\\Other has not the value \"v\"\n");
+            "fieldpost-reg: HKEY_LOCAL_MACHINE\\SOFTWARE\\Other does not have the value \"v\"\n");
 }
 
-TEST_F(RegCommandTest, Deleting) {
+TEST_F(RegCommandTest, DeletesValuesKeysAndTrees) {
   Run({"add", R"(HKLM\A\B)", "--value", "v", "--data", "x"});
   Run({"add", R"(HKLM\A\B)", "--ve", "--data", "y"});
   EXPECT_EQ(Run({"delete", R"(HKLM\A\B)", "--value", "V"}), Done);
   EXPECT_EQ(Run({"query", R"(HKLM\A\B)", "--value", "v"}).status, 1);
   EXPECT_EQ(Run({"query", R"(HKLM\A\B)", "--ve"}).out, "y\n");
   EXPECT_EQ(Run({"delete", R"(HKLM\A\B)", "--ve"}), Done);
-  EXPECT_EQ(Run({"delete", R"(HKLM\A)"}), Done) << "a key goes with its subkeys";
+  EXPECT_EQ(Run({"delete", R"(HKLM\A)"}), Done) << "a key is deleted with its subkeys";
   EXPECT_EQ(Run({"query", "HKLM"}).out, "HKEY_LOCAL_MACHINE\n");
 }
 
-TEST_F(RegCommandTest, WrongCommandLines) {
+TEST_F(RegCommandTest, RejectsWrongCommandLines) {
   struct Case {
     Words words;
     const char* says;
@@ -198,13 +198,13 @@ TEST_F(RegCommandTest, WrongCommandLines) {
   EXPECT_THAT(Names(folder_.Path()), testing::IsEmpty());
 }
 
-TEST_F(RegCommandTest, HelpIsNoError) {
+TEST_F(RegCommandTest, HelpSucceeds) {
   const Outcome outcome = Run({"--help"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("query"));
 }
 
-TEST_F(RegCommandTest, ADamagedStoreIsNamed) {
+TEST_F(RegCommandTest, NamesADamagedStore) {
   const std::filesystem::path file = folder_.Write("registry.sqlite", std::string(9000, 'd'));
   for (const Words& words : std::vector<Words>{
            {"add", R"(HKLM\A)"}, {"query", R"(HKLM\A)"}, {"query", "HKLM"}, {"delete", R"(HKLM\A)"}}) {
@@ -215,7 +215,7 @@ TEST_F(RegCommandTest, ADamagedStoreIsNamed) {
   }
 }
 
-TEST(RegKeyNameTest, Names) {
+TEST(RegKeyNameTest, ParsesAndPrintsNames) {
   struct Case {
     const char* text;
     const char* full;

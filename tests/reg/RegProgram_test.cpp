@@ -15,10 +15,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The program as it was built, with a folder of its own.
+/// Runs the built program with a folder of its own.
 class RegProgramTest : public testing::Test {
  protected:
-  /// The shell command that runs the program; `words` are quoted already.
+  /// Returns the shell command that runs the program; `words` are already quoted.
   [[nodiscard]] std::string Command(const std::string& words) const {
     return "env -u XDG_DATA_HOME -u FIELDPOST_REGISTRY FIELDPOST_HOME=" + Quoted(Utf8FromPath(own_)) + " " +
            Quoted(FIELDPOST_BIN "/fieldpost-reg") + " " + words;
@@ -35,9 +35,9 @@ class RegProgramTest : public testing::Test {
   fs::path registry_ = own_ / "registry.sqlite";
 };
 
-TEST_F(RegProgramTest, ASiteIsSetUp) {
+TEST_F(RegProgramTest, SetsUpASite) {
   EXPECT_EQ(Status(R"(query 'HKLM\SOFTWARE' 2>&1)"), 1);
-  EXPECT_FALSE(fs::exists(own_)) << "asking makes nothing";
+  EXPECT_FALSE(fs::exists(own_)) << "a query creates nothing";
   EXPECT_EQ(Status(R"(add 'HKLM\SOFTWARE\Kestrel\OrvikShared\Common\InstPath' --ve --data '/srv/Größe 1')"),
             0);
   EXPECT_EQ(Output(R"(query 'HKLM\SOFTWARE\Kestrel\OrvikShared\Common\InstPath' --ve)"), "/srv/Größe 1\n");
@@ -46,7 +46,7 @@ TEST_F(RegProgramTest, ASiteIsSetUp) {
   EXPECT_EQ(Status("frob"), 2);
 }
 
-TEST_F(RegProgramTest, TheRegistryMayLieElsewhere) {
+TEST_F(RegProgramTest, RegistryFileFollowsItsVariable) {
   const fs::path elsewhere = folder_.Path() / "keys.sqlite";
   const std::string command = "FIELDPOST_REGISTRY=" + Quoted(Utf8FromPath(elsewhere)) + " " +
                               Quoted(FIELDPOST_BIN "/fieldpost-reg") + R"( add 'HKLM\A')";
@@ -54,7 +54,7 @@ TEST_F(RegProgramTest, TheRegistryMayLieElsewhere) {
   EXPECT_TRUE(fs::exists(elsewhere));
 }
 
-TEST_F(RegProgramTest, ProgramsThatWriteAtOnceLoseNothing) {
+TEST_F(RegProgramTest, ConcurrentWritersLoseNothing) {
   constexpr int programs = 4;
   constexpr int writes = 15;
   std::vector<ChildProcess> running;
@@ -75,7 +75,7 @@ TEST_F(RegProgramTest, ProgramsThatWriteAtOnceLoseNothing) {
   }
 }
 
-/// A reader that keeps a writer waiting at the moment when its journal lies on the disk.
+/// A reader whose lock keeps a writer waiting while its rollback journal exists.
 class WaitingReader {
  public:
   explicit WaitingReader(const fs::path& file) {
@@ -90,7 +90,7 @@ class WaitingReader {
   sqlite3* database_ = nullptr;
 };
 
-TEST_F(RegProgramTest, TheJournalIsItsOwnersAloneToo) {
+TEST_F(RegProgramTest, RollbackJournalIsForTheOwnerOnly) {
   ASSERT_EQ(Status(R"(add 'HKLM\A')"), 0);
   const fs::path journal = fs::path(registry_) += "-journal";
   fs::perms found = fs::perms::none;

@@ -16,50 +16,6 @@ std::string Times(std::size_t count, std::string_view text) {
   return result;
 }
 
-TEST(WellFormedUtf8, ReplacesBytesThatAreNotPartOfACharacter) {
-  const std::string R = "\xEF\xBF\xBD";
-  struct Row {
-    std::string bytes;
-    std::string text;
-  };
-  for (const Row& row : {
-           Row{"", ""},
-           Row{"\x7F", "\x7F"},
-           Row{"\x80", R},
-           Row{"\xBF", R},
-           Row{"\xC1\x80", R + R},
-           Row{"\xC2\x80", "\xC2\x80"},
-           Row{"\xDF\xBF", "\xDF\xBF"},
-           Row{"\xC2\x7F", R + "\x7F"},
-           Row{"\xC2\xC0", R + R},
-           Row{"\xC2", R},
-           Row{"\xE0\x9F\x80", R + R + R},
-           Row{"\xE0\xA0\x80", "\xE0\xA0\x80"},
-           Row{"\xE1\x80\x80", "\xE1\x80\x80"},
-           Row{"\xEC\xBF\xBF", "\xEC\xBF\xBF"},
-           Row{"\xED\x9F\xBF", "\xED\x9F\xBF"},
-           Row{"\xED\xA0\x80", R + R + R},
-           Row{"\xEE\xBF\xBF", "\xEE\xBF\xBF"},
-           Row{"\xEF\xBF\xBF", "\xEF\xBF\xBF"},
-           Row{"\xE1\x80"
-               "A",
-               R + R + "A"},
-           Row{"\xE1\x80", R + R},
-           Row{"\xF0\x8F\xBF\xBF", R + R + R + R},
-           Row{"\xF0\x90\x80\x80", "\xF0\x90\x80\x80"},
-           Row{"\xF1\x80\x80\x80", "\xF1\x80\x80\x80"},
-           Row{"\xF3\xBF\xBF\xBF", "\xF3\xBF\xBF\xBF"},
-           Row{"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
-           Row{"\xF4\x90\x80\x80", R + R + R + R},
-           Row{"\xF5\x80\x80\x80", R + R + R + R},
-           Row{"\xF1\x80\x80", R + R + R},
-           Row{"\xF1\x80\x80z", R + R + R + "z"},
-           Row{"a\xC3\xA4z", "a\xC3\xA4z"},
-       }) {
-    EXPECT_EQ(WellFormedUtf8(row.bytes), row.text) << testing::PrintToString(row.bytes);
-  }
-}
-
 TEST(HeaderField, FoldsALineThatIsFull) {
   const auto x = [](std::size_t count) { return std::string(count, 'x'); };
   struct Row {

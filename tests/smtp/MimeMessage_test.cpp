@@ -9,6 +9,7 @@
 #include <random>
 
 #include "common/Text.h"
+#include "common/Utf8.h"
 #include "smtp/Base64.h"
 #include "support/CommandOutput.h"
 #include "support/TempFolder.h"

@@ -71,7 +71,7 @@ TEST_P(CancelledSendTest, ClosesTheConnectionWhenEventsAreProcessedNext) {
   display.onTurn = [this] { display.cancelled = display.turns >= 10; };
   EXPECT_FALSE(Send(sink));
   EXPECT_TRUE(cancelled);
-  EXPECT_THAT(status, testing::EndsWith("\r\nError: 42 ended by the user"));
+  EXPECT_THAT(status, testing::EndsWith("\r\nError: 42 cancelled by the user"));
   EXPECT_EQ(display.turns, 10U);
   EXPECT_EQ(sink.Count("-- connected"), 1U) << "it is not tried again";
   EXPECT_EQ(sink.Count("bytes of data"), 0U);

@@ -1,4 +1,4 @@
-// A program started beside the test through the shell.
+// A shell command that runs in the background of a test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 
 namespace fieldpost::test {
 
-/// Runs a shell command in the background; its standard output is what the test reads.
+/// Runs a shell command in the background. The test reads its standard output.
 class ChildProcess {
  public:
   explicit ChildProcess(const std::string& command) : stream_(::popen(command.c_str(), "r")) {
@@ -45,7 +45,7 @@ class ChildProcess {
   std::FILE* stream_;
 };
 
-/// A word of a shell command that means itself.
+/// Returns a word quoted for the shell.
 inline std::string Quoted(const std::string& word) {
   std::string result = "'";
   for (const char c : word) result += c == '\'' ? std::string(R"('\'')") : std::string(1, c);

@@ -1,4 +1,4 @@
-// What a command prints.
+// The output of a command.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@ struct CommandResult {
   std::string output;  ///< standard output and standard error
 };
 
-/// Runs a shell command to its end.
+/// Runs a shell command and waits until it ends.
 inline CommandResult RunCommand(const std::string& command) {
   CommandResult result;
   std::FILE* const stream = ::popen((command + " 2>&1").c_str(), "r");

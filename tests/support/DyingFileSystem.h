@@ -1,4 +1,4 @@
-// A file system under a program that is killed at its n-th change.
+// A file system of a program that is killed before its n-th change.
 #pragma once
 
 #include <cstddef>
@@ -8,11 +8,12 @@
 
 namespace fieldpost::test {
 
-/// What a killed program never gets to handle.
+/// Thrown where the program is killed. Nothing in the program catches it.
 struct Killed {};
 
-/// The disk, until the change with the given number: that one and all later ones do not happen. The first
-/// throws Killed; the others, from destructors on the way out, are silently left out, as they would be.
+/// The disk until `changesLeft` changes were made. The next change throws Killed. Later changes, which
+/// destructors make while the exception is handled, are ignored, because a killed program would not make
+/// them.
 class DyingFileSystem : public FileSystem {
  public:
   mutable std::size_t changesLeft = std::numeric_limits<std::size_t>::max();

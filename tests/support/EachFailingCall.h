@@ -1,4 +1,4 @@
-// Runs again and again, and each time one more of the system's calls fails.
+// Fault injection: repeats a run and lets another system call fail each time.
 #pragma once
 
 #include <array>
@@ -10,17 +10,17 @@
 
 namespace fieldpost::test {
 
-/// Those with which files are read and changed.
+/// The system calls that read and change files.
 inline constexpr std::array<std::string_view, 14> FileCalls{"open",  "openat", "read",   "write",   "close",
                                                             "fstat", "stat",   "chmod",  "mkdir",   "rename",
                                                             "fsync", "syncfs", "unlink", "unlinkat"};
 
-/// For each of these calls and for n = 0, 1, 2, ...: `run(call, n)` makes a whole run in which that call
-/// fails at its n-th time, and returns how often it failed; at 0 the run makes no such call any more. Returns
-/// how many calls failed in all.
+/// Calls `run(call, n)` for each call of FileCalls and for n = 0, 1, 2, ... It must make a whole run in which
+/// `call` fails once after n successful calls, and return the number of failures; 0 ends the loop over n,
+/// because the run makes fewer calls. Returns the total number of failures.
 template <class Run>
 std::size_t ForEachFailingCall(Run run) {
-  // Hundreds of runs flush what they write, which takes no time there.
+  // In memory, the flushes of hundreds of runs take no time.
   const Variables inMemory{{"TMPDIR", "/dev/shm"}};
   std::size_t swept = 0;
   for (const std::string_view call : FileCalls) {

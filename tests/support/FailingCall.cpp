@@ -13,8 +13,8 @@
 #include <cerrno>
 #include <vector>
 
-// The linker leads each call that this program's own objects make of NAME to __wrap_NAME; __real_NAME is the
-// system's. What is wrapped stands in tests/CMakeLists.txt.
+// The linker redirects the calls of NAME from the program's own objects to __wrap_NAME; __real_NAME is the
+// system's function. tests/CMakeLists.txt lists the wrapped calls.
 
 namespace fieldpost::test {
 namespace {
@@ -151,7 +151,7 @@ ssize_t __wrap_read(int number, void* buffer, size_t size) {
   return CallFails("read") ? -1 : __real_read(number, buffer, size);
 }
 
-// A file system that does not tell the kind of its names.
+// "kind of readdir" simulates a file system that does not report the kinds of its entries.
 dirent* __wrap_readdir(DIR* folder) {
   if (CallFails("readdir")) return nullptr;
   dirent* const entry = __real_readdir(folder);

@@ -1,4 +1,4 @@
-// Calls of the system that fail when a test asks for it, in this program's own code alone.
+// Fault injection: system calls of the program's own code that fail on request.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 
 namespace fieldpost::test {
 
-/// While it lives, calls of this name fail with `error` (of <cerrno>): those that come after `passed` others,
-/// `times` in all. Only calls that FailingCall.cpp knows. A call that fails is not made; "close" is, so that
-/// nothing leaks.
+/// During its lifetime, calls named `name` fail with `error` (of <cerrno>): after `passed` successful ones,
+/// `times` calls fail. Only the calls in FailingCall.cpp can fail. A failing call is not made, except
+/// "close", so that no descriptor leaks.
 class FailingCall {
  public:
   FailingCall(std::string_view name, int error, int passed = 0, int times = 1);
@@ -16,10 +16,10 @@ class FailingCall {
   FailingCall& operator=(const FailingCall&) = delete;
   ~FailingCall();
 
-  /// How often it has failed.
+  /// Returns the number of calls that failed.
   [[nodiscard]] int Failures() const { return failures_; }
 
-  /// Whether this call of that name fails now; `errno` says why.
+  /// Whether the current call, named `name`, fails. Sets `errno` when it does.
   bool Fails(std::string_view name);
 
  private:
@@ -30,7 +30,7 @@ class FailingCall {
   int failures_ = 0;
 };
 
-/// For those who stand in the place of a call: whether one of this name fails now.
+/// For wrapped calls: whether any FailingCall lets the current call, named `name`, fail.
 bool CallFails(std::string_view name);
 
 }  // namespace fieldpost::test

@@ -1,4 +1,4 @@
-// A network of the test's own: a loopback interface and nothing else.
+// A network namespace for a test, with only a loopback interface.
 #pragma once
 
 #include <fcntl.h>
@@ -23,10 +23,10 @@
 namespace fieldpost::test {
 
 struct OwnNetworkOptions {
-  bool answersEchoes = true;          ///< Whether its addresses (127.0.0.0/8) answer echoes.
-  bool grantsEchoSockets = false;     ///< Whether sockets for echoes alone may be opened by anyone.
-  bool grantsRawSockets = true;       ///< Whether the test keeps the right to raw sockets.
-  std::uint32_t rejectedAddress = 0;  ///< An address (network order) that its routes call unreachable.
+  bool answersEchoes = true;          ///< whether its addresses (127.0.0.0/8) answer echoes
+  bool grantsEchoSockets = false;     ///< whether any user may open echo sockets
+  bool grantsRawSockets = true;       ///< whether the test may open raw sockets
+  std::uint32_t rejectedAddress = 0;  ///< an address (network byte order) that its routes reject; 0 for none
 };
 
 namespace own_network {
@@ -69,7 +69,8 @@ inline bool DropRights() {
   return ::syscall(SYS_capset, &header, none.data()) == 0;
 }
 
-/// A network namespace; one without root's rights becomes root of a user namespace of its own for that.
+/// Enters a new network namespace, without root's rights also a new user namespace. Returns false when that
+/// is refused.
 inline bool EnterNamespace() {
   if (::unshare(CLONE_NEWNET) == 0) return true;
   const std::string user = "0 " + std::to_string(::geteuid()) + " 1";
@@ -79,16 +80,16 @@ inline bool EnterNamespace() {
          WriteSetting("/proc/self/gid_map", group.c_str());
 }
 
-/// What was refused; empty when all was granted.
+/// Sets up the network. Returns an empty text on success, otherwise what was refused.
 inline std::string Enter(const OwnNetworkOptions& options) {
   if (!EnterNamespace()) return "refused: a network namespace";
   if (!StartLoopback()) return "refused: to start the loopback interface";
   if (!options.answersEchoes && !WriteSetting("/proc/sys/net/ipv4/icmp_echo_ignore_all", "1")) {
-    return "refused: to leave echoes without answer";
+    return "refused: to ignore echoes";
   }
-  // A new network grants such sockets to nobody.
+  // In a new network namespace nobody may open echo sockets.
   if (options.grantsEchoSockets && !WriteSetting("/proc/sys/net/ipv4/ping_group_range", "0 0")) {
-    return "refused: to grant sockets for echoes";
+    return "refused: to permit echo sockets";
   }
   if (!Reject(options.rejectedAddress)) return "refused: to add a route";
   return options.grantsRawSockets || DropRights() ? "" : "refused: to drop rights";
@@ -96,9 +97,9 @@ inline std::string Enter(const OwnNetworkOptions& options) {
 
 }  // namespace own_network
 
-/// Runs `body` in a process with a network of its own and returns the text that it returns. That needs the
-/// right to make one: root has it, and so has everybody where user namespaces are allowed; else the text says
-/// what was refused.
+/// Runs `body` in a process with a network of its own and returns the text that `body` returns. When the
+/// network cannot be set up, the text says what was refused: it requires root, or a system that permits user
+/// namespaces.
 template <typename Body>
 std::string InOwnNetwork(const OwnNetworkOptions& options, Body body) {
   std::array<int, 2> result{};

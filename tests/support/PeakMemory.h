@@ -1,11 +1,11 @@
-// The most memory that this program has had in use so far.
+// The peak memory use of the test program.
 #pragma once
 
 #ifdef FIELDPOST_SANITIZE
 #include <algorithm>
 #include <cstddef>
 
-// Of AddressSanitizer's own interface, whose header not every compiler comes with.
+// From AddressSanitizer's interface, whose header some compilers lack.
 extern "C" {
 int __sanitizer_install_malloc_and_free_hooks(void (*onMalloc)(const volatile void*, std::size_t),
                                               void (*onFree)(const volatile void*));
@@ -19,9 +19,8 @@ namespace fieldpost::test {
 
 #ifdef FIELDPOST_SANITIZE
 
-/// AddressSanitizer keeps what was freed for a while, to find its later use; the system counts that as in
-/// use. So what is asked for and given back is counted here. Every test program has one thread that
-/// allocates.
+/// Counts allocated bytes, because AddressSanitizer keeps freed memory for a while, which the system counts
+/// as used. Only one thread of a test program allocates.
 class LiveMemory {
  public:
   LiveMemory() { __sanitizer_install_malloc_and_free_hooks(OnMalloc, OnFree); }
@@ -47,12 +46,14 @@ class LiveMemory {
 };
 inline const LiveMemory CountedFromTheStart;
 
+/// Returns the peak of the allocated memory in KiB.
 inline long PeakKilobytes() {
   return LiveMemory::Peak() / 1024;
 }
 
 #else
 
+/// Returns the peak memory use of this process in KiB.
 inline long PeakKilobytes() {
   rusage usage{};
   ::getrusage(RUSAGE_SELF, &usage);

@@ -1,4 +1,4 @@
-// PPC data for tests.
+// Fixtures for tests of PPC data.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,24 +8,25 @@
 #include <utility>
 #include <vector>
 
+#include "common/Utf8.h"
 #include "ppc/PpcEntryScanner.h"
 #include "support/TestSite.h"
 
 namespace fieldpost::test {
 
-/// Keeps what a scan hands over.
+/// A sink that keeps the entries and dates of a scan.
 class KeepingSink final : public PpcEntrySink {
  public:
   std::vector<std::string> entries;
   std::vector<std::string> dates;
   std::size_t pieces = 0;
-  bool piecesWhole = true;  ///< none begins within a character
+  bool piecesWhole = true;  ///< whether each begins with a whole character
 
   void BeginEntry() override { entries.emplace_back(); }
   void AddText(std::string_view utf8) override {
     entries.back() += utf8;
     ++pieces;
-    if (!utf8.empty() && (static_cast<unsigned char>(utf8.front()) & 0xC0U) == 0x80U) piecesWhole = false;
+    if (!utf8.empty() && !FirstCharacter(utf8).isWellFormed) piecesWhole = false;
   }
   void EndEntry() override {}
   void FoundArchiveDate(std::string_view xml) override { dates.emplace_back(xml); }
@@ -42,13 +43,13 @@ struct PpcSite : ReadySite {
     SetRegistry(PpcDatabaseKey, PpcFileNameValue, Utf8FromPath(value));
   }
 
-  /// Puts a file into the database, and tells the registry of the database.
+  /// Adds a file to the database, and sets the database in the registry.
   std::filesystem::path Database(std::string_view name, std::string_view content) {
     SetDatabase(folder.Path() / "db");
     return folder.Write("db/" + std::string(name), content);
   }
 
-  /// An export that lies there while no database is known.
+  /// Writes an export for a site without a database.
   std::filesystem::path Export(std::string_view content) const {
     return folder.Write("home/PPCData.xml", content);
   }
@@ -57,7 +58,7 @@ struct PpcSite : ReadySite {
     return Tree("PPCTemp") / PathFromUtf8(name);
   }
 
-  /// Document number 01, 02, ... of this hour.
+  /// Returns the content of document number 01, 02, ... of this hour.
   [[nodiscard]] std::string Document(std::string_view number = "01") const {
     return ReadFile(Temp("PPC.4711.2004031514" + std::string(number) + ".xml"));
   }

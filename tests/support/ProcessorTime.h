@@ -1,11 +1,11 @@
-// What a step costs, however busy the machine is.
+// Processor time, which does not depend on the load of the machine.
 #pragma once
 
 #include <ctime>
 
 namespace fieldpost::test {
 
-/// Seconds of processor time that this program has taken so far.
+/// Returns the processor time that this process has used, in seconds.
 inline double ProcessorSeconds() {
   return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }

@@ -1,4 +1,4 @@
-// A user prompt and a status display that write down what they are told.
+// Fakes of UserPrompt and StatusDisplay that record their calls.
 #pragma once
 
 #include <limits>
@@ -27,7 +27,7 @@ class RecordingPrompt final : public UserPrompt {
   void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override {
     messages.push_back({std::string(text), icon, std::string(title)});
   }
-  /// What AskYesNo answers.
+  /// The answer of AskYesNo.
   bool answer = false;
   std::vector<ShownMessage> questions;
 
@@ -47,7 +47,7 @@ class RecordingDisplay final : public StatusDisplay {
   std::vector<std::size_t> ranges;
   std::vector<std::size_t> positions;
   std::size_t eventTurns = 0;
-  /// Event turns after which the person asks for the end; none as it stands.
+  /// The number of calls of ProcessEvents after which the user cancels; never by default.
   std::size_t stopAfterTurns = std::numeric_limits<std::size_t>::max();
 
   void ShowStatusLine(std::string_view text) override { lines.emplace_back(text); }

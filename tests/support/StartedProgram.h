@@ -1,4 +1,4 @@
-// A program started beside the test, without a shell, that ends with it.
+// A program that runs in the background of a test and is ended with it.
 #pragma once
 
 #include <fcntl.h>
@@ -16,13 +16,13 @@
 
 namespace fieldpost::test {
 
-/// Runs a program; the test reads what it writes to its standard output and ends it by its process number.
+/// Runs a program without a shell. The test reads its standard output and may end it.
 class StartedProgram {
  public:
   enum class Errors { Hidden, Shown };
 
-  /// The program's words, the first of them its name as the search path finds it, and variables that are set
-  /// for it alone. `errors`: what becomes of its error output.
+  /// `words` are the program's name, which is searched for in PATH, and its arguments; `variables` are added
+  /// to its environment; `errors` says whether its standard error is shown.
   explicit StartedProgram(std::vector<std::string> words,
                           std::vector<std::pair<std::string, std::string>> variables = {},
                           Errors errors = Errors::Hidden) {
@@ -47,7 +47,8 @@ class StartedProgram {
 
   [[nodiscard]] pid_t Process() const { return process_; }
 
-  /// Waits for the next line that it writes, and returns it without its end; empty when it ended.
+  /// Waits for the next line of its standard output. Returns it without its end; empty when the program has
+  /// ended.
   std::string ReadLine() {
     std::string line;
     char c = 0;
@@ -60,13 +61,13 @@ class StartedProgram {
     EXPECT_EQ(::write(input_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
 
-  /// Ends it and waits until it is gone.
+  /// Terminates the program and waits until it has ended.
   void End() {
     if (process_ > 0) ::kill(process_, SIGTERM);
     Finish();
   }
 
-  /// Ends its standard input, and waits until it has ended by itself.
+  /// Closes its standard input and waits until the program has ended.
   void Finish() {
     if (process_ <= 0) return;
     ::close(input_);
@@ -76,7 +77,7 @@ class StartedProgram {
   }
 
  private:
-  /// Also a test that is killed leaves nothing running.
+  /// Replaces the child process by the program, which is killed when the test process ends.
   [[noreturn]] static void Become(std::vector<std::string>& words,
                                   const std::vector<std::pair<std::string, std::string>>& variables,
                                   Errors errors) {

@@ -1,4 +1,4 @@
-// A folder of a test's own, gone when the test ends.
+// A temporary folder for a test, removed at its end.
 #pragma once
 
 #include <cstdint>
@@ -31,21 +31,21 @@ class TempFolder {
 
   [[nodiscard]] const std::filesystem::path& Path() const { return path_; }
 
-  /// The path of something in the folder; folders above it are made.
+  /// Returns a path in the folder. Creates the folders above it.
   [[nodiscard]] std::filesystem::path operator/(std::string_view name) const {
     const std::filesystem::path result = path_ / PathFromUtf8(name);
     std::filesystem::create_directories(result.parent_path());
     return result;
   }
 
-  /// Makes a folder in the folder, and returns its path.
+  /// Creates a folder in the folder and returns its path.
   std::filesystem::path Folder(std::string_view name) const {
     const std::filesystem::path result = path_ / PathFromUtf8(name);
     std::filesystem::create_directories(result);
     return result;
   }
 
-  /// Writes a file into the folder, and returns its path.
+  /// Writes a file into the folder and returns its path.
   std::filesystem::path Write(std::string_view name, std::string_view bytes) const {
     const std::filesystem::path result = *this / name;
     std::ofstream(result, std::ios::binary) << bytes;
@@ -56,12 +56,13 @@ class TempFolder {
   std::filesystem::path path_;
 };
 
+/// Returns the content of a file; empty when it cannot be read.
 inline std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
-/// The names in a folder, sorted.
+/// Returns the names in a folder.
 inline std::set<std::string> Names(const std::filesystem::path& folder) {
   std::set<std::string> result;
   for (const auto& entry : std::filesystem::directory_iterator(folder)) {

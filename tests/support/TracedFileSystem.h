@@ -1,4 +1,4 @@
-// A file system that writes down what is changed and flushed, and the rules of what must be durable when.
+// A file system that records changes and flushes, and checks of the order in which they become durable.
 #pragma once
 
 #include <fmt/format.h>
@@ -25,13 +25,14 @@ struct Change {
 
 using Trace = std::vector<Change>;
 
-/// What lies below it, notes every change that was done. Several, one after the other, may share a trace:
-/// what a killed program did not flush is not flushed for the next one either.
+/// Passes every operation to another file system and records the changes that succeeded. Consecutive runs may
+/// share a trace, because changes that a killed program did not flush are not durable for the next run
+/// either.
 class TracedFileSystem final : public FileSystem {
  public:
   TracedFileSystem(FileSystem& under, Trace& trace) : under_(under), trace_(trace) {}
 
-  /// Called before each change; what it throws keeps the change from being done, and noted.
+  /// Called before each change. When it throws, the change is neither made nor recorded.
   std::function<void(const Change&)> before = [](const Change&) {};
 
   [[nodiscard]] bool IsFile(const std::filesystem::path& path) const override { return under_.IsFile(path); }
@@ -85,7 +86,7 @@ class TracedFileSystem final : public FileSystem {
   void Move(const std::filesystem::path& from, const std::filesystem::path& to) override {
     Do({"move", from, to, {}}, [&] { under_.Move(from, to); });
   }
-  /// Noted only where there is something to be removed.
+  /// Recorded only when the file exists.
   void Remove(const std::filesystem::path& path) override {
     if (!under_.Exists(path)) return under_.Remove(path);
     Do({"remove", path, {}, {}}, [&] { under_.Remove(path); });
@@ -115,13 +116,13 @@ class TracedFileSystem final : public FileSystem {
   Trace& trace_;
 };
 
-/// What has to be durable before something else is done.
+/// Selects pairs of changes of which the first must be durable before the second is made.
 struct FlushRule {
   const char* name;
   std::function<bool(const Change& first, const Change& then)> needs;
 };
 
-/// Whether a flush reaches the folder in which a file was written, removed or given its name.
+/// Whether a flush covers the folder in which a file was written, removed or renamed.
 inline bool Reaches(const Change& flush, const Change& change) {
   const std::filesystem::path& place = change.to.empty() ? change.path : change.to;
   const std::string folder = Utf8FromPath(place.parent_path().lexically_normal() / "");
@@ -130,8 +131,7 @@ inline bool Reaches(const Change& flush, const Change& change) {
   });
 }
 
-/// Expects that between two changes of which the second needs the first to be durable there is a flush.
-/// Returns how many such pairs there were.
+/// Expects a flush between the two changes of each pair that a rule selects. Returns the number of pairs.
 inline std::size_t ExpectFlushed(const Trace& trace, const FlushRule& rule, const std::string& when) {
   std::size_t pairs = 0;
   for (auto then = trace.begin(); then != trace.end(); ++then) {
@@ -141,9 +141,8 @@ inline std::size_t ExpectFlushed(const Trace& trace, const FlushRule& rule, cons
       const bool durable = std::any_of(first, then, [&](const Change& change) {
         return change.what == "flush" && Reaches(change, *first);
       });
-      EXPECT_TRUE(durable) << fmt::format("{}: {} {}: not flushed when {} {} came ({})", rule.name,
-                                          first->what, first->path.string(), then->what, then->path.string(),
-                                          when);
+      EXPECT_TRUE(durable) << fmt::format("{}: {} {}: not flushed before {} {} ({})", rule.name, first->what,
+                                          first->path.string(), then->what, then->path.string(), when);
     }
   }
   return pairs;

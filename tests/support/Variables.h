@@ -1,4 +1,4 @@
-// Variables of the environment, for the length of a test.
+// Environment variables that are set for a scope.
 #pragma once
 
 #include <cstdlib>
@@ -10,7 +10,7 @@
 
 namespace fieldpost::test {
 
-/// Sets variables, or removes those without a value, and puts back what was there before.
+/// Sets variables, or unsets those without a value, and restores their former values at the end of the scope.
 class Variables {
  public:
   using Value = std::optional<std::string>;

@@ -1,4 +1,4 @@
-// A program on an X server, as the server and its window manager see one.
+// An X11 client with windows of arbitrary properties.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,17 +15,17 @@
 
 namespace fieldpost::test {
 
-/// What a window asks of the window manager, and what it is called.
+/// The properties of a window.
 struct XWindowTraits {
-  std::string name = "Fieldpost";           ///< _NET_WM_NAME, UTF-8.
-  bool hasName = true;                      ///< Whether _NET_WM_NAME is set at all.
-  std::optional<std::string> oldName{};     ///< WM_NAME.
-  std::string oldNameType = "STRING";       ///< Type of WM_NAME.
-  std::vector<std::string> types{};         ///< _NET_WM_WINDOW_TYPE; unset when empty.
-  std::vector<std::uint32_t> motifHints{};  ///< _MOTIF_WM_HINTS; unset when empty.
-  bool overrideRedirect = false;            ///< Whether window managers must leave it alone.
-  bool inputOnly = false;                   ///< Whether it cannot be drawn.
-  bool leadsItself = false;                 ///< Whether it is its own WM_CLIENT_LEADER.
+  std::string name = "Fieldpost";           ///< _NET_WM_NAME, UTF-8
+  bool hasName = true;                      ///< whether _NET_WM_NAME is set
+  std::optional<std::string> oldName{};     ///< WM_NAME
+  std::string oldNameType = "STRING";       ///< type of WM_NAME
+  std::vector<std::string> types{};         ///< _NET_WM_WINDOW_TYPE; not set when empty
+  std::vector<std::uint32_t> motifHints{};  ///< _MOTIF_WM_HINTS; not set when empty
+  bool overrideRedirect = false;            ///< whether window managers must ignore it
+  bool inputOnly = false;                   ///< whether it cannot be drawn
+  bool leadsItself = false;                 ///< whether it is its own WM_CLIENT_LEADER
 };
 
 class XClient {
@@ -41,7 +41,7 @@ class XClient {
     return ::xcb_setup_roots_iterator(::xcb_get_setup(server_)).data->root;
   }
 
-  /// Makes a window that is not shown, on the root unless a parent is given.
+  /// Creates a hidden window, on the root unless a parent is given.
   xcb_window_t Make(const XWindowTraits& traits, xcb_window_t parent = XCB_NONE) {
     const xcb_window_t window = ::xcb_generate_id(server_);
     const std::uint32_t values[] = {traits.overrideRedirect ? 1U : 0U, XCB_EVENT_MASK_PROPERTY_CHANGE};
@@ -69,19 +69,19 @@ class XClient {
     Finish();
   }
 
-  /// Shows a window without waiting for anybody but the server.
+  /// Shows a window without waiting for the window manager.
   void Map(xcb_window_t window) {
     ::xcb_map_window(server_, window);
     Finish();
   }
 
-  /// Shows a window and waits until the window manager has put it into a state.
+  /// Shows a window and waits until the window manager has set its state.
   void MapManaged(xcb_window_t window) {
     ::xcb_map_window(server_, window);
     AwaitState(window, 1);
   }
 
-  /// Makes the window manager show a window as an icon, and waits for it.
+  /// Lets the window manager iconify a window, and waits for it.
   void Iconify(xcb_window_t window) {
     xcb_client_message_event_t wish{};
     wish.response_type = XCB_CLIENT_MESSAGE;
@@ -120,7 +120,7 @@ class XClient {
                           static_cast<std::uint32_t>(text.size()), text.data());
   }
 
-  /// Waits until the server has done all that it was told.
+  /// Waits until the server has processed all requests.
   void Finish() { static_cast<void>(ParentOf(Root())); }
 
   [[nodiscard]] std::uint32_t StateOf(xcb_window_t window, xcb_atom_t state) {
@@ -132,7 +132,7 @@ class XClient {
     return *static_cast<const std::uint32_t*>(::xcb_get_property_value(reply.get()));
   }
 
-  /// Waits for the news that the window's state has changed to the one wanted, for 10 seconds at most.
+  /// Waits until the window has the state `wanted`. Fails when nothing changes for 10 seconds.
   void AwaitState(xcb_window_t window, std::uint32_t wanted) {
     const xcb_atom_t state = Atom("WM_STATE");
     const std::uint32_t changes[] = {XCB_EVENT_MASK_PROPERTY_CHANGE};

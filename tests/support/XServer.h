@@ -1,4 +1,4 @@
-// An X server of the test's own, with or without a window manager.
+// An X server for a test, with or without a window manager.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,8 +13,8 @@ namespace fieldpost::test {
 
 enum class WindowManager { None, Openbox };
 
-/// A server with one screen in memory, on a display number that is free. It accepts windows when the
-/// constructor returns; its window manager manages them by then.
+/// A server with one screen in memory, on an unused display number. When the constructor returns, the server
+/// accepts connections and the window manager is ready.
 class XServer {
  public:
   explicit XServer(WindowManager manager = WindowManager::None)
@@ -24,17 +24,17 @@ class XServer {
     if (manager == WindowManager::Openbox) StartOpenbox();
   }
 
-  /// Its name, as the variable DISPLAY holds it.
+  /// Returns its name in the form of the variable DISPLAY.
   [[nodiscard]] std::string Display() const { return ":" + number_; }
 
-  /// Ends it at once; its windows' programs lose their connection.
+  /// Ends the server at once; its clients lose their connections.
   void End() {
     manager_.reset();
     server_.End();
   }
 
  private:
-  /// It runs the given command as soon as it manages windows.
+  /// Openbox runs the startup command as soon as it manages windows.
   void StartOpenbox() {
     const std::string home = home_.Path().string();
     manager_ = std::make_unique<StartedProgram>(
@@ -42,7 +42,7 @@ class XServer {
         std::vector<std::pair<std::string, std::string>>{
             {"DISPLAY", Display()}, {"HOME", home}, {"XDG_CONFIG_HOME", home}, {"XDG_CACHE_HOME", home}});
     std::string line = manager_->ReadLine();
-    while (!line.empty() && line != "ready") line = manager_->ReadLine();  // it also tells what it misses
+    while (!line.empty() && line != "ready") line = manager_->ReadLine();  // it also prints warnings
     EXPECT_EQ(line, "ready") << "openbox did not start";
   }
 

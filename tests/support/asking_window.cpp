@@ -1,7 +1,7 @@
-// A program that starts as one with windows does: it makes its main window without showing it, and asks
-// whether another copy runs. It writes the window's number and "alone" or "second", shows its window when a
-// line comes from its standard input, says so, and ends with the next line. Its argument names a library that
-// it loads first.
+// Starts as Fieldpost does: creates its main window without showing it, and checks whether another copy is
+// running. It prints the number of its window, and "alone" or "second". After a line on its standard input it
+// shows the window and prints "shown"; after the next line it ends. Its argument names a library that it
+// loads first.
 #include <QApplication>
 #include <QLibrary>
 #include <QMainWindow>

@@ -1,4 +1,4 @@
-// A library that stands in for the suite's: it exports one entry that holds what it was called with.
+// A fake of the suite's PPC library: exports one entry with the arguments of the call.
 #include <cstdint>
 #include <fstream>
 

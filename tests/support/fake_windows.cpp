@@ -1,4 +1,4 @@
-// Stands in for the library of the windows: answers with the number of arguments, and one more.
+// A fake of the library of the program's windows: returns the number of arguments plus one.
 
 extern "C" __attribute__((visibility("default"))) int FieldpostWindow(int count, char** arguments);
 

@@ -1,4 +1,4 @@
-// A library with nothing but a name.
+// A library with only one trivial function.
 
 extern "C" __attribute__((visibility("default"))) int fieldpost_small_library();
 

@@ -16,7 +16,7 @@
 namespace fieldpost::test {
 namespace {
 
-/// A socket that accepts connections, as a Wayland compositor's does.
+/// A socket that accepts connections like that of a Wayland compositor.
 class ListeningSocket {
  public:
   explicit ListeningSocket(const std::filesystem::path& file)
@@ -46,7 +46,7 @@ struct Session {
   Value inherited = std::nullopt;
 };
 
-TEST(DisplayProblemTest, ADisplayIsWantedWhereTheWindowLibraryWillLook) {
+TEST(DisplayProblemTest, ChecksTheDisplaysThatQtWillTry) {
   const XServer server;
   const std::string screen = server.Display();
   XServer gone;
@@ -101,7 +101,7 @@ TEST(DisplayProblemTest, ADisplayIsWantedWhereTheWindowLibraryWillLook) {
   }
 }
 
-TEST(DisplayProblemTest, TheProblemIsOneLineThatSaysWhatToDo) {
+TEST(DisplayProblemTest, ReturnsOneLineThatSaysWhatToDo) {
   const Variables session({{"QT_QPA_PLATFORM", "xcb"}, {"DISPLAY", std::nullopt}});
   EXPECT_EQ(
       DisplayProblem(),

@@ -14,7 +14,7 @@
 namespace fieldpost::test {
 namespace {
 
-/// A program with a real main window that asks the guard before it shows it.
+/// A program that asks the guard before it shows its main window.
 class Copy {
  public:
   explicit Copy(std::vector<std::pair<std::string, std::string>> variables,
@@ -25,7 +25,7 @@ class Copy {
 
   [[nodiscard]] xcb_window_t Number() const { return static_cast<xcb_window_t>(std::stoul(number_)); }
 
-  /// "alone" or "second".
+  /// Returns the guard's answer: "alone" or "second".
   [[nodiscard]] const std::string& Answer() const { return answer_; }
 
   void Show() {
@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(Managers, GuardOnX11Test,
                            return given.param == WindowManager::None ? "None" : "Openbox";
                          });
 
-TEST_P(GuardOnX11Test, TheFirstCopyIsAloneAndEachFurtherIsRefused) {
+TEST_P(GuardOnX11Test, RefusesEverySecondCopy) {
   Copy first = Start();
   EXPECT_EQ(first.Answer(), "alone");
   EXPECT_EQ(Start().Answer(), "second") << "the first is not shown yet";
@@ -72,7 +72,7 @@ TEST_P(GuardOnX11Test, TheFirstCopyIsAloneAndEachFurtherIsRefused) {
   EXPECT_EQ(Start().Answer(), "alone") << "the first has ended";
 }
 
-TEST_P(GuardOnX11Test, AForeignWindowOfOneOfTheTitlesCounts) {
+TEST_P(GuardOnX11Test, CountsAnotherProgramsWindowWithTheTitle) {
   for (const char* title : {"Fieldpost", "Fieldpos"}) {
     const xcb_window_t foreign = client_.Make({.name = title});
     EXPECT_EQ(Start().Answer(), "second") << title;
@@ -82,7 +82,7 @@ TEST_P(GuardOnX11Test, AForeignWindowOfOneOfTheTitlesCounts) {
   EXPECT_EQ(Start().Answer(), "alone");
 }
 
-TEST(GuardUnderAWindowManagerTest, AnIconifiedCopyCounts) {
+TEST(GuardUnderAWindowManagerTest, CountsAnIconifiedCopy) {
   const XServer server(WindowManager::Openbox);
   XClient client(server.Display());
   const std::vector<std::pair<std::string, std::string>> session{{"DISPLAY", server.Display()},
@@ -93,7 +93,7 @@ TEST(GuardUnderAWindowManagerTest, AnIconifiedCopyCounts) {
   EXPECT_EQ(Copy(session).Answer(), "second");
 }
 
-TEST(GuardWithoutX11Test, CopiesAreKnownByTheirWindowLibrary) {
+TEST(GuardWithoutX11Test, RecognisesCopiesByTheirWindowLibrary) {
   const TempFolder folder;
   const auto library = folder / "libfieldpost-window.so";
   std::filesystem::copy_file(FIELDPOST_SMALL_LIBRARY, library);

@@ -18,13 +18,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// A server and one program on it.
+/// An X server and a program with windows on it.
 struct XSite {
   explicit XSite(WindowManager manager = WindowManager::None) : server(manager) {}
   XServer server;
   XClient client{server.Display()};
 
-  /// Every entry for a window.
+  /// Returns every entry of the list for a window.
   [[nodiscard]] std::vector<TopLevelWindow> Entries(xcb_window_t window) const {
     std::vector<TopLevelWindow> result = All(window);
     std::erase_if(result, [window](const TopLevelWindow& entry) { return entry.handle != window; });
@@ -80,7 +80,7 @@ std::vector<TraitsCase> TraitsCases() {
   };
 }
 
-/// Each kind of window is found once, with its title and border, before and after it is shown.
+/// Checks that each kind of window is found once, with its title and border, before and after it is shown.
 void ExpectEachKindFound(WindowManager manager) {
   XSite site(manager);
   for (const TraitsCase& given : TraitsCases()) {
@@ -100,15 +100,15 @@ void ExpectEachKindFound(WindowManager manager) {
   }
 }
 
-TEST(X11TopLevelWindowsTest, EachKindIsFoundWithoutAWindowManager) {
+TEST(X11TopLevelWindowsTest, FindsEachKindWithoutAWindowManager) {
   ExpectEachKindFound(WindowManager::None);
 }
 
-TEST(X11TopLevelWindowsTest, EachKindIsFoundUnderAWindowManager) {
+TEST(X11TopLevelWindowsTest, FindsEachKindUnderAWindowManager) {
   ExpectEachKindFound(WindowManager::Openbox);
 }
 
-TEST(X11TopLevelWindowsTest, TheOrderIsFrontToBack) {
+TEST(X11TopLevelWindowsTest, ListsWindowsFrontToBack) {
   XSite site;
   const xcb_window_t back = site.client.Make({.name = "back"});
   const xcb_window_t middle = site.client.Make({.name = "middle"});
@@ -118,7 +118,7 @@ TEST(X11TopLevelWindowsTest, TheOrderIsFrontToBack) {
                           TopLevelWindow{back, "back", true}));
 }
 
-TEST(X11TopLevelWindowsTest, AWindowInsideAnotherIsNotOnTheDesktop) {
+TEST(X11TopLevelWindowsTest, IgnoresWindowsInsideOthers) {
   XSite site;
   const xcb_window_t outer = site.client.Make({.name = "outer"});
   const xcb_window_t inner = site.client.Make({}, outer);
@@ -126,7 +126,7 @@ TEST(X11TopLevelWindowsTest, AWindowInsideAnotherIsNotOnTheDesktop) {
   EXPECT_THAT(site.All(inner), ElementsAre(TopLevelWindow{outer, "outer", true}));
 }
 
-TEST(X11TopLevelWindowsTest, FramesAreNotListedAndTheirWindowsOnce) {
+TEST(X11TopLevelWindowsTest, ListsFramedWindowsOnceWithoutTheirFrames) {
   XSite site(WindowManager::Openbox);
   const xcb_window_t shown = site.client.Make({});
   site.client.MapManaged(shown);
@@ -136,7 +136,7 @@ TEST(X11TopLevelWindowsTest, FramesAreNotListedAndTheirWindowsOnce) {
   EXPECT_EQ(site.Entries(shown).size(), 1U);
 }
 
-TEST(X11TopLevelWindowsTest, SeveralWindowsInOneFrameAreEachListed) {
+TEST(X11TopLevelWindowsTest, ListsEachWindowOfAFrame) {
   XSite site;
   const xcb_window_t frame = site.client.Make({.name = "frame", .overrideRedirect = true});
   const xcb_window_t holder = site.client.Make({.hasName = false}, frame);
@@ -148,7 +148,7 @@ TEST(X11TopLevelWindowsTest, SeveralWindowsInOneFrameAreEachListed) {
                                                              TopLevelWindow{second, "second", true}));
 }
 
-TEST(X11TopLevelWindowsTest, AnIconifiedWindowIsFound) {
+TEST(X11TopLevelWindowsTest, FindsAnIconifiedWindow) {
   XSite site(WindowManager::Openbox);
   const xcb_window_t window = site.client.Make({});
   site.client.MapManaged(window);
@@ -156,7 +156,7 @@ TEST(X11TopLevelWindowsTest, AnIconifiedWindowIsFound) {
   EXPECT_THAT(site.Entries(window), ElementsAre(TopLevelWindow{window, "Fieldpost", true}));
 }
 
-TEST(X11TopLevelWindowsTest, AWindowThatIsGoneIsAskedForOnTheFirstScreen) {
+TEST(X11TopLevelWindowsTest, UsesTheFirstScreenForAMissingWindow) {
   XSite site;
   const xcb_window_t window = site.client.Make({});
   const xcb_window_t gone = site.client.Make({});
@@ -165,14 +165,14 @@ TEST(X11TopLevelWindowsTest, AWindowThatIsGoneIsAskedForOnTheFirstScreen) {
   EXPECT_THAT(site.All(XCB_NONE), ElementsAre(TopLevelWindow{window, "Fieldpost", true}));
 }
 
-TEST(X11TopLevelWindowsTest, AServerThatIsGoneHasNone) {
+TEST(X11TopLevelWindowsTest, ReturnsNothingWhenTheServerIsGone) {
   XServer server;
   const std::string display = server.Display();
   server.End();
   EXPECT_THAT(X11TopLevelWindows(display).OnLevelOf(1), IsEmpty());
 }
 
-TEST(X11TopLevelWindowsTest, HundredsOfWindowsTakeMilliseconds) {
+TEST(X11TopLevelWindowsTest, ListsHundredsOfWindowsInMilliseconds) {
   XSite site(WindowManager::Openbox);
   std::vector<xcb_window_t> windows;
   for (int count = 0; count < 250; ++count) {
@@ -191,7 +191,7 @@ TEST(X11TopLevelWindowsTest, HundredsOfWindowsTakeMilliseconds) {
   EXPECT_LT(took, std::chrono::milliseconds(500));
 }
 
-TEST(X11TopLevelWindowsTest, WindowsMayGoWhileTheyAreAskedAbout) {
+TEST(X11TopLevelWindowsTest, AllowsWindowsToCloseMeanwhile) {
   XSite site;
   const xcb_window_t own = site.client.Make({});
   XClient other(site.server.Display());

@@ -17,6 +17,7 @@
 #include "archive/forms/WidgetArchiveIcons.h"
 #include "common/PathText.h"
 #include "common/Text.h"
+#include "common/Utf8.h"
 #include "common/forms/WidgetText.h"
 #include "ui_frmArchive.h"
 

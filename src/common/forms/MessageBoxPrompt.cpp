@@ -27,7 +27,7 @@ bool PointerIsBusy() {
   return QApplication::overrideCursor() != nullptr;
 }
 
-/// Over a question the pointer is the normal one: it is the user's turn.
+/// Shows the normal pointer while a dialog waits for the user.
 class NormalPointer {
  public:
   NormalPointer() {
@@ -43,20 +43,20 @@ class NormalPointer {
   bool wasBusy_ = PointerIsBusy();
 };
 
-/// The window that the box stands over. None that goes when it is closed, as the help does: the box would go
-/// with it while it is still waited for.
-QWidget* Owner() {
+/// Returns the parent of a box: never a window that is deleted when it is closed, as the help is, because the
+/// box would be deleted with it while it is open.
+QWidget* BoxParent() {
   if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
   QWidget* const active = QApplication::activeWindow();
   return active == nullptr || active->testAttribute(Qt::WA_DeleteOnClose) ? nullptr : active;
 }
 
-/// Returns the button that was pressed. The text is shown as it stands, never as markup.
+/// Shows a box and returns the button that was pressed. The text is shown as plain text, never as markup.
 int ShowBox(std::string_view text, MessageIcon icon, std::string_view title,
             QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) {
   const NormalPointer pointer;
   QMessageBox box(BoxIcon(icon), title.empty() ? QStringLiteral("Fieldpost") : ToQt(title), ToQt(text),
-                  buttons, Owner());
+                  buttons, BoxParent());
   box.setTextFormat(Qt::PlainText);
   box.setDefaultButton(defaultButton);
   return box.exec();

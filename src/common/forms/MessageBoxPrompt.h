@@ -8,11 +8,11 @@
 
 namespace fieldpost {
 
-/// The only place that shows message boxes. A box stands over the dialog that is open when it comes
-/// up, else over the window that is active.
+/// Shows all message boxes of the program. The parent of a box is the open modal dialog, otherwise the active
+/// window.
 class MessageBoxPrompt final : public UserPrompt {
  public:
-  /// Hands over what ShowOptions does: the dialog belongs to a room above this one.
+  /// Sets what ShowOptions does, because the options dialog belongs to a module above this one.
   void SetOptionsDialog(std::function<void(OptionsPage)> show) { showOptions_ = std::move(show); }
 
   void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override;

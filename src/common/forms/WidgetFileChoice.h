@@ -1,4 +1,4 @@
-// Lets the user choose a file or a folder.
+// Dialogs in which the user chooses a file or a folder.
 #pragma once
 
 #include <QString>
@@ -7,11 +7,13 @@ class QWidget;
 
 namespace fieldpost {
 
-/// Asks for a folder with the platform's own dialog, beginning at the folder `start`. Returns its path with
-/// the platform's separators; empty when none was chosen.
+/// Shows the platform's dialog for a folder, which begins at the folder `start`, or at the home folder when
+/// `start` is empty. Returns the path with the platform's separators; empty when the dialog was cancelled.
 QString ChooseFolder(QWidget& parent, const QString& start);
 
-/// The same for a file that is there already, beginning where the file `start` is.
+/// Shows the platform's dialog for an existing file, which begins at the folder of the file `start`, or at
+/// the home folder when `start` is empty. Returns the path with the platform's separators; empty when the
+/// dialog was cancelled.
 QString ChooseFile(QWidget& parent, const QString& start);
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// Keeps sizes of windows and columns between starts.
+// Stores sizes of windows and columns between runs of the program.
 #pragma once
 
 #include <QSettings>
@@ -10,29 +10,33 @@ class QWidget;
 
 namespace fieldpost {
 
-/// "Windows.ini" in the program's own folder. What is kept goes by the object name of the window. A file that
-/// cannot be read or written costs nothing but the sizes.
+/// The settings in "Windows.ini" in the program's own folder, by the object names of the windows. When the
+/// file cannot be read or written, the windows have their default sizes.
 class WidgetMemory {
  public:
   /// `ownFolder` is the program's own folder.
   explicit WidgetMemory(const std::filesystem::path& ownFolder);
 
-  /// Gives a window, or the frame of a child window, the size and place that it had; where nothing is kept,
-  /// it only becomes as small as the screen wants it.
+  /// Restores the size and position of a window. Where none is stored, a window that is larger than the
+  /// screen is made smaller.
   void RestoreGeometry(QWidget& window);
+  /// Stores the size and position of a window.
   void SaveGeometry(const QWidget& window);
 
-  /// The same for a child window, shown already, of a multiple-document frame; it goes by the object name of
-  /// the form in it. Wherever it was, it is wholly inside the frame then.
+  /// Restores the geometry of a visible child window of a multiple-document frame, by the object name of the
+  /// form in it. The child is moved and resized so that it is inside the frame.
   void RestoreChild(QMdiSubWindow& child);
+  /// Stores the geometry of a child window, and whether it is maximised.
   void SaveChild(const QMdiSubWindow& child);
 
-  /// The same for the widths and the order of a list's columns; `owner` is the window that the list is in.
+  /// Restores the widths and the order of a list's columns; `owner` is the window of the list.
   void RestoreColumns(const QWidget& owner, QHeaderView& columns);
+  /// Stores the widths and the order of a list's columns; `owner` is the window of the list.
   void SaveColumns(const QWidget& owner, const QHeaderView& columns);
 
-  /// Any other thing that a window wants to find again, such as the view of a list.
+  /// Returns another setting of a window, e.g. the view of a list; empty when it is not stored.
   [[nodiscard]] QString Text(const QWidget& owner, const QString& name) const;
+  /// Stores another setting of a window.
   void SaveText(const QWidget& owner, const QString& name, const QString& text);
 
  private:

@@ -1,4 +1,4 @@
-// Keeps a box to whole numbers of a range.
+// Restricts the input of a text box to the integers of a range.
 #pragma once
 
 #include <QValidator>
@@ -9,8 +9,8 @@
 
 namespace fieldpost {
 
-/// Lets nothing be typed that is no number of the range; an empty box is allowed. The range begins above 0
-/// and at a number of one digit, so that each number can be typed digit by digit.
+/// Accepts only integers of the range, and an empty box. The range must begin with a number from 1 to 9, so
+/// that every number can be typed digit by digit.
 class WidgetNumberValidator final : public QValidator {
  public:
   WidgetNumberValidator(std::int32_t least, std::int32_t most, QObject* parent)

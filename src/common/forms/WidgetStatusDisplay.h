@@ -1,4 +1,4 @@
-// Shows where a long step is, in the widgets of the window that drives it.
+// Shows the progress of a long step in the widgets of a window.
 #pragma once
 
 #include <QElapsedTimer>
@@ -14,28 +14,28 @@ class QProgressBar;
 
 namespace fieldpost {
 
-/// The widgets of one window that tell of a step; each may be missing.
+/// The widgets of a window that show the progress of a step. Each may be missing.
 struct StatusWidgets {
-  QPointer<QLabel> label;          ///< what SetLabel sets
-  QPointer<QProgressBar> bar;      ///< range and position
-  QPointer<QPlainTextEdit> lines;  ///< status lines, one below the other
-  QPointer<QLabel> step{};         ///< what SetStep sets
+  QPointer<QLabel> label;          ///< shows the text of SetLabel
+  QPointer<QProgressBar> bar;      ///< shows range and position
+  QPointer<QPlainTextEdit> lines;  ///< shows the status lines
+  QPointer<QLabel> step{};         ///< shows the text of SetStep
 };
 
-/// A status display on widgets. It lets events run at most every 50 ms, however often it is asked to, and
-/// redraws nothing in between; what was set last is seen 50 ms later at the latest, also while a message box
-/// waits for its answer.
+/// A status display on widgets. It processes events at most every 50 ms, however often ProcessEvents is
+/// called, and does not redraw in between. Changes are visible after 50 ms at the latest, also while a
+/// message box is open.
 class WidgetStatusDisplay final : public StatusDisplay {
  public:
   WidgetStatusDisplay();
 
-  /// Shows the following steps in these widgets, until others are given. Widgets that are gone are left out.
+  /// Sets the widgets in which the next steps are shown. Widgets that are missing or deleted are ignored.
   void ShowIn(StatusWidgets widgets);
 
-  /// The widgets given last.
+  /// Returns the current widgets.
   [[nodiscard]] const StatusWidgets& Shown() const { return widgets_; }
 
-  /// Asks the step that is running to end, or takes that back before another begins.
+  /// Cancels the current step (`stop` is true), or resets that before another step begins.
   void RequestStop(bool stop) { stopRequested_ = stop; }
 
   void ShowStatusLine(std::string_view text) override;

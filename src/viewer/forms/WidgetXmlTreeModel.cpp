@@ -2,26 +2,20 @@
 
 #include <algorithm>
 
+#include "common/Utf8.h"
 #include "common/forms/WidgetText.h"
 
 namespace fieldpost {
 namespace {
 
-/// The beginning of a UTF-8 text, without the part of a character at its end.
-std::string_view WholeCharacters(std::string_view text) {
-  std::size_t end = text.size();
-  while (end > 0 && (static_cast<unsigned char>(text[end - 1]) & 0xC0U) == 0x80U) --end;
-  return text.substr(0, end > 0 ? end - 1 : 0);
-}
-
 QChar Harmless(QChar c) {
-  const ushort code = c.unicode();
-  if (code == '\t' || code == '\n' || code == '\r' || code == 0x2028 || code == 0x2029)
+  const char16_t code = c.unicode();
+  const CharacterKind kind = KindOf(code);
+  if (kind == CharacterKind::Visible) return c;
+  if (kind == CharacterKind::LineSeparator || code == '\t' || code == '\n' || code == '\r')
     return QLatin1Char(' ');
   if (code < 0x20) return QChar(0x2400 + code);
-  if (code == 0x7F) return QChar(0x2421);
-  const bool turnsText = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
-  return (code >= 0x80 && code < 0xA0) || turnsText ? QChar(0xFFFD) : c;
+  return code == 0x7F ? QChar(0x2421) : QChar(0xFFFD);
 }
 
 }  // namespace
@@ -116,8 +110,9 @@ void WidgetXmlTreeModel::FindVisible() {
 
 QString WidgetXmlTreeModel::ShownLabel(XmlTree::Node node) const {
   const bool isCut = tree_.LabelBytes(node) > MaxShownBytes;
-  const std::string label = tree_.Label(node, MaxShownBytes);
-  QString shown = ToQt(isCut ? WholeCharacters(label) : std::string_view(label));
+  constexpr std::size_t restOfCharacter = 3;
+  const std::string label = tree_.Label(node, MaxShownBytes + restOfCharacter);
+  QString shown = ToQt(std::string_view(label).substr(0, CharacterBoundary(label, MaxShownBytes)));
   for (QChar& c : shown) c = Harmless(c);
   if (isCut) shown += QChar(0x2026);
   return shown;
