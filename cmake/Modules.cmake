@@ -35,6 +35,28 @@ foreach(line ${module_lines})
   string(REPLACE " " ";" FIELDPOST_ALLOWED_${module} "${CMAKE_MATCH_2}")
 endforeach()
 
+# Headers that most sources include, parsed once and for all: they were two thirds of the time of a build. Each source
+# still includes what it uses.
+# fp_precompiled(NAME HEADERS LIBRARIES...): the target fp_NAME_headers, for fp_use_precompiled.
+function(fp_precompiled name headers)
+  file(WRITE ${PROJECT_BINARY_DIR}/generated/${name}_headers.cpp "")
+  add_library(fp_${name}_headers OBJECT ${PROJECT_BINARY_DIR}/generated/${name}_headers.cpp)
+  target_link_libraries(fp_${name}_headers PRIVATE ${ARGN} fp_warnings)
+  target_precompile_headers(fp_${name}_headers PRIVATE ${headers})
+endfunction()
+
+function(fp_use_precompiled target name)
+  target_precompile_headers(${target} REUSE_FROM fp_${name}_headers)
+endfunction()
+
+set(FIELDPOST_CORE_HEADERS <algorithm> <filesystem> <functional> <memory> <optional> <span> <string> <string_view>
+    <unordered_map> <vector> <fmt/format.h>)
+fp_precompiled(core "${FIELDPOST_CORE_HEADERS}" fmt::fmt)
+if(FIELDPOST_WINDOWS)
+  fp_precompiled(forms "${FIELDPOST_CORE_HEADERS};<QtWidgets>" fmt::fmt Qt6::Widgets)
+  target_compile_definitions(fp_forms_headers PRIVATE QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII)
+endif()
+
 # fp_core(MODULE LIBRARIES...): the library fp_MODULE of every source in the current folder. It links the modules that
 # it may include, and the LIBRARIES.
 function(fp_core module)
@@ -44,6 +66,7 @@ function(fp_core module)
   target_include_directories(fp_${module} PUBLIC ${PROJECT_SOURCE_DIR}/src)
   list(TRANSFORM FIELDPOST_ALLOWED_${module} PREPEND fp_ OUTPUT_VARIABLE below)
   target_link_libraries(fp_${module} PUBLIC ${below} ${ARGN} PRIVATE fp_warnings)
+  fp_use_precompiled(fp_${module} core)
 endfunction()
 
 # fp_forms(MODULE LIBRARIES...): the library fp_MODULE_forms of every source and .ui file in the folder forms/. It links
@@ -64,6 +87,7 @@ function(fp_forms module)
   # Without Qt's macros `signals`, `slots`, `emit`, and without its silent conversions of narrow text.
   target_compile_definitions(fp_${module}_forms PUBLIC QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII)
   target_link_libraries(fp_${module}_forms PUBLIC fp_${module} ${ARGN} Qt6::Widgets PRIVATE fp_warnings)
+  fp_use_precompiled(fp_${module}_forms forms)
   foreach(below ${FIELDPOST_ALLOWED_${module}})
     if(TARGET fp_${below}_forms)
       target_link_libraries(fp_${module}_forms PUBLIC fp_${below}_forms)

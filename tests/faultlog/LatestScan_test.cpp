@@ -14,6 +14,7 @@ namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
+using test::PathsOf;
 using test::ScanSite;
 using test::TextsIn;
 using testing::AllOf;
