@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "common/Text.h"
+#include "faultlog/ArchivedFile.h"
 #include "faultlog/BuildXML.h"
 #include "faultlog/FaultloggerFile.h"
 #include "fuzz/Fuzz.h"

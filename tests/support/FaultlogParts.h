@@ -13,8 +13,7 @@ namespace fieldpost::test {
 struct FaultlogParts : OutboxParts {
   using OutboxParts::OutboxParts;
 
-  LatestScan scan{ports.files, ports.clock, paths, settings, flags,       lists,
-                  tree,        log,         check, sendLoop, ports.prompt};
+  LatestScan scan{context, flags, lists, {tree, check, sendLoop, ports.prompt}};
 };
 
 using FaultlogSite = BasicSite<FaultlogParts>;
