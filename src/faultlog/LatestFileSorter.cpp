@@ -58,7 +58,7 @@ SortedFile LatestFileSorter::Sort(const LatestFolder& folder, const std::string&
 }
 
 SortedFile LatestFileSorter::SortContent(const FileContent& content, const LatestFolder& folder,
-                                       const fs::path& source) {
+                                         const fs::path& source) {
   FaultloggerFile file;
   if (!file.Load(content.bytes)) return MoveToError(source, file.Reason());
   if (!file.IsComplete()) return MoveToError(source, {});

@@ -39,7 +39,7 @@ class LatestFileSorter {
 
  private:
   [[nodiscard]] SortedFile SortContent(const FileContent& content, const LatestFolder& folder,
-                                     const std::filesystem::path& source);
+                                       const std::filesystem::path& source);
   [[nodiscard]] std::filesystem::path TargetOf(const std::filesystem::path& source,
                                                std::string_view productCode) const;
   [[nodiscard]] SortedFile MoveToError(const std::filesystem::path& source, std::string_view reason);

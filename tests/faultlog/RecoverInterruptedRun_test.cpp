@@ -9,6 +9,7 @@
 #include "faultlog/FilingJournal.h"
 #include "support/FailingCall.h"
 #include "support/ScanSite.h"
+#include "support/Variables.h"
 
 namespace fieldpost {
 namespace {
@@ -17,6 +18,12 @@ namespace fs = std::filesystem;
 using test::FailingCall;
 using testing::ElementsAre;
 using testing::HasSubstr;
+
+/// The sites lie in memory: hundreds of runs flush what they write, which takes no time there.
+class RecoverInterruptedRun : public testing::Test {
+ private:
+  test::Variables inMemory_{{"TMPDIR", "/dev/shm"}};
+};
 
 /// A site on which a scan merges, files, creates folders, moves to Error and writes one document.
 struct BusySite : test::ScanSite {
@@ -77,7 +84,7 @@ std::size_t ChangesOfAWholeRun() {
   return site.files.changes - before;
 }
 
-TEST(RecoverInterruptedRun, LosesAndDoublesNothingWhereverTheProgramIsKilled) {
+TEST_F(RecoverInterruptedRun, LosesAndDoublesNothingWhereverTheProgramIsKilled) {
   const std::size_t changes = ChangesOfAWholeRun();
   ASSERT_GT(changes, 20U);
   for (std::size_t n = 0; n < changes; ++n) {
@@ -94,7 +101,7 @@ TEST(RecoverInterruptedRun, LosesAndDoublesNothingWhereverTheProgramIsKilled) {
   std::cout << changes << " changes, killed at each\n";
 }
 
-TEST(RecoverInterruptedRun, LosesNothingWhenTheRecoveringRunIsKilledToo) {
+TEST_F(RecoverInterruptedRun, LosesNothingWhenTheRecoveringRunIsKilledToo) {
   const std::size_t changes = ChangesOfAWholeRun();
   std::size_t pairs = 0;
   for (std::size_t n = 0; n < changes; ++n) {
@@ -138,7 +145,7 @@ std::vector<fs::path> StagedFiles(const BusySite& site) {
   return hasJournal && staged.size() == 4 ? staged : std::vector<fs::path>();
 }
 
-TEST(RecoverInterruptedRun, IgnoresABatchWhoseStagedFilesDidNotReachTheDisk) {
+TEST_F(RecoverInterruptedRun, IgnoresABatchWhoseStagedFilesDidNotReachTheDisk) {
   struct Case {
     const char* name;
     void (*lose)(const fs::path& file);
@@ -181,7 +188,7 @@ std::optional<FilingJournal> JournalOfPublishedFiles(const BusySite& site) {
 }
 
 /// A power cut may bring back a journal whose removal was not flushed, beside files that were staged since.
-TEST(RecoverInterruptedRun, DoesNotPublishAFileThatALaterBatchHasStaged) {
+TEST_F(RecoverInterruptedRun, DoesNotPublishAFileThatALaterBatchHasStaged) {
   std::size_t covered = 0;
   for (std::size_t n = ChangesOfAWholeRun(), which = 0; n > 0 && covered < 4;) {
     BusySite site;
@@ -202,7 +209,7 @@ TEST(RecoverInterruptedRun, DoesNotPublishAFileThatALaterBatchHasStaged) {
   EXPECT_EQ(covered, 4U);
 }
 
-TEST(RecoverInterruptedRun, LogsHowManyFilesItRecoveredAndQueuesTheirDocument) {
+TEST_F(RecoverInterruptedRun, LogsHowManyFilesItRecoveredAndQueuesTheirDocument) {
   const std::size_t changes = ChangesOfAWholeRun();
   std::set<std::string> lines;
   for (std::size_t n = 0; n < changes; ++n) {
@@ -228,7 +235,7 @@ TEST(RecoverInterruptedRun, LogsHowManyFilesItRecoveredAndQueuesTheirDocument) {
   EXPECT_THAT(lines, ElementsAre("[Search Latest]:Recovered 5 files from an interrupted run"));
 }
 
-TEST(RecoverInterruptedRun, LosesNoSupersededDocumentWhereverTheProgramIsKilled) {
+TEST_F(RecoverInterruptedRun, LosesNoSupersededDocumentWhereverTheProgramIsKilled) {
   std::size_t changes = 0;
   for (std::size_t n = 0; n == 0 || n <= changes; ++n) {
     BusySite site;
@@ -248,7 +255,7 @@ TEST(RecoverInterruptedRun, LosesNoSupersededDocumentWhereverTheProgramIsKilled)
   ASSERT_GT(changes, 20U);
 }
 
-TEST(RecoverInterruptedRun, LosesAndDoublesNothingWhenTheJournalCouldNotBeRemovedEither) {
+TEST_F(RecoverInterruptedRun, LosesAndDoublesNothingWhenTheJournalCouldNotBeRemovedEither) {
   int journalsLeft = 0;
   for (int removals = 0; removals < 10; ++removals) {
     BusySite site;
@@ -266,7 +273,7 @@ TEST(RecoverInterruptedRun, LosesAndDoublesNothingWhenTheJournalCouldNotBeRemove
   EXPECT_GT(journalsLeft, 0);
 }
 
-TEST(RecoverInterruptedRun, FilesEverythingOnceTheJournalCanBeWritten) {
+TEST_F(RecoverInterruptedRun, FilesEverythingOnceTheJournalCanBeWritten) {
   BusySite site;
   site.folder.Folder("home/Faultlog/Process/FLog.journal");
   EXPECT_FALSE(site.Scan().succeeded);
