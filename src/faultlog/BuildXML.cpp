@@ -7,8 +7,8 @@
 namespace fieldpost {
 namespace {
 
-/// Room for a document that is cut at its limit, so that a growing text is not moved. What is not written to
-/// costs nothing.
+/// Bytes reserved so that a text that grows to a combined document's limit is rarely reallocated. Memory that
+/// is reserved but never written costs nothing.
 constexpr std::size_t UsualLength = 1'400'000;
 
 }  // namespace

@@ -9,27 +9,28 @@
 
 namespace fieldpost {
 
-/// An opening wrapper tag, then one `FLFILE` a line, then the closing tag. UTF-8.
+/// Accumulates, in UTF-8, an opening wrapper tag, one `FLFILE` element a line, and the closing tag.
 class BuildXML {
  public:
-  /// Begins anew with the opening tag of that name; an empty name changes nothing.
+  /// Discards the text and begins a new one with the opening tag of `name`. An empty name changes nothing.
   void OpenXML(std::string_view name);
 
-  /// The text with the closing tag of that name behind it; the builder itself stays open. Empty for an empty
-  /// name.
+  /// Returns the text followed by the closing tag of `name`, and leaves the builder as it is. Returns an
+  /// empty string for an empty name.
   [[nodiscard]] std::string CloseXML(std::string_view name) const&;
 
-  /// The same of a builder that is done with: its text is handed over instead of being copied.
+  /// Returns the text followed by the closing tag of `name`, moved out of a builder that is not used again.
+  /// Returns an empty string for an empty name.
   [[nodiscard]] std::string CloseXML(std::string_view name) &&;
 
-  /// Appends CR LF and the first `FLFILE` of a file, which must be complete. Without an opening tag nothing
-  /// happens. What is appended can be read on its own: it comes from a tree, not from a text.
+  /// Appends CR LF and the first `FLFILE` of `file`. Does nothing without an opening tag, or when the file is
+  /// not complete. The element is serialised from a loaded document, so it is known to load on its own.
   void InsertXML(FaultloggerFile& file);
 
   /// The length of the text in characters, wrapper tag and line breaks included.
   [[nodiscard]] std::size_t GetXMLLength() const { return characters_; }
 
-  /// How many elements were inserted.
+  /// How many elements were inserted since OpenXML.
   [[nodiscard]] std::size_t ElementCount() const { return elements_; }
 
  private:

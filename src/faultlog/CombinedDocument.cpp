@@ -2,29 +2,23 @@
 
 #include <fmt/format.h>
 
+#include <string_view>
 #include <utility>
 
-#include "common/DocumentNames.h"
-#include "common/Text.h"
 #include "outbox/DocumentMode.h"
-#include "outbox/WaitingDocument.h"
 #include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::string_view WrapperName = "TempElement";
 constexpr std::string_view CommonRootName = "FLFILES";
 constexpr std::string_view LineBreak = "\r\n";
 constexpr std::string_view Declaration = "<?xml version=\"1.0\"?>\r\n";
-constexpr std::string_view DisplacedEnding = ".displaced";
-constexpr int LastNumber = 99;
 
-/// Takes the first opening and the last closing wrapper tag off, and the line break behind the first. The
-/// text may be megabytes, so it is changed where it stands, here and below.
-void TakeWrapperOff(std::string& text) {
+/// Removes the outer wrapper tags and the line break after the opening one. The text may be megabytes long,
+/// so this and the functions below change it in place.
+void RemoveWrapper(std::string& text) {
   const std::string opening = fmt::format("<{}>", WrapperName);
   const std::string closing = fmt::format("</{}>", WrapperName);
   if (text.ends_with(closing)) text.resize(text.size() - closing.size());
@@ -33,8 +27,8 @@ void TakeWrapperOff(std::string& text) {
   text.erase(0, begin + (breaks ? LineBreak.size() : 0));
 }
 
-/// An only element is the document's root.
-void MakeDocumentOfOne(std::string& element) {
+/// A single element is the root of its document.
+void MakeRootOfElement(std::string& element) {
   if (RootAttribute(element, ModeAttribute)) {
     XmlDocument document;
     document.Load(element);
@@ -49,109 +43,44 @@ void MakeDocumentOfOne(std::string& element) {
 }
 
 /// Several elements get a common root.
-void MakeDocumentOfMany(std::string& elements) {
+void AddCommonRoot(std::string& elements) {
   elements.insert(0, fmt::format("{}{}>{}", Declaration, UnsentStartTag(CommonRootName), LineBreak));
   elements += fmt::format("{}</{}>{}", LineBreak, CommonRootName, LineBreak);
 }
 
-/// The document of elements that come from elsewhere. False when it does not load; `reason` then tells why.
-bool MakeDocumentOfUnknown(std::string& elements, std::string& reason) {
+/// Makes a document of elements that no builder has counted.
+DocumentText DocumentOfUncounted(std::string text) {
   XmlDocument check;
-  if (check.Load(elements)) {
-    MakeDocumentOfOne(elements);
-    return true;
+  if (check.Load(text)) {
+    MakeRootOfElement(text);
+    return {.text = std::move(text), .reason = {}};
   }
-  MakeDocumentOfMany(elements);
-  const bool loads = check.Load(elements);
-  reason = check.Reason();
-  return loads;
+  AddCommonRoot(text);
+  if (check.Load(text)) return {.text = std::move(text), .reason = {}};
+  return {.text = {}, .reason = check.Reason()};
 }
 
 }  // namespace
 
-CombinedDocument::CombinedDocument(FileSystem& files, const Clock& clock, const MailSettings& settings,
-                                   RunLists& lists, ModWriteLogFile& log, StatusDisplay& display,
-                                   FilingBatch& batch, fs::path processFolder)
-    : files_(files),
-      clock_(clock),
-      settings_(settings),
-      lists_(lists),
-      log_(log),
-      display_(display),
-      batch_(batch),
-      processFolder_(std::move(processFolder)) {}
-
-bool CombinedDocument::AppendToCombinedDocument(FaultloggerFile* file, bool isLast) {
+std::optional<ClosedText> CombinedDocument::AppendToCombinedDocument(FaultloggerFile* file, bool isLast) {
   if (!CombinedBuilder_ && !isLast) CombinedBuilder_.emplace().OpenXML(WrapperName);
   if (file != nullptr && !isLast) CombinedBuilder_->InsertXML(*file);
-  if (!CombinedBuilder_) return true;
-  if (CombinedBuilder_->GetXMLLength() <= MaxCharacters && !isLast) return true;
-  const std::size_t elements = CombinedBuilder_->ElementCount();
-  std::string text = std::move(*CombinedBuilder_).CloseXML(WrapperName);
-  CombinedBuilder_.reset();
-  return SaveCombinedDocument(std::move(text), elements);
+  if (!CombinedBuilder_) return std::nullopt;
+  if (CombinedBuilder_->GetXMLLength() <= MaxCharacters && !isLast) return std::nullopt;
+  BuildXML builder = *std::exchange(CombinedBuilder_, std::nullopt);
+  const std::size_t elementCount = builder.ElementCount();
+  return ClosedText{.text = std::move(builder).CloseXML(WrapperName), .elementCount = elementCount};
 }
 
-bool CombinedDocument::SaveCombinedDocument(std::string text, std::optional<std::size_t> elementCount) {
-  TakeWrapperOff(text);
-  std::string reason;
-  if (elementCount == 1) {
-    MakeDocumentOfOne(text);
-  } else if (elementCount) {
-    MakeDocumentOfMany(text);
-  } else if (!MakeDocumentOfUnknown(text, reason)) {
-    log_.WriteLog("Parser error: " + reason, LogCategory::Error);
-    return false;
+DocumentText DocumentFromClosedText(ClosedText closed) {
+  RemoveWrapper(closed.text);
+  if (!closed.elementCount) return DocumentOfUncounted(std::move(closed.text));
+  if (closed.elementCount == 1) {
+    MakeRootOfElement(closed.text);
+  } else {
+    AddCommonRoot(closed.text);
   }
-  return Publish(text);
-}
-
-bool CombinedDocument::Publish(std::string_view text) {
-  try {
-    const std::string stem = NameStem();
-    const fs::path document = processFolder_ / DocumentName(stem, NextNumber(stem, processFolder_));
-    KeepDisplaced(document);
-    filedCount_ += batch_.Publish(document, text);
-    lists_.PendingFiles.push_back({.path = document, .content = {}});
-  } catch (const FileError& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
-    return false;
-  }
-  display_.ProcessEvents();
-  return true;
-}
-
-int CombinedDocument::NextProcessSequence(const fs::path& folder) const {
-  return NextNumber(NameStem(), folder);
-}
-
-int CombinedDocument::NextNumber(std::string_view stem, const fs::path& folder) const {
-  return NextDocumentNumber(stem, files_.ListFiles(folder, ".xml"));
-}
-
-void CombinedDocument::KeepDisplaced(const fs::path& document) {
-  if (!files_.IsFile(document) || !IsWaitingDocument(files_, document)) return;
-  fs::path kept;
-  do {
-    kept = document;
-    kept += fmt::format(".{}{}", ++displacedNumber_, DisplacedEnding);
-  } while (files_.Exists(kept));
-  batch_.Displace(document, kept);
-}
-
-void CombinedDocument::RestoreDisplacedDocuments() {
-  for (const std::string& name : files_.ListFiles(processFolder_, DisplacedEnding)) {
-    const std::string stem = NameStem();
-    const int number = NextNumber(stem, processFolder_);
-    if (number >= LastNumber) return;
-    const fs::path document = processFolder_ / DocumentName(stem, number);
-    files_.Rename(processFolder_ / name, document);
-    lists_.PendingFiles.push_back({.path = document, .content = {}});
-  }
-}
-
-std::string CombinedDocument::NameStem() const {
-  return DocumentStem(FaultlogPrefix, settings_.PartnerID, clock_.Now());
+  return {.text = std::move(closed.text), .reason = {}};
 }
 
 }  // namespace fieldpost

@@ -1,70 +1,46 @@
-// Gathers accepted files into the documents that are mailed.
+// The text of a combined document.
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 
-#include "common/RunLists.h"
-#include "common/StatusDisplay.h"
-#include "environment/MailSettings.h"
-#include "environment/ModWriteLogFile.h"
 #include "faultlog/BuildXML.h"
-#include "faultlog/FilingBatch.h"
-#include "platform/Clock.h"
-#include "platform/FileSystem.h"
 
 namespace fieldpost {
 
-/// The combined document in hand, cut at a size limit and written to the process folder as "Not Sent".
-/// Writing it publishes the batch of files whose entries it holds.
+/// The elements of a combined document between their wrapper tags.
+struct ClosedText {
+  std::string text;                                        ///< UTF-8
+  std::optional<std::size_t> elementCount = std::nullopt;  ///< how many elements a builder put between the
+                                                           ///< tags; empty when no builder made the text
+};
+
+/// Gathers the elements of accepted files until their text is long enough for one document.
 class CombinedDocument {
  public:
-  /// Where a document is cut: the first file that takes it beyond this many characters is its last.
+  /// The limit that cuts a document: the first file that takes its text beyond this many characters is its
+  /// last.
   static constexpr std::size_t MaxCharacters = 1'300'000;
 
-  CombinedDocument(FileSystem& files, const Clock& clock, const MailSettings& settings, RunLists& lists,
-                   ModWriteLogFile& log, StatusDisplay& display, FilingBatch& batch,
-                   std::filesystem::path processFolder);
-
-  /// Takes in a complete file, or with no file and `isLast` writes what is left. False when a document could
-  /// not be written; the log says why, and the files of its batch stay in their Latest folders.
-  bool AppendToCombinedDocument(FaultloggerFile* file, bool isLast);
-
-  /// Writes one document: the wrapper tags are removed, `Mode`="Not Sent" is set on the root, the file is
-  /// named by the hour and added to `PendingFiles`. `elementCount` is how many elements a builder put into
-  /// the text; a text that comes from elsewhere is read first, to see whether it loads.
-  bool SaveCombinedDocument(std::string closedText, std::optional<std::size_t> elementCount = std::nullopt);
-
-  /// The number for the next file of this hour in a folder.
-  [[nodiscard]] int NextProcessSequence(const std::filesystem::path& folder) const;
-
-  /// Gives documents that had to make room for another one (see SaveCombinedDocument) a name of the current
-  /// hour, while it has one left, and adds them to `PendingFiles`.
-  void RestoreDisplacedDocuments();
-
-  /// How many files were filed with the documents written so far.
-  [[nodiscard]] std::size_t FiledCount() const { return filedCount_; }
+  /// Appends the element of a complete file. Returns the text when this file takes it beyond the limit, or,
+  /// with `isLast` (any file is then ignored), when there is any text at all. The next file begins a new
+  /// text.
+  [[nodiscard]] std::optional<ClosedText> AppendToCombinedDocument(FaultloggerFile* file, bool isLast);
 
  private:
-  bool Publish(std::string_view text);
-  [[nodiscard]] std::string NameStem() const;
-  [[nodiscard]] int NextNumber(std::string_view stem, const std::filesystem::path& folder) const;
-  void KeepDisplaced(const std::filesystem::path& document);
-
-  FileSystem& files_;
-  const Clock& clock_;
-  const MailSettings& settings_;
-  RunLists& lists_;
-  ModWriteLogFile& log_;
-  StatusDisplay& display_;
-  FilingBatch& batch_;
-  std::filesystem::path processFolder_;
   std::optional<BuildXML> CombinedBuilder_;
-  std::size_t filedCount_ = 0;
-  std::size_t displacedNumber_ = 0;
 };
+
+/// A combined document as it is written, or why there is none.
+struct DocumentText {
+  std::string text;    ///< UTF-8
+  std::string reason;  ///< the parser's reason why the text does not load, in one line; empty when it does
+};
+
+/// Makes a document of a closed text: removes the outer wrapper tags, gives several elements a common root,
+/// and sets `Mode`="Not Sent" on the root. A text that no builder made need not have wrapper tags; it is
+/// parsed first, to see whether it loads.
+[[nodiscard]] DocumentText DocumentFromClosedText(ClosedText closed);
 
 }  // namespace fieldpost

@@ -8,8 +8,6 @@
 namespace fieldpost {
 namespace {
 
-constexpr std::string_view ContainerName = "FLFILE";
-constexpr std::string_view EntryName = "FAULTLOG";
 constexpr std::string_view RunningMode = "f";
 constexpr std::array<std::string_view, 5> RecordNames{ContainerName, EntryName, "PRODCODE", "MODEIND",
                                                       "CONDATE"};
@@ -27,12 +25,12 @@ bool FaultloggerFile::Load(std::string_view bytes) {
   productCodes_ = std::move(found[2]);
   modes_ = std::move(found[3]);
   dates_ = std::move(found[4]);
-  if (ModesHoldOthers()) reason_ = "a MODEIND holds other elements of the record";
+  if (HasRecordInsideMode()) reason_ = "a MODEIND holds other elements of the record";
   return reason_.empty();
 }
 
-/// Such elements would go when the mode is set, and entries with them.
-bool FaultloggerFile::ModesHoldOthers() const {
+/// Setting the mode would remove such elements.
+bool FaultloggerFile::HasRecordInsideMode() const {
   return std::any_of(modes_.begin(), modes_.end(),
                      [](const XmlElement& mode) { return mode.Holds(RecordNames); });
 }
@@ -62,27 +60,6 @@ const std::string& FaultloggerFile::ContainerXml() {
 
 std::string FaultloggerFile::Xml() {
   return document_.Root() == containers_.front() ? document_.Xml(ContainerXml()) : document_.Xml();
-}
-
-bool ArchivedFile::Load(std::string_view bytes) {
-  if (!document_.Load(bytes, {.depth = XmlDocument::MaxDepth, .nodes = MaxNodes})) {
-    reason_ = document_.Reason();
-    return false;
-  }
-  auto found = document_.ElementsByTagNames({ContainerName, EntryName});
-  containers_ = std::move(found[0]);
-  entryCount_ = found[1].size();
-  if (containers_.empty()) reason_ = "no FLFILE element";
-  return !containers_.empty();
-}
-
-bool ArchivedFile::MergeIntoArchived(FaultloggerFile& file) {
-  file.containerXml_.clear();
-  for (XmlElement& entry : file.entries_) {
-    entry.SetFirstAttribute(std::to_string(++entryCount_));
-    containers_.front().AppendCopyOf(entry);
-  }
-  return true;
 }
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// One file of a device's fault logger, loaded and checked.
+// One file of a device's fault logger.
 #pragma once
 
 #include <string>
@@ -10,32 +10,39 @@
 
 namespace fieldpost {
 
-/// The mode letter of an entry that the program has taken.
+/// The element that holds a file's entries.
+inline constexpr std::string_view ContainerName = "FLFILE";
+
+/// The element of one entry.
+inline constexpr std::string_view EntryName = "FAULTLOG";
+
+/// The mode letter of an entry that was filed.
 inline constexpr std::string_view ProcessMode = "P";
 
-/// A loaded document and its record: the elements that the program reads and writes, found by name anywhere
-/// in it.
+/// A file as its device left it, loaded into memory. The elements that the program reads and writes are found
+/// by name, anywhere in the document.
 class FaultloggerFile {
  public:
-  /// Deepest nesting of elements. An entry may come to lie in an archived file's `FLFILE` that is nested as
-  /// deep, and the two together must still be read.
+  /// Deepest nesting of elements. An entry may be appended to an `FLFILE` of an archived file that is nested
+  /// as deep, and the result must still load.
   static constexpr int MaxDepth = XmlDocument::MaxDepth / 2;
 
-  /// Loads a file from its bytes. False when it is not well-formed, or would not be whole once it is filed;
-  /// Reason() then tells why.
-  bool Load(std::string_view bytes);
+  /// Loads the file from its bytes. Returns false when it is not well-formed, or when filing it would lose a
+  /// part of it; Reason() then says why.
+  [[nodiscard]] bool Load(std::string_view bytes);
 
+  /// Why Load returned false; one line.
   [[nodiscard]] const std::string& Reason() const { return reason_; }
 
-  /// Whether there is at least one `PRODCODE`, `FAULTLOG`, `FLFILE` and `MODEIND`. The other procedures may
-  /// be asked of a complete file only.
+  /// Whether the file has at least one `PRODCODE`, `FAULTLOG`, `FLFILE` and `MODEIND`. Only a complete file
+  /// may be filed.
   [[nodiscard]] bool IsComplete() const;
 
-  /// The text of the first `PRODCODE`.
+  /// The text of the first `PRODCODE`, of which there must be one.
   [[nodiscard]] std::string ProductCode() const;
 
-  /// Whether the file may be filed now: not while its last entry is "f" and dated today, unless it is the
-  /// only one.
+  /// Whether the file may be filed now. False while its last entry, which must not be its only one, has the
+  /// mode "f" (any case) and the date `today`: the connection is still running.
   [[nodiscard]] bool ReadyToFile(const LocalTime& today) const;
 
   /// Sets the text of every `MODEIND` to "P".
@@ -43,16 +50,17 @@ class FaultloggerFile {
 
   [[nodiscard]] std::size_t EntryCount() const { return entries_.size(); }
 
-  /// The first `FLFILE` as text that can be read on its own. Built once; the file must not be changed after.
+  /// The first `FLFILE`, of which there must be one, as UTF-8 text that loads on its own. Built once and
+  /// kept; only MergeIntoArchived may change the file afterwards.
   [[nodiscard]] const std::string& ContainerXml();
 
-  /// The whole file as text, in the encoding that it came in.
+  /// The whole file as text, in the encoding that it was read in.
   [[nodiscard]] std::string Xml();
 
  private:
-  friend class ArchivedFile;
+  friend class ArchivedFile;  // renumbers the entries
 
-  [[nodiscard]] bool ModesHoldOthers() const;
+  [[nodiscard]] bool HasRecordInsideMode() const;
 
   XmlDocument document_;
   std::string reason_;
@@ -62,32 +70,6 @@ class FaultloggerFile {
   std::vector<XmlElement> modes_;         // MODEIND
   std::vector<XmlElement> dates_;         // CONDATE
   std::string containerXml_;
-};
-
-/// An archived file that takes in the entries of later files of the same name.
-class ArchivedFile {
- public:
-  /// What an archived file may grow to; beyond it, new entries are not merged into it.
-  static constexpr std::size_t MaxBytes = std::size_t{20} * 1024 * 1024;
-  static constexpr std::size_t MaxNodes = 600'000;
-
-  /// Loads it from its bytes. False when it is not well-formed or has no `FLFILE`; Reason() then tells why.
-  bool Load(std::string_view bytes);
-
-  [[nodiscard]] const std::string& Reason() const { return reason_; }
-
-  /// Appends the entries of a file to the first `FLFILE`, their running numbers counted on from the entries
-  /// that are there. The numbers are changed in `file` too. True when all were appended.
-  bool MergeIntoArchived(FaultloggerFile& file);
-
-  /// The whole file as text, in the encoding that it came in.
-  [[nodiscard]] std::string Xml() const { return document_.Xml(); }
-
- private:
-  XmlDocument document_;
-  std::vector<XmlElement> containers_;
-  std::size_t entryCount_ = 0;
-  std::string reason_;
 };
 
 }  // namespace fieldpost

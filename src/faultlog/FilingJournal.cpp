@@ -7,11 +7,11 @@ namespace {
 
 constexpr std::string_view Title = "Fieldpost filing journal 3";
 
-std::optional<FilingJournal::Displaced> NextDisplaced(SealedFieldReader& reader) {
+std::optional<FilingJournal::Superseded> NextSuperseded(SealedFieldReader& reader) {
   std::optional<std::filesystem::path> from = reader.NextPath();
   std::optional<std::filesystem::path> to = reader.NextPath();
   if (!from || !to) return std::nullopt;
-  return FilingJournal::Displaced{.from = std::move(*from), .to = std::move(*to)};
+  return FilingJournal::Superseded{.from = std::move(*from), .to = std::move(*to)};
 }
 
 std::optional<FilingJournal::Staged> NextStaged(SealedFieldReader& reader) {
@@ -30,7 +30,7 @@ std::optional<FilingJournal::Source> NextSource(SealedFieldReader& reader) {
   return FilingJournal::Source{.path = std::move(*path), .content = *content};
 }
 
-/// As many records as a number in front of them says, or as are right.
+/// Reads a number and then that many records; stops at the first record that is malformed.
 template <typename Record>
 std::vector<Record> NextRecords(SealedFieldReader& reader,
                                 std::optional<Record> (*next)(SealedFieldReader&)) {
@@ -48,10 +48,10 @@ std::vector<Record> NextRecords(SealedFieldReader& reader,
 std::string FilingJournal::ToBytes() const {
   SealedFieldWriter writer(Title);
   writer.AddPath(document);
-  writer.AddNumber(displaced ? 1 : 0);
-  if (displaced) {
-    writer.AddPath(displaced->from);
-    writer.AddPath(displaced->to);
+  writer.AddNumber(superseded ? 1 : 0);
+  if (superseded) {
+    writer.AddPath(superseded->from);
+    writer.AddPath(superseded->to);
   }
   writer.AddNumber(staged.size());
   for (const Staged& file : staged) {
@@ -72,7 +72,7 @@ std::optional<FilingJournal> FilingJournal::FromBytes(std::string_view bytes) {
   if (!reader) return std::nullopt;
   FilingJournal journal;
   journal.document = reader->NextPath().value_or(std::filesystem::path());
-  if (reader->NextNumber() == 1) journal.displaced = NextDisplaced(*reader);
+  if (reader->NextNumber() == 1) journal.superseded = NextSuperseded(*reader);
   journal.staged = NextRecords(*reader, NextStaged);
   journal.sources = NextRecords(*reader, NextSource);
   if (!reader->AtEnd()) return std::nullopt;

@@ -1,4 +1,4 @@
-// What a batch of filed files still has to do, as a file that outlives the program.
+// The steps that publish a batch of filed files, as a file that outlives the program.
 #pragma once
 
 #include <filesystem>
@@ -12,19 +12,19 @@
 
 namespace fieldpost {
 
-/// The steps that publish one batch, in this order. Once this and the staged files are durable on disk the
-/// batch is decided: every step that is not done yet is done by whoever finds it, and doing one twice does no
-/// harm.
+/// The steps that publish one batch, in this order. The batch is committed once this journal and the staged
+/// files are durable on disk. From then on every step that is not done yet is done by whoever finds the
+/// journal, and doing a step twice does no harm.
 struct FilingJournal {
-  /// A document that makes room for another one, and the name that it keeps meanwhile. The new name is free
-  /// when the batch is decided; once it is taken, the step is done.
-  struct Displaced {
+  /// A document whose name the batch's own document takes, and the name under which it is set aside. The new
+  /// name is free when the batch is committed; once a file bears it, the step is done.
+  struct Superseded {
     std::filesystem::path from;
     std::filesystem::path to;
 
-    bool operator==(const Displaced&) const = default;
+    bool operator==(const Superseded&) const = default;
   };
-  /// A file written beside its place, its place, and what is in it.
+  /// A file written under a temporary name, the name that it is published under, and the hash of its bytes.
   struct Staged {
     std::filesystem::path temporary;
     std::filesystem::path target;
@@ -41,18 +41,19 @@ struct FilingJournal {
     bool operator==(const Source&) const = default;
   };
 
-  std::optional<Displaced> displaced;
+  std::optional<Superseded> superseded;
   std::vector<Staged> staged;
   std::vector<Source> sources;
-  std::filesystem::path document;  ///< the combined document among the staged files
+  std::filesystem::path document;  ///< the target of the combined document, one of the staged files
 
   bool operator==(const FilingJournal&) const = default;
 
-  /// The journal as bytes that end in their own check sum.
+  /// The journal as bytes that end in their own checksum.
   [[nodiscard]] std::string ToBytes() const;
 
-  /// Nothing when the bytes are not a whole journal: then its batch was never decided.
-  static std::optional<FilingJournal> FromBytes(std::string_view bytes);
+  /// Reads what ToBytes wrote. Returns nothing when the bytes are not a whole journal: its batch was never
+  /// committed.
+  [[nodiscard]] static std::optional<FilingJournal> FromBytes(std::string_view bytes);
 };
 
 }  // namespace fieldpost

@@ -1,109 +1,76 @@
-// The heart of faultlog processing: from the Latest folders into the Archive.
+// Processes the Latest folders: from the files that devices left to the Archive and the combined documents.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <filesystem>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "common/RunFlags.h"
 #include "common/RunLists.h"
 #include "common/StatusDisplay.h"
 #include "common/UserPrompt.h"
 #include "environment/FolderTree.h"
-#include "environment/MailSettings.h"
-#include "environment/ModWriteLogFile.h"
-#include "faultlog/CombinedDocument.h"
+#include "environment/RunContext.h"
 #include "faultlog/FilingBatch.h"
+#include "faultlog/LatestFiles.h"
 #include "outbox/MailSettingsCheck.h"
 #include "outbox/SendLoop.h"
-#include "platform/Clock.h"
-#include "platform/FileSystem.h"
 
 namespace fieldpost {
 
-/// The largest file of a device that is read. Real ones are small; the parser needs many times a file's size.
-inline constexpr std::uint64_t MaxFaultloggerFileBytes = 8 * 1024 * 1024;
-
-/// Files every ready file of the Latest folders into the Archive by product code and into combined documents,
-/// moves what cannot be read to the Error folder, and reports.
-class LatestScan {
- public:
-  LatestScan(FileSystem& files, const Clock& clock, const InstallPaths& paths, const MailSettings& settings,
-             const RunFlags& flags, RunLists& lists, FolderTree& tree, ModWriteLogFile& log,
-             MailSettingsCheck& check, SendLoop& sendLoop, UserPrompt& prompt);
-
-  /// The whole scan; `display` is touched only when messages may be shown. Then sends what was queued, when
-  /// the run is to do that. What it did is told by the log and Succeeded(). When the person at the screen
-  /// wants the end, the files after the one in hand stay in their folders, and nothing is sent.
-  void ProcessLatestFiles(StatusDisplay& display);
-
-  /// Finds the files to process. True when there are any.
-  bool CollectLatestFiles();
-
-  /// Ends what an interrupted run had begun, and gives documents that had to make room for others a name
-  /// again. False when that could not be done; nothing may be filed then.
-  bool FinishInterruptedRun();
-
-  /// Whether the Latest folders were worked through, be it in part. They are not when a setting is missing or
-  /// an interrupted run could not be finished.
-  [[nodiscard]] bool Began() const { return began_; }
-
-  /// Whether files were left because the person at the screen wanted the end.
-  [[nodiscard]] bool Stopped() const { return stopped_; }
-
-  /// The first failure of this scan that the log alone tells of, in one line; empty when there was none.
-  [[nodiscard]] const std::string& Problem() const { return problem_; }
-
-  /// Whether everything that this scan set out to do was done. Files that were moved to the Error folder, or
-  /// that are not ready yet, are no failure.
-  [[nodiscard]] bool Succeeded() const { return succeeded_; }
-
- private:
-  struct LatestFile {
-    std::uint32_t folder;  ///< place in LatestFolderList
-    std::string name;
-  };
-
-  void Begin();
-  void FileAll(StatusDisplay& shown);
-  bool FileEach(FilingBatch& batch, CombinedDocument& combined, StatusDisplay& shown);
-  bool ProcessFile(const LatestFile& latest, FilingBatch& batch, CombinedDocument& combined,
-                   StatusDisplay& shown);
-  void RefuseFullArchived(const std::filesystem::path& target) const;
-  bool MoveToError(const std::filesystem::path& source, std::string_view reason, StatusDisplay& shown);
-  void ShowStatus(std::string_view text, StatusDisplay& shown) const;
-  void Report(StatusDisplay& shown);
-  void Fail(std::string_view text);
-  [[nodiscard]] std::filesystem::path SourcePath(const LatestFile& file) const;
-  static std::vector<LatestFile> NamesakesTogether(std::vector<LatestFile> files);
-
-  FileSystem& files_;
-  const Clock& clock_;
-  const InstallPaths& paths_;
-  const MailSettings& settings_;
-  const RunFlags& flags_;
-  RunLists& lists_;
-  FolderTree& tree_;
-  ModWriteLogFile& log_;
-  MailSettingsCheck& check_;
-  SendLoop& sendLoop_;
-  UserPrompt& prompt_;
-  std::vector<LatestFile> latestFiles_;
-  std::vector<bool> mayRemove_;  // for each Latest folder
-  std::string archive_;          // the Archive folder, with its separator
-  std::size_t okCount_ = 0;
-  std::size_t errorCount_ = 0;
-  bool began_ = false;
-  bool stopped_ = false;
-  bool succeeded_ = true;
-  std::string problem_;
+/// The result of a scan.
+struct ScanResult {
+  bool began = false;          ///< The Latest folders were processed, at least in part.
+  bool cancelled = false;      ///< The user cancelled; the files that were left stay in their folders.
+  bool succeeded = true;       ///< All was done. A file that is in Error or not finished yet is no failure.
+  std::size_t okCount = 0;     ///< files that were filed
+  std::size_t errorCount = 0;  ///< files that were moved to the Error folder
+  std::string problem;         ///< the first failure of collecting, in one line; empty when there was none
 };
 
-/// Why a product code cannot name a folder of the Archive; empty when it can. It must be one plain folder
-/// name on every system that the program runs on.
-std::string_view ProductCodeFault(std::string_view productCode);
+/// The result of recovering an interrupted run.
+struct RecoveryResult {
+  bool succeeded = true;  ///< False: nothing may be filed or sent.
+  std::string problem;    ///< why recovering failed, in one line
+};
+
+/// The parts of the program that a scan calls. All of them outlive it.
+struct ScanParts {
+  FolderTree& tree;
+  MailSettingsCheck& check;
+  SendLoop& sendLoop;
+  UserPrompt& prompt;
+};
+
+/// Files every finished file of the Latest folders into the Archive by product code and into combined
+/// documents, moves what is not a faultlogger file to the Error folder, and reports.
+class LatestScan {
+ public:
+  LatestScan(const RunContext& run, const RunFlags& flags, RunLists& lists, const ScanParts& parts);
+
+  /// Recovers an interrupted run, processes the Latest folders, reports, and adds the documents that it wrote
+  /// to `PendingFiles`. Then sends when the run is to do that and `PendingFiles` is not empty. Does nothing
+  /// when a setting for mail is missing. `display` is used only when messages may be shown. When the user
+  /// cancels, the scan ends after the current file, and nothing is sent.
+  [[nodiscard]] ScanResult ProcessLatestFiles(StatusDisplay& display);
+
+  /// Completes what an interrupted run had committed, and renames documents that were set aside, as far as
+  /// this hour has names for them; adds both to `PendingFiles`. What fails is logged.
+  [[nodiscard]] RecoveryResult RecoverInterruptedRun();
+
+ private:
+  void CollectAndFile(ScanResult& result, StatusDisplay& shown);
+  void FileAll(const LatestFiles& latest, ScanResult& result, StatusDisplay& shown);
+  bool FileEach(const LatestFiles& latest, FilingBatch& batch, ScanResult& result, StatusDisplay& shown);
+  bool Queue(const FilingOutcome& filing, ScanResult& result);
+  void Report(const ScanResult& result, StatusDisplay& shown);
+  void ReportNothing(StatusDisplay& shown);
+  void Fail(std::string_view problem, ScanResult& result);
+
+  RunContext run_;
+  const RunFlags& flags_;
+  RunLists& lists_;
+  ScanParts parts_;
+};
 
 }  // namespace fieldpost

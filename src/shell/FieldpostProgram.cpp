@@ -16,7 +16,8 @@ FieldpostProgram::FieldpostProgram(const Ports& given, const std::filesystem::pa
       packaging(ports.files, ports.clock, paths, settings, flags, lists, log, ports.display),
       sendLoop(ports.files, ports.clock, settings, flags, lists, log, check, packaging, ports.transport,
                ports.prompt, ports.display),
-      scan(ports.files, ports.clock, paths, settings, flags, lists, tree, log, check, sendLoop, ports.prompt),
+      scan({ports.files, ports.clock, paths, settings, log}, flags, lists,
+           {tree, check, sendLoop, ports.prompt}),
       ppcDatabase(ports.files, paths, registry, ppcLibrary),
       ppcAttachments(ports.files, ports.clock, paths, settings, lists, ppcDatabase, log, ports.prompt),
       ppcRun(ppcAttachments, sendLoop, flags, lists) {}

@@ -107,32 +107,41 @@ bool InteractiveSend::SendFaultlogs() {
   StatusDisplay& display = program_.ports.display;
   display.SetStep("Process faultlogger data...");
   display.ProcessEvents();
-  if (!ProcessFaultlogData()) return false;
+  const ScanResult scan = ScanLatestFolders();
+  if (!scan.began || scan.cancelled) return false;
   display.SetStep("Collecting unsent files...");
   if (!CollectUnsentFiles()) return false;
   const bool sent = program_.lists.Attachments.empty() || program_.sendLoop.SendData();
-  return sent && program_.scan.Succeeded();
+  return sent && scan.succeeded;
 }
 
 bool InteractiveSend::ProcessFaultlogData() {
-  if (program_.lists.LatestFolderList.empty()) return AskForLatestFolder();
-  const LatestScan& scan = program_.scan;
-  try {
-    program_.scan.ProcessLatestFiles(program_.ports.display);
-    if (scan.Began() && !scan.Stopped()) WriteCollectionTime();
-  } catch (const std::exception& error) {
-    program_.log.WriteLog(error.what(), LogCategory::Error);
-    return ShowError(error.what());
-  }
-  if (!scan.Problem().empty()) ShowError(scan.Problem());
-  return scan.Began() && !scan.Stopped();
+  const ScanResult scan = ScanLatestFolders();
+  return scan.began && !scan.cancelled;
 }
 
-bool InteractiveSend::AskForLatestFolder() {
+ScanResult InteractiveSend::ScanLatestFolders() {
+  if (program_.lists.LatestFolderList.empty()) {
+    AskForLatestFolder();
+    return {};
+  }
+  ScanResult scan;
+  try {
+    scan = program_.scan.ProcessLatestFiles(program_.ports.display);
+    if (scan.began && !scan.cancelled) WriteCollectionTime();
+  } catch (const std::exception& error) {
+    program_.log.WriteLog(error.what(), LogCategory::Error);
+    ShowError(error.what());
+    return {};
+  }
+  if (!scan.problem.empty()) ShowError(scan.problem);
+  return scan;
+}
+
+void InteractiveSend::AskForLatestFolder() {
   program_.ports.prompt.ShowOptions(OptionsPage::Folders);
   program_.ports.display.ProcessEvents();
   program_.ports.prompt.ShowMessage("Add latest path             ", MessageIcon::Information, "");
-  return false;
 }
 
 void InteractiveSend::WriteCollectionTime() {

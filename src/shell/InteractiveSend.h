@@ -40,7 +40,8 @@ class InteractiveSend {
   bool SendChosen(bool faultlogs, bool ppc);
   bool Do(bool (InteractiveSend::*half)());
   bool SendFaultlogs();
-  bool AskForLatestFolder();
+  [[nodiscard]] ScanResult ScanLatestFolders();
+  void AskForLatestFolder();
   void WriteCollectionTime();
   bool CollectUnsent(const std::filesystem::path& folder);
   bool SendPpcData();

@@ -80,10 +80,9 @@ void ModFPHide::EmptyLists() {
 bool ModFPHide::DoWhole(Step step) {
   if (step == Step::CollectPpcData) return program_.ppcRun.ProcessPpcData(program_.ports.display);
   if (step == Step::SendWaitingFaultlogs) {
-    return program_.scan.FinishInterruptedRun() && program_.sendLoop.SendQueuedFaultlogs();
+    return program_.scan.RecoverInterruptedRun().succeeded && program_.sendLoop.SendQueuedFaultlogs();
   }
-  program_.scan.ProcessLatestFiles(program_.ports.display);
-  return program_.scan.Succeeded();
+  return program_.scan.ProcessLatestFiles(program_.ports.display).succeeded;
 }
 
 bool ModFPHide::Refuse(std::string_view reason) {

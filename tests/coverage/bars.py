@@ -10,11 +10,7 @@ CRITICAL = (100, 95)
 CRITICAL_FILES = [
     "archive/ArchiveDeletion.*",
     "common/SealedFields.*",
-    "faultlog/CombinedDocument.*",
-    "faultlog/FaultloggerFile.*",
-    "faultlog/FilingBatch.*",
-    "faultlog/FilingJournal.*",
-    "faultlog/LatestScan.*",
+    "faultlog/*",
     "outbox/AttachmentPackaging.*",
     "outbox/DocumentMarking.*",
     "outbox/DocumentMode.*",

@@ -4,7 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "common/Text.h"
 #include "common/Utf8.h"
+#include "faultlog/ArchivedFile.h"
 #include "faultlog/BuildXML.h"
 #include "faultlog/FaultloggerFile.h"
 #include "fuzz/Fuzz.h"

@@ -94,7 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Archive(site);
   site.Latest(GoodName, FaultlogXml("GOOD", "EEE", "20040101", "good"));
   site.Latest(Name, bytes);
-  site.program.scan.ProcessLatestFiles(site.display);
+  Expect(site.program.scan.ProcessLatestFiles(site.display).began, "the Latest folder is processed");
   CheckInput(site, bytes);
   CheckGoodFile(site);
   CheckDocuments(site);

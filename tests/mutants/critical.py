@@ -11,10 +11,10 @@ LEAVES = {Kind.RETURN_STMT, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_THROW_
 
 # Calls whose loss would lose or repeat data, and the files in which they are critical.
 CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(New|Replacement|Marked)?$|"
-                           r"Replace(All|Written)|Mark|Displace|MakeRoom|Decide|TakeBack|Drop$|Stage|Publish|"
+                           r"Replace(All|Written)|Mark|SetAside|Commit|RollBack|Stage|Publish|"
                            r"Delete|Refuse|Note|PrepareNote|Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
 # Functions that decide whether a file is removed, marked or mailed again.
-CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasDecided|Holds|IsWhatWasFiled|RefuseTheSameFile)$")
+CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasCommitted|Holds|IsWhatWasFiled|RefuseSameFile)$")
 CRITICAL_FILES = re.compile(r"^src/(faultlog/|outbox/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
                             r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
 

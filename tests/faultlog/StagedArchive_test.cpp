@@ -1,7 +1,7 @@
-// Files of one name, and the archived file that takes their entries in.
+#include "faultlog/StagedArchive.h"
+
 #include <gmock/gmock.h>
 
-#include "faultlog/FaultloggerFile.h"
 #include "support/ScanSite.h"
 
 namespace fieldpost {
@@ -14,7 +14,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(ProcessLatestFiles, MergesNamesakes) {
+TEST(StagedArchive, MergesAFileIntoTheArchivedOneOfItsName) {
   ScanSite site;
   site.Latest("a.xml", test::FaultlogXml("A", "FFFFF", "20040101", "old"));
   site.Scan();
@@ -30,7 +30,7 @@ TEST(ProcessLatestFiles, MergesNamesakes) {
       << "numbers as given while merging";
 }
 
-TEST(ProcessLatestFiles, MergesNamesakesOfSeveralFoldersWithinOneRun) {
+TEST(StagedArchive, MergesTheFilesOfOneNameFromSeveralFolders) {
   for (const int folders : {2, 7, 8, 20}) {
     ScanSite site;
     site.program.lists.LatestFolderList.clear();
@@ -50,35 +50,21 @@ TEST(ProcessLatestFiles, MergesNamesakesOfSeveralFoldersWithinOneRun) {
   }
 }
 
-TEST(ProcessLatestFiles, KeepsTheOrderOfFoldersForAFewNamesakes) {
-  ScanSite site;
-  site.program.lists.LatestFolderList.clear();
-  for (const char* name : {"1", "2"}) {
-    site.folder.Write(std::string(name) + "/a.xml",
-                      test::FaultlogXml("A", "F", "20040101", std::string("a") + name));
-    site.folder.Write(std::string(name) + "/b.xml",
-                      test::FaultlogXml("A", "F", "20040101", std::string("b") + name));
-    site.program.lists.LatestFolderList.push_back(site.folder.Path() / name / "");
-  }
-  site.Scan();
-  EXPECT_THAT(TextsIn(site.Document(), "TEXT"), ElementsAre("a1", "b1", "a2", "b2"));
-}
-
-TEST(ProcessLatestFiles, LeavesANewFileWhenTheArchivedOneDoesNotLoad) {
+TEST(StagedArchive, RefusesANewFileWhenTheArchivedOneDoesNotLoad) {
   ScanSite site;
   site.folder.Write("home/Faultlog/Archive/A/a.xml", "<broken");
   const fs::path source = site.Latest("a.xml", test::FaultlogXml("A"));
   site.Latest("b.xml", test::FaultlogXml("A"));
-  site.Scan();
+  const ScanResult result = site.Scan();
   EXPECT_TRUE(fs::exists(source));
   EXPECT_EQ(site.ArchivedXml("A", "a.xml"), "<broken");
   EXPECT_THAT(site.Log(), ElementsAre(HasSubstr("[Error]:cannot merge into " +
                                                 Utf8FromPath(site.Tree("Archive") / "A/a.xml: ")),
                                       "[Search Latest]:Found 1 OK files"));
-  EXPECT_FALSE(site.program.scan.Succeeded());
+  EXPECT_FALSE(result.succeeded);
 }
 
-TEST(ProcessLatestFiles, MergesOnAroundAnArchivedFileThatDoesNotLoad) {
+TEST(StagedArchive, MergesTheOthersWhenOneArchivedFileDoesNotLoad) {
   ScanSite site;
   for (const char* name : {"a.xml", "b.xml", "c.xml"}) {
     site.folder.Write(std::string("home/Faultlog/Archive/A/") + name, test::FaultlogXml("A", "P"));
@@ -92,7 +78,7 @@ TEST(ProcessLatestFiles, MergesOnAroundAnArchivedFileThatDoesNotLoad) {
   EXPECT_EQ(test::Names(site.Tree("Latest")), std::set<std::string>{"b.xml"});
 }
 
-TEST(ProcessLatestFiles, NeverMergesAFileIntoItself) {
+TEST(StagedArchive, RefusesToMergeAFileIntoItself) {
   ScanSite site;
   site.folder.Write("home/Faultlog/Archive/A/a.xml", test::FaultlogXml("A"));
   site.program.lists.LatestFolderList = {site.Tree("Archive") / "A" / ""};
@@ -105,12 +91,12 @@ TEST(ProcessLatestFiles, NeverMergesAFileIntoItself) {
   linked.folder.Folder("home/Faultlog/Archive/A");
   const fs::path source = linked.Latest("a.xml", test::FaultlogXml("A"));
   fs::create_hard_link(source, linked.Tree("Archive") / "A" / "a.xml");
-  linked.Scan();
+  const ScanResult result = linked.Scan();
   EXPECT_TRUE(fs::exists(source));
-  EXPECT_FALSE(linked.program.scan.Succeeded());
+  EXPECT_FALSE(result.succeeded);
 }
 
-TEST(ProcessLatestFiles, MergesIntoAnArchivedFileUpToItsBound) {
+TEST(StagedArchive, MergesIntoAnArchivedFileUpToItsLimit) {
   for (const std::size_t above : {0U, 1U}) {
     ScanSite site;
     std::string content = test::FaultlogXml("A", "P");
@@ -120,8 +106,8 @@ TEST(ProcessLatestFiles, MergesIntoAnArchivedFileUpToItsBound) {
     content.append(ArchivedFile::MaxBytes + above - content.size() - 3, 'x').append("-->");
     const fs::path archived = site.folder.Write("home/Faultlog/Archive/A/a.xml", content);
     const fs::path source = site.Latest("a.xml", test::FaultlogXml("A"));
-    site.Scan();
-    EXPECT_EQ(site.program.scan.Succeeded(), above == 0);
+    const ScanResult result = site.Scan();
+    EXPECT_EQ(result.succeeded, above == 0);
     EXPECT_EQ(fs::exists(source), above == 1);
     EXPECT_EQ(fs::file_size(archived) == content.size(), above == 1);
     if (above == 1) {
