@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "support/TestSite.h"
+#include "support/OutboxParts.h"
 #include "support/TracedFileSystem.h"
 
 namespace fieldpost {
@@ -36,7 +36,7 @@ TEST(CountMails, DividesByTheChosenNumber) {
            Row{"out of range", 3, "10", 3, 1},
            Row{"negative", 3, "-1", 3, 1},
        }) {
-    test::TestSite site;
+    test::OutboxSite site;
     site.program.settings.NumAttachments = row.setting;
     site.program.lists.Attachments.resize(row.files, "x");
     EXPECT_EQ(site.program.packaging.CountMails(), row.mails) << row.name;
@@ -45,11 +45,12 @@ TEST(CountMails, DividesByTheChosenNumber) {
 }
 
 TEST(DeleteZipFiles, TellsWhatItCouldNotRemove) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   site.folder.Write("home/Faultlog/Process/a.zip", "zip");
   test::Trace trace;
   test::TracedFileSystem traced(site.files, trace);
-  FieldpostProgram run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
+  test::OutboxParts run({traced, site.clock, site.keys, site.transport, site.prompt, site.display},
+                        site.home);
   run.settings = site.program.settings;
   traced.before = [](const test::Change& change) {
     if (change.path.extension() == ".zip") throw FileError("cannot remove", change.path, "busy");
@@ -59,7 +60,7 @@ TEST(DeleteZipFiles, TellsWhatItCouldNotRemove) {
 }
 
 TEST(ZipAttachments, ForgetsTheProblemOfTheLastTime) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   const std::string folder = std::exchange(site.program.settings.ProcessFolder, "/no/such/folder");
   PathList list{site.folder.Write("one.xml", "1")};
   EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
@@ -71,7 +72,7 @@ TEST(ZipAttachments, ForgetsTheProblemOfTheLastTime) {
 
 TEST(ZipAttachments, ReplacesTheListByTheZip) {
   for (const bool ppc : {false, true}) {
-    test::ReadySite site;
+    test::ReadyOutboxSite site;
     site.program.flags.SendingPPC = ppc;
     const fs::path one = site.folder.Write("one.xml", "1");
     const fs::path two = site.folder.Write("two.xml", "2");
@@ -95,14 +96,14 @@ TEST(ZipAttachments, ReplacesTheListByTheZip) {
 }
 
 TEST(ZipAttachments, DoesNothingForAnEmptyList) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   EXPECT_FALSE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
   EXPECT_THAT(test::Names(site.Tree("Process")), IsEmpty());
   EXPECT_THAT(site.Log(), IsEmpty());
 }
 
 TEST(ZipAttachments, SaysWhenTheFolderIsMissing) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   site.program.settings.ProcessFolder = "/no/such/folder/";
   PathList list{site.folder.Write("one.xml", "1")};
   EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
@@ -111,7 +112,7 @@ TEST(ZipAttachments, SaysWhenTheFolderIsMissing) {
 }
 
 TEST(ZipAttachments, LogsTheDescriptionOfAFailure) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   site.folder.Folder("home/Faultlog/Process/FLog.4711.200403151400.zip/in the way");
   PathList list{site.folder.Write("one.xml", "1")};
   EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
@@ -123,7 +124,7 @@ TEST(ZipAttachments, LogsTheDescriptionOfAFailure) {
 }
 
 TEST(DeleteZipFiles, LeavesAllButZips) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   for (const char* name : {"a.zip", "B.ZIP", "a.xml", "zip"}) {
     site.folder.Write(std::string("home/Faultlog/Process/") + name, "");
   }
@@ -137,7 +138,7 @@ TEST(DeleteZipFiles, LeavesAllButZips) {
 }
 
 TEST(ClearPPCTemp, DeletesEveryFile) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   for (const char* name : {"PPC.1.xml", "x", ".hidden"}) {
     site.folder.Write(std::string("home/Faultlog/PPCTemp/") + name, "");
   }
@@ -146,7 +147,7 @@ TEST(ClearPPCTemp, DeletesEveryFile) {
 }
 
 TEST(ZipAttachments, EndsWithoutAWordWhenAsked) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   site.program.lists.Attachments = {site.folder.Write("one.xml", "1")};
   site.display.stopAfterTurns = 0;
   EXPECT_FALSE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
@@ -156,7 +157,7 @@ TEST(ZipAttachments, EndsWithoutAWordWhenAsked) {
 }
 
 TEST(ZipAttachments, ShowsHowFarItIs) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   site.program.lists.Attachments = {site.folder.Write("one.xml", std::string(100000, 'x'))};
   EXPECT_TRUE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
   EXPECT_THAT(site.display.ranges, ElementsAre(100));

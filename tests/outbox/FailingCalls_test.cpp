@@ -27,7 +27,7 @@ constexpr std::string_view OneAMail = "0";
 constexpr std::string_view AllInOneMail = "9";
 
 /// Three documents wait.
-struct WaitingSite : test::ReadySite {
+struct WaitingSite : test::ReadyOutboxSite {
   explicit WaitingSite(std::string_view attachments, std::string_view useZip = "False") {
     program.settings.NumAttachments = attachments;
     program.settings.UseZip = useZip;
@@ -40,7 +40,7 @@ struct WaitingSite : test::ReadySite {
   bool Send() { return program.sendLoop.FinishInterruptedSend() && program.sendLoop.SendQueuedFaultlogs(); }
 
   bool SendAnew() {
-    FieldpostProgram next({files, clock, keys, transport, prompt, display}, home);
+    test::OutboxParts next({files, clock, keys, transport, prompt, display}, home);
     next.settings = program.settings;
     return next.sendLoop.FinishInterruptedSend() && next.sendLoop.SendQueuedFaultlogs();
   }

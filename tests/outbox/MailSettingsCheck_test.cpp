@@ -4,7 +4,7 @@
 
 #include "environment/DefaultRecipients.h"
 #include "environment/RegistryKeys.h"
-#include "support/TestSite.h"
+#include "support/OutboxParts.h"
 
 namespace fieldpost {
 namespace {
@@ -38,7 +38,7 @@ const std::vector<Row> Rows{
     {"nothing", "", "", "", true, true, "Partner ID missing in FP mail options"},
 };
 
-void Set(test::TestSite& site, const Row& row) {
+void Set(test::OutboxSite& site, const Row& row) {
   site.program.settings.SMTPServer = row.server;
   site.program.settings.SenderAddress = row.sender;
   site.program.settings.PartnerID = row.partner;
@@ -46,7 +46,7 @@ void Set(test::TestSite& site, const Row& row) {
 
 TEST(CheckMailOptions, ShowsEachMissingSettingAndOpensItsPage) {
   for (const Row& row : Rows) {
-    test::ReadySite site;
+    test::ReadyOutboxSite site;
     Set(site, row);
     EXPECT_EQ(site.program.check.CheckMailOptions(), row.serverOrSenderMissing || row.partnerMissing)
         << row.name;
@@ -69,7 +69,7 @@ TEST(CheckMailOptions, ShowsEachMissingSettingAndOpensItsPage) {
 
 TEST(CheckMailOptionsQuiet, HasOnlyTheLog) {
   for (const Row& row : Rows) {
-    test::ReadySite site;
+    test::ReadyOutboxSite site;
     Set(site, row);
     EXPECT_EQ(site.program.check.CheckMailOptionsQuiet(), row.serverOrSenderMissing || row.partnerMissing)
         << row.name;
@@ -85,7 +85,7 @@ TEST(CheckMailOptionsQuiet, HasOnlyTheLog) {
 TEST(CheckSendSettings, ReportsTheFirstMissingSettingAlone) {
   for (const Row& row : Rows) {
     for (const bool show : {false, true}) {
-      test::ReadySite site;
+      test::ReadyOutboxSite site;
       Set(site, row);
       site.program.flags.ShowMessages = show;
       const std::string text = row.firstMissing;
@@ -113,7 +113,7 @@ TEST(MailSettingsCheck, FillsInNumbersWhateverElseIsMissing) {
     for (const Row& row : Rows) {
       for (const Defaults& numbers :
            {Defaults{"empty", "", "25", "2", "10"}, Defaults{"set", "7", "7", "7", "7"}}) {
-        test::ReadySite site;
+        test::ReadyOutboxSite site;
         Set(site, row);
         MailSettings& settings = site.program.settings;
         settings.SMTPPort = settings.TryCount = settings.Timeout = numbers.given;
@@ -134,7 +134,7 @@ TEST(MailSettingsCheck, FillsInNumbersWhateverElseIsMissing) {
 }
 
 TEST(MailSettingsCheck, SaysThatDefaultsCouldNotBeSaved) {
-  test::ReadySite site;
+  test::ReadyOutboxSite site;
   site.program.settings.SMTPPort.clear();
   site.folder.Folder("home/.Options.ini.fieldpost-new");  // where the file would be written first
   EXPECT_FALSE(site.program.check.CheckMailOptionsQuiet()) << "nothing that is required is missing";
@@ -161,7 +161,7 @@ TEST(GetRecipientAddress, IsTheRegisteredOneOrTheDefaultOfTheKindOfData) {
            Recipient{"faultlog missing", false, nullptr, nullptr, "faultlog@fieldpost.example"},
            Recipient{"PPC missing", true, nullptr, nullptr, "ppc@fieldpost.example"},
        }) {
-    test::TestSite site;
+    test::OutboxSite site;
     if (row.faultlog != nullptr) site.SetRegistry(FaultlogRecipientKey, "", row.faultlog);
     if (row.ppcValue != nullptr) site.SetRegistry(PpcRecipientKey, "", row.ppcValue);
     site.program.flags.SendingPPC = row.ppc;

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "smtp/MailCheck.h"
-#include "support/TestSite.h"
+#include "support/OutboxParts.h"
 
 namespace fieldpost {
 namespace {
@@ -45,7 +45,7 @@ TEST(CheckMailOptions, SavesTheDefaultOfEachSettingThatIsMissing) {
   };
   for (const Row& row : {Row{"1", "1", "1", false}, Row{"", "1", "1", true}, Row{"1", "", "1", true},
                          Row{"1", "1", "", true}}) {
-    test::ReadySite site;
+    test::ReadyOutboxSite site;
     site.program.settings.SMTPPort = row.port;
     site.program.settings.TryCount = row.tries;
     site.program.settings.Timeout = row.timeout;

@@ -52,7 +52,7 @@ TEST(SendJournal, IsForItsOwnerAlone) {
 }
 
 /// Three documents wait, for a mail each.
-struct WaitingSite : test::ReadySite {
+struct WaitingSite : test::ReadyOutboxSite {
   WaitingSite() {
     for (int i = 1; i <= 3; ++i) {
       documents.push_back(
@@ -82,7 +82,7 @@ struct NextRun {
   }
 
   DiskFileSystem disk;
-  FieldpostProgram program;
+  test::OutboxParts program;
 };
 
 TEST(SendJournal, WhatWasNotedIsMarkedAndNotSentAgainWhereverTheProgramIsKilled) {

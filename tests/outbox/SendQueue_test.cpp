@@ -100,8 +100,8 @@ TEST(SendQueuedFaultlogs, LeavesOutADocumentThatCannotBeReadAndSaysSo) {
   const fs::path a = site.Document("a.xml");
   const fs::path b = site.Document("b.xml");
   OneUnreadable files;
-  FieldpostProgram program({files, site.clock, site.keys, site.transport, site.prompt, site.display},
-                           site.home);
+  test::OutboxParts program({files, site.clock, site.keys, site.transport, site.prompt, site.display},
+                            site.home);
   program.settings = site.program.settings;
   EXPECT_FALSE(program.sendLoop.SendQueuedFaultlogs());
   ASSERT_EQ(site.transport.mails.size(), 1U);

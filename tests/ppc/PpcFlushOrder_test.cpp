@@ -39,7 +39,7 @@ TEST(PpcFlushOrder, OfAWholeRun) {
   site.Export("<R>" + long1 + "<PPCentry/><ArchiveDate>20040315</ArchiveDate></R>");
   test::Trace trace;
   test::TracedFileSystem traced(site.files, trace);
-  FieldpostProgram run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
+  test::PpcParts run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
   run.settings = site.program.settings;
   EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display));
   EXPECT_EQ(run.lists.Attachments.size(), 2U);
@@ -75,8 +75,7 @@ TEST(PpcFlushOrder, ALargeEntryIsWrittenAsItComes) {
     site.Export("<R><PPCentry>" + std::string(row.characters, 'x') + "</PPCentry></R>");
     test::Trace trace;
     test::TracedFileSystem traced(site.files, trace);
-    FieldpostProgram run({traced, site.clock, site.keys, site.transport, site.prompt, site.display},
-                         site.home);
+    test::PpcParts run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
     run.settings = site.program.settings;
     EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display));
     const auto writes =

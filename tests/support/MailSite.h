@@ -28,7 +28,9 @@ class RunningClock final : public Clock {
 };
 
 /// A site that mails faultlogger data to a server of the test's.
-struct MailSite : AfterFirstStart<BasicSite<MessageBoxPrompt, WidgetStatusDisplay, SmtpMail, RunningClock>> {
+struct MailSite
+    : AfterFirstStart<
+          BasicSite<FieldpostProgram, MessageBoxPrompt, WidgetStatusDisplay, SmtpMail, RunningClock>> {
   explicit MailSite(const SmtpServer& server) {
     MailSettings& settings = program.settings;
     settings.SMTPServer = "127.0.0.1";

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "ppc/PpcEntryScanner.h"
-#include "support/TestSite.h"
+#include "support/PpcParts.h"
 
 namespace fieldpost::test {
 
@@ -32,7 +32,7 @@ class KeepingSink final : public PpcEntrySink {
 };
 
 /// A site with a PPC database in the folder "db".
-struct PpcSite : ReadySite {
+struct PpcSite : ReadyPpcSite {
   PpcSite() {
     program.flags.SendingPPC = true;
     program.flags.SendAfterCollect = true;

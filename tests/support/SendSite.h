@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/TestSite.h"
+#include "support/OutboxParts.h"
 
 namespace fieldpost::test {
 
@@ -15,7 +15,7 @@ inline constexpr std::string_view Waiting =
     "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"><A/></FLFILE>\r\n";
 inline constexpr std::string_view Sent = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sent\"><A/></FLFILE>\r\n";
 
-struct SendSite : ReadySite {
+struct SendSite : ReadyOutboxSite {
   /// Puts a document into the Process folder.
   std::filesystem::path Document(std::string_view name, std::string_view content = Waiting) const {
     return folder.Write("home/Faultlog/Process/" + std::string(name), content);

@@ -10,7 +10,7 @@
 namespace fieldpost::test {
 
 /// A site as it stands after its first start. What the windows keep is in `memory`.
-struct WindowSite : AfterFirstStart<BasicSite<MessageBoxPrompt, WidgetStatusDisplay>> {
+struct WindowSite : AfterFirstStart<BasicSite<FieldpostProgram, MessageBoxPrompt, WidgetStatusDisplay>> {
   WidgetMemory memory{home};
 };
 
