@@ -112,7 +112,7 @@ bool CombinedDocument::Publish(std::string_view text) {
     const fs::path document = processFolder_ / DocumentName(stem, NextNumber(stem, processFolder_));
     KeepDisplaced(document);
     filedCount_ += batch_.Publish(document, text);
-    lists_.PendingFiles.push_back({.path = document, .content = {}});
+    lists_.PendingFiles.push_back({.path = document, .content = HashContent(text)});
   } catch (const FileError& error) {
     log_.WriteLog(error.what(), LogCategory::Error);
     return false;

@@ -91,7 +91,7 @@ struct FullSite : test::ReadySite {
     dying.changesLeft = changesLeft;
     const std::size_t before = dying.changes;
     try {
-      run.sendLoop.FinishInterruptedSend();
+      EXPECT_TRUE(run.sendLoop.FinishInterruptedSend());
       run.scan.ProcessLatestFiles(display);
       EXPECT_TRUE(run.scan.Succeeded());
     } catch (const test::Killed&) {

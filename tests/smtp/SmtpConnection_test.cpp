@@ -93,8 +93,9 @@ TEST_F(SmtpMailTest, AServerThatTakesNoConnectionIsGivenUpAfterTheTimeOut) {
   server.port = full.Port();
   const FakeClock standing;  // the library has a clock of its own
   SmtpMail transport(files, standing, display, limits);
-  EXPECT_FALSE(transport.Send(server, mail, [] {}));
-  EXPECT_THAT(transport.StatusText(), HasSubstr("no answer from the server for 1 second"));
+  const MailOutcome outcome = transport.Send(server, mail, [] {});
+  EXPECT_FALSE(outcome.accepted);
+  EXPECT_THAT(outcome.statusText, HasSubstr("no answer from the server for 1 second"));
 }
 
 TEST_F(SmtpMailTest, ALibraryThatFailsIsAFailureOfTheMail) {
@@ -114,8 +115,10 @@ TEST_F(SmtpMailTest, WhatTheMailsOwnerThrowsOnceItIsTakenIsToldAsAFailure) {
   const SmtpServer accepting;
   server.port = accepting.Port();
   SmtpMail transport(files, clock, display, limits);
-  EXPECT_FALSE(transport.Send(server, mail, [] { throw std::runtime_error("nobody could note it"); }));
-  EXPECT_THAT(transport.StatusText(), HasSubstr("nobody could note it"));
+  const MailOutcome outcome =
+      transport.Send(server, mail, [] { throw std::runtime_error("nobody could note it"); });
+  EXPECT_FALSE(outcome.accepted);
+  EXPECT_THAT(outcome.statusText, HasSubstr("nobody could note it"));
 }
 
 }  // namespace
