@@ -16,7 +16,7 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-/// The two digits just before ".xml" of a name that begins with `stem`.
+/// Returns the number in the two digits before ".xml", in a name that begins with `stem`.
 std::optional<int> NumberOf(std::string_view stem, std::string_view name) {
   if (!EndsWithNoCase(name, XmlEnding) || name.size() < XmlEnding.size() + 2) return std::nullopt;
   if (!EqualNoCase(name.substr(0, stem.size()), stem)) return std::nullopt;

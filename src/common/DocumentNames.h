@@ -1,4 +1,4 @@
-// The names that the program gives its files, built and read here alone.
+// Builds and reads the names of the files that the program writes.
 #pragma once
 
 #include <optional>
@@ -10,28 +10,30 @@
 
 namespace fieldpost {
 
-/// The two kinds of data, by the prefix of their documents' names.
+/// The prefixes of the file names of faultlogger data and of PPC data.
 inline constexpr std::string_view FaultlogPrefix = "FLog.";
 inline constexpr std::string_view PpcPrefix = "PPC.";
 
-/// The site's part of a name: the letters and digits of its partner ID. Nothing else of that setting may
-/// reach a file name or a mail header. Empty when there are none.
-std::string SitePart(std::string_view partnerId);
+/// Returns the part of a file name that identifies the site: the letters and digits of its partner ID. No
+/// other character of that setting may reach a file name or a mail header. Empty when it has none.
+[[nodiscard]] std::string SitePart(std::string_view partnerId);
 
-/// PREFIX SITE "." yyyymmddhh: what the documents that a site writes within one hour have in common.
-std::string DocumentStem(std::string_view prefix, std::string_view partnerId, const LocalTime& time);
+/// Returns PREFIX SITE "." yyyymmddhh, the common part of the names of all documents that a site writes
+/// within an hour.
+[[nodiscard]] std::string DocumentStem(std::string_view prefix, std::string_view partnerId,
+                                       const LocalTime& time);
 
-/// STEM nn ".xml", with at least two digits.
-std::string DocumentName(std::string_view stem, int number);
+/// Returns STEM nn ".xml", with at least two digits.
+[[nodiscard]] std::string DocumentName(std::string_view stem, int number);
 
-/// STEM "00.zip": the minutes of a zip's time are always written as zero.
-std::string ZipName(std::string_view stem);
+/// Returns STEM "00.zip": the minutes in the name of a zip are always zero.
+[[nodiscard]] std::string ZipName(std::string_view stem);
 
-/// The number that the next document of a stem gets: one more than the highest among `names` that is at most
-/// 98, so that the first is 1 and 99 stays 99.
-int NextDocumentNumber(std::string_view stem, std::span<const std::string> names);
+/// Returns the number of the next document of a stem: one more than the highest number among `names` that is
+/// at most 98, so that the first is 1, and 99 follows 99.
+[[nodiscard]] int NextDocumentNumber(std::string_view stem, std::span<const std::string> names);
 
-/// "FPProg_" ddmmyyyy ".log".
-std::string LogFileName(const LocalTime& time);
+/// Returns "FPProg_" ddmmyyyy ".log".
+[[nodiscard]] std::string LogFileName(const LocalTime& time);
 
 }  // namespace fieldpost

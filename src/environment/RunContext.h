@@ -1,4 +1,4 @@
-// What every step of a run works with.
+// The services that every step of a run needs.
 #pragma once
 
 #include "environment/InstallPaths.h"
@@ -9,7 +9,7 @@
 
 namespace fieldpost {
 
-/// References that every step of a run is handed together; all of them outlive the steps.
+/// References to the services that every step of a run needs. All of them must outlive the steps.
 struct RunContext {
   FileSystem& files;
   const Clock& clock;

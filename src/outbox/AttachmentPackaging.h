@@ -1,4 +1,4 @@
-// How many mails a list of files needs, and packing it.
+// Divides a shipment into mails, packs it, and removes what packing and mailing leave.
 #pragma once
 
 #include <cstddef>
@@ -7,64 +7,53 @@
 #include <string>
 #include <string_view>
 
-#include "common/RunFlags.h"
-#include "common/RunLists.h"
 #include "common/StatusDisplay.h"
-#include "environment/InstallPaths.h"
-#include "environment/MailSettings.h"
-#include "environment/ModWriteLogFile.h"
-#include "platform/Clock.h"
-#include "platform/FileSystem.h"
+#include "environment/RunContext.h"
+#include "outbox/Shipment.h"
 
 namespace fieldpost {
 
-/// Batching, zipping and clearing up of the files to be mailed.
+/// What came of packing a shipment.
+struct PackingResult {
+  bool packed = false;         ///< the attachments were replaced by their zip
+  std::int32_t zipResult = 0;  ///< the zip library's result code; 0 is success
+  std::string problem;  ///< one line on why packing failed, as logged; empty when it was cancelled by the
+                        ///< user or there was nothing to pack
+};
+
+/// Counts mails, packs attachments and deletes scratch files.
 class AttachmentPackaging {
  public:
-  AttachmentPackaging(FileSystem& files, const Clock& clock, const InstallPaths& paths,
-                      const MailSettings& settings, const RunFlags& flags, RunLists& lists,
-                      ModWriteLogFile& log, StatusDisplay& display);
+  /// Everything that the arguments refer to must outlive the object.
+  AttachmentPackaging(const RunContext& run, StatusDisplay& display);
 
-  /// The number of mails that the attachment list needs.
-  [[nodiscard]] int CountMails() const;
+  /// Returns how many mails are needed for this number of attachments; 1 for none.
+  [[nodiscard]] int CountMails(std::size_t attachments) const;
 
-  /// How many of the attachments go into each of these mails, at the most.
-  [[nodiscard]] std::size_t AttachmentsPerMail() const;
+  /// Returns how many of this number of attachments one mail has at most.
+  [[nodiscard]] std::size_t AttachmentsPerMail(std::size_t attachments) const;
 
-  /// Packs the files of a list into one zip, moves the list's entries to the packed-files list and leaves the
-  /// zip as its only entry. Files that are missing are left out. False when nothing was packed; Problem() and
-  /// the log say why. The bar of the display shows the percentage.
-  bool ZipAttachments(PathList& list);
+  /// Packs the attachments of a shipment into one zip, of which the file name has the partner ID and the
+  /// hour. The attachments move to the list of packed files, and the zip becomes the only attachment; on
+  /// failure no attachment is left. Missing files are skipped. A failure is logged. The bar of the display
+  /// shows the percentage.
+  [[nodiscard]] PackingResult ZipAttachments(Shipment& shipment);
 
-  /// The zip component's result of the last packing; 0 is success.
-  [[nodiscard]] std::int32_t LastZipResult() const { return lastZipResult_; }
+  /// Deletes every file of the PPCTemp folder. Returns false when a file could not be deleted, which is
+  /// logged.
+  [[nodiscard]] bool ClearPPCTemp();
 
-  /// Why the last packing failed, in one line; empty when it did not, when there was nothing to pack, and
-  /// when the person at the screen wanted the end.
-  [[nodiscard]] const std::string& Problem() const { return problem_; }
-
-  /// Deletes every file of the PPCTemp folder. False when one is still there; the log then has why.
-  bool ClearPPCTemp();
-
-  /// The same of every "*.zip" file of the process folder.
-  bool DeleteZipFiles();
+  /// Deletes every "*.zip" file of the Process folder. Returns false when a file could not be deleted, which
+  /// is logged.
+  [[nodiscard]] bool DeleteZipFiles();
 
  private:
-  [[nodiscard]] std::size_t ConfiguredPerMail() const;
-  [[nodiscard]] std::filesystem::path ZipFolder() const;
-  bool Fail(std::string_view problem);
-  bool DeleteFiles(const std::filesystem::path& folder, std::string_view ending);
+  [[nodiscard]] std::filesystem::path ZipFolder(DataKind kind) const;
+  [[nodiscard]] PackingResult Fail(std::string_view problem, std::int32_t zipResult);
+  [[nodiscard]] bool DeleteFiles(const std::filesystem::path& folder, std::string_view ending);
 
-  FileSystem& files_;
-  const Clock& clock_;
-  const InstallPaths& paths_;
-  const MailSettings& settings_;
-  const RunFlags& flags_;
-  RunLists& lists_;
-  ModWriteLogFile& log_;
+  RunContext run_;
   StatusDisplay& display_;
-  std::int32_t lastZipResult_ = 0;
-  std::string problem_;
 };
 
 }  // namespace fieldpost

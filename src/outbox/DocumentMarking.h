@@ -4,27 +4,31 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
-#include <span>
 #include <string>
 #include <vector>
 
+#include "common/RunLists.h"
+#include "outbox/SendJournal.h"
 #include "platform/FileSystem.h"
 
 namespace fieldpost {
 
-/// Whether a file of a set is a document, which is marked once it was mailed: what is packed or gone is not.
-bool IsDocument(const FileSystem& files, const std::filesystem::path& path);
+/// Whether a path names a document that can be marked: a regular file whose name ends in ".xml".
+[[nodiscard]] bool IsDocument(const FileSystem& files, const std::filesystem::path& path);
 
-/// What came of marking; each concerned document is as it was.
+/// What came of marking. Every document named here was left as it was.
 struct MarkingResult {
-  std::vector<std::string> failures;    ///< one line each: what could not be read or written
-  std::vector<std::string> unmarkable;  ///< one line each: documents that are no XML
+  std::size_t marked = 0;               ///< number of documents marked
+  std::vector<std::string> failures;    ///< one line for each file error
+  std::vector<std::string> unmarkable;  ///< one line for each document that is not well-formed XML
+  PathList changed;                     ///< documents whose content is not the one that was mailed
 };
 
-/// Sets the root's `Mode` to "Sent" in each document, and tells `done` how many were worked through, before
-/// each. What is missing or is no "*.xml" is passed over. So many are made durable by one flush that the
-/// flushes hardly count.
-MarkingResult MarkDocuments(FileSystem& files, std::span<const std::filesystem::path> documents,
-                            const std::function<void(std::size_t)>& done);
+/// Sets the attribute `Mode` of the root element to "Sent" in each document whose content still has the given
+/// hash. A document that is missing or is not an "*.xml" file is skipped. Calls `done` before each document
+/// with the number of those already processed. Documents are replaced in groups, with two flushes for each
+/// group.
+[[nodiscard]] MarkingResult MarkDocuments(FileSystem& files, const SentDocuments& documents,
+                                          const std::function<void(std::size_t)>& done);
 
 }  // namespace fieldpost

@@ -11,7 +11,7 @@
 namespace fieldpost {
 namespace {
 
-/// Bytes that differ in the case of a letter alone must fall into one place of the search table.
+/// Letters that differ only in case must have the same place in the search table.
 struct NoCaseHash {
   std::size_t operator()(char c) const { return static_cast<unsigned char>(c) & 0xDFU; }
 };
@@ -23,8 +23,9 @@ std::string ModeText(std::string_view mode) {
   return fmt::format("{}=\"{}\"", ModeAttribute, mode);
 }
 
-/// Where the `Mode="Not Sent"` of a document of the program's own making stands: the first attribute of a
-/// root right behind the declaration. Such a document need not be built up as a tree to be changed.
+/// Returns the position of `Mode="Not Sent"` in a document as this program writes them: it is the first
+/// attribute of the root element, which follows the declaration. Such a document can be changed without
+/// building its tree.
 std::optional<std::size_t> PlaceOfUnsentMode(std::string_view document) {
   constexpr std::string_view declaration = "<?xml version=\"1.0\"?>\r\n<";
   if (!document.starts_with(declaration)) return std::nullopt;

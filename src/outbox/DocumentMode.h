@@ -1,4 +1,4 @@
-// Whether a document has been mailed: the attribute `Mode` of its root, written and read here alone.
+// The attribute `Mode` of the root element, which tells whether a document was mailed.
 #pragma once
 
 #include <cstdint>
@@ -8,24 +8,25 @@
 
 namespace fieldpost {
 
-/// Larger than any combined document that this program writes; what is larger is neither mailed nor marked.
+/// Larger than any combined document that this program writes. A larger file is neither mailed nor marked.
 inline constexpr std::uint64_t MaxDocumentBytes = std::uint64_t{64} * 1024 * 1024;
 
 inline constexpr std::string_view ModeAttribute = "Mode";
 inline constexpr std::string_view NotSentMode = "Not Sent";
 inline constexpr std::string_view SentMode = "Sent";
 
-/// The start tag's beginning of a document that waits to be mailed: `<NAME Mode="Not Sent"`, without the end
-/// of the tag.
-std::string UnsentStartTag(std::string_view rootName);
+/// Returns `<NAME Mode="Not Sent"`: the start tag of a document that waits to be mailed, up to its first
+/// attribute.
+[[nodiscard]] std::string UnsentStartTag(std::string_view rootName);
 
-/// Whether the root of a document says that it was mailed. `beginning` need only reach beyond its start tag.
-bool SaysSent(std::string_view beginning);
+/// Whether the root element has the `Mode` "Sent". `beginning` must contain the start tag of the root
+/// element.
+[[nodiscard]] bool SaysSent(std::string_view beginning);
 
-/// Whether a document's text says anywhere that it was not sent, in whatever letter case.
-bool SaysNotSent(std::string_view text);
+/// Whether a text contains "Not Sent", in any letter case.
+[[nodiscard]] bool SaysNotSent(std::string_view text);
 
-/// The document with `Mode` set to "Sent". Nothing when it is not well-formed.
-std::optional<std::string> MarkedAsSent(std::string_view document);
+/// Returns the document with the `Mode` "Sent", or nothing when it is not well-formed.
+[[nodiscard]] std::optional<std::string> MarkedAsSent(std::string_view document);
 
 }  // namespace fieldpost

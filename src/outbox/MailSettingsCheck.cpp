@@ -20,56 +20,50 @@ bool FillIn(std::string& setting, std::string_view value) {
 
 }  // namespace
 
-MailSettingsCheck::MailSettingsCheck(MailSettings& settings, MailSettingsStore& store, const RunFlags& flags,
-                                     EditWinReg& registry, ModWriteLogFile& log, UserPrompt& prompt,
-                                     StatusDisplay& display)
-    : settings_(settings),
-      store_(store),
-      flags_(flags),
-      registry_(registry),
-      log_(log),
-      prompt_(prompt),
-      display_(display) {}
+MailSettingsCheck::MailSettingsCheck(MailSettings& settings, MailSettingsStore& store, EditWinReg& registry,
+                                     ModWriteLogFile& log, const Screen& screen)
+    : settings_(settings), store_(store), registry_(registry), log_(log), screen_(screen) {}
 
-bool MailSettingsCheck::CheckMailOptions() {
+MailOptionsResult MailSettingsCheck::CheckMailOptions() {
   bool missing = false;
-  prompt_.SetBusyPointer(true);
+  UserPrompt& prompt = screen_.prompt;
+  prompt.SetBusyPointer(true);
   if (ServerOrSenderMissing()) {
     missing = true;
-    prompt_.ShowMessage(ServerOrSenderText, MessageIcon::Exclamation, "");
-    prompt_.ShowOptions(OptionsPage::MailServer);
+    prompt.ShowMessage(ServerOrSenderText, MessageIcon::Exclamation, "");
+    prompt.ShowOptions(OptionsPage::MailServer);
   }
-  prompt_.SetBusyPointer(false);
+  prompt.SetBusyPointer(false);
   if (PartnerMissing()) {
     missing = true;
-    prompt_.ShowMessage(PartnerBoxText, MessageIcon::Exclamation, "");
-    prompt_.ShowOptions(OptionsPage::Partner);
+    prompt.ShowMessage(PartnerBoxText, MessageIcon::Exclamation, "");
+    prompt.ShowOptions(OptionsPage::Partner);
   }
-  FillInDefaults();
-  return missing;
+  return {.requiredMissing = missing, .defaultsSaved = FillInDefaults()};
 }
 
-bool MailSettingsCheck::CheckMailOptionsQuiet() {
+MailOptionsResult MailSettingsCheck::CheckMailOptionsQuiet() {
   if (ServerOrSenderMissing()) log_.WriteLog(ServerOrSenderText, LogCategory::Error);
   if (PartnerMissing()) log_.WriteLog(PartnerText, LogCategory::Error);
-  FillInDefaults();
-  return ServerOrSenderMissing() || PartnerMissing();
+  const bool saved = FillInDefaults();
+  return {.requiredMissing = ServerOrSenderMissing() || PartnerMissing(), .defaultsSaved = saved};
 }
 
 bool MailSettingsCheck::CheckSendSettings() {
   const std::string_view text = FirstMissing();
   if (text.empty()) return true;
   log_.WriteLog(text, LogCategory::Error);
-  if (flags_.ShowMessages) prompt_.ShowMessage(text, MessageIcon::None, "");
-  display_.ProcessEvents();
+  screen_.ShowMessage(text, MessageIcon::None, "");
+  screen_.display.ProcessEvents();
   return false;
 }
 
-std::string MailSettingsCheck::GetRecipientAddress() const {
+std::string MailSettingsCheck::GetRecipientAddress(DataKind kind) const {
+  const bool isPpc = kind == DataKind::Ppc;
   const std::string address =
-      registry_.QueryText(HKEY_LOCAL_MACHINE, flags_.SendingPPC ? PpcRecipientKey : FaultlogRecipientKey, "");
+      registry_.QueryText(HKEY_LOCAL_MACHINE, isPpc ? PpcRecipientKey : FaultlogRecipientKey, "");
   if (!address.empty()) return address;
-  return std::string(flags_.SendingPPC ? DefaultPpcRecipient() : DefaultFaultlogRecipient());
+  return std::string(isPpc ? DefaultPpcRecipient() : DefaultFaultlogRecipient());
 }
 
 bool MailSettingsCheck::ServerOrSenderMissing() const {
@@ -77,7 +71,7 @@ bool MailSettingsCheck::ServerOrSenderMissing() const {
 }
 
 bool MailSettingsCheck::PartnerMissing() const {
-  // A partner ID without a letter or digit gives neither file names nor subjects anything to hold.
+  // File names and subjects contain the letters and digits of the partner ID.
   return SitePart(settings_.PartnerID).empty();
 }
 
@@ -88,13 +82,14 @@ std::string_view MailSettingsCheck::FirstMissing() const {
   return {};
 }
 
-void MailSettingsCheck::FillInDefaults() {
+/// Returns whether the settings are stored with the defaults; a failure is logged.
+bool MailSettingsCheck::FillInDefaults() {
   const bool port = FillIn(settings_.SMTPPort, DefaultSmtpPort);
   const bool tries = FillIn(settings_.TryCount, DefaultTryCount);
   const bool timeout = FillIn(settings_.Timeout, DefaultTimeoutSeconds);
   const std::string problem = port || tries || timeout ? store_.Save(settings_) : "";
-  defaultsAreSaved_ = problem.empty();
-  if (!defaultsAreSaved_) log_.WriteLog("The mail settings were not saved: " + problem, LogCategory::Error);
+  if (!problem.empty()) log_.WriteLog("The mail settings were not saved: " + problem, LogCategory::Error);
+  return problem.empty();
 }
 
 }  // namespace fieldpost

@@ -1,55 +1,57 @@
-// Whether the settings hold what a mail needs.
+// Checks that the settings are complete enough to send mail.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-#include "common/RunFlags.h"
-#include "common/StatusDisplay.h"
-#include "common/UserPrompt.h"
+#include "common/Screen.h"
 #include "environment/EditWinReg.h"
 #include "environment/MailSettings.h"
 #include "environment/ModWriteLogFile.h"
+#include "outbox/Shipment.h"
 
 namespace fieldpost {
 
-/// Checks the mail settings before a send, fills in the numbers that may default, and knows the recipients.
+/// What came of checking the mail settings before a run.
+struct MailOptionsResult {
+  bool requiredMissing = false;  ///< a required setting is missing; the send must not begin
+  bool defaultsSaved =
+      true;  ///< numbers that were empty now have their defaults, also in the stored settings
+};
+
+/// Checks the mail settings before a send, fills in default numbers, and returns the recipients.
 class MailSettingsCheck {
  public:
-  MailSettingsCheck(MailSettings& settings, MailSettingsStore& store, const RunFlags& flags,
-                    EditWinReg& registry, ModWriteLogFile& log, UserPrompt& prompt, StatusDisplay& display);
+  /// Everything that the arguments refer to must outlive the object.
+  MailSettingsCheck(MailSettings& settings, MailSettingsStore& store, EditWinReg& registry,
+                    ModWriteLogFile& log, const Screen& screen);
 
-  /// For the person at the screen: message boxes, and the options dialog on the page that needs filling in.
-  /// True when something required is missing.
-  bool CheckMailOptions();
+  /// Reports each missing setting in a message box and opens the options dialog on its page. Fills in the
+  /// defaults of empty numbers and stores them.
+  [[nodiscard]] MailOptionsResult CheckMailOptions();
 
-  /// The same for an unattended run, which has only the log. True when something required is missing.
-  bool CheckMailOptionsQuiet();
+  /// Reports each missing setting in the log, for an unattended run. Fills in the defaults of empty numbers
+  /// and stores them.
+  [[nodiscard]] MailOptionsResult CheckMailOptionsQuiet();
 
-  /// False when numbers that were filled in last could not be saved.
-  [[nodiscard]] bool DefaultsAreSaved() const { return defaultsAreSaved_; }
+  /// Checks the required settings just before mailing. Returns whether all are there; else the first one that
+  /// is missing is logged and, with the flag `ShowMessages`, shown.
+  [[nodiscard]] bool CheckSendSettings();
 
-  /// Just before mailing. True when all is there; else the first thing that is missing is logged and, with
-  /// somebody at the screen, shown.
-  bool CheckSendSettings();
-
-  /// The address that a mail of the current kind of data goes to.
-  [[nodiscard]] std::string GetRecipientAddress() const;
+  /// Returns the address that mails of a kind of data go to: the one in the registry, or the default.
+  [[nodiscard]] std::string GetRecipientAddress(DataKind kind) const;
 
  private:
   [[nodiscard]] bool ServerOrSenderMissing() const;
   [[nodiscard]] bool PartnerMissing() const;
   [[nodiscard]] std::string_view FirstMissing() const;
-  void FillInDefaults();
+  [[nodiscard]] bool FillInDefaults();
 
   MailSettings& settings_;
   MailSettingsStore& store_;
-  const RunFlags& flags_;
   EditWinReg& registry_;
   ModWriteLogFile& log_;
-  UserPrompt& prompt_;
-  StatusDisplay& display_;
-  bool defaultsAreSaved_ = true;
+  Screen screen_;
 };
 
 }  // namespace fieldpost

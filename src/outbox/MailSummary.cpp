@@ -12,10 +12,10 @@
 
 namespace fieldpost {
 
-std::string BuildMailSummary(const FileSystem& files, const PathList& attachments, bool sendingPpc) {
+std::string BuildMailSummary(const FileSystem& files, const PathList& attachments, DataKind kind) {
   if (attachments.empty()) return {};
-  std::string names =
-      fmt::format("[{} Files]\r\nTotal={}", sendingPpc ? "PPC" : "Faultlog", attachments.size());
+  const std::string_view section = kind == DataKind::Ppc ? "PPC" : "Faultlog";
+  std::string names = fmt::format("[{} Files]\r\nTotal={}", section, attachments.size());
   std::string sizes;
   std::uint64_t total = 0;
   for (std::size_t i = 0; i < attachments.size(); ++i) {
@@ -28,7 +28,7 @@ std::string BuildMailSummary(const FileSystem& files, const PathList& attachment
         fmt::format("\r\nFileNumber{}={}", i + 1, EscapeControls(Utf8FromPath(attachments[i].filename())));
     sizes += fmt::format("\r\nFileSize{}={}", i + 1, Trimmed(FormatCharMask(size, "@@@@@@@@.@@@")));
   }
-  return fmt::format("{}\r\n\r\n[{} File Size]\r\nTotalFilesize={}{}", names, sendingPpc ? "PPC" : "Faultlog",
+  return fmt::format("{}\r\n\r\n[{} File Size]\r\nTotalFilesize={}{}", names, section,
                      Trimmed(FormatCharMask(total, "@@@@@@@.@@@")), sizes);
 }
 

@@ -21,8 +21,8 @@ SentDocuments SendJournal::Read(const fs::path& folder) const {
   return SentDocumentsFrom(*bytes).value_or(SentDocuments());
 }
 
-/// Written in place where there was none: a program that is killed before the flush has noted it all the
-/// same.
+/// A new journal is written under its own name at once, so that it counts even when the program is killed
+/// before the flush.
 void SendJournal::Write(const fs::path& folder, const SentDocuments& documents) {
   const fs::path file = folder / JournalName;
   if (files_.Exists(file)) {
@@ -35,6 +35,11 @@ void SendJournal::Write(const fs::path& folder, const SentDocuments& documents) 
 
 void SendJournal::Remove(const fs::path& folder) {
   files_.Remove(folder / JournalName);
+}
+
+bool WasSent(const SentDocuments& documents, const fs::path& path, const ContentHash& content) {
+  const auto found = documents.find(path);
+  return found != documents.end() && found->second == content;
 }
 
 std::string BytesOf(const SentDocuments& documents) {

@@ -1,4 +1,4 @@
-// What the mail server has taken, noted before any document of it is touched.
+// Records what the mail server accepted, before any document of it is marked.
 #pragma once
 
 #include <filesystem>
@@ -8,38 +8,42 @@
 #include <string_view>
 
 #include "common/ContentHash.h"
-#include "common/RunLists.h"
 #include "platform/FileSystem.h"
 
 namespace fieldpost {
 
-/// Documents of sets that were mailed whole, and what was in them then.
+/// Documents that were mailed, with the hash of the content that was mailed.
 using SentDocuments = std::map<std::filesystem::path, ContentHash>;
 
-/// A file beside the documents, readable by its owner alone. A document that it names, and that is still as
-/// it was mailed, waits to be marked, and must not be mailed again. Operations that can fail throw FileError.
+/// A file "FLog.sent" beside the documents that only its owner may read. A document that it names, and that
+/// still has the content given there, was mailed and is yet to be marked; it must not be mailed again.
+/// Operations that fail throw FileError.
 class SendJournal {
  public:
   explicit SendJournal(FileSystem& files) : files_(files) {}
 
-  /// What an earlier run noted in this folder and did not come to mark. Nothing when there is no journal, or
-  /// none that is whole: the program then ended while it wrote it.
+  /// Returns the documents in the journal of a folder. Empty when there is no journal, or an incomplete one,
+  /// which a program left that ended while it wrote it.
   [[nodiscard]] SentDocuments Read(const std::filesystem::path& folder) const;
 
-  /// Writes the journal; it would survive a power cut when this returns.
+  /// Writes the journal of a folder and flushes it.
   void Write(const std::filesystem::path& folder, const SentDocuments& documents);
 
-  /// Removes it, once every document is marked.
+  /// Removes the journal of a folder; a missing journal is not an error.
   void Remove(const std::filesystem::path& folder);
 
  private:
   FileSystem& files_;
 };
 
-/// The journal as bytes that end in their own check sum.
-std::string BytesOf(const SentDocuments& documents);
+/// Whether these documents include one of this path and content.
+[[nodiscard]] bool WasSent(const SentDocuments& documents, const std::filesystem::path& path,
+                           const ContentHash& content);
 
-/// Nothing when the bytes are not a whole journal.
-std::optional<SentDocuments> SentDocumentsFrom(std::string_view bytes);
+/// Returns the journal as bytes that end in their checksum.
+[[nodiscard]] std::string BytesOf(const SentDocuments& documents);
+
+/// Returns the documents of a journal, or nothing when the bytes are not a complete journal.
+[[nodiscard]] std::optional<SentDocuments> SentDocumentsFrom(std::string_view bytes);
 
 }  // namespace fieldpost

@@ -3,350 +3,148 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <exception>
-#include <set>
-#include <unordered_set>
+#include <iterator>
 #include <utility>
 
-#include "common/ContentHash.h"
-#include "common/DocumentNames.h"
-#include "common/Numbers.h"
 #include "common/PathText.h"
-#include "common/Text.h"
-#include "outbox/DocumentMarking.h"
-#include "outbox/DocumentMode.h"
-#include "outbox/MailSummary.h"
-#include "outbox/WaitingDocument.h"
-#include "platform/FileHash.h"
+#include "environment/ProcessFolder.h"
+#include "environment/SettingValues.h"
+#include "outbox/DocumentCollection.h"
+#include "outbox/MailComposer.h"
+#include "outbox/SendProgress.h"
 
 namespace fieldpost {
 namespace {
 
-namespace fs = std::filesystem;
-
-constexpr std::int32_t FallbackPort = 25;
-constexpr std::int32_t FallbackTries = 2;
-constexpr std::int32_t FallbackTimeoutSeconds = 10;
-
-TlsMode TlsModeFrom(std::string_view setting) {
-  if (EqualNoCase(Trimmed(setting), "required")) return TlsMode::Required;
-  if (EqualNoCase(Trimmed(setting), "none")) return TlsMode::None;
-  return TlsMode::Auto;
-}
-
-/// What stands behind the "@" of an address, as far as it can stand in a message ID.
-std::string DomainOf(std::string_view address) {
-  std::string domain;
-  for (const char c : address.substr(address.find('@') + 1)) {
-    if (c == '.' || c == '-' || c == '_' || !LettersAndDigits({&c, 1}).empty()) domain += c;
-  }
-  const bool whole = !domain.starts_with('.') && !domain.ends_with('.') &&
-                     domain.find("..") == std::string::npos && !domain.empty();
-  return whole ? domain : "fieldpost.invalid";
+/// Returns the attachments of the mail of this number, counted from 1.
+PathList FilesOfMail(const PathList& attachments, int number, std::size_t perMail) {
+  const std::size_t from = std::min(perMail * static_cast<std::size_t>(number - 1), attachments.size());
+  const auto begin = std::next(attachments.begin(), static_cast<std::ptrdiff_t>(from));
+  const std::size_t count = std::min(perMail, attachments.size() - from);
+  return {begin, std::next(begin, static_cast<std::ptrdiff_t>(count))};
 }
 
 }  // namespace
 
-SendLoop::SendLoop(FileSystem& files, const Clock& clock, const MailSettings& settings, const RunFlags& flags,
-                   RunLists& lists, ModWriteLogFile& log, const MailSettingsCheck& check,
-                   AttachmentPackaging& packaging, MailTransport& transport, UserPrompt& prompt,
-                   StatusDisplay& display)
-    : files_(files),
-      clock_(clock),
-      settings_(settings),
-      flags_(flags),
+SendLoop::SendLoop(const RunContext& run, const Screen& screen, RunLists& lists,
+                   const MailSettingsCheck& check, MailTransport& transport)
+    : run_(run),
+      screen_(screen),
       lists_(lists),
-      log_(log),
       check_(check),
-      packaging_(packaging),
       transport_(transport),
-      prompt_(prompt),
-      display_(display),
-      journal_(files) {}
+      packaging_(run, screen.display),
+      marking_(run, screen) {}
+
+bool SendLoop::FinishInterruptedSend() {
+  const bool hasFolder = run_.files.IsFolder(PathFromUtf8(run_.settings.ProcessFolder));
+  if (hasFolder) static_cast<void>(packaging_.DeleteZipFiles());
+  const SentMarking::Recovery recovery = marking_.MarkInterrupted();
+  if (!recovery.succeeded) return false;
+  // The journal stays until the zip of what it names is gone.
+  if (recovery.hadJournal && hasFolder && !packaging_.DeleteZipFiles()) return false;
+  if (recovery.marked > 0) {
+    // The log skips the first line of a text about mail.
+    run_.log.WriteLog(
+        fmt::format("-\r\nMarked {} documents that an interrupted run had mailed", recovery.marked),
+        LogCategory::Mail);
+  }
+  return marking_.Forget();
+}
 
 bool SendLoop::SendQueuedFaultlogs() {
-  lists_.Attachments.clear();
-  lists_.PackedFiles.clear();
-  bool whole = true;
+  CollectedDocuments collected;
   try {
-    for (const fs::path& document : QueuedDocuments()) {
-      if (!CollectIfWaiting(document)) whole = false;
-    }
+    const CollectionSource source{.folder = ProcessFolder(run_.files, run_.paths, run_.settings),
+                                  .pending = lists_.PendingFiles};
+    collected = CollectWaitingDocuments(run_.files, source, screen_.display);
   } catch (const FileError& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
+    run_.log.WriteLog(error.what(), LogCategory::Error);
     return false;
   }
-  return (lists_.Attachments.empty() || SendData()) && whole;
+  for (const std::string& problem : collected.problems) run_.log.WriteLog(problem, LogCategory::Error);
+  if (collected.cancelled) return false;
+  if (collected.documents.empty()) return collected.problems.empty();
+  const SendResult result = SendData(NewShipment(screen_.flags, std::move(collected.documents)));
+  if (result.mailed) lists_.PendingFiles.clear();
+  return result.finished && collected.problems.empty();
 }
 
-/// The documents of the process folder and those of this run, each once.
-PathList SendLoop::QueuedDocuments() const {
-  PathList documents;
-  std::unordered_set<fs::path::string_type> known;
-  const auto add = [&](const fs::path& document) {
-    if (known.insert(document.native()).second) documents.push_back(document);
-  };
-  const fs::path folder = ProcessFolder();
-  if (files_.IsFolder(folder)) {
-    for (const std::string& name : files_.ListFiles(folder, ".xml")) add(folder / PathFromUtf8(name));
-  }
-  for (const PendingFile& pending : lists_.PendingFiles) {
-    if (files_.IsFile(pending.path)) add(pending.path);
-  }
-  return documents;
+SendResult SendLoop::SendData(Shipment shipment) {
+  static_cast<void>(packaging_.DeleteZipFiles());
+  if (shipment.attachments.empty()) return {};
+  if (UsesZip(run_.settings) && !Pack(shipment)) return {};
+  return SendPackedData(shipment);
 }
 
-/// False when the document cannot be read; the others go all the same.
-bool SendLoop::CollectIfWaiting(const fs::path& document) {
-  display_.ProcessEvents();
-  try {
-    if (!IsWaitingDocument(files_, document) || WasSent(document)) return true;
-    const std::optional<FileStamp> stamp = files_.RegularFileStamp(document);
-    if (stamp && stamp->size > MaxDocumentBytes) throw FileTooLarge(document, MaxDocumentBytes);
-    lists_.Attachments.push_back(document);
-    return true;
-  } catch (const FileError& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
-    return false;
-  }
+bool SendLoop::Pack(Shipment& shipment) {
+  screen_.display.SetStep("Packing files...");
+  const PackingResult result = packaging_.ZipAttachments(shipment);
+  if (!result.problem.empty()) ShowProblem(result.problem);
+  return result.packed;
 }
 
-bool SendLoop::SendData() {
-  packaging_.DeleteZipFiles();
-  if (lists_.Attachments.empty()) return false;
-  if (EqualNoCase(settings_.UseZip, "true") && !Pack()) return false;
-  return SendPackedData();
-}
-
-bool SendLoop::Pack() {
-  display_.SetStep("Packing files...");
-  if (packaging_.ZipAttachments(lists_.Attachments)) return true;
-  if (!packaging_.Problem().empty()) ShowProblem(packaging_.Problem());
-  return false;
-}
-
-bool SendLoop::SendPackedData() {
-  if (!SendMail()) return false;
+SendResult SendLoop::SendPackedData(const Shipment& shipment) {
+  const MailingResult mailing = SendMail(shipment);
+  if (!mailing.accepted) return {};
 
   constexpr std::string_view done = "Mail(s) has been Sent!";
-  log_.WriteLog(done, LogCategory::Mail);
-  if (flags_.ShowMessages) prompt_.ShowMessage(done, MessageIcon::Information, "");
-  display_.ProcessEvents();
-  bool whole = true;
-  if (flags_.SendingPPC) {
-    whole = packaging_.ClearPPCTemp();
-  } else {
-    whole = MarkSent();
-    lists_.PendingFiles.clear();
-  }
-  whole = packaging_.DeleteZipFiles() && whole;
-  return whole && (flags_.SendingPPC || Forget());
+  run_.log.WriteLog(done, LogCategory::Mail);
+  screen_.ShowMessage(done, MessageIcon::Information, "");
+  screen_.display.ProcessEvents();
+  return {.mailed = true, .finished = Finish(shipment, mailing.sent)};
 }
 
-bool SendLoop::SendMail() {
-  const int count = packaging_.CountMails();
+bool SendLoop::Finish(const Shipment& shipment, const SentDocuments& sent) {
+  const bool isPpc = shipment.kind == DataKind::Ppc;
+  bool whole = isPpc ? packaging_.ClearPPCTemp() : marking_.MarkSent(shipment, sent);
+  whole = packaging_.DeleteZipFiles() && whole;
+  return whole && (isPpc || marking_.Forget());
+}
+
+MailingResult SendLoop::SendMail(const Shipment& shipment) {
   try {
-    PrepareNote();
-    const auto noteSet = [this] { NoteSent(); };
-    const auto noteNothing = [] {};
-    for (int number = 1; number <= count; ++number) {
-      ShowProgress(fmt::format("Sending mail {}/{}...", number, count), static_cast<std::size_t>(number - 1),
-                   static_cast<std::size_t>(count));
-      const Mail mail = MailOf(number, count);
-      display_.ProcessEvents();
-      if (display_.IsCancelled()) return false;
-      if (!(number == count ? SendOneMail(mail, noteSet) : SendOneMail(mail, noteNothing))) return false;
-    }
-    ShowProgress("All mails sent", static_cast<std::size_t>(count), static_cast<std::size_t>(count));
+    SentDocuments sent = marking_.PrepareNote(shipment);
+    if (SendNumbered(shipment, sent)) return {.accepted = true, .sent = std::move(sent)};
   } catch (const std::exception& error) {
-    return Fail(error.what());
+    run_.log.WriteLog(error.what(), LogCategory::Error);
+    ShowProblem(error.what());
   }
+  return {};
+}
+
+bool SendLoop::SendNumbered(const Shipment& shipment, const SentDocuments& sent) {
+  const MailComposer composer(run_, shipment, check_.GetRecipientAddress(shipment.kind), screen_.display);
+  const int count = packaging_.CountMails(shipment.attachments.size());
+  const std::size_t perMail = packaging_.AttachmentsPerMail(shipment.attachments.size());
+  const auto total = static_cast<std::size_t>(count);
+  for (int number = 1; number <= count; ++number) {
+    ShowSendProgress(screen_.display, fmt::format("Sending mail {}/{}...", number, count),
+                     static_cast<std::size_t>(number - 1), total);
+    const Mail mail = composer.Compose({.number = number, .count = count},
+                                       FilesOfMail(shipment.attachments, number, perMail));
+    screen_.display.ProcessEvents();
+    if (screen_.display.IsCancelled()) return false;
+    const auto note = [&] {
+      if (number == count) marking_.NoteSent(sent);
+    };
+    if (!SendOneMail(mail, note)) return false;
+  }
+  ShowSendProgress(screen_.display, "All mails sent", total, total);
   return true;
 }
 
-void SendLoop::ShowProgress(std::string_view step, std::size_t done, std::size_t count) {
-  if (done == 0) display_.SetRange(count);
-  display_.SetStep(step);
-  display_.SetLabel(fmt::format("{}%", done * 100 / std::max<std::size_t>(count, 1)));
-  display_.SetPosition(done);
-}
-
-bool SendLoop::Fail(std::string_view problem) {
-  log_.WriteLog(problem, LogCategory::Error);
-  ShowProblem(problem);
-  return false;
+bool SendLoop::SendOneMail(const Mail& mail, const std::function<void()>& onAccepted) {
+  const MailOutcome outcome = transport_.Send(ServerOf(run_.settings), mail, onAccepted);
+  if (outcome.cancelled) return false;
+  run_.log.WriteLog(outcome.statusText, LogCategory::Mail);
+  if (!outcome.accepted) ShowProblem(outcome.statusText);
+  return outcome.accepted;
 }
 
 void SendLoop::ShowProblem(std::string_view problem) {
-  if (flags_.ShowMessages) prompt_.ShowMessage(problem, MessageIcon::Critical, "Error");
-}
-
-bool SendLoop::SendOneMail(const Mail& mail, const std::function<void()>& accepted) {
-  const bool sent = transport_.Send(Server(), mail, accepted);
-  if (transport_.WasCancelled()) return false;
-  const std::string status = transport_.StatusText();
-  log_.WriteLog(status, LogCategory::Mail);
-  if (!sent) ShowProblem(status);
-  return sent;
-}
-
-MailServer SendLoop::Server() const {
-  return {.server = settings_.SMTPServer,
-          .port = NumberOr(settings_.SMTPPort, 1, HighestSmtpPort, FallbackPort),
-          .tryCount = NumberOr(settings_.TryCount, 1, HighestTryCount, FallbackTries),
-          .timeoutSeconds = NumberOr(settings_.Timeout, 1, HighestTimeoutSeconds, FallbackTimeoutSeconds),
-          .userName = settings_.MailUserName,
-          .password = settings_.MailPassword,
-          .hostName = settings_.MailHostName,
-          .tlsMode = TlsModeFrom(settings_.TlsMode),
-          .tlsCaFile = settings_.TlsCaFile};
-}
-
-PathList SendLoop::FilesOfMail(int number) const {
-  const std::size_t perMail = packaging_.AttachmentsPerMail();
-  const std::size_t from = perMail * static_cast<std::size_t>(number - 1);
-  const std::size_t end = std::min(from + perMail, lists_.Attachments.size());
-  PathList present;
-  for (std::size_t i = from; i < end; ++i) {
-    const fs::path& file = lists_.Attachments[i];
-    if (files_.IsFile(file)) {
-      present.push_back(file);
-    } else {
-      log_.WriteLog(fmt::format("File not found ({})", EscapeControls(Utf8FromPath(file))),
-                    LogCategory::Error);
-    }
-  }
-  return present;
-}
-
-Mail SendLoop::MailOf(int number, int count) {
-  Mail mail{.sender = settings_.SenderAddress,
-            .recipient = check_.GetRecipientAddress(),
-            .organization = settings_.Organization,
-            .subject = {},
-            .body = {},
-            .messageId = {},
-            .date = clock_.Now(),
-            .attachments = FilesOfMail(number)};
-  mail.subject = fmt::format("{}/{}   Partner ID:{}  Sent:{}", number, count, SitePart(settings_.PartnerID),
-                             DateAndTime(mail.date));
-  mail.body = fmt::format("{}/{}\r\n\r\n{}", number, count,
-                          BuildMailSummary(files_, mail.attachments, flags_.SendingPPC));
-  mail.messageId = MessageIdOf(mail, number, count);
-  return mail;
-}
-
-std::string SendLoop::MessageIdOf(const Mail& mail, int number, int count) const {
-  std::string identity = fmt::format("{} {}{}/{}", settings_.PartnerID,
-                                     flags_.SendingPPC ? PpcPrefix : FaultlogPrefix, number, count);
-  for (const fs::path& file : mail.attachments) identity += " " + ToHex(HashFile(files_, file, display_));
-  return fmt::format("<{}@{}>", ToHex(HashContent(identity)), DomainOf(mail.sender));
-}
-
-bool SendLoop::MarkSent() {
-  PathList documents = DocumentsInHand();
-  lists_.PackedFiles.clear();
-  lists_.Attachments.clear();
-  try {
-    AddEarlierSentTo(documents);
-    return Mark(documents);
-  } catch (const FileError& error) {
-    return Fail(error.what());
-  }
-}
-
-/// Those that an earlier run had mailed and could not mark either.
-void SendLoop::AddEarlierSentTo(PathList& documents) const {
-  const std::set<fs::path> inHand(documents.begin(), documents.end());
-  for (const auto& [path, content] : unmarked_) {
-    if (!inHand.contains(path) && WasSent(path)) documents.push_back(path);
-  }
-}
-
-PathList SendLoop::DocumentsInHand() const {
-  PathList documents = lists_.PackedFiles;
-  documents.insert(documents.end(), lists_.Attachments.begin(), lists_.Attachments.end());
-  return documents;
-}
-
-bool SendLoop::Mark(const PathList& documents) {
-  const MarkingResult marking = MarkDocuments(files_, documents, [&](std::size_t done) {
-    ShowProgress("Marking what was sent...", done, documents.size());
-    display_.ProcessEvents();
-  });
-  for (const std::string& line : marking.unmarkable) log_.WriteLog(line, LogCategory::Error);
-  for (const std::string& line : marking.failures) log_.WriteLog(line, LogCategory::Error);
-  if (!marking.failures.empty()) ShowProblem(marking.failures.front());
-  return marking.failures.empty();
-}
-
-/// What is needed for the note is found out before the first mail goes, so that nothing but writing it stands
-/// between the server's answer and the note.
-void SendLoop::PrepareNote() {
-  toNote_.clear();
-  if (flags_.SendingPPC || !files_.IsFolder(ProcessFolder())) return;
-  unmarked_ = journal_.Read(ProcessFolder());
-  toNote_ = unmarked_;
-  for (const fs::path& document : DocumentsInHand()) {
-    if (IsDocument(files_, document))
-      toNote_.insert_or_assign(document, HashFile(files_, document, display_));
-  }
-}
-
-void SendLoop::NoteSent() {
-  if (toNote_.empty()) return;
-  try {
-    journal_.Write(ProcessFolder(), toNote_);
-    unmarked_ = std::exchange(toNote_, {});
-  } catch (const FileError& error) {
-    log_.WriteLog(error.what(), LogCategory::Error);
-  }
-}
-
-/// Everything that was noted is marked, and what it was packed into is gone.
-bool SendLoop::Forget() {
-  unmarked_.clear();
-  try {
-    journal_.Remove(ProcessFolder());
-    return true;
-  } catch (const FileError& error) {
-    return Fail(error.what());
-  }
-}
-
-bool SendLoop::FinishInterruptedSend() {
-  if (!files_.IsFolder(ProcessFolder())) return true;
-  packaging_.DeleteZipFiles();
-  try {
-    unmarked_ = journal_.Read(ProcessFolder());
-    // What is marked already may not be on the disk yet: the program that did it was killed since.
-    const std::array folder{ProcessFolder()};
-    if (!unmarked_.empty()) files_.Flush(folder);
-    PathList documents;
-    AddEarlierSentTo(documents);
-    if (!Mark(documents)) return false;
-    if (!unmarked_.empty() && !packaging_.DeleteZipFiles()) return false;
-    if (!documents.empty()) {
-      // the log leaves out the first line of what it is told about mail
-      log_.WriteLog(
-          fmt::format("-\r\nMarked {} documents that an interrupted run had mailed", documents.size()),
-          LogCategory::Mail);
-    }
-    return Forget();
-  } catch (const FileError& error) {
-    return Fail(error.what());
-  }
-}
-
-bool SendLoop::WasSent(const fs::path& document) const {
-  const auto sent = unmarked_.find(document);
-  return sent != unmarked_.end() && files_.IsFile(document) &&
-         HashFile(files_, document, display_) == sent->second;
-}
-
-fs::path SendLoop::ProcessFolder() const {
-  return PathFromUtf8(settings_.ProcessFolder);
+  screen_.ShowMessage(problem, MessageIcon::Critical, "Error");
 }
 
 }  // namespace fieldpost

@@ -1,103 +1,81 @@
-// Mails what waits, and marks it as sent.
+// Mails the documents that wait.
 #pragma once
 
 #include <filesystem>
 #include <functional>
-#include <string>
 #include <string_view>
 
-#include "common/RunFlags.h"
 #include "common/RunLists.h"
-#include "common/StatusDisplay.h"
-#include "common/UserPrompt.h"
-#include "environment/MailSettings.h"
-#include "environment/ModWriteLogFile.h"
+#include "common/Screen.h"
+#include "environment/RunContext.h"
 #include "outbox/AttachmentPackaging.h"
 #include "outbox/MailSettingsCheck.h"
 #include "outbox/SendJournal.h"
-#include "platform/Clock.h"
-#include "platform/FileSystem.h"
+#include "outbox/SentMarking.h"
+#include "outbox/Shipment.h"
 #include "smtp/MailTransport.h"
 
 namespace fieldpost {
 
-/// Sends the attachment list in numbered mails. A set is marked as sent when all of its mails went, and only
-/// then; after a failure the whole set is offered again by the next run. So it is when the person at the
-/// screen wants the end, which no line of the log and no message box here tells of: that is for the run's
-/// driver.
-///
-/// The moment the server has taken the last mail of a set, that is noted beside the documents. A program that
-/// ends before all of them are marked is finished by FinishInterruptedSend() of the next run.
+/// What came of mailing a shipment.
+struct MailingResult {
+  bool accepted = false;  ///< the server accepted every mail
+  SentDocuments sent;     ///< the documents to be marked, when it did
+};
+
+/// What came of a send.
+struct SendResult {
+  bool mailed = false;    ///< the server accepted every mail
+  bool finished = false;  ///< and the documents are marked (faultlogger data) or deleted (PPC data)
+};
+
+/// Sends shipments in numbered mails. The documents of a shipment are marked when the server has accepted all
+/// of its mails; after a failure, or when the user cancels, none is marked and the next run sends the whole
+/// shipment again. Failures are logged and, with the flag `ShowMessages`, shown; a cancelled send is reported
+/// by the driver of the run.
 class SendLoop {
  public:
-  SendLoop(FileSystem& files, const Clock& clock, const MailSettings& settings, const RunFlags& flags,
-           RunLists& lists, ModWriteLogFile& log, const MailSettingsCheck& check,
-           AttachmentPackaging& packaging, MailTransport& transport, UserPrompt& prompt,
-           StatusDisplay& display);
+  /// Everything that the arguments refer to must outlive the object.
+  SendLoop(const RunContext& run, const Screen& screen, RunLists& lists, const MailSettingsCheck& check,
+           MailTransport& transport);
 
-  /// Marks what an interrupted run had mailed and did not come to mark, and removes what it had packed. False
-  /// when that could not be done; the log then says why, and those documents are kept from being mailed
+  /// Marks the documents that an interrupted run had mailed, and deletes the zip files that it left. Returns
+  /// false when that fails, which is logged; the send journal then keeps those documents from being mailed
   /// again.
-  bool FinishInterruptedSend();
+  [[nodiscard]] bool FinishInterruptedSend();
 
-  /// Whether a document was mailed as it is now, though its own text does not say so yet. Throws FileError.
-  [[nodiscard]] bool WasSent(const std::filesystem::path& document) const;
+  /// Collects the waiting documents of the Process folder and of `PendingFiles`, each once, and sends them;
+  /// then empties `PendingFiles`. Returns false when something failed; that nothing waits is not a failure.
+  [[nodiscard]] bool SendQueuedFaultlogs();
 
-  /// Fills the attachment list with the documents that wait in the process folder and those of
-  /// `PendingFiles`, each once, and sends it. False when something went wrong; nothing to send is nothing
-  /// wrong.
-  bool SendQueuedFaultlogs();
+  /// Packs a shipment when the settings ask for it, sends and finishes it. Without attachments it sends
+  /// nothing.
+  [[nodiscard]] SendResult SendData(Shipment shipment);
 
-  /// Packs the attachment list where the settings ask for it, and sends it. True when mail was sent.
-  bool SendData();
+  /// Sends and finishes a shipment with its attachments as they are.
+  [[nodiscard]] SendResult SendPackedData(const Shipment& shipment);
 
-  /// Sends the attachment list as it stands, which may have been packed before. True when mail was sent.
-  bool SendPackedData();
+  /// Sends a shipment in numbered mails, and writes the send journal when the server has accepted the last
+  /// one.
+  [[nodiscard]] MailingResult SendMail(const Shipment& shipment);
 
-  /// Sends the attachment list as numbered mails. True when all went.
-  bool SendMail();
-
-  /// Sends one mail and logs what became of it. True when the server took it; `accepted` is called the moment
-  /// it has.
-  bool SendOneMail(const Mail& mail, const std::function<void()>& accepted);
-
-  /// Marks the documents of the packed-files list and of the attachment list as sent, and empties both. False
-  /// when a document could not be written; it will be sent again.
-  bool MarkSent();
+  /// Sends one mail and logs its status text, unless the user cancelled it. Returns whether the server
+  /// accepted it; `onAccepted` is called as soon as it has.
+  [[nodiscard]] bool SendOneMail(const Mail& mail, const std::function<void()>& onAccepted);
 
  private:
-  bool Pack();
-  [[nodiscard]] PathList QueuedDocuments() const;
-  bool CollectIfWaiting(const std::filesystem::path& document);
-  void ShowProgress(std::string_view step, std::size_t done, std::size_t count);
-  bool Fail(std::string_view problem);
+  [[nodiscard]] bool Pack(Shipment& shipment);
+  [[nodiscard]] bool SendNumbered(const Shipment& shipment, const SentDocuments& sent);
+  [[nodiscard]] bool Finish(const Shipment& shipment, const SentDocuments& sent);
   void ShowProblem(std::string_view problem);
-  [[nodiscard]] MailServer Server() const;
-  [[nodiscard]] PathList FilesOfMail(int number) const;
-  [[nodiscard]] Mail MailOf(int number, int count);
-  [[nodiscard]] std::string MessageIdOf(const Mail& mail, int number, int count) const;
-  [[nodiscard]] PathList DocumentsInHand() const;
-  void PrepareNote();
-  void AddEarlierSentTo(PathList& documents) const;
-  void NoteSent();
-  bool Mark(const PathList& documents);
-  bool Forget();
-  [[nodiscard]] std::filesystem::path ProcessFolder() const;
 
-  FileSystem& files_;
-  const Clock& clock_;
-  const MailSettings& settings_;
-  const RunFlags& flags_;
+  RunContext run_;
+  Screen screen_;
   RunLists& lists_;
-  ModWriteLogFile& log_;
   const MailSettingsCheck& check_;
-  AttachmentPackaging& packaging_;
   MailTransport& transport_;
-  UserPrompt& prompt_;
-  StatusDisplay& display_;
-  SendJournal journal_;
-  SentDocuments unmarked_;  // noted, and not marked yet
-  SentDocuments toNote_;    // the same with the set that is being sent, for when it has gone
+  AttachmentPackaging packaging_;
+  SentMarking marking_;
 };
 
 }  // namespace fieldpost

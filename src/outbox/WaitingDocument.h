@@ -4,14 +4,28 @@
 #include <cstddef>
 #include <filesystem>
 #include <limits>
+#include <optional>
 
+#include "common/ContentHash.h"
+#include "common/StatusDisplay.h"
 #include "platform/FileSystem.h"
 
 namespace fieldpost {
 
-/// Whether a document's text says within its first `lines` that it was not sent, unless its root says that it
-/// was. Reads no more of it than that takes, and keeps none of it in memory. Throws FileError.
-bool IsWaitingDocument(const FileSystem& files, const std::filesystem::path& document,
-                       std::size_t lines = std::numeric_limits<std::size_t>::max());
+/// As a number of lines to read: all lines of the document.
+inline constexpr std::size_t AllLines = std::numeric_limits<std::size_t>::max();
+
+/// Whether one of the first `lines` lines of a document contains "Not Sent" in any letter case. A document
+/// whose root element has the `Mode` "Sent" does not wait, whatever else it contains. Reads no more of the
+/// document than needed, in pieces. Throws FileError when it is unreadable.
+[[nodiscard]] bool IsWaitingDocument(const FileSystem& files, const std::filesystem::path& document,
+                                     std::size_t lines = AllLines);
+
+/// Returns the hash of the whole document when IsWaitingDocument is true for it, and nothing otherwise. Opens
+/// the document once. Processes events on `display` while it reads. Throws FileError when the document is
+/// unreadable, and FileTooLarge when it waits and is larger than MaxDocumentBytes.
+[[nodiscard]] std::optional<ContentHash> HashIfWaiting(const FileSystem& files,
+                                                       const std::filesystem::path& document,
+                                                       std::size_t lines, StatusDisplay& display);
 
 }  // namespace fieldpost

@@ -33,15 +33,15 @@ std::string Describe(zip_error_t& error) {
   return ::zip_error_strerror(&error);
 }
 
-/// What the sources of one packing share.
+/// What the sources of one zip share.
 struct Packing {
   FileSystem& files;
   StatusDisplay& display;
   const std::function<void(int)>& progress;
-  std::string fault;  ///< what kept a source from being read
+  std::string fault;  ///< why a source could not be read
 };
 
-/// One file as libzip reads it. libzip calls it while it closes the archive, and deletes it when it is done.
+/// Serves one file to libzip, which reads it while it closes the archive, and deletes this object at the end.
 class FileSource {
  public:
   FileSource(Packing& packing, fs::path path) : packing_(packing), path_(std::move(path)) {
@@ -129,7 +129,7 @@ Archive OpenNew(const fs::path& path) {
   throw ZipFault(code, text);
 }
 
-/// `name`, or the first of "name (2).xml", "name (3).xml" ... that is still free.
+/// Returns `name`, or the first of "name (2).xml", "name (3).xml" ... that is not taken.
 std::string UniqueName(const std::string& name, std::set<std::string>& taken) {
   const std::size_t dot = name.rfind('.');
   const std::size_t stem = dot == std::string::npos || dot == 0 ? name.size() : dot;
@@ -197,7 +197,7 @@ ZipResult WriteZip(FileSystem& files, std::span<const fs::path> paths, const fs:
   } catch (const ZipFault& fault) {
     result = {.code = fault.Code(),
               .description = FileError("cannot pack", zipFile, fault.what()).what(),
-              .stopped = fault.Code() == ZIP_ER_CANCELLED};
+              .cancelled = fault.Code() == ZIP_ER_CANCELLED};
   } catch (const std::exception& error) {
     result = {.code = ZIP_ER_WRITE, .description = error.what()};
   }

@@ -1,4 +1,4 @@
-// Packs files into a zip.
+// Writes zip archives.
 #pragma once
 
 #include <filesystem>
@@ -11,22 +11,21 @@
 
 namespace fieldpost {
 
-/// How a packing ended.
+/// What came of packing.
 struct ZipResult {
-  int code = 0;             ///< 0 is success, anything else the zip library's number of the error
+  int code = 0;             ///< 0 is success, any other value the error number of the zip library
   std::string description;  ///< one line; empty on success
-  bool stopped = false;     ///< it ended because the person at the screen wanted it to
+  bool cancelled = false;   ///< the user cancelled
 };
 
-/// Packs `files` into a zip (deflate, level 6), each under its file name alone; of several with the same name
-/// (but for the case of ASCII letters) the later ones become "name (2).xml" and so on. The zip takes the
-/// place of `zipFile` when it is complete; on failure nothing has changed. One file that cannot be read fails
-/// the packing, as does an empty list. The same files give the same bytes, as their times are the entries'
-/// times. It ends when the person at the screen wants it to. Memory stays flat; window events are let run all
-/// the while, and `progress`, when given, is told how
-/// far the packing is, 0 to 100 percent. Never throws.
-ZipResult WriteZip(FileSystem& files, std::span<const std::filesystem::path> paths,
-                   const std::filesystem::path& zipFile, StatusDisplay& display,
-                   const std::function<void(int)>& progress = {});
+/// Packs files into a zip (deflate, level 6), each under its file name without a folder; of several with the
+/// same name (in any case of ASCII letters) the later ones become "name (2).xml" and so on. The zip replaces
+/// `zipFile` when it is complete; on failure nothing has changed. An unreadable file or an empty list is a
+/// failure. The same files give the same bytes: their modification times become those of the entries.
+/// Processes events on `display` and asks it whether the user has cancelled; calls `progress`, when given,
+/// with the percentage done. Files are read in pieces. Never throws.
+[[nodiscard]] ZipResult WriteZip(FileSystem& files, std::span<const std::filesystem::path> paths,
+                                 const std::filesystem::path& zipFile, StatusDisplay& display,
+                                 const std::function<void(int)>& progress = {});
 
 }  // namespace fieldpost

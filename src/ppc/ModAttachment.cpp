@@ -23,7 +23,7 @@ void ModAttachment::ExportPPCData(StatusDisplay& display) {
   secondResult_ = 0;
   if (searchPattern_.empty()) FindPPCPath();
   if (searchPattern_.empty()) return;
-  // Yesterday's export must never be mailed as today's.
+  // An export of yesterday must never be mailed as today's.
   files_.Remove(ExportFile());
   switch (library_.Load()) {
     case PpcLibrary::State::Ready:

@@ -1,4 +1,4 @@
-// Finds the PPC database and has it exported into one file.
+// Finds the PPC database and exports it into one file.
 #pragma once
 
 #include <cstdint>
@@ -16,23 +16,25 @@ namespace fieldpost {
 /// The export's name, in the program's own folder.
 inline constexpr std::string_view PpcExportName = "PPCData.xml";
 
-/// Knows where the PPC database lies, and calls the suite's library, or what stands in for it.
+/// Finds the PPC database and calls the suite's library, or its replacement when there is none.
 class ModAttachment {
  public:
+  /// Everything that the arguments refer to must outlive the object.
   ModAttachment(FileSystem& files, const InstallPaths& paths, EditWinReg& registry, PpcLibrary& library);
 
-  /// Works the search pattern out from the registry: from the database's own value, else from the suite's
-  /// installation folder. Empty when there is neither.
+  /// Determines the search pattern from the registry: from the value of the PPC database, else from the
+  /// suite's installation folder. The pattern is empty when both are missing.
   void FindPPCPath();
 
-  /// Has the database exported to ExportFile(); an export that lay there is gone before. The pattern is
-  /// looked for once a run; while none is known, nothing is touched. Whether there is an export is seen by
-  /// the file. Throws PpcError or FileError when there should be one and cannot be.
+  /// Exports the database to ExportFile() and removes an older export first. Looks for the pattern until one
+  /// is found; without a pattern it changes nothing. Whether something was exported is seen by the file.
+  /// Throws PpcError or FileError when the export fails.
   void ExportPPCData(StatusDisplay& display);
 
+  /// Returns the path of the export.
   [[nodiscard]] std::filesystem::path ExportFile() const;
 
-  /// Empty until a location was found.
+  /// Returns the search pattern; empty until a location was found.
   [[nodiscard]] const std::string& SearchPattern() const { return searchPattern_; }
 
  private:
@@ -41,7 +43,7 @@ class ModAttachment {
   EditWinReg& registry_;
   PpcLibrary& library_;
   std::string searchPattern_;
-  std::int16_t firstResult_ = 0;  // what the library says of its export
+  std::int16_t firstResult_ = 0;  // output values of the library
   std::int16_t secondResult_ = 0;
 };
 

@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <exception>
+#include <utility>
 
 #include "common/DocumentNames.h"
 #include "common/PathText.h"
@@ -22,7 +24,7 @@ constexpr std::string_view PlainHeader = "<?xml version=\"1.0\"?>";
 constexpr std::size_t LongestHeader = 8192;  // bytes; what is longer is no header
 constexpr std::size_t WholeBar = 100;
 
-/// Counts entries, before they are cut out.
+/// Counts the entries of a scan.
 class EntryCounter final : public PpcEntrySink {
  public:
   void BeginEntry() override {}
@@ -36,7 +38,7 @@ class EntryCounter final : public PpcEntrySink {
   std::size_t count_ = 0;
 };
 
-/// Hands everything on, and shows each entry on the display.
+/// Passes everything on, and shows the number of each entry on the display.
 class ShownEntries final : public PpcEntrySink {
  public:
   ShownEntries(PpcEntrySink& next, std::size_t total, StatusDisplay& display)
@@ -75,7 +77,7 @@ std::string FirstBytes(const FileSystem& files, const fs::path& path, std::size_
   return bytes;
 }
 
-/// Takes a line off the beginning of a text. Empty when no line ends there.
+/// Removes the first line from a text and returns it without its end. Empty when the text has no line end.
 std::string TakeLine(std::string_view& text) {
   const std::size_t end = text.find('\n');
   if (end == std::string_view::npos) return {};
@@ -85,89 +87,80 @@ std::string TakeLine(std::string_view& text) {
   return std::string(line);
 }
 
-/// Whether nothing but a document's only element is missing behind it.
+/// Whether the header followed by an element is a well-formed document.
 bool CanHeadDocument(const std::string& header) {
   return IsWellFormedXml(header + "\r\n<PPCentries></PPCentries>");
 }
 
 }  // namespace
 
-PPCAttachments::PPCAttachments(FileSystem& files, const Clock& clock, const InstallPaths& paths,
-                               const MailSettings& settings, RunLists& lists, ModAttachment& database,
-                               ModWriteLogFile& log, UserPrompt& prompt)
-    : files_(files),
-      clock_(clock),
-      paths_(paths),
-      settings_(settings),
-      lists_(lists),
-      database_(database),
-      log_(log),
-      prompt_(prompt) {}
+PPCAttachments::PPCAttachments(const RunContext& run, ModAttachment& database, UserPrompt& prompt)
+    : run_(run), database_(database), prompt_(prompt) {}
 
-bool PPCAttachments::MakePPCFiles(StatusDisplay& display) {
+PpcCollection PPCAttachments::MakePPCFiles(StatusDisplay& display) {
   return MakeFiles(Audience::Screen, display);
 }
 
-bool PPCAttachments::MakePPCFilesQuiet(StatusDisplay& display) {
+PpcCollection PPCAttachments::MakePPCFilesQuiet(StatusDisplay& display) {
   return MakeFiles(Audience::LogAlone, display);
 }
 
-bool PPCAttachments::MakeFiles(Audience audience, StatusDisplay& display) {
-  lists_.Attachments.clear();
-  lists_.PackedFiles.clear();
+PpcCollection PPCAttachments::MakeFiles(Audience audience, StatusDisplay& display) {
   try {
     database_.ExportPPCData(display);
-    if (!files_.IsFile(database_.ExportFile())) {
-      TellMissing(audience);
-      return false;
+    if (!run_.files.IsFile(database_.ExportFile())) {
+      ReportMissing(audience);
+      return {};
     }
-    if (Extract(audience, display) == 0) TellEmpty(audience);
-    files_.Remove(database_.ExportFile());
-    return true;
+    PpcCollection collection{.succeeded = true, .documents = {}};
+    for (fs::path& document : Extract(audience, display))
+      collection.documents.push_back({.path = std::move(document)});
+    if (collection.documents.empty()) ReportEmpty(audience);
+    run_.files.Remove(database_.ExportFile());
+    return collection;
   } catch (const Cancelled&) {
-    return false;
+    return {};
   } catch (const std::exception& error) {
-    TellFault(audience, error.what());
-    return false;
+    ReportFault(audience, error.what());
+    return {};
   }
 }
 
-std::size_t PPCAttachments::Extract(Audience audience, StatusDisplay& display) {
+PathList PPCAttachments::Extract(Audience audience, StatusDisplay& display) {
   const fs::path source = database_.ExportFile();
-  PpcDocuments documents(files_, Folder(), Stem(), ReadPPCHeader());
+  PpcDocuments documents(run_.files, Folder(), Stem(), ReadPPCHeader());
   if (audience == Audience::LogAlone) {
-    ScanPpcFile(files_, source, documents, display);
+    ScanPpcFile(run_.files, source, documents, display);
   } else {
     display.SetLabel("Dissect and analyse PPC file...");
     EntryCounter counter;
-    ScanPpcFile(files_, source, counter, display);
+    ScanPpcFile(run_.files, source, counter, display);
     ShownEntries shown(documents, counter.Count(), display);
-    ScanPpcFile(files_, source, shown, display);
+    ScanPpcFile(run_.files, source, shown, display);
   }
-  documents.Publish(lists_.Attachments, display);
-  return documents.EntryCount();
+  return documents.Publish(display);
 }
 
-void PPCAttachments::TellMissing(Audience audience) {
-  log_.WriteLog("PPCdata path not found or Quillon is not installed", LogCategory::Error);
+void PPCAttachments::ReportMissing(Audience audience) {
+  run_.log.WriteLog("PPCdata path not found or Quillon is not installed", LogCategory::Error);
   if (audience == Audience::LogAlone) return;
   prompt_.ShowMessage("PPC Path or File not found!", MessageIcon::Exclamation, "Path or File not found!");
 }
 
-void PPCAttachments::TellEmpty(Audience audience) {
+void PPCAttachments::ReportEmpty(Audience audience) {
   constexpr std::string_view text = "No PPC Data";
-  log_.WriteLog(text, LogCategory::Ppc);
+  run_.log.WriteLog(text, LogCategory::Ppc);
   if (audience == Audience::Screen) prompt_.ShowMessage(text, MessageIcon::Information, "FP PPC");
 }
 
-void PPCAttachments::TellFault(Audience audience, std::string_view description) {
-  log_.WriteLog(fmt::format("PPC Error ({})", description), LogCategory::Error);
+void PPCAttachments::ReportFault(Audience audience, std::string_view description) {
+  run_.log.WriteLog(fmt::format("PPC Error ({})", description), LogCategory::Error);
   if (audience == Audience::LogAlone) return;
   prompt_.ShowMessage(fmt::format("Error: {}", description), MessageIcon::Critical, "Error");
 }
 
 std::string PPCAttachments::ReadPPCHeader() const {
-  const std::string bytes = FirstBytes(files_, database_.ExportFile(), LongestHeader);
+  const std::string bytes = FirstBytes(run_.files, database_.ExportFile(), LongestHeader);
   std::string_view rest = bytes;
   constexpr std::string_view mark = "\xEF\xBB\xBF";
   if (rest.starts_with(mark)) rest.remove_prefix(mark.size());
@@ -180,23 +173,22 @@ std::string PPCAttachments::ReadPPCHeader() const {
   return std::string(PlainHeader);
 }
 
-bool PPCAttachments::ZipPPCDocuments(std::string_view files, StatusDisplay& display) {
-  zipFile_ = Folder() / ZipName(Stem());
+PpcZip PPCAttachments::ZipPPCDocuments(std::string_view files, StatusDisplay& display) {
+  const fs::path zip = Folder() / ZipName(Stem());
   display.SetRange(WholeBar);
   ZipResult result;
   try {
-    files_.Remove(zipFile_);
-    result = WriteZip(files_, FilesToProcess(files), zipFile_, display,
+    run_.files.Remove(zip);
+    result = WriteZip(run_.files, FilesToProcess(files), zip, display,
                       [&display](int percent) { XceedZip1_GlobalStatus(percent, display); });
   } catch (const FileError& error) {
     result = {.code = -1, .description = error.what()};
   }
-  lastZipResult_ = result.code;
-  if (result.code == 0) return true;
-  if (result.stopped) return false;
-  log_.WriteLog(result.description, LogCategory::Error);
-  prompt_.ShowMessage(result.description, MessageIcon::None, "");
-  return false;
+  if (result.code != 0 && !result.cancelled) {
+    run_.log.WriteLog(result.description, LogCategory::Error);
+    prompt_.ShowMessage(result.description, MessageIcon::None, "");
+  }
+  return {.packed = result.code == 0, .file = zip, .zipResult = result.code};
 }
 
 PathList PPCAttachments::FilesToProcess(std::string_view lines) const {
@@ -210,14 +202,15 @@ PathList PPCAttachments::FilesToProcess(std::string_view lines) const {
   return found;
 }
 
-/// A plain name is not looked for in its whole folder: there may be hundreds of them.
+/// A name without a pattern is looked up alone: listing the folder for each of hundreds of names would be
+/// slow.
 void PPCAttachments::AddFilesOf(const fs::path& given, PathList& found) const {
   const fs::path whole = given.has_parent_path() ? given : Folder() / given;
-  if (files_.IsFile(whole)) {
+  if (run_.files.IsFile(whole)) {
     found.push_back(whole);
     return;
   }
-  const PathList matching = FilesOfPattern(files_, Utf8FromPath(whole));
+  const PathList matching = FilesOfPattern(run_.files, Utf8FromPath(whole));
   found.insert(found.end(), matching.begin(), matching.end());
 }
 
@@ -226,11 +219,11 @@ void PPCAttachments::XceedZip1_GlobalStatus(int percent, StatusDisplay& display)
 }
 
 fs::path PPCAttachments::Folder() const {
-  return paths_.FaultlogFolder("PPCTemp");
+  return run_.paths.FaultlogFolder("PPCTemp");
 }
 
 std::string PPCAttachments::Stem() const {
-  return DocumentStem(PpcPrefix, settings_.PartnerID, clock_.Now());
+  return DocumentStem(PpcPrefix, run_.settings.PartnerID, run_.clock.Now());
 }
 
 }  // namespace fieldpost

@@ -52,7 +52,6 @@ void PpcDocuments::AddText(std::string_view utf8) {
 
 void PpcDocuments::EndEntry() {
   AddText(LineEnd);
-  ++entryCount_;
   if (characters_ > PpcDocumentCharacters) Close();
 }
 
@@ -74,7 +73,7 @@ void PpcDocuments::Open() {
   characters_ = 0;
 }
 
-/// The head is written as late as can be: the date may stand behind the first entries.
+/// The head is written as late as possible, because the date may follow the first entries.
 void PpcDocuments::Write() {
   Document& document = documents_.back();
   const fs::path temporary = TemporaryNameFor(document.path);
@@ -110,15 +109,16 @@ void PpcDocuments::PutDateInto(Document& document) {
   files_.Rename(whole, old);
 }
 
-void PpcDocuments::Publish(PathList& published, StatusDisplay& display) {
+PathList PpcDocuments::Publish(StatusDisplay& display) {
   if (open_) Close();
-  if (documents_.empty()) return;
+  if (documents_.empty()) return {};
   for (Document& document : documents_) {
     if (!document.hasDate && !archiveDate_.empty()) PutDateInto(document);
     display.ProcessEvents();
   }
   const std::array folder{folder_};
   files_.Flush(folder);
+  PathList published;
   for (const Document& document : documents_) {
     files_.Rename(TemporaryNameFor(document.path), document.path);
     published.push_back(document.path);
@@ -126,6 +126,7 @@ void PpcDocuments::Publish(PathList& published, StatusDisplay& display) {
   }
   documents_.clear();
   files_.Flush(folder);
+  return published;
 }
 
 }  // namespace fieldpost

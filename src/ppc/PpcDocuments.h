@@ -14,17 +14,18 @@
 
 namespace fieldpost {
 
-/// A document is closed once the text of its entries is longer than this, in characters.
+/// A document is complete once the text of its entries is longer than this number of characters.
 inline constexpr std::size_t PpcDocumentCharacters = 1'300'000;
 
-/// Gathers entries into documents, which lie under temporary names until all are published together.
+/// Collects entries into documents, which have temporary names until all are published together.
 class PpcDocuments final : public PpcEntrySink {
  public:
-  /// Documents go into `folder` and are named after `stem`; each begins with `header`, in the encoding that
-  /// it names. What earlier runs left unfinished in the folder is removed. Throws FileError or XmlError.
+  /// The documents are written into `folder` and named after `stem`. Each begins with `header`, in the
+  /// encoding that it declares. Removes temporary files that an interrupted run left in the folder. Throws
+  /// FileError or XmlError.
   PpcDocuments(FileSystem& files, std::filesystem::path folder, std::string stem, std::string header);
 
-  /// Removes what was not published.
+  /// Removes the documents that were not published.
   ~PpcDocuments() override;
 
   void BeginEntry() override;
@@ -32,17 +33,15 @@ class PpcDocuments final : public PpcEntrySink {
   void EndEntry() override;
   void FoundArchiveDate(std::string_view xml) override;
 
-  /// Gives the documents their names, once all that they hold is durable; files of these names are replaced.
-  /// Each path is added to `published` as soon as its file is there. Lets events run on `display`. Throws
-  /// FileError or XmlError.
-  void Publish(PathList& published, StatusDisplay& display);
-
-  [[nodiscard]] std::size_t EntryCount() const { return entryCount_; }
+  /// Flushes the documents and renames them to their names, which replaces files of these names. Processes
+  /// events on `display`. Returns their paths in order; empty when there was no entry. Throws FileError or
+  /// XmlError; documents that were renamed before then stay.
+  [[nodiscard]] PathList Publish(StatusDisplay& display);
 
  private:
   struct Document {
     std::filesystem::path path;
-    bool hasDate = false;  // begun when the date was known
+    bool hasDate = false;  // the date was known when its head was written
     std::size_t headBytes = 0;
   };
 
@@ -59,10 +58,9 @@ class PpcDocuments final : public PpcEntrySink {
   XmlEncoding encoding_;
   std::string archiveDate_;
   std::vector<Document> documents_;
-  bool open_ = false;           // the last document takes entries
-  std::string buffer_;          // what it holds and was not written yet
-  std::size_t characters_ = 0;  // of the text of its entries
-  std::size_t entryCount_ = 0;
+  bool open_ = false;           // the last document is not complete
+  std::string buffer_;          // its text that is not written yet
+  std::size_t characters_ = 0;  // in the text of its entries
 };
 
 }  // namespace fieldpost

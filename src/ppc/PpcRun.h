@@ -2,7 +2,6 @@
 #pragma once
 
 #include "common/RunFlags.h"
-#include "common/RunLists.h"
 #include "common/StatusDisplay.h"
 #include "outbox/SendLoop.h"
 #include "ppc/PPCAttachments.h"
@@ -12,18 +11,18 @@ namespace fieldpost {
 /// Collects the PPC data and mails them.
 class PpcRun {
  public:
-  PpcRun(PPCAttachments& collection, SendLoop& sendLoop, const RunFlags& flags, const RunLists& lists);
+  /// Everything that the arguments refer to must outlive the object.
+  PpcRun(PPCAttachments& collection, SendLoop& sendLoop, const RunFlags& flags);
 
-  /// Export, extraction, and sending what came of it when the run is to send; the caller has set the flag
-  /// that says which kind of data this is. True when all was done; nothing to send is nothing wrong. The
-  /// documents of a mail that failed stay in the PPCTemp folder.
-  bool ProcessPpcData(StatusDisplay& display);
+  /// Collects the PPC data and, with the flag `SendAfterCollect`, sends the documents. Returns false when
+  /// something failed; that there are no data is not a failure. The documents of a failed mail stay in the
+  /// PPCTemp folder.
+  [[nodiscard]] bool ProcessPpcData(StatusDisplay& display);
 
  private:
   PPCAttachments& collection_;
   SendLoop& sendLoop_;
   const RunFlags& flags_;
-  const RunLists& lists_;
 };
 
 }  // namespace fieldpost

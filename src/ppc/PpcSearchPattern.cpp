@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view AnyXml = "*.xml";
 
-/// `subfolder` ends in the separator, or is empty.
+/// `subfolder` is empty or ends in the separator.
 std::string PatternOf(std::string_view value, std::string_view subfolder, char separator) {
   value = value.substr(0, value.find('\0'));
   if (value.empty()) return {};
@@ -36,7 +36,7 @@ std::string PatternOfInstallation(std::string_view value, char separator) {
 bool MatchesPattern(std::string_view name, std::string_view pattern) {
   constexpr std::size_t none = std::string_view::npos;
   std::size_t at = 0;
-  std::size_t star = none;  // the last "*" that was met, and where what it stands for ends
+  std::size_t star = none;  // position of the last "*" seen, and the end of what it matches
   std::size_t starEnd = 0;
   std::size_t i = 0;
   while (i < name.size()) {

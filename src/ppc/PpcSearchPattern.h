@@ -1,4 +1,4 @@
-// Which files make up the PPC database: the search pattern, and the names that match it.
+// The search pattern for the files of the PPC database.
 #pragma once
 
 #include <filesystem>
@@ -11,22 +11,24 @@
 
 namespace fieldpost {
 
-/// The search pattern that the registry's value for the PPC database stands for: the value itself when it
-/// ends in "*.xml", "*.xml" in the folder of the file that it names when it ends in ".xml" or the separator,
-/// else "*.xml" in the folder that it names. Endings know case. What follows a NUL does not count. Empty for
-/// an empty value.
-std::string PatternOfDatabase(std::string_view value, char separator = PathSeparator);
+/// Returns the search pattern for the registry's value of the PPC database: the value itself when it ends in
+/// "*.xml";
+/// "*.xml" in the folder of the named file when it ends in ".xml" or the separator; else "*.xml" in the named
+/// folder. Endings are case-sensitive. A NUL and what follows it are ignored. Empty for an empty value.
+[[nodiscard]] std::string PatternOfDatabase(std::string_view value, char separator = PathSeparator);
 
-/// The same for the suite's installation folder, in which the database has a folder "PPCdb".
-std::string PatternOfInstallation(std::string_view value, char separator = PathSeparator);
+/// Returns the search pattern for the suite's installation folder, by the rules of PatternOfDatabase; the
+/// database is in its folder "PPCdb".
+[[nodiscard]] std::string PatternOfInstallation(std::string_view value, char separator = PathSeparator);
 
-/// Whether a name matches a pattern of "*" (any characters), "?" (any one byte) and plain characters, without
-/// regard to the case of ASCII letters.
-bool MatchesPattern(std::string_view name, std::string_view pattern);
+/// Whether a name matches a pattern of "*" (any characters), "?" (any one byte) and literal characters, in
+/// any case of ASCII letters.
+[[nodiscard]] bool MatchesPattern(std::string_view name, std::string_view pattern);
 
-/// The plain files that a pattern names, as full paths in name order: what stands behind the pattern's last
-/// separator is matched against the names in the folder before it. None when there is no folder in it or no
-/// such folder. Throws FileError.
-std::vector<std::filesystem::path> FilesOfPattern(const FileSystem& files, std::string_view pattern);
+/// Returns the full paths of the regular files that match a pattern, in name order: the names in its folder
+/// are compared with the part after its last separator. Empty when the pattern has no folder or the folder is
+/// missing. Throws FileError.
+[[nodiscard]] std::vector<std::filesystem::path> FilesOfPattern(const FileSystem& files,
+                                                                std::string_view pattern);
 
 }  // namespace fieldpost

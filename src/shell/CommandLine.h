@@ -1,4 +1,4 @@
-// The command line as one text.
+// Joins the command line into one text.
 #pragma once
 
 #include <span>
@@ -6,8 +6,8 @@
 
 namespace fieldpost {
 
-/// The arguments behind the program's name, joined by one blank each, so that a line of two words is the same
-/// line whether it comes as one argument or as two.
-std::string JoinArguments(std::span<const char* const> arguments);
+/// Returns the arguments after the program's name, separated by one blank each, so that it makes no
+/// difference whether two words are one argument or two.
+[[nodiscard]] std::string JoinArguments(std::span<const char* const> arguments);
 
 }  // namespace fieldpost

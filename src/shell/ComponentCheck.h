@@ -1,4 +1,4 @@
-// Whether everything that the program is made of can be created.
+// Checks that the components of the program can be created.
 #pragma once
 
 #include <functional>
@@ -9,15 +9,16 @@
 
 namespace fieldpost {
 
-/// Something that the program needs, known by the name that it has on its oldest platform.
+/// A part that the program needs, under the name that it has on its oldest platform.
 struct Component {
   std::string_view name;                          ///< such as "Scrrun.DLL"
-  std::function<std::shared_ptr<void>()> create;  ///< empty, or an exception, when it cannot be created
+  std::function<std::shared_ptr<void>()> create;  ///< returns nothing or throws when it cannot be created
 };
 
-/// Creates one object of each component, in order, keeps them to the end of the check and releases them all.
-/// Stops at the first that cannot be created; returns what is wrong with that one, empty when nothing is.
-/// Nothing is shown and nothing is logged: the program runs on, and says so where it misses the component.
+/// Creates one object of each component, in order, keeps them until the end of the check and releases them
+/// all. Stops at the first that cannot be created and returns the failure text of that one; empty when all
+/// were created. Shows and logs nothing: the program continues, and fails where it uses the missing
+/// component.
 std::string CheckComponents(std::span<const Component> components);
 
 }  // namespace fieldpost

@@ -1,10 +1,11 @@
-// The program's state and parts, in one place.
+// The one owner of the program-wide state and of the parts of the program.
 #pragma once
 
 #include <filesystem>
 
 #include "common/RunFlags.h"
 #include "common/RunLists.h"
+#include "common/Screen.h"
 #include "common/StatusDisplay.h"
 #include "common/UserPrompt.h"
 #include "environment/EditWinReg.h"
@@ -13,9 +14,9 @@
 #include "environment/LatestFolderStore.h"
 #include "environment/MailSettings.h"
 #include "environment/ModWriteLogFile.h"
+#include "environment/RunContext.h"
 #include "faultlog/LatestScan.h"
 #include "options/OptionsStore.h"
-#include "outbox/AttachmentPackaging.h"
 #include "outbox/MailSettingsCheck.h"
 #include "outbox/SendLoop.h"
 #include "platform/Clock.h"
@@ -29,7 +30,7 @@
 
 namespace fieldpost {
 
-/// What the program is given of the world; all of it outlives the program's parts.
+/// The services of the system and of the user interface that the program uses; all of them must outlive it.
 struct Ports {
   FileSystem& files;
   const Clock& clock;
@@ -39,11 +40,11 @@ struct Ports {
   StatusDisplay& display;
 };
 
-/// Owns and wires the parts, and does nothing else. Only the drivers of a run see it whole; each part is
-/// handed just what it uses.
+/// Owns the parts and wires them; it has no behaviour. Only the drivers of a run see it whole; each part
+/// receives just what it uses.
 class FieldpostProgram {
  public:
-  /// `ownFolder` must exist. Loads the settings.
+  /// Loads the settings. `ownFolder` is the program's own folder and must exist.
   FieldpostProgram(const Ports& ports, const std::filesystem::path& ownFolder);
 
   Ports ports;
@@ -57,14 +58,15 @@ class FieldpostProgram {
   LatestFolderStore latestStore;    // needs: ports
   OptionsStore optionsStore;        // needs: ports, settings, lists
   FolderTree tree;                  // needs: paths, settings, both stores, lists, log
-  MailSettingsCheck check;          // needs: settings, settingsStore, flags, registry, log
-  AttachmentPackaging packaging;    // needs: paths, settings, flags, lists, log
-  SendLoop sendLoop;                // needs: settings, flags, lists, log, check, packaging
+  RunContext run;                   // needs: ports, paths, settings, log
+  Screen screen;                    // needs: ports, flags
+  MailSettingsCheck check;          // needs: settings, settingsStore, registry, log, screen
+  SendLoop sendLoop;                // needs: run, screen, lists, check, ports
   LatestScan scan;                  // needs: nearly all of them
   PpcLibrary ppcLibrary;            // needs: nothing
-  ModAttachment ppcDatabase;        // needs: paths, registry, ppcLibrary
-  PPCAttachments ppcAttachments;    // needs: paths, settings, lists, ppcDatabase, log
-  PpcRun ppcRun;                    // needs: ppcAttachments, sendLoop, flags, lists
+  ModAttachment ppcDatabase;        // needs: ports, paths, registry, ppcLibrary
+  PPCAttachments ppcAttachments;    // needs: run, ppcDatabase, ports
+  PpcRun ppcRun;                    // needs: ppcAttachments, sendLoop, flags
 };
 
 }  // namespace fieldpost

@@ -2,13 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <exception>
 #include <utility>
 
 #include "common/DateText.h"
 #include "common/PathText.h"
-#include "common/Text.h"
-#include "outbox/WaitingDocument.h"
+#include "environment/SettingValues.h"
 #include "shell/RunPreparation.h"
 
 namespace fieldpost {
@@ -16,37 +16,30 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t LinesThatTell = 5;
+constexpr std::size_t LinesSearched = 5;  // for "Not Sent"
 
-/// Somebody is at the screen as long as this lives. Whatever happens, nobody is afterwards, and nothing of
-/// this send is left for another.
+/// Sets the flags of an interactive send; resets them, and the documents that it queued, when it ends.
 class ScreenRun {
  public:
   ScreenRun(RunFlags& flags, RunLists& lists) : flags_(flags), lists_(lists) {
-    EmptyLists();
-    // Documents are mailed once, together with those that waited before; were the scan to mail too, its own
-    // would go alone.
+    lists_.PendingFiles.clear();
+    // Each document is mailed once, together with those that waited before; the scan would mail its own
+    // separately.
     flags_ = {.ShowMessages = true, .SendingPPC = false, .SendAfterCollect = false};
   }
   ScreenRun(const ScreenRun&) = delete;
   ScreenRun& operator=(const ScreenRun&) = delete;
   ~ScreenRun() {
     flags_ = {};
-    EmptyLists();
+    lists_.PendingFiles.clear();
   }
 
  private:
-  void EmptyLists() {
-    lists_.PendingFiles.clear();
-    lists_.Attachments.clear();
-    lists_.PackedFiles.clear();
-  }
-
   RunFlags& flags_;
   RunLists& lists_;
 };
 
-/// A window that is open as long as this lives.
+/// Keeps a window open while it exists.
 class OpenWindow {
  public:
   explicit OpenWindow(const PpcCollectionWindow& window) : window_(window) { window_.open(); }
@@ -65,23 +58,23 @@ InteractiveSend::InteractiveSend(FieldpostProgram& program, PpcCollectionWindow 
 
 bool InteractiveSend::Run() {
   program_.ports.display.ProcessEvents();
-  const bool faultlogs = EqualNoCase(program_.settings.SendFault, "true");
-  const bool ppc = EqualNoCase(program_.settings.SendPPC, "true");
+  const bool faultlogs = SendsFaultlogs(program_.settings);
+  const bool ppc = SendsPpc(program_.settings);
   if (!faultlogs && !ppc) {
     program_.ports.prompt.ShowMessage("Select the data to be send", MessageIcon::Information, "");
     program_.ports.prompt.ShowOptions(OptionsPage::Sending);
     return false;
   }
   RunPreparation preparation(program_);
-  const std::string problem = preparation.Prepare(RunPreparation::EmptyLatestList::Leave);
-  if (!problem.empty()) return Refuse(problem);
+  const PreparationResult prepared = preparation.Prepare(RunPreparation::EmptyLatestList::Leave);
+  if (!prepared.problem.empty()) return Refuse(prepared.problem);
   const ScreenRun screenRun(program_.flags, program_.lists);
-  program_.sendLoop.FinishInterruptedSend();
-  return SendChosen(faultlogs, ppc);
+  const bool finished = program_.sendLoop.FinishInterruptedSend();
+  return SendChosen(faultlogs, ppc) && finished;
 }
 
-/// One half's failure does not keep the other from its work; the user's wish to end does, and so does a list
-/// of Latest folders that is still to be filled in.
+/// A failure of one half does not keep the other from being done; cancelling does, and so does an empty list
+/// of Latest folders.
 bool InteractiveSend::SendChosen(bool faultlogs, bool ppc) {
   const bool faultlogsSent = !faultlogs || Do(&InteractiveSend::SendFaultlogs);
   if (faultlogs && program_.lists.LatestFolderList.empty()) return false;
@@ -107,20 +100,18 @@ bool InteractiveSend::SendFaultlogs() {
   StatusDisplay& display = program_.ports.display;
   display.SetStep("Process faultlogger data...");
   display.ProcessEvents();
-  const ScanResult scan = ScanLatestFolders();
-  if (!scan.began || scan.cancelled) return false;
+  const CollectionOutcome filing = ProcessFaultlogData();
+  if (!filing.maySend) return false;
   display.SetStep("Collecting unsent files...");
-  if (!CollectUnsentFiles()) return false;
-  const bool sent = program_.lists.Attachments.empty() || program_.sendLoop.SendData();
-  return sent && scan.succeeded;
+  std::optional<CollectedDocuments> collected = CollectUnsentFiles();
+  if (!collected || collected->cancelled) return false;
+  const bool whole = filing.succeeded && collected->problems.empty();
+  if (collected->documents.empty()) return whole;
+  Shipment shipment = NewShipment(program_.flags, std::move(collected->documents));
+  return program_.sendLoop.SendData(std::move(shipment)).finished && whole;
 }
 
-bool InteractiveSend::ProcessFaultlogData() {
-  const ScanResult scan = ScanLatestFolders();
-  return scan.began && !scan.cancelled;
-}
-
-ScanResult InteractiveSend::ScanLatestFolders() {
+CollectionOutcome InteractiveSend::ProcessFaultlogData() {
   if (program_.lists.LatestFolderList.empty()) {
     AskForLatestFolder();
     return {};
@@ -135,7 +126,7 @@ ScanResult InteractiveSend::ScanLatestFolders() {
     return {};
   }
   if (!scan.problem.empty()) ShowError(scan.problem);
-  return scan;
+  return {.maySend = scan.began && !scan.cancelled, .succeeded = scan.succeeded};
 }
 
 void InteractiveSend::AskForLatestFolder() {
@@ -151,62 +142,67 @@ void InteractiveSend::WriteCollectionTime() {
                                 DateAndTime(program_.ports.clock.Now()), REG_SZ);
 }
 
-bool InteractiveSend::CollectUnsentFiles() {
+std::optional<CollectedDocuments> InteractiveSend::CollectUnsentFiles() {
   try {
     program_.ports.files.CreateFolders(program_.paths.FaultlogFolder("Process"));
-    return CollectUnsent(PathFromUtf8(program_.settings.ProcessFolder));
+    CollectedDocuments collected = CollectFrom(PathFromUtf8(program_.settings.ProcessFolder));
+    ReportDescriptions(collected.problems);
+    return collected;
   } catch (const FileError& error) {
-    const std::string text = fmt::format("Description: {}", error.what());
-    program_.log.WriteLog(text, LogCategory::Error);
-    program_.ports.prompt.ShowMessage(text, MessageIcon::Exclamation, "");
-    return false;
+    ReportDescriptions(std::array{std::string(error.what())});
+    return std::nullopt;
   }
 }
 
-bool InteractiveSend::CollectUnsent(const fs::path& folder) {
-  const FileSystem& files = program_.ports.files;
-  StatusDisplay& display = program_.ports.display;
-  const std::vector<std::string> names = files.ListFiles(folder, ".xml");
-  display.SetRange(names.size());
-  for (std::size_t i = 0; i < names.size() && !IsCancelled(); ++i) {
-    const fs::path document = folder / PathFromUtf8(names[i]);
-    if (IsWaitingDocument(files, document, LinesThatTell) && !program_.sendLoop.WasSent(document)) {
-      program_.lists.Attachments.push_back(document);
-    }
-    display.SetLabel(fmt::format("{} {}%", EscapeControls(names[i]), (i + 1) * 100 / names.size()));
-    display.SetPosition(i + 1);
-    display.ProcessEvents();
-  }
-  return !IsCancelled();
+CollectedDocuments InteractiveSend::CollectFrom(const fs::path& folder) {
+  if (!program_.ports.files.IsFolder(folder)) throw FileError("cannot read", folder, "it is missing");
+  const CollectionSource source{
+      .folder = folder, .pending = program_.lists.PendingFiles, .lines = LinesSearched};
+  return CollectWaitingDocuments(program_.ports.files, source, program_.ports.display);
 }
 
 bool InteractiveSend::SendPpcData() {
-  RunLists& lists = program_.lists;
-  lists.PendingFiles.clear();
+  program_.lists.PendingFiles.clear();
   program_.flags.SendingPPC = true;
   program_.ports.display.SetStep("Process PPC Data...");
   program_.ports.display.ProcessEvents();
-  const bool zip = EqualNoCase(program_.settings.UseZip, "true");
-  if (!CollectPpcData(zip)) return false;
-  if (lists.Attachments.empty()) return true;
-  return zip ? program_.sendLoop.SendPackedData() : program_.sendLoop.SendData();
+  const bool zip = UsesZip(program_.settings);
+  std::optional<Shipment> shipment = CollectPpcData(zip);
+  if (!shipment) return false;
+  if (shipment->attachments.empty()) return true;
+  const SendResult result =
+      zip ? program_.sendLoop.SendPackedData(*shipment) : program_.sendLoop.SendData(std::move(*shipment));
+  return result.finished;
 }
 
-bool InteractiveSend::CollectPpcData(bool zip) {
+/// Returns nothing after a failure, or when the user cancelled.
+std::optional<Shipment> InteractiveSend::CollectPpcData(bool zip) {
   const OpenWindow window(ppcWindow_);
-  if (!program_.ppcAttachments.MakePPCFiles(program_.ports.display)) return false;
-  return !zip || program_.lists.Attachments.empty() || PackPpcDocuments();
+  PpcCollection collected = program_.ppcAttachments.MakePPCFiles(program_.ports.display);
+  if (!collected.succeeded) return std::nullopt;
+  Shipment shipment = NewShipment(program_.flags, std::move(collected.documents));
+  if (zip && !shipment.attachments.empty() && !PackPpcDocuments(shipment)) return std::nullopt;
+  return shipment;
 }
 
-/// Names the documents of this run one by one: others of the same hour may lie beside them.
-bool InteractiveSend::PackPpcDocuments() {
-  RunLists& lists = program_.lists;
+/// Names the documents of this run one by one, because the folder may contain others of the same hour.
+bool InteractiveSend::PackPpcDocuments(Shipment& shipment) {
   std::string names;
-  for (const fs::path& document : lists.Attachments) names += Utf8FromPath(document.filename()) + "\n";
+  for (const fs::path& document : shipment.attachments) names += Utf8FromPath(document.filename()) + "\n";
   program_.ports.display.SetLabel("Packing PPC Data...");
-  if (!program_.ppcAttachments.ZipPPCDocuments(names, program_.ports.display)) return false;
-  lists.PackedFiles = std::exchange(lists.Attachments, {program_.ppcAttachments.ZipFile()});
+  const PpcZip zip = program_.ppcAttachments.ZipPPCDocuments(names, program_.ports.display);
+  if (!zip.packed) return false;
+  shipment.packed = std::exchange(shipment.attachments, {zip.file});
   return true;
+}
+
+/// Logs each problem and shows the first one.
+void InteractiveSend::ReportDescriptions(std::span<const std::string> problems) {
+  for (const std::string& problem : problems)
+    program_.log.WriteLog(fmt::format("Description: {}", problem), LogCategory::Error);
+  if (problems.empty()) return;
+  program_.ports.prompt.ShowMessage(fmt::format("Description: {}", problems.front()),
+                                    MessageIcon::Exclamation, "");
 }
 
 bool InteractiveSend::Refuse(std::string_view reason) {

@@ -1,10 +1,15 @@
-// A send that somebody at the screen started, from the Latest folders and the PPC database to the mailboxes.
+// The send that the user starts in the window.
 #pragma once
 
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 
+#include "outbox/DocumentCollection.h"
+#include "outbox/Shipment.h"
 #include "shell/FieldpostProgram.h"
 
 namespace fieldpost {
@@ -15,40 +20,47 @@ struct PpcCollectionWindow {
   std::function<void()> close = [] {};
 };
 
-/// Does what the settings ask for: collects and mails faultlogger data, then PPC data. It shows where it is
-/// on the program's display, asks and tells by the program's prompt, and logs. Its procedures never throw.
-///
-/// When the person at the screen wants the end, the step in hand ends as after a failure, the rest is left
-/// for the next send, and one line of the log says so.
+/// What came of processing the Latest folders.
+struct CollectionOutcome {
+  bool maySend = false;  ///< the folders were processed, though perhaps not every file could be filed
+  bool succeeded = false;
+};
+
+/// Collects and mails faultlogger data, then PPC data, as the settings ask for. Shows its progress on the
+/// program's display, asks and reports in message boxes, and logs. Its procedures never throw. When the user
+/// cancels, the step in hand ends as after a failure, the rest is left for the next send, and the log says so
+/// in one line.
 class InteractiveSend {
  public:
+  /// `program` must outlive the object.
   explicit InteractiveSend(FieldpostProgram& program, PpcCollectionWindow ppcWindow = {});
 
-  /// The whole send. True when all that the settings ask for was done; nothing to send is nothing wrong.
-  bool Run();
+  /// Does the whole send. Returns whether everything that the settings ask for was done; that there is
+  /// nothing to send is not a failure.
+  [[nodiscard]] bool Run();
 
-  /// Works the Latest folders through, and writes down when that was. Without any such folder the person at
-  /// the screen is asked for one. Whether the send may go on: files that could not be filed do not end it.
-  bool ProcessFaultlogData();
+  /// Processes the Latest folders and stores the time of the collection. Without a Latest folder it asks the
+  /// user for one.
+  [[nodiscard]] CollectionOutcome ProcessFaultlogData();
 
-  /// Fills the attachment list with the documents of the process folder that say within their first five
-  /// lines that they were not sent. False when that could not be done, or the person at the screen wants the
-  /// end.
-  bool CollectUnsentFiles();
+  /// Collects the documents of the Process folder whose first five lines contain "Not Sent". A document that
+  /// is unreadable or too large is reported and left out. Returns nothing when the folder is unreadable,
+  /// which is reported.
+  [[nodiscard]] std::optional<CollectedDocuments> CollectUnsentFiles();
 
  private:
-  bool SendChosen(bool faultlogs, bool ppc);
-  bool Do(bool (InteractiveSend::*half)());
+  [[nodiscard]] bool SendChosen(bool faultlogs, bool ppc);
+  [[nodiscard]] bool Do(bool (InteractiveSend::*half)());
   bool SendFaultlogs();
-  [[nodiscard]] ScanResult ScanLatestFolders();
+  bool SendPpcData();
+  [[nodiscard]] std::optional<Shipment> CollectPpcData(bool zip);
+  [[nodiscard]] bool PackPpcDocuments(Shipment& shipment);
+  [[nodiscard]] CollectedDocuments CollectFrom(const std::filesystem::path& folder);
   void AskForLatestFolder();
   void WriteCollectionTime();
-  bool CollectUnsent(const std::filesystem::path& folder);
-  bool SendPpcData();
-  bool CollectPpcData(bool zip);
-  bool PackPpcDocuments();
   bool Refuse(std::string_view reason);
   bool ShowError(std::string_view text);
+  void ReportDescriptions(std::span<const std::string> problems);
   [[nodiscard]] bool IsCancelled() const { return program_.ports.display.IsCancelled(); }
 
   FieldpostProgram& program_;

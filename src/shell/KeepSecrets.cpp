@@ -2,28 +2,27 @@
 
 #include <fmt/format.h>
 
-#include <vector>
-
 #include "common/PathText.h"
 #include "common/Text.h"
 
 namespace fieldpost {
 
-void KeepSecrets(const Ports& ports, const MailSettingsStore& settings, ModWriteLogFile& log) {
+std::vector<std::string> KeepSecrets(const Ports& ports, const MailSettingsStore& settings) {
   std::vector<std::filesystem::path> secrets = ports.keys.Files();
   secrets.push_back(settings.File());
+  std::vector<std::string> lines;
   for (const std::filesystem::path& file : secrets) {
     try {
       if (!ports.files.KeepToOwner(file)) continue;
-      log.WriteLog(
+      lines.push_back(
           fmt::format("{} was open to others; it is kept to its owner now. If somebody may have read "
                       "it, change the mail password",
-                      EscapeControls(Utf8FromPath(file))),
-          LogCategory::Error);
+                      EscapeControls(Utf8FromPath(file))));
     } catch (const FileError& error) {
-      log.WriteLog(error.what(), LogCategory::Error);
+      lines.emplace_back(error.what());
     }
   }
+  return lines;
 }
 
 }  // namespace fieldpost

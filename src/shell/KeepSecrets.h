@@ -1,12 +1,17 @@
-// The files that hold secrets, kept to their owner.
+// Keeps the files that hold secrets readable by their owner only.
 #pragma once
+
+#include <string>
+#include <vector>
 
 #include "shell/FieldpostProgram.h"
 
 namespace fieldpost {
 
-/// Takes from everybody else what rights they have on the settings and the registry's file, and tells so in
-/// the log. Those files are made for their owner alone; somebody may have changed that since.
-void KeepSecrets(const Ports& ports, const MailSettingsStore& settings, ModWriteLogFile& log);
+/// Removes other users' access to the settings and to the registry's file. The program creates these files
+/// for their owner only; somebody may have changed that. Returns one line for the log for each file that was
+/// open to others, or of which the permissions cannot be set. The caller logs them, because the log may not
+/// have its folder yet.
+[[nodiscard]] std::vector<std::string> KeepSecrets(const Ports& ports, const MailSettingsStore& settings);
 
 }  // namespace fieldpost

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "common/Text.h"
+#include "shell/RunPreparation.h"
 
 namespace fieldpost {
 
@@ -31,53 +32,51 @@ const ModFPHide::Switch* ModFPHide::Find(std::string_view commandLine) {
   return found == switches.end() ? nullptr : found;
 }
 
-bool ModFPHide::RunCommandLine(std::string_view commandLine) {
-  const Switch* const found = Find(commandLine);
-  if (found == nullptr) return false;
+UnattendedResult ModFPHide::RunCommandLine(std::string_view commandLine) {
+  const Switch* const wanted = Find(commandLine);
+  if (wanted == nullptr) return {};
   program_.flags = {.ShowMessages = false,
-                    .SendingPPC = found->first == Step::CollectPpcData,
-                    .SendAfterCollect = found->sendAfterCollect};
-  if (!Prepare()) return true;
-  if (!program_.sendLoop.FinishInterruptedSend()) succeeded_ = false;
-  if (found->checksMail && !CheckMail()) return true;
-  Do(found->first);
-  if (found->second == Step::None) return true;
-  EmptyLists();
-  program_.flags.SendingPPC = found->second == Step::CollectPpcData;
-  Do(found->second);
-  return true;
+                    .SendingPPC = wanted->first == Step::CollectPpcData,
+                    .SendAfterCollect = wanted->sendAfterCollect};
+  const bool done = Run(*wanted);
+  return {.handled = true, .succeeded = done && !program_.log.HasFailed()};
 }
 
-bool ModFPHide::Prepare() {
-  const std::string problem = preparation_.Prepare(RunPreparation::EmptyLatestList::TakeDefault);
-  if (!program_.tree.IsWhole()) succeeded_ = false;
-  return problem.empty() || Refuse(problem);
+bool ModFPHide::Run(const Switch& wanted) {
+  RunPreparation preparation(program_);
+  const PreparationResult prepared = preparation.Prepare(RunPreparation::EmptyLatestList::TakeDefault);
+  if (!prepared.problem.empty()) return Fail(prepared.problem);
+  bool done = prepared.treeIsWhole;
+  if (!program_.sendLoop.FinishInterruptedSend()) done = false;
+  if (wanted.checksMail) {
+    const MailOptionsResult checked = program_.check.CheckMailOptionsQuiet();
+    if (checked.requiredMissing) return false;
+    // Defaults that could not be stored serve this run, but that is a failure.
+    if (!checked.defaultsSaved) done = false;
+  }
+  return DoSteps(wanted) && done;
 }
 
-/// Defaults that could not be saved serve this run, and are a failure all the same.
-bool ModFPHide::CheckMail() {
-  const bool missing = program_.check.CheckMailOptionsQuiet();
-  if (missing || !program_.check.DefaultsAreSaved()) succeeded_ = false;
-  return !missing;
+bool ModFPHide::DoSteps(const Switch& wanted) {
+  const bool firstDone = Do(wanted.first);
+  if (wanted.second == Step::None) return firstDone;
+  // What the first step queued must not be sent again by the second.
+  program_.lists.PendingFiles.clear();
+  program_.flags.SendingPPC = wanted.second == Step::CollectPpcData;
+  const bool secondDone = Do(wanted.second);
+  return firstDone && secondDone;
 }
 
-/// One half's failure, of whatever kind, does not keep the other from its work.
-void ModFPHide::Do(Step step) {
+/// A failure of any kind does not keep the other step from being done.
+bool ModFPHide::Do(Step step) {
   try {
-    if (!DoWhole(step)) succeeded_ = false;
+    return DoUncaught(step);
   } catch (const std::exception& error) {
-    Refuse(error.what());
+    return Fail(error.what());
   }
 }
 
-/// Nothing of the first half may be sent as the second's.
-void ModFPHide::EmptyLists() {
-  program_.lists.PendingFiles.clear();
-  program_.lists.Attachments.clear();
-  program_.lists.PackedFiles.clear();
-}
-
-bool ModFPHide::DoWhole(Step step) {
+bool ModFPHide::DoUncaught(Step step) {
   if (step == Step::CollectPpcData) return program_.ppcRun.ProcessPpcData(program_.ports.display);
   if (step == Step::SendWaitingFaultlogs) {
     return program_.scan.RecoverInterruptedRun().succeeded && program_.sendLoop.SendQueuedFaultlogs();
@@ -85,9 +84,8 @@ bool ModFPHide::DoWhole(Step step) {
   return program_.scan.ProcessLatestFiles(program_.ports.display).succeeded;
 }
 
-bool ModFPHide::Refuse(std::string_view reason) {
+bool ModFPHide::Fail(std::string_view reason) {
   program_.log.WriteLog(reason, LogCategory::Error);
-  succeeded_ = false;
   return false;
 }
 

@@ -1,27 +1,29 @@
-// The unattended run: the switches of the command line.
+// The unattended run and the switches of the command line that start it.
 #pragma once
 
 #include <string_view>
 
 #include "shell/FieldpostProgram.h"
-#include "shell/RunPreparation.h"
 
 namespace fieldpost {
 
-/// Does the whole job that a switch stands for, without a window.
+/// What came of a command line.
+struct UnattendedResult {
+  bool handled = false;   ///< the line is one of the switches
+  bool succeeded = true;  ///< the run did all that its switch asks for, and could log it
+};
+
+/// Does the job of a switch without showing a window.
 class ModFPHide {
  public:
-  explicit ModFPHide(FieldpostProgram& program) : program_(program), preparation_(program) {}
+  /// `program` must outlive the object.
+  explicit ModFPHide(FieldpostProgram& program) : program_(program) {}
 
-  /// Whether a command line is one of the switches, in any letter case but otherwise to the letter.
+  /// Whether a command line is one of the switches, in any case of ASCII letters.
   [[nodiscard]] static bool IsSwitch(std::string_view commandLine) { return Find(commandLine) != nullptr; }
 
-  /// True when the line is one of the switches, in any letter case but otherwise to the letter; the run is
-  /// then over, well or not. False, with nothing done, for any other line.
-  bool RunCommandLine(std::string_view commandLine);
-
-  /// Whether the run did all that it set out to do, and could log it.
-  [[nodiscard]] bool Succeeded() const { return succeeded_ && !program_.log.HasFailed(); }
+  /// Does the job of a switch; does nothing for any other line.
+  [[nodiscard]] UnattendedResult RunCommandLine(std::string_view commandLine);
 
  private:
   enum class Step { None, CollectFaultlogs, SendWaitingFaultlogs, CollectPpcData };
@@ -34,16 +36,13 @@ class ModFPHide {
   };
   static const Switch* Find(std::string_view commandLine);
 
-  bool Prepare();
-  bool CheckMail();
-  void Do(Step step);
-  bool DoWhole(Step step);
-  void EmptyLists();
-  bool Refuse(std::string_view reason);
+  [[nodiscard]] bool Run(const Switch& wanted);
+  [[nodiscard]] bool DoSteps(const Switch& wanted);
+  [[nodiscard]] bool Do(Step step);
+  [[nodiscard]] bool DoUncaught(Step step);
+  bool Fail(std::string_view reason);
 
   FieldpostProgram& program_;
-  RunPreparation preparation_;
-  bool succeeded_ = true;
 };
 
 }  // namespace fieldpost

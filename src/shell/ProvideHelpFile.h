@@ -1,4 +1,4 @@
-// The help file in the program's own folder.
+// Writes the help file into the program's own folder.
 #pragma once
 
 #include <filesystem>
@@ -9,12 +9,12 @@
 
 namespace fieldpost {
 
-/// "FPhelp.hlp" in the program's own folder.
-std::filesystem::path HelpFile(const std::filesystem::path& ownFolder);
+/// Returns the path of "FPhelp.hlp" in the program's own folder.
+[[nodiscard]] std::filesystem::path HelpFile(const std::filesystem::path& ownFolder);
 
-/// Sees to it that the help file holds these bytes: writes it where it is missing or holds others. Returns
-/// what went wrong, in one line; empty when the file is as it should be.
-std::string ProvideHelpFile(FileSystem& files, const std::filesystem::path& ownFolder,
-                            std::string_view bytes);
+/// Writes the help file when it is missing or differs from `bytes`. Returns one line on why that failed;
+/// empty on success.
+[[nodiscard]] std::string ProvideHelpFile(FileSystem& files, const std::filesystem::path& ownFolder,
+                                          std::string_view bytes);
 
 }  // namespace fieldpost

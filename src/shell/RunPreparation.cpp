@@ -5,42 +5,72 @@
 
 namespace fieldpost {
 
-std::string RunPreparation::Prepare(EmptyLatestList empty) {
-  KeepSecrets(program_.ports, program_.settingsStore, program_.log);
-  std::string problem = StoreProblem();
-  if (!problem.empty()) return problem;
-  // Two first starts at once would write the same settings.
-  const PathList own{program_.paths.OwnFolder()};
-  problem = lock_.Acquire(program_.ports.files, own);
-  if (!problem.empty()) {
-    MakeLogFolder();
-    return problem;
-  }
-  PathList& latest = program_.lists.LatestFolderList;
-  program_.latestStore.LoadLatestFolders(latest);
-  if (!latest.empty() || empty == EmptyLatestList::TakeDefault) program_.tree.CreateFolderTree();
-  PathList folders = latest;
-  folders.push_back(PathFromUtf8(program_.settings.ArchiveFolder));
-  folders.push_back(PathFromUtf8(program_.settings.ProcessFolder));
-  folders.push_back(program_.paths.FaultlogFolder("PPCTemp"));
-  return lock_.Acquire(program_.ports.files, folders);
+namespace {
+
+void LogErrors(ModWriteLogFile& log, const std::vector<std::string>& lines) {
+  for (const std::string& line : lines) log.WriteLog(line, LogCategory::Error);
 }
 
-/// The run that is refused may be faster than the first start of all, which makes the folders.
-void RunPreparation::MakeLogFolder() {
+}  // namespace
+
+bool PrepareFolders(FieldpostProgram& program) {
+  // The tree is created in between: it stores the settings anew, for their owner only, and gives the log its
+  // folder.
+  const std::vector<std::string> openToOthers = KeepSecrets(program.ports, program.settingsStore);
+  program.tree.CreateFolderTree();
+  LogErrors(program.log, openToOthers);
+  return program.tree.IsWhole();
+}
+
+PreparationResult RunPreparation::Prepare(EmptyLatestList empty) {
+  const std::string problem = LockOwnFolder();
+  if (!problem.empty()) {
+    LogErrors(program_.log, KeepSecrets(program_.ports, program_.settingsStore));
+    return {.problem = problem};
+  }
+  const bool isWhole = CreateFolders(empty);
+  return {.problem = lock_.Acquire(program_.ports.files, WorkFolders()), .treeIsWhole = isWhole};
+}
+
+std::string RunPreparation::LockOwnFolder() {
+  std::string problem = StoreProblem();
+  if (!problem.empty()) return problem;
+  // Two first starts at the same time would write the same settings.
+  problem = lock_.Acquire(program_.ports.files, {program_.paths.OwnFolder()});
+  if (!problem.empty()) CreateLogFolder();
+  return problem;
+}
+
+bool RunPreparation::CreateFolders(EmptyLatestList empty) {
+  program_.latestStore.LoadLatestFolders(program_.lists.LatestFolderList);
+  if (!program_.lists.LatestFolderList.empty() || empty == EmptyLatestList::TakeDefault)
+    return PrepareFolders(program_);
+  LogErrors(program_.log, KeepSecrets(program_.ports, program_.settingsStore));
+  return true;
+}
+
+/// A run that is refused may be faster than the first start, which creates the folders.
+void RunPreparation::CreateLogFolder() {
   try {
     program_.ports.files.CreateFolders(program_.paths.FaultlogFolder("Log"));
   } catch (const FileError&) {
-    // the line then goes to standard error
+    // The log line then goes to standard error.
   }
 }
 
-/// A store that cannot be read would look like one without settings, and the files of another place would be
-/// worked on.
+/// An unreadable store would look like an empty one, and the run would work in the wrong folders.
 std::string RunPreparation::StoreProblem() const {
   if (program_.ports.keys.Check() != KeyOk) return program_.ports.keys.Problem();
   std::string problem = program_.settingsStore.Problem();
   return problem.empty() ? program_.latestStore.Problem() : problem;
+}
+
+PathList RunPreparation::WorkFolders() const {
+  PathList folders = program_.lists.LatestFolderList;
+  folders.push_back(PathFromUtf8(program_.settings.ArchiveFolder));
+  folders.push_back(PathFromUtf8(program_.settings.ProcessFolder));
+  folders.push_back(program_.paths.FaultlogFolder("PPCTemp"));
+  return folders;
 }
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// What comes before every run, whoever started it.
+// Prepares a run, unattended or from the window.
 #pragma once
 
 #include <string>
@@ -8,26 +8,38 @@
 
 namespace fieldpost {
 
-/// Makes sure that the stores can be read and the folders are there, and keeps the folders for this run alone
-/// until the object ends.
+/// Removes other users' access to the files that hold secrets, creates the folder tree, and then logs which
+/// of these files were open to others. Returns false when a part of the tree could not be created or stored.
+[[nodiscard]] bool PrepareFolders(FieldpostProgram& program);
+
+/// What came of preparing a run.
+struct PreparationResult {
+  std::string problem;      ///< one line on why the run must not begin; empty when it may
+  bool treeIsWhole = true;  ///< the folder tree was created and stored completely
+};
+
+/// Checks that the stores are readable, creates the folders, and locks them until the object ends.
 class RunPreparation {
  public:
-  /// What becomes of a list of Latest folders that is empty.
+  /// What happens when the list of Latest folders is empty.
   enum class EmptyLatestList {
-    TakeDefault,  ///< the tree's own Latest folder is entered
-    Leave,        ///< somebody at the screen emptied it, and is to be asked
+    TakeDefault,  ///< the Latest folder of the tree is entered
+    Leave,        ///< the list stays empty, because the user is asked for a folder
   };
 
+  /// `program` must outlive the object.
   explicit RunPreparation(FieldpostProgram& program) : program_(program) {}
 
-  /// Takes the program's own folder, loads the Latest folder list, makes what is missing of the folder tree,
-  /// and takes the folders that a run works in. Empty on success, else one line on why the run must not
-  /// begin.
-  [[nodiscard]] std::string Prepare(EmptyLatestList empty);
+  /// Locks the program's own folder, loads the list of Latest folders, creates what is missing of the folder
+  /// tree, and locks the folders that the run works in.
+  [[nodiscard]] PreparationResult Prepare(EmptyLatestList empty);
 
  private:
-  void MakeLogFolder();
+  [[nodiscard]] std::string LockOwnFolder();
+  [[nodiscard]] bool CreateFolders(EmptyLatestList empty);
+  void CreateLogFolder();
   [[nodiscard]] std::string StoreProblem() const;
+  [[nodiscard]] PathList WorkFolders() const;
 
   FieldpostProgram& program_;
   RunLock lock_;

@@ -3,10 +3,10 @@
 namespace fieldpost {
 namespace {
 
-/// The product's name less its last letter: an exact title of its own, not the beginning of one.
+/// The product name without its last letter. It is compared with whole titles, not with their beginnings.
 constexpr std::string_view FixedTitle = "Fieldpos";
 
-/// The caller's own window is one of them.
+/// The window of the caller and one of another copy.
 constexpr int MatchesOfTwoCopies = 2;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Keeps a second copy of the program from running with windows.
+// Detects another running copy of the program that shows windows.
 #pragma once
 
 #include <cstdint>
@@ -8,24 +8,26 @@
 
 namespace fieldpost {
 
-/// Finds other copies by the titles of the windows on the desktop; no lock, no file. Two that start in the
-/// same moment see each other, and both give way.
+/// Finds other copies by the titles of the windows on the desktop, without a lock or a file. Two copies that
+/// start at the same time see each other, and both end.
 class SingleInstanceGuard {
  public:
+  /// `windows` must outlive the object.
   explicit SingleInstanceGuard(TopLevelWindows& windows) : windows_(windows) {}
 
-  /// Whether another copy runs: whether, of the bordered windows that share a level with `ownWindow`, two
-  /// have the title `caption` (UTF-8, the main window's own) or "Fieldpos". The caller's own window, which
-  /// must exist by then, is one of the two.
+  /// Whether another copy runs: at least two of the bordered windows on the level of `ownWindow` have the
+  /// title `caption` (UTF-8, the title of the main window) or "Fieldpos". One of them is the caller's own
+  /// window, which must exist.
   bool IsAlreadyOpen(std::uint64_t ownWindow, std::string_view caption);
 
-  /// Whether a window has the border of an ordinary one.
+  /// Whether a window has the border of an ordinary window.
   [[nodiscard]] static bool HasBorderStyle(const TopLevelWindow& window);
 
-  /// Whether IsAlreadyOpen has found another copy; false at the start.
+  /// Whether IsAlreadyOpen has found another copy; false before the first call.
   [[nodiscard]] bool AlreadyOpen() const { return alreadyOpen_; }
 
-  /// How many bordered windows with another title the last scan that found no copy has met, modulo 65536.
+  /// Returns how many bordered windows with another title the last scan without another copy saw, modulo
+  /// 65536.
   [[nodiscard]] std::uint16_t ExaminedWindows() const { return examinedWindows_; }
 
  private:

@@ -6,7 +6,7 @@
 #include "common/PathText.h"
 #include "environment/RegistryKeys.h"
 #include "shell/ComponentCheck.h"
-#include "shell/KeepSecrets.h"
+#include "shell/RunPreparation.h"
 #include "smtp/SmtpMail.h"
 #include "xml/XmlDocument.h"
 
@@ -20,26 +20,22 @@ void StartUp::CheckComponents() {
       {"Scrrun.DLL", [] { return std::make_shared<DiskFileSystem>(); }},
       {"MSXML.DLL", [] { return std::make_shared<XmlDocument>(); }},
       {"SMTPmail.DLL", [&] { return std::make_shared<SmtpMail>(ports.files, ports.clock, ports.display); }},
-      {"XceedZip.dll",
-       [&] {
-         return std::make_shared<AttachmentPackaging>(ports.files, ports.clock, program_.paths,
-                                                      program_.settings, program_.flags, program_.lists,
-                                                      program_.log, ports.display);
-       }},
+      {"XceedZip.dll", [&] { return std::make_shared<AttachmentPackaging>(program_.run, ports.display); }},
   }};
   fieldpost::CheckComponents(components);
 }
 
-void StartUp::CreateFolderTree() {
-  hadLog_ = program_.ports.files.IsFile(program_.log.TodaysFile());
-  hadLatestList_ = program_.latestStore.IsStored();
-  program_.tree.CreateFolderTree();
-  KeepSecrets(program_.ports, program_.settingsStore, program_.log);
+StartState StartUp::CreateFolderTree() {
+  const StartState before{.hadLog = program_.ports.files.IsFile(program_.log.TodaysFile()),
+                          .hadLatestList = program_.latestStore.IsStored()};
+  // What could not be created is in the log; the window works with the rest.
+  static_cast<void>(PrepareFolders(program_));
+  return before;
 }
 
-void StartUp::OpenDailyLogHeader(const std::function<void()>& loadOptions) {
-  if (!hadLatestList_) loadOptions();
-  if (!hadLog_) program_.log.WriteLog("----", LogCategory::LogFile);
+void StartUp::OpenDailyLogHeader(const StartState& before, const std::function<void()>& loadOptions) {
+  if (!before.hadLatestList) loadOptions();
+  if (!before.hadLog) program_.log.WriteLog("----", LogCategory::LogFile);
 }
 
 void StartUp::RegisterProgramFolder() {

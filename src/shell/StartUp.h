@@ -1,4 +1,4 @@
-// What the start of the window does before anybody can use it.
+// The steps of a start with the window.
 #pragma once
 
 #include <functional>
@@ -7,30 +7,33 @@
 
 namespace fieldpost {
 
-/// The steps of a start with the window; the window calls them in their order. None of them shows anything.
+/// What a start found before it created the folder tree, which writes both files.
+struct StartState {
+  bool hadLog = false;         ///< the log of the day existed
+  bool hadLatestList = false;  ///< a list of Latest folders was stored
+};
+
+/// The steps of a start, in the order in which the main window calls them. None of them shows anything.
 class StartUp {
  public:
+  /// `program` must outlive the object.
   explicit StartUp(FieldpostProgram& program) : program_(program) {}
 
-  /// Tries to create one of each thing that the program is made of; whatever is missing is found out again
-  /// where it is used.
+  /// Creates one object of each component. A component that is missing is reported only where it is used.
   void CheckComponents();
 
-  /// Makes what is missing of the folder tree. Whether the day has a log and whether a list of Latest folders
-  /// is stored is looked at before, since making the tree writes both.
-  void CreateFolderTree();
+  /// Creates what is missing of the folder tree. Returns what was there before.
+  [[nodiscard]] StartState CreateFolderTree();
 
-  /// Has the options loaded, without showing them, when no list of Latest folders was stored; writes the
-  /// day's first line when the day had no log.
-  void OpenDailyLogHeader(const std::function<void()>& loadOptions);
+  /// Calls `loadOptions`, which loads the options dialog without showing it, when no list of Latest folders
+  /// was stored. Writes the first line of the day's log when the day had no log.
+  void OpenDailyLogHeader(const StartState& before, const std::function<void()>& loadOptions);
 
-  /// Tells the registry where the program's own folder is.
+  /// Writes the path of the program's own folder into the registry.
   void RegisterProgramFolder();
 
  private:
   FieldpostProgram& program_;
-  bool hadLog_ = false;
-  bool hadLatestList_ = false;
 };
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// The program's entry: an unattended run when the command line is one of the switches, else the window.
+// The entry of the program: an unattended run when the command line is one of the switches, else the window.
 #include <fmt/format.h>
 
 #include <cstdio>
@@ -24,7 +24,7 @@ constexpr int Done = 0;
 constexpr int Failed = 1;
 constexpr int NoWindow = 2;
 
-/// The exit status of an unattended run; empty when the line is none of the switches.
+/// Returns the exit status of an unattended run, or nothing when the line is not one of the switches.
 std::optional<int> RunUnattended(const std::string& commandLine) {
   if (!ModFPHide::IsSwitch(commandLine)) return std::nullopt;
   DiskFileSystem files;
@@ -36,9 +36,7 @@ std::optional<int> RunUnattended(const std::string& commandLine) {
   SqliteKeyStore keys(files, RegistryFile());
   SmtpMail transport(files, clock, display);
   FieldpostProgram program({files, clock, keys, transport, prompt, display}, ownFolder);
-  ModFPHide unattended(program);
-  unattended.RunCommandLine(commandLine);
-  return unattended.Succeeded() ? Done : Failed;
+  return ModFPHide(program).RunCommandLine(commandLine).succeeded ? Done : Failed;
 }
 
 int RunWindow(int argc, char** argv) {

@@ -1,34 +1,14 @@
-// One mail, and what carries it to its server.
+// A mail, and the interface through which it is sent.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <string>
 
 #include "common/DateText.h"
+#include "common/MailServer.h"
 #include "common/RunLists.h"
 
 namespace fieldpost {
-
-/// When a connection is encrypted. Port 465 is encrypted from the start, whatever this says.
-enum class TlsMode {
-  Auto,      ///< STARTTLS where the server offers it
-  Required,  ///< no mail without TLS
-  None,      ///< never STARTTLS
-};
-
-/// How the mail server is reached.
-struct MailServer {
-  std::string server;  ///< name or address
-  std::int32_t port = 25;
-  std::int32_t tryCount = 2;         ///< attempts to connect, greet, encrypt and log in
-  std::int32_t timeoutSeconds = 10;  ///< for the connection, and for each stretch without progress
-  std::string userName;              ///< empty: no AUTH
-  std::string password;
-  std::string hostName;  ///< announced in EHLO; empty: this machine's name
-  TlsMode tlsMode = TlsMode::Auto;
-  std::string tlsCaFile;  ///< PEM file of trusted certificates; empty: the system's
-};
 
 /// One mail. All texts are UTF-8.
 struct Mail {
@@ -42,6 +22,18 @@ struct Mail {
   PathList attachments;
 };
 
+/// What came of sending one mail.
+struct MailOutcome {
+  bool accepted = false;  ///< the server accepted the mail
+  bool cancelled =
+      false;  ///< the user cancelled before the end of the data, so the server cannot have accepted it
+
+  /// Two lines separated by CR LF: what was sent to whom; "Error: ", a number, a blank and the server's last
+  /// reply or the description of the fault. The number is 0 for an accepted mail and for no other, and no
+  /// other text contains "error: 0" in any letter case.
+  std::string statusText;
+};
+
 /// Sends mails, one at a time.
 class MailTransport {
  public:
@@ -50,18 +42,10 @@ class MailTransport {
   MailTransport& operator=(const MailTransport&) = delete;
   virtual ~MailTransport() = default;
 
-  /// Sends one mail. True once the server has accepted its data, whatever happens to the connection then.
-  /// `accepted` is called the moment it has, before anything else is done; it must not throw. Never throws.
-  virtual bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) = 0;
-
-  /// What became of the last mail, in two lines separated by CR LF: what was sent to whom; "Error: ", a
-  /// number, a blank and the server's last reply or the fault's description. The number is 0 on success and
-  /// only then, and no failure's text contains "error: 0" in any letter case.
-  [[nodiscard]] virtual std::string StatusText() const = 0;
-
-  /// Whether the last mail was not sent because the person at the screen wanted the end. The server has then
-  /// surely not accepted it.
-  [[nodiscard]] virtual bool WasCancelled() const { return false; }
+  /// Sends one mail. `onAccepted` is called as soon as the server has accepted the data, before anything else
+  /// is done; a mail stays accepted whatever happens to the connection then. Never throws.
+  [[nodiscard]] virtual MailOutcome Send(const MailServer& server, const Mail& mail,
+                                         const std::function<void()>& onAccepted) = 0;
 };
 
 }  // namespace fieldpost

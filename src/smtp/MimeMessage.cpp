@@ -68,13 +68,18 @@ struct MimeMessage::Part {
   std::string text;
   fs::path file;
   FileStamp stamp;
+  std::unique_ptr<FileReader>
+      reader;  // open since the message was made; beyond MaxOpenFiles: when it is read
 };
 
 /// Reads a file as base64 lines.
 class MimeMessage::AttachmentStream {
  public:
-  AttachmentStream(const FileSystem& files, const Part& part)
-      : files_(files), part_(part), reader_(files.OpenForReading(part.file)), input_(InputSize) {}
+  AttachmentStream(const FileSystem& files, Part& part)
+      : files_(files),
+        part_(part),
+        reader_(part.reader ? std::move(part.reader) : files.OpenForReading(part.file)),
+        input_(InputSize) {}
 
   /// Returns the number of characters written into `buffer`; 0 at the end of the file.
   std::size_t Read(std::span<char> buffer) {
@@ -163,15 +168,19 @@ MimeMessage::~MimeMessage() = default;
 
 void MimeMessage::AddText(std::string text) {
   size_ += text.size();
-  parts_.push_back({.text = std::move(text), .file = {}, .stamp = {}});
+  parts_.push_back({.text = std::move(text), .file = {}, .stamp = {}, .reader = {}});
 }
 
 void MimeMessage::AddFile(const fs::path& path) {
   const FileStamp stamp = files_.Stamp(path);
-  // Opened here only to find a file that cannot be read before anything is sent.
-  const std::unique_ptr<FileReader> reader = files_.OpenForReading(path);
+  // An unreadable file is found before anything is sent; of very many files the first ones are checked.
+  std::unique_ptr<FileReader> reader;
+  if (openFiles_ < MaxOpenFiles) {
+    reader = files_.OpenForReading(path);
+    ++openFiles_;
+  }
   size_ += Base64LinesSize(stamp.size);
-  parts_.push_back({.text = {}, .file = path, .stamp = stamp});
+  parts_.push_back({.text = {}, .file = path, .stamp = stamp, .reader = std::move(reader)});
 }
 
 std::size_t MimeMessage::Read(std::span<char> buffer) {
@@ -188,7 +197,7 @@ std::size_t MimeMessage::Read(std::span<char> buffer) {
 }
 
 std::size_t MimeMessage::ReadPart(std::span<char> buffer) {
-  const Part& part = parts_[part_];
+  Part& part = parts_[part_];
   if (part.file.empty()) {
     const std::size_t length = std::min(buffer.size(), part.text.size() - textRead_);
     std::memcpy(buffer.data(), part.text.data() + textRead_, length);

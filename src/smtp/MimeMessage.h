@@ -38,6 +38,8 @@ class MimeMessage {
   struct Part;
   class AttachmentStream;
 
+  static constexpr std::size_t MaxOpenFiles = 256;  // of the 1024 that a process may usually have open
+
   void AddText(std::string text);
   void AddFile(const std::filesystem::path& path);
   std::size_t ReadPart(std::span<char> buffer);
@@ -45,6 +47,7 @@ class MimeMessage {
   const FileSystem& files_;
   std::vector<Part> parts_;
   std::uint64_t size_ = 0;
+  std::size_t openFiles_ = 0;
   std::size_t part_ = 0;
   std::size_t textRead_ = 0;
   std::unique_ptr<AttachmentStream> stream_;

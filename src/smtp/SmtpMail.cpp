@@ -77,11 +77,12 @@ SmtpMail::~SmtpMail() {
   ::curl_global_cleanup();
 }
 
-bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) {
+MailOutcome SmtpMail::Send(const MailServer& server, const Mail& mail,
+                           const std::function<void()>& onAccepted) {
   int number = CURLE_OK;
   std::string description;
   try {
-    description = Deliver(server, mail, accepted);
+    description = Deliver(server, mail, onAccepted);
   } catch (const SmtpError& fault) {
     number = fault.Number();
     description = fault.what();
@@ -92,9 +93,9 @@ bool SmtpMail::Send(const MailServer& server, const Mail& mail, const std::funct
     number = CURLE_FAILED_INIT;
     description = error.what();
   }
-  stopped_ = number == CancelledByUser;
-  statusText_ = MailStatusText(server, mail, number, description);
-  return number == CURLE_OK;
+  return {.accepted = number == CURLE_OK,
+          .cancelled = number == CancelledByUser,
+          .statusText = MailStatusText(server, mail, number, description)};
 }
 
 /// Returns the text of the reply with which the server accepted the mail.

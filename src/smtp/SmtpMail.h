@@ -24,9 +24,8 @@ class SmtpMail final : public MailTransport {
   SmtpMail(const FileSystem& files, const Clock& clock, StatusDisplay& display, SmtpLimits limits = {});
   ~SmtpMail() override;
 
-  bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) override;
-  [[nodiscard]] std::string StatusText() const override { return statusText_; }
-  [[nodiscard]] bool WasCancelled() const override { return stopped_; }
+  [[nodiscard]] MailOutcome Send(const MailServer& server, const Mail& mail,
+                                 const std::function<void()>& onAccepted) override;
 
  private:
   [[nodiscard]] std::string Deliver(const MailServer& server, const Mail& mail,
@@ -39,8 +38,6 @@ class SmtpMail final : public MailTransport {
   const Clock& clock_;
   StatusDisplay& display_;
   SmtpLimits limits_;
-  std::string statusText_;
-  bool stopped_ = false;
 };
 
 }  // namespace fieldpost

@@ -16,10 +16,10 @@ namespace {
 
 class NoTransport final : public fieldpost::MailTransport {
  public:
-  bool Send(const fieldpost::MailServer&, const fieldpost::Mail&, const std::function<void()>&) override {
-    return false;
+  [[nodiscard]] fieldpost::MailOutcome Send(const fieldpost::MailServer&, const fieldpost::Mail&,
+                                            const std::function<void()>&) override {
+    return {};
   }
-  [[nodiscard]] std::string StatusText() const override { return {}; }
 };
 
 int Run(const std::filesystem::path& home, const std::string& database) {
@@ -37,7 +37,7 @@ int Run(const std::filesystem::path& home, const std::string& database) {
     program.registry.CreateNewKey(HKEY_LOCAL_MACHINE, PpcDatabaseKey);
     program.registry.SetKeyValue(HKEY_LOCAL_MACHINE, PpcDatabaseKey, PpcFileNameValue, database, REG_SZ);
   }
-  return program.ppcAttachments.MakePPCFilesQuiet(display) && !program.lists.Attachments.empty() ? 0 : 1;
+  return program.ppcAttachments.MakePPCFilesQuiet(display).documents.empty() ? 1 : 0;
 }
 
 }  // namespace

@@ -78,8 +78,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   site.folder.Write("home/PPCData.xml", text);
   const std::string header = site.program.ppcAttachments.ReadPPCHeader();
   Expect(IsWellFormedXml(header + "\r\n<PPCentries></PPCentries>"), "the header can head a document");
-  const bool made = site.program.ppcAttachments.MakePPCFilesQuiet(site.display);
-  const PathList& paths = site.program.lists.Attachments;
+  const PpcCollection collected = site.program.ppcAttachments.MakePPCFilesQuiet(site.display);
+  const bool made = collected.succeeded;
+  const PathList paths = test::PathsOf(collected.documents);
   XmlDocument given;
   const bool loads = given.Load(text);
   Expect(made || paths.empty(), "a failure makes no documents");

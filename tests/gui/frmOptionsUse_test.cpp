@@ -25,7 +25,7 @@ TEST_F(OptionsForm, TheMailCheckOpensThePagesThatNeedFillingIn) {
     frmOptions shown(store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory);
     shown.ShowPage(page);
   });
-  EXPECT_TRUE(program_.check.CheckMailOptions());
+  EXPECT_TRUE(program_.check.CheckMailOptions().requiredMissing);
   EXPECT_THAT(opened, ElementsAre(std::pair(3, std::string("txtSMTPserver")),
                                   std::pair(4, std::string("txtPartnerID"))));
   EXPECT_THAT(

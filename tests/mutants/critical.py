@@ -15,8 +15,8 @@ CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(Ne
                            r"Delete|Refuse|Note|PrepareNote|Forget|replaceWritten|ClearPPCTemp|DeleteZipFiles)")
 # Functions that decide whether a file is removed, marked or mailed again.
 CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasCommitted|Holds|IsWhatWasFiled|RefuseSameFile)$")
-CRITICAL_FILES = re.compile(r"^src/(faultlog/|outbox/(SendLoop|SendJournal|DocumentMarking|AttachmentPackaging)\.cpp|"
-                            r"ppc/PpcDocuments|platform/FileSystem\.cpp)")
+CRITICAL_FILES = re.compile(r"^src/(faultlog/|outbox/(SendLoop|SendJournal|SentMarking|DocumentCollection|"
+                            r"DocumentMarking|AttachmentPackaging)\.cpp|ppc/PpcDocuments|platform/FileSystem\.cpp)")
 
 
 class Places:

@@ -4,13 +4,14 @@
 
 #include <utility>
 
-#include "support/OutboxParts.h"
+#include "support/SendSite.h"
 #include "support/TracedFileSystem.h"
 
 namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
+using test::SendSite;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -38,13 +39,12 @@ TEST(CountMails, DividesByTheChosenNumber) {
        }) {
     test::OutboxSite site;
     site.program.settings.NumAttachments = row.setting;
-    site.program.lists.Attachments.resize(row.files, "x");
-    EXPECT_EQ(site.program.packaging.CountMails(), row.mails) << row.name;
-    EXPECT_EQ(site.program.packaging.AttachmentsPerMail(), row.perMail) << row.name;
+    EXPECT_EQ(site.program.packaging.CountMails(row.files), row.mails) << row.name;
+    EXPECT_EQ(site.program.packaging.AttachmentsPerMail(row.files), row.perMail) << row.name;
   }
 }
 
-TEST(DeleteZipFiles, TellsWhatItCouldNotRemove) {
+TEST(DeleteZipFiles, LogsWhatItCannotDelete) {
   test::ReadyOutboxSite site;
   site.folder.Write("home/Faultlog/Process/a.zip", "zip");
   test::Trace trace;
@@ -55,85 +55,89 @@ TEST(DeleteZipFiles, TellsWhatItCouldNotRemove) {
   traced.before = [](const test::Change& change) {
     if (change.path.extension() == ".zip") throw FileError("cannot remove", change.path, "busy");
   };
-  run.packaging.DeleteZipFiles();
+  EXPECT_FALSE(run.packaging.DeleteZipFiles());
   EXPECT_THAT(site.Log(), ElementsAre(testing::EndsWith("a.zip: busy")));
 }
 
-TEST(ZipAttachments, ForgetsTheProblemOfTheLastTime) {
-  test::ReadyOutboxSite site;
+TEST(ZipAttachments, ReportsTheProblemOfThisPackingOnly) {
+  SendSite site;
   const std::string folder = std::exchange(site.program.settings.ProcessFolder, "/no/such/folder");
-  PathList list{site.folder.Write("one.xml", "1")};
-  EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
-  EXPECT_NE(site.program.packaging.Problem(), "");
+  Shipment shipment = site.ShipmentOf({site.folder.Write("one.xml", "1")});
+  PackingResult result = site.program.packaging.ZipAttachments(shipment);
+  EXPECT_FALSE(result.packed);
+  EXPECT_NE(result.problem, "");
   site.program.settings.ProcessFolder = folder;
-  EXPECT_TRUE(site.program.packaging.ZipAttachments(list));
-  EXPECT_EQ(site.program.packaging.Problem(), "");
+  result = site.program.packaging.ZipAttachments(shipment);
+  EXPECT_TRUE(result.packed);
+  EXPECT_EQ(result.problem, "");
 }
 
-TEST(ZipAttachments, ReplacesTheListByTheZip) {
+TEST(ZipAttachments, ReplacesTheAttachmentsByTheZip) {
   for (const bool ppc : {false, true}) {
-    test::ReadyOutboxSite site;
+    SendSite site;
     site.program.flags.SendingPPC = ppc;
     const fs::path one = site.folder.Write("one.xml", "1");
     const fs::path two = site.folder.Write("two.xml", "2");
     const fs::path gone = site.folder.Path() / "gone.xml";
-    PathList& list = site.program.lists.Attachments;
-    list = {one, gone, two};
+    Shipment shipment = site.ShipmentOf({one, gone, two});
     const fs::path zip = ppc ? site.Tree("PPCTemp") / "PPC.4711.200403151400.zip"
                              : site.Tree("Process") / "FLog.4711.200403151400.zip";
-    EXPECT_TRUE(site.program.packaging.ZipAttachments(list));
-    EXPECT_THAT(list, ElementsAre(zip));
-    EXPECT_THAT(site.program.lists.PackedFiles, ElementsAre(one, gone, two));
-    EXPECT_EQ(site.program.packaging.LastZipResult(), 0);
+    const PackingResult result = site.program.packaging.ZipAttachments(shipment);
+    EXPECT_TRUE(result.packed);
+    EXPECT_THAT(shipment.attachments, ElementsAre(zip));
+    EXPECT_THAT(shipment.packed, ElementsAre(one, gone, two));
+    EXPECT_EQ(result.zipResult, 0);
     EXPECT_EQ(test::ReadFile(zip).substr(0, 4), "PK\x03\x04");
     EXPECT_THAT(site.Log(), IsEmpty());
 
     const std::string first = test::ReadFile(zip);
-    list = {one};
-    EXPECT_TRUE(site.program.packaging.ZipAttachments(list));
+    Shipment second = site.ShipmentOf({one});
+    EXPECT_TRUE(site.program.packaging.ZipAttachments(second).packed);
     EXPECT_NE(test::ReadFile(zip), first) << "a second packing within the hour replaces the first";
   }
 }
 
-TEST(ZipAttachments, DoesNothingForAnEmptyList) {
-  test::ReadyOutboxSite site;
-  EXPECT_FALSE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
+TEST(ZipAttachments, DoesNothingWithoutAttachments) {
+  SendSite site;
+  Shipment empty = site.ShipmentOf({});
+  EXPECT_FALSE(site.program.packaging.ZipAttachments(empty).packed);
   EXPECT_THAT(test::Names(site.Tree("Process")), IsEmpty());
   EXPECT_THAT(site.Log(), IsEmpty());
 }
 
-TEST(ZipAttachments, SaysWhenTheFolderIsMissing) {
-  test::ReadyOutboxSite site;
+TEST(ZipAttachments, LogsThatTheFolderIsMissing) {
+  SendSite site;
   site.program.settings.ProcessFolder = "/no/such/folder/";
-  PathList list{site.folder.Write("one.xml", "1")};
-  EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
-  EXPECT_EQ(list.size(), 1U);
+  Shipment shipment = site.ShipmentOf({site.folder.Write("one.xml", "1")});
+  EXPECT_FALSE(site.program.packaging.ZipAttachments(shipment).packed);
+  EXPECT_EQ(shipment.attachments.size(), 1U);
   EXPECT_THAT(site.Log(), ElementsAre("[Error]:Process directory dosen't found"));
 }
 
 TEST(ZipAttachments, LogsTheDescriptionOfAFailure) {
-  test::ReadyOutboxSite site;
+  SendSite site;
   site.folder.Folder("home/Faultlog/Process/FLog.4711.200403151400.zip/in the way");
-  PathList list{site.folder.Write("one.xml", "1")};
-  EXPECT_FALSE(site.program.packaging.ZipAttachments(list));
-  EXPECT_THAT(list, IsEmpty());
-  EXPECT_EQ(site.program.lists.PackedFiles.size(), 1U);
-  EXPECT_NE(site.program.packaging.LastZipResult(), 0);
+  Shipment shipment = site.ShipmentOf({site.folder.Write("one.xml", "1")});
+  const PackingResult result = site.program.packaging.ZipAttachments(shipment);
+  EXPECT_FALSE(result.packed);
+  EXPECT_THAT(shipment.attachments, IsEmpty());
+  EXPECT_EQ(shipment.packed.size(), 1U);
+  EXPECT_NE(result.zipResult, 0);
   ASSERT_EQ(site.Log().size(), 1U);
-  EXPECT_THAT(site.Log()[0], testing::StartsWith("[Error]:"));
+  EXPECT_EQ(site.Log()[0], "[Error]:" + result.problem);
 }
 
-TEST(DeleteZipFiles, LeavesAllButZips) {
+TEST(DeleteZipFiles, DeletesZipFilesOnly) {
   test::ReadyOutboxSite site;
   for (const char* name : {"a.zip", "B.ZIP", "a.xml", "zip"}) {
     site.folder.Write(std::string("home/Faultlog/Process/") + name, "");
   }
-  site.program.packaging.DeleteZipFiles();
+  EXPECT_TRUE(site.program.packaging.DeleteZipFiles());
   EXPECT_EQ(test::Names(site.Tree("Process")), (std::set<std::string>{"a.xml", "zip"}));
   EXPECT_THAT(site.Log(), IsEmpty());
 
   site.program.settings.ProcessFolder = "/no/such/folder/";
-  site.program.packaging.DeleteZipFiles();
+  EXPECT_TRUE(site.program.packaging.DeleteZipFiles());
   EXPECT_THAT(site.Log(), ElementsAre("[Error]:Path not found (/no/such/folder/)"));
 }
 
@@ -142,24 +146,25 @@ TEST(ClearPPCTemp, DeletesEveryFile) {
   for (const char* name : {"PPC.1.xml", "x", ".hidden"}) {
     site.folder.Write(std::string("home/Faultlog/PPCTemp/") + name, "");
   }
-  site.program.packaging.ClearPPCTemp();
+  EXPECT_TRUE(site.program.packaging.ClearPPCTemp());
   EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty());
 }
 
-TEST(ZipAttachments, EndsWithoutAWordWhenAsked) {
-  test::ReadyOutboxSite site;
-  site.program.lists.Attachments = {site.folder.Write("one.xml", "1")};
+TEST(ZipAttachments, ReportsNothingWhenCancelled) {
+  SendSite site;
+  Shipment shipment = site.ShipmentOf({site.folder.Write("one.xml", "1")});
   site.display.stopAfterTurns = 0;
-  EXPECT_FALSE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
-  EXPECT_EQ(site.program.packaging.Problem(), "");
+  const PackingResult result = site.program.packaging.ZipAttachments(shipment);
+  EXPECT_FALSE(result.packed);
+  EXPECT_EQ(result.problem, "");
   EXPECT_THAT(site.Log(), IsEmpty());
   EXPECT_THAT(test::Names(site.Tree("Process")), IsEmpty());
 }
 
-TEST(ZipAttachments, ShowsHowFarItIs) {
-  test::ReadyOutboxSite site;
-  site.program.lists.Attachments = {site.folder.Write("one.xml", std::string(100000, 'x'))};
-  EXPECT_TRUE(site.program.packaging.ZipAttachments(site.program.lists.Attachments));
+TEST(ZipAttachments, ShowsThePercentage) {
+  SendSite site;
+  Shipment shipment = site.ShipmentOf({site.folder.Write("one.xml", std::string(100000, 'x'))});
+  EXPECT_TRUE(site.program.packaging.ZipAttachments(shipment).packed);
   EXPECT_THAT(site.display.ranges, ElementsAre(100));
   EXPECT_EQ(site.display.positions.back(), 100U);
 }

@@ -48,7 +48,8 @@ TEST(CheckMailOptions, ShowsEachMissingSettingAndOpensItsPage) {
   for (const Row& row : Rows) {
     test::ReadyOutboxSite site;
     Set(site, row);
-    EXPECT_EQ(site.program.check.CheckMailOptions(), row.serverOrSenderMissing || row.partnerMissing)
+    EXPECT_EQ(site.program.check.CheckMailOptions().requiredMissing,
+              row.serverOrSenderMissing || row.partnerMissing)
         << row.name;
     std::vector<test::ShownMessage> messages;
     std::vector<OptionsPage> pages;
@@ -67,11 +68,12 @@ TEST(CheckMailOptions, ShowsEachMissingSettingAndOpensItsPage) {
   }
 }
 
-TEST(CheckMailOptionsQuiet, HasOnlyTheLog) {
+TEST(CheckMailOptionsQuiet, ReportsInTheLogOnly) {
   for (const Row& row : Rows) {
     test::ReadyOutboxSite site;
     Set(site, row);
-    EXPECT_EQ(site.program.check.CheckMailOptionsQuiet(), row.serverOrSenderMissing || row.partnerMissing)
+    EXPECT_EQ(site.program.check.CheckMailOptionsQuiet().requiredMissing,
+              row.serverOrSenderMissing || row.partnerMissing)
         << row.name;
     std::vector<std::string> log;
     if (row.serverOrSenderMissing) log.push_back(std::string("[Error]:") + ServerOrSender);
@@ -82,7 +84,7 @@ TEST(CheckMailOptionsQuiet, HasOnlyTheLog) {
   }
 }
 
-TEST(CheckSendSettings, ReportsTheFirstMissingSettingAlone) {
+TEST(CheckSendSettings, ReportsTheFirstMissingSettingOnly) {
   for (const Row& row : Rows) {
     for (const bool show : {false, true}) {
       test::ReadyOutboxSite site;
@@ -101,7 +103,7 @@ TEST(CheckSendSettings, ReportsTheFirstMissingSettingAlone) {
   }
 }
 
-TEST(MailSettingsCheck, FillsInNumbersWhateverElseIsMissing) {
+TEST(MailSettingsCheck, FillsInDefaultNumbersWhateverElseIsMissing) {
   struct Defaults {
     const char* name;
     const char* given;
@@ -117,11 +119,9 @@ TEST(MailSettingsCheck, FillsInNumbersWhateverElseIsMissing) {
         Set(site, row);
         MailSettings& settings = site.program.settings;
         settings.SMTPPort = settings.TryCount = settings.Timeout = numbers.given;
-        if (quiet) {
-          site.program.check.CheckMailOptionsQuiet();
-        } else {
-          site.program.check.CheckMailOptions();
-        }
+        const MailOptionsResult result =
+            quiet ? site.program.check.CheckMailOptionsQuiet() : site.program.check.CheckMailOptions();
+        EXPECT_TRUE(result.defaultsSaved) << row.name;
         EXPECT_EQ(settings.SMTPPort, numbers.port) << row.name << ", " << numbers.name;
         EXPECT_EQ(settings.TryCount, numbers.tries) << row.name << ", " << numbers.name;
         EXPECT_EQ(settings.Timeout, numbers.timeout) << row.name << ", " << numbers.name;
@@ -133,19 +133,40 @@ TEST(MailSettingsCheck, FillsInNumbersWhateverElseIsMissing) {
   }
 }
 
-TEST(MailSettingsCheck, SaysThatDefaultsCouldNotBeSaved) {
+TEST(MailSettingsCheck, LogsThatDefaultsCouldNotBeSaved) {
   test::ReadyOutboxSite site;
   site.program.settings.SMTPPort.clear();
   site.folder.Folder("home/.Options.ini.fieldpost-new");  // where the file would be written first
-  EXPECT_FALSE(site.program.check.CheckMailOptionsQuiet()) << "nothing that is required is missing";
-  EXPECT_FALSE(site.program.check.DefaultsAreSaved());
+  const MailOptionsResult result = site.program.check.CheckMailOptionsQuiet();
+  EXPECT_FALSE(result.requiredMissing);
+  EXPECT_FALSE(result.defaultsSaved);
   EXPECT_EQ(site.program.settings.SMTPPort, "25");
   EXPECT_THAT(site.Log(), ElementsAre(testing::AllOf(
                               testing::StartsWith("[Error]:The mail settings were not saved: cannot "),
                               testing::HasSubstr("Options.ini"))));
 }
 
-TEST(GetRecipientAddress, IsTheRegisteredOneOrTheDefaultOfTheKindOfData) {
+TEST(CheckMailOptions, SavesTheDefaultOfEachSettingThatIsMissing) {
+  struct Numbers {
+    const char* port;
+    const char* tries;
+    const char* timeout;
+    bool saved;
+  };
+  for (const Numbers& row : {Numbers{"1", "1", "1", false}, Numbers{"", "1", "1", true},
+                             Numbers{"1", "", "1", true}, Numbers{"1", "1", "", true}}) {
+    test::ReadyOutboxSite site;
+    site.program.settings.SMTPPort = row.port;
+    site.program.settings.TryCount = row.tries;
+    site.program.settings.Timeout = row.timeout;
+    std::filesystem::remove(site.home / "Options.ini");
+    EXPECT_FALSE(site.program.check.CheckMailOptionsQuiet().requiredMissing);
+    EXPECT_EQ(std::filesystem::exists(site.home / "Options.ini"), row.saved)
+        << row.port << row.tries << row.timeout;
+  }
+}
+
+TEST(GetRecipientAddress, ReturnsTheRegisteredOrTheDefaultAddress) {
   struct Recipient {
     const char* name;
     bool ppc;
@@ -164,8 +185,8 @@ TEST(GetRecipientAddress, IsTheRegisteredOneOrTheDefaultOfTheKindOfData) {
     test::OutboxSite site;
     if (row.faultlog != nullptr) site.SetRegistry(FaultlogRecipientKey, "", row.faultlog);
     if (row.ppcValue != nullptr) site.SetRegistry(PpcRecipientKey, "", row.ppcValue);
-    site.program.flags.SendingPPC = row.ppc;
-    EXPECT_EQ(site.program.check.GetRecipientAddress(), row.expected) << row.name;
+    const DataKind kind = row.ppc ? DataKind::Ppc : DataKind::Faultlog;
+    EXPECT_EQ(site.program.check.GetRecipientAddress(kind), row.expected) << row.name;
   }
 }
 

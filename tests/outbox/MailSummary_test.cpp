@@ -16,7 +16,7 @@ std::string SummaryOf(const std::vector<std::size_t>& sizes, bool ppc) {
     attachments.push_back(folder.Write("file" + std::to_string(i + 1) + ".xml", ""));
     std::filesystem::resize_file(attachments.back(), sizes[i]);
   }
-  return BuildMailSummary(DiskFileSystem(), attachments, ppc);
+  return BuildMailSummary(DiskFileSystem(), attachments, ppc ? DataKind::Ppc : DataKind::Faultlog);
 }
 
 TEST(BuildMailSummary, ListsNamesAndSizes) {
@@ -53,9 +53,11 @@ TEST(BuildMailSummary, ListsNamesAndSizes) {
   }
 }
 
-TEST(BuildMailSummary, HandsItsErrorsToTheCaller) {
+TEST(BuildMailSummary, ThrowsForAMissingFileAndForATotalThatIsTooLarge) {
   const test::TempFolder folder;
-  EXPECT_THROW(BuildMailSummary(DiskFileSystem(), {folder.Path() / "none.xml"}, false), FileError);
+  EXPECT_THROW(
+      static_cast<void>(BuildMailSummary(DiskFileSystem(), {folder.Path() / "none.xml"}, DataKind::Faultlog)),
+      FileError);
   EXPECT_THROW(SummaryOf({2147483647, 1}, false), std::overflow_error);
   EXPECT_NO_THROW(SummaryOf({2147483647}, false));
 }

@@ -18,18 +18,17 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-TEST(SendData, HasNothingToDoWithoutAttachments) {
+TEST(SendData, DeletesOldZipFilesWithoutAttachments) {
   SendSite site;
   site.Document("old.zip", "");
-  EXPECT_FALSE(site.program.sendLoop.SendData());
+  EXPECT_FALSE(site.program.sendLoop.SendData(site.ShipmentOf({})).mailed);
   EXPECT_THAT(test::Names(site.Tree("Process")), IsEmpty()) << "old zips are gone all the same";
 }
 
 TEST(SendMail, NumbersItsMails) {
   SendSite site;
   site.program.settings.NumAttachments = "4";
-  site.program.lists.Attachments = site.Documents(7);
-  EXPECT_TRUE(site.program.sendLoop.SendMail());
+  EXPECT_TRUE(site.program.sendLoop.SendMail(site.ShipmentOf(site.Documents(7))).accepted);
   ASSERT_EQ(site.transport.mails.size(), 2U);
   EXPECT_EQ(site.transport.mails[0].subject, "1/2   Partner ID:4711  Sent:15.03.2004 14:37:09");
   EXPECT_EQ(site.transport.mails[1].subject, "2/2   Partner ID:4711  Sent:15.03.2004 14:37:09");
@@ -39,21 +38,19 @@ TEST(SendMail, NumbersItsMails) {
   EXPECT_THAT(site.Log(), ElementsAre("[Mail]:Mail Sent", "[Mail]:Mail Sent"));
 }
 
-TEST(SendMail, OfOneFileIsOneOfOne) {
+TEST(SendMail, NumbersASingleMailOneOfOne) {
   SendSite site;
-  site.program.lists.Attachments = site.Documents(1);
-  EXPECT_TRUE(site.program.sendLoop.SendMail());
+  EXPECT_TRUE(site.program.sendLoop.SendMail(site.ShipmentOf(site.Documents(1))).accepted);
   ASSERT_EQ(site.transport.mails.size(), 1U);
   EXPECT_THAT(site.transport.mails[0].subject, StartsWith("1/1   Partner ID:4711  Sent:"));
 }
 
-TEST(SendMail, LeavesOutWhatIsMissing) {
+TEST(SendMail, LeavesOutMissingFiles) {
   SendSite site;
   site.program.settings.NumAttachments = "9";
   const fs::path there = site.Document("a.xml");
   const fs::path gone = site.Tree("Process") / "gone.xml";
-  site.program.lists.Attachments = {gone, there};
-  EXPECT_TRUE(site.program.sendLoop.SendMail());
+  EXPECT_TRUE(site.program.sendLoop.SendMail(site.ShipmentOf({gone, there})).accepted);
   EXPECT_THAT(site.transport.mails[0].attachments, ElementsAre(there));
   EXPECT_THAT(site.Log(),
               ElementsAre("[Error]:File not found (" + Utf8FromPath(gone) + ")", "[Mail]:Mail Sent"));
@@ -76,11 +73,11 @@ TEST(SendMail, StopsAtTheFirstFailure) {
   for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);
 }
 
-TEST(SendData, ShowsWhatBecameOfItToSomebodyAtTheScreen) {
+TEST(SendData, ShowsTheResultWhenMessagesAreShown) {
   SendSite good;
   good.program.flags.ShowMessages = true;
   good.Documents(1);
-  good.program.sendLoop.SendQueuedFaultlogs();
+  EXPECT_TRUE(good.program.sendLoop.SendQueuedFaultlogs());
   EXPECT_THAT(good.prompt.messages,
               ElementsAre(test::ShownMessage{"Mail(s) has been Sent!", MessageIcon::Information, ""}));
   EXPECT_THAT(good.Log(), ElementsAre("[Mail]:Mail Sent"));
@@ -89,13 +86,13 @@ TEST(SendData, ShowsWhatBecameOfItToSomebodyAtTheScreen) {
   bad.program.flags.ShowMessages = true;
   bad.transport.failing = {1};
   bad.Documents(1);
-  bad.program.sendLoop.SendQueuedFaultlogs();
+  EXPECT_FALSE(bad.program.sendLoop.SendQueuedFaultlogs());
   EXPECT_THAT(bad.prompt.messages,
               ElementsAre(test::ShownMessage{"Mail to faultlog@fieldpost.example\r\nError: 7 refused",
                                              MessageIcon::Critical, "Error"}));
 }
 
-TEST(SendData, MarksPackedDocumentsAndRemovesTheZip) {
+TEST(SendData, MarksPackedDocumentsAndDeletesTheZip) {
   SendSite site;
   site.program.settings.UseZip = "True";
   const std::vector<fs::path> documents = site.Documents(3);
@@ -123,44 +120,14 @@ TEST(SendData, EmptiesPpcTempOnlyAfterSuccess) {
     site.program.flags.SendingPPC = true;
     if (fails) site.transport.failing = {1};
     const fs::path document = site.folder.Write("home/Faultlog/PPCTemp/PPC.1.xml", "<a/>");
-    site.program.lists.Attachments = {document};
-    EXPECT_EQ(site.program.sendLoop.SendData(), !fails);
+    EXPECT_EQ(site.program.sendLoop.SendData(site.ShipmentOf({document})).finished, !fails);
     EXPECT_EQ(fs::exists(document), fails);
     EXPECT_EQ(site.transport.mails[0].recipient, "ppc@fieldpost.example");
     EXPECT_THAT(site.transport.mails[0].body, testing::HasSubstr("[PPC Files]"));
   }
 }
 
-TEST(MarkSent, ChangesTheRootAlone) {
-  struct Row {
-    const char* name;
-    std::string given;
-    std::string expected;
-  };
-  for (const Row& row : {
-           Row{"a document of ours", std::string(Waiting), std::string(Sent)},
-           Row{"one with a common root",
-               "<?xml version=\"1.0\"?>\r\n<FLFILES Mode=\"Not Sent\">\r\n<FLFILE>Not "
-               "Sent</FLFILE>\r\n</FLFILES>\r\n",
-               "<?xml version=\"1.0\"?>\r\n<FLFILES Mode=\"Sent\">\r\n<FLFILE>Not "
-               "Sent</FLFILE>\r\n</FLFILES>\r\n"},
-           Row{"one written by others", "<a x='1' Mode='Not Sent'>ä</a>",
-               "<?xml version=\"1.0\"?>\n<a x=\"1\" Mode=\"Sent\">ä</a>\n"},
-           Row{"one without the attribute", "<a>not sent</a>",
-               "<?xml version=\"1.0\"?>\n<a Mode=\"Sent\">not sent</a>\n"},
-           Row{"one that does not load", "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\">",
-               "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\">"},
-       }) {
-    SendSite site;
-    const fs::path document = site.Document("a.xml", row.given);
-    site.program.lists.Attachments = {document};
-    EXPECT_TRUE(site.program.sendLoop.MarkSent()) << row.name;
-    EXPECT_EQ(test::ReadFile(document), row.expected) << row.name;
-    EXPECT_THAT(site.program.lists.Attachments, IsEmpty()) << row.name;
-  }
-}
-
-TEST(SendOneMail, HandsOverTheSettings) {
+TEST(SendOneMail, PassesTheSettingsToTheTransport) {
   SendSite site;
   MailSettings& settings = site.program.settings;
   settings.SMTPPort = "587";
@@ -173,7 +140,7 @@ TEST(SendOneMail, HandsOverTheSettings) {
   settings.TlsMode = "Required";
   settings.TlsCaFile = "/ca.pem";
   site.Documents(1);
-  site.program.sendLoop.SendQueuedFaultlogs();
+  EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
   ASSERT_EQ(site.transport.servers.size(), 1U);
   const MailServer& server = site.transport.servers[0];
   EXPECT_EQ(server.server, "mail.example");
@@ -192,69 +159,19 @@ TEST(SendOneMail, HandsOverTheSettings) {
   EXPECT_THAT(mail.messageId, testing::MatchesRegex("<[0-9a-f]+@partner\\.example>"));
 }
 
-TEST(SendOneMail, TakesTheTlsModeThatTheSettingNames) {
-  for (const auto& [setting, mode] :
-       {std::pair{"", TlsMode::Auto}, std::pair{"auto", TlsMode::Auto}, std::pair{"other", TlsMode::Auto},
-        std::pair{" NONE ", TlsMode::None}, std::pair{"required", TlsMode::Required}}) {
-    SendSite site;
-    site.program.settings.TlsMode = setting;
-    site.Documents(1);
-    site.program.sendLoop.SendQueuedFaultlogs();
-    EXPECT_EQ(site.transport.servers.at(0).tlsMode, mode) << setting;
-  }
-}
-
-TEST(SendOneMail, NamesMessagesAfterTheSendersDomainAsFarAsItCanStandThere) {
-  for (const auto& [sender, domain] :
-       {std::pair{"site@partner-1.example", "partner-1.example"}, std::pair{"site", "site"},
-        std::pair{"a@b_c\"<>.x", "b_c.x"}, std::pair{"a@_.example", "_.example"},
-        std::pair{"a@[10.0.0.1]", "10.0.0.1"}, std::pair{"a@", "fieldpost.invalid"},
-        std::pair{"a@@@", "fieldpost.invalid"}, std::pair{"a@.example", "fieldpost.invalid"},
-        std::pair{"a@x..example", "fieldpost.invalid"}, std::pair{"a@x.example.", "fieldpost.invalid"}}) {
-    SendSite site;
-    site.program.settings.SenderAddress = sender;
-    site.Documents(1);
-    site.program.sendLoop.SendQueuedFaultlogs();
-    EXPECT_THAT(site.transport.mails.at(0).messageId, testing::EndsWith("@" + std::string(domain) + ">"))
-        << sender;
-  }
-}
-
-TEST(SendOneMail, TakesDefaultsForNumbersThatAreNone) {
-  for (const char* text : {"", "x", "0", "-1", "99999999999", "25x"}) {
-    SendSite site;
-    site.program.settings.SMTPPort = site.program.settings.TryCount = site.program.settings.Timeout = text;
-    site.Documents(1);
-    site.program.sendLoop.SendQueuedFaultlogs();
-    EXPECT_EQ(site.transport.servers[0].port, 25) << text;
-    EXPECT_EQ(site.transport.servers[0].tryCount, 2) << text;
-    EXPECT_EQ(site.transport.servers[0].timeoutSeconds, 10) << text;
-  }
-}
-
-TEST(SendMail, KeepsOtherCharactersOfThePartnerIdOutOfTheSubject) {
-  SendSite site;
-  site.program.settings.PartnerID = "47\r\nBcc: x/11";
-  site.Documents(1);
-  site.program.sendLoop.SendQueuedFaultlogs();
-  EXPECT_EQ(site.transport.mails[0].subject, "1/1   Partner ID:47Bccx11  Sent:15.03.2004 14:37:09");
-}
-
-TEST(SendPackedData, SendsTheListAsItStands) {
+TEST(SendPackedData, SendsTheAttachmentsAsTheyAre) {
   SendSite site;
   site.program.settings.UseZip = "True";
   const std::vector<fs::path> documents = site.Documents(1);
-  site.program.lists.Attachments = documents;
-  EXPECT_TRUE(site.program.sendLoop.SendPackedData());
+  EXPECT_TRUE(site.program.sendLoop.SendPackedData(site.ShipmentOf(documents)).finished);
   ASSERT_EQ(site.transport.mails.size(), 1U);
   EXPECT_EQ(site.transport.mails[0].attachments, documents);
   EXPECT_EQ(test::ReadFile(documents[0]), Sent);
 }
 
-TEST(SendData, ShowsWhichMailItIsAt) {
+TEST(SendData, ShowsTheNumberOfEachMail) {
   SendSite site;
-  site.program.lists.Attachments = site.Documents(3);
-  EXPECT_TRUE(site.program.sendLoop.SendData());
+  EXPECT_TRUE(site.program.sendLoop.SendData(site.ShipmentOf(site.Documents(3))).finished);
   EXPECT_THAT(
       site.display.captions,
       ElementsAre("Sending mail 1/3...", "Sending mail 2/3...", "Sending mail 3/3...", "All mails sent",
@@ -264,14 +181,13 @@ TEST(SendData, ShowsWhichMailItIsAt) {
   EXPECT_THAT(site.display.positions, ElementsAre(0, 1, 2, 3, 0, 1, 2));
 }
 
-TEST(SendData, EndsAtTheNextMailWhenAsked) {
+TEST(SendData, StopsAtTheNextMailWhenCancelled) {
   for (std::size_t stopAfterTurns = 0; stopAfterTurns < 6; ++stopAfterTurns) {
     SendSite site;
     site.program.flags.ShowMessages = true;
     const std::vector<fs::path> documents = site.Documents(3);
-    site.program.lists.Attachments = documents;
     site.display.stopAfterTurns = stopAfterTurns;
-    EXPECT_FALSE(site.program.sendLoop.SendData());
+    EXPECT_FALSE(site.program.sendLoop.SendData(site.ShipmentOf(documents)).mailed);
     const std::size_t sent = site.transport.mails.size();
     EXPECT_LT(sent, 3U) << stopAfterTurns;
     EXPECT_EQ(site.Log(), std::vector<std::string>(sent, "[Mail]:Mail Sent")) << stopAfterTurns;
@@ -287,21 +203,20 @@ TEST(SendData, EndsAtTheNextMailWhenAsked) {
   }
 }
 
-TEST(SendData, OnceAllWasMailedItIsMarkedWhateverTheUserWants) {
+TEST(SendData, MarksAllDocumentsWhenCancelledAfterTheLastMail) {
   SendSite site;
   const std::vector<fs::path> documents = site.Documents(3);
-  site.program.lists.Attachments = documents;
   site.display.stopAfterTurns = 10;  // in the middle of the marking
-  EXPECT_TRUE(site.program.sendLoop.SendData());
+  EXPECT_TRUE(site.program.sendLoop.SendData(site.ShipmentOf(documents)).finished);
   EXPECT_TRUE(site.display.IsCancelled());
   for (const fs::path& document : documents) EXPECT_EQ(test::ReadFile(document), Sent);
 }
 
-TEST(SendOneMail, SaysNothingOfAMailThatTheUserStopped) {
+TEST(SendOneMail, ReportsNothingForACancelledMail) {
   SendSite site;
   site.program.flags.ShowMessages = true;
   site.transport.failing = {1};
-  site.transport.stopped = true;
+  site.transport.cancelled = true;
   const fs::path document = site.Documents(1)[0];
   EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());
   EXPECT_THAT(site.Log(), IsEmpty());
@@ -309,7 +224,7 @@ TEST(SendOneMail, SaysNothingOfAMailThatTheUserStopped) {
   EXPECT_EQ(test::ReadFile(document), Waiting);
 }
 
-TEST(SendData, ShowsAFailureThatIsNotTheServersToo) {
+TEST(SendData, ShowsAPackingFailure) {
   SendSite site;
   site.program.flags.ShowMessages = true;
   site.program.settings.UseZip = "true";
@@ -320,6 +235,58 @@ TEST(SendData, ShowsAFailureThatIsNotTheServersToo) {
   EXPECT_EQ(site.prompt.messages[0].icon, MessageIcon::Critical);
   EXPECT_EQ(site.prompt.messages[0].title, "Error");
   EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + site.prompt.messages[0].text));
+}
+
+TEST(SendData, DeletesAnOldZipBeforeTheFirstMail) {
+  SendSite site;
+  const fs::path old = site.Document("FLog.4711.200403151300.zip", "old");
+  const Shipment shipment = site.ShipmentOf({site.Document("a.xml")});
+  site.transport.failing = {1};
+  EXPECT_FALSE(site.program.sendLoop.SendData(shipment).mailed);
+  EXPECT_FALSE(fs::exists(old));
+}
+
+TEST(SendMail, FailsBeforeTheFirstMailWhenTheJournalIsUnreadable) {
+  SendSite site;
+  const Shipment shipment = site.ShipmentOf({site.Document("a.xml")});
+  fs::create_directory(site.Journal());
+  EXPECT_FALSE(site.program.sendLoop.SendMail(shipment).accepted);
+  EXPECT_THAT(site.transport.mails, IsEmpty());
+}
+
+TEST(SendMail, ReturnsNoSentDocumentsForARefusedMail) {
+  SendSite site;
+  const Shipment shipment = site.ShipmentOf({site.Document("a.xml")});
+  site.transport.failing = {1};
+  const MailingResult result = site.program.sendLoop.SendMail(shipment);
+  EXPECT_FALSE(result.accepted);
+  EXPECT_THAT(result.sent, IsEmpty());
+  EXPECT_THAT(shipment.attachments, ElementsAre(site.Tree("Process") / "a.xml"));
+  EXPECT_THAT(shipment.packed, IsEmpty());
+}
+
+TEST(SendOneMail, UsesTheTlsModeThatTheSettingNames) {
+  for (const auto& [setting, mode] :
+       {std::pair{"", TlsMode::Auto}, std::pair{"auto", TlsMode::Auto}, std::pair{"other", TlsMode::Auto},
+        std::pair{" NONE ", TlsMode::None}, std::pair{"required", TlsMode::Required}}) {
+    SendSite site;
+    site.program.settings.TlsMode = setting;
+    site.Documents(1);
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+    EXPECT_EQ(site.transport.servers.at(0).tlsMode, mode) << setting;
+  }
+}
+
+TEST(SendOneMail, UsesDefaultsForInvalidNumbers) {
+  for (const char* text : {"", "x", "0", "-1", "99999999999", "25x"}) {
+    SendSite site;
+    site.program.settings.SMTPPort = site.program.settings.TryCount = site.program.settings.Timeout = text;
+    site.Documents(1);
+    EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
+    EXPECT_EQ(site.transport.servers[0].port, 25) << text;
+    EXPECT_EQ(site.transport.servers[0].tryCount, 2) << text;
+    EXPECT_EQ(site.transport.servers[0].timeoutSeconds, 10) << text;
+  }
 }
 
 }  // namespace

@@ -2,12 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "outbox/DocumentMode.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
 namespace {
 
-TEST(IsWaitingDocument, LooksAtTheFirstLines) {
+TEST(IsWaitingDocument, SearchesTheFirstLines) {
   const std::string filler(70000, 'x');
   struct Row {
     const char* name;
@@ -35,14 +36,44 @@ TEST(IsWaitingDocument, LooksAtTheFirstLines) {
   }
 }
 
-TEST(IsWaitingDocument, LooksAtNoLineWhereNoneIsWanted) {
+TEST(IsWaitingDocument, SearchesNoLineForACountOfZero) {
   const test::TempFolder folder;
   EXPECT_FALSE(IsWaitingDocument(DiskFileSystem(), folder.Write("a.xml", "not sent"), 0));
 }
 
-TEST(IsWaitingDocument, LooksAtEveryLineWhereNoneIsGiven) {
+TEST(IsWaitingDocument, SearchesEveryLineByDefault) {
   const test::TempFolder folder;
   EXPECT_TRUE(IsWaitingDocument(DiskFileSystem(), folder.Write("a.xml", "1\n2\n3\n4\n5\n6\nnot sent")));
+}
+
+TEST(HashIfWaiting, ReturnsTheHashOfTheWholeDocument) {
+  const std::string filler(200'000, 'x');
+  for (const std::string& text : {std::string("<a Mode='Not Sent'/>"),
+                                  "<a Mode='Not Sent'>" + filler + "</a>", filler + "Not Sent" + filler}) {
+    const test::TempFolder folder;
+    StatusDisplay display;
+    EXPECT_EQ(HashIfWaiting(DiskFileSystem(), folder.Write("a.xml", text), AllLines, display),
+              HashContent(text));
+  }
+}
+
+TEST(HashIfWaiting, ReturnsNothingForADocumentThatDoesNotWait) {
+  const test::TempFolder folder;
+  StatusDisplay display;
+  const std::filesystem::path sent = folder.Write("a.xml", "<a Mode='Sent'><b>Not Sent</b></a>");
+  const std::filesystem::path late = folder.Write("b.xml", "1\n2\n3\n4\n5\nnot sent");
+  EXPECT_EQ(HashIfWaiting(DiskFileSystem(), sent, AllLines, display), std::nullopt);
+  EXPECT_EQ(HashIfWaiting(DiskFileSystem(), late, 5, display), std::nullopt);
+}
+
+TEST(HashIfWaiting, RefusesADocumentThatIsTooLarge) {
+  const test::TempFolder folder;
+  StatusDisplay display;
+  const std::filesystem::path document = folder.Write("a.xml", "<a Mode='Not Sent'/>");
+  std::filesystem::resize_file(document, MaxDocumentBytes);
+  EXPECT_TRUE(HashIfWaiting(DiskFileSystem(), document, AllLines, display).has_value());
+  std::filesystem::resize_file(document, MaxDocumentBytes + 1);
+  EXPECT_THROW(static_cast<void>(HashIfWaiting(DiskFileSystem(), document, AllLines, display)), FileTooLarge);
 }
 
 }  // namespace

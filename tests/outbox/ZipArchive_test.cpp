@@ -22,8 +22,7 @@ class ZipArchiveTest : public testing::Test {
  protected:
   ZipResult Pack(const PathList& paths) { return WriteZip(files, paths, zip, display); }
 
-  /// What another program finds in the zip: a line "name|size|method" for each entry, after it has checked
-  /// them all.
+  /// Checks the zip with another program. Returns what it finds: a line "name|size|method" for each entry.
   [[nodiscard]] std::string Entries() const {
     return RunCommand(
                "/usr/bin/python3 -c \"import sys, zipfile\n"
@@ -48,7 +47,7 @@ class ZipArchiveTest : public testing::Test {
   std::filesystem::path zip = folder.Folder("process") / "FLog.4711.200403151400.zip";
 };
 
-TEST_F(ZipArchiveTest, HoldsEveryFileUnderItsNameAlone) {
+TEST_F(ZipArchiveTest, StoresEveryFileUnderItsNameOnly) {
   std::string bytes;
   for (unsigned i = 0; i < 300'000; ++i) bytes += static_cast<char>(i * i >> 3U);
   const ZipResult result = Pack({folder.Write("one/a.xml", bytes), folder.Write("two/b.xml", ""),
@@ -79,7 +78,7 @@ TEST_F(ZipArchiveTest, CompressesAtLevelSix) {
   EXPECT_THAT(result.output, testing::Not(HasSubstr("1"))) << result.output;
 }
 
-TEST_F(ZipArchiveTest, NamesThatMeetBecomeUnique) {
+TEST_F(ZipArchiveTest, MakesEqualNamesUnique) {
   const ZipResult result =
       Pack({folder.Write("1/a.xml", "1"), folder.Write("2/a.xml", "2"), folder.Write("3/A.XML", "3"),
             folder.Write("4/a (2).xml", "4"), folder.Write("5/b", "5"), folder.Write("6/b", "6"),
@@ -93,7 +92,7 @@ TEST_F(ZipArchiveTest, NamesThatMeetBecomeUnique) {
   }
 }
 
-TEST_F(ZipArchiveTest, TheSameFilesGiveTheSameBytes) {
+TEST_F(ZipArchiveTest, SameFilesGiveTheSameBytes) {
   const PathList paths{folder.Write("a.xml", "a"), folder.Write("b.xml", "b")};
   const auto oneHour = std::chrono::hours(1);
   for (const auto& path : paths)
@@ -104,13 +103,13 @@ TEST_F(ZipArchiveTest, TheSameFilesGiveTheSameBytes) {
   EXPECT_EQ(ReadFile(zip), first);
 }
 
-TEST_F(ZipArchiveTest, AnOlderZipIsReplaced) {
+TEST_F(ZipArchiveTest, ReplacesAnOlderZip) {
   ASSERT_EQ(Pack({folder.Write("a.xml", "a"), folder.Write("b.xml", "b")}).code, 0);
   ASSERT_EQ(Pack({folder.Write("c.xml", "c")}).code, 0);
   EXPECT_THAT(Entries(), testing::StartsWith("c.xml|1|"));
 }
 
-TEST_F(ZipArchiveTest, AMissingFileFailsAndChangesNothing) {
+TEST_F(ZipArchiveTest, MissingFileFailsAndChangesNothing) {
   folder.Write("process/FLog.4711.200403151400.zip", "old");
   const ZipResult result = Pack({folder.Write("a.xml", "a"), folder.Path() / "missing.xml"});
   EXPECT_NE(result.code, 0);
@@ -119,14 +118,14 @@ TEST_F(ZipArchiveTest, AMissingFileFailsAndChangesNothing) {
   EXPECT_THAT(Names(zip.parent_path()), ElementsAre(zip.filename().native()));
 }
 
-TEST_F(ZipArchiveTest, AFileThatCannotBeReadFailsAndLeavesNothing) {
+TEST_F(ZipArchiveTest, UnreadableFileFailsAndLeavesNothing) {
   const ZipResult result = Pack({folder.Write("a.xml", "a"), folder.Folder("folder.xml")});
   EXPECT_NE(result.code, 0);
   EXPECT_THAT(result.description, HasSubstr("folder.xml"));
   EXPECT_TRUE(Names(zip.parent_path()).empty());
 }
 
-TEST_F(ZipArchiveTest, WhateverFailsLeavesNothingAndIsSaid) {
+TEST_F(ZipArchiveTest, AnyFailureIsReportedAndLeavesNothing) {
   const PathList paths{folder.Write("a.xml", "a")};
   for (const char* call : {"zip_open", "zip_source_function", "zip_file_add", "zip_set_file_compression",
                            "zip_register_progress_callback_with_state"}) {
@@ -134,7 +133,7 @@ TEST_F(ZipArchiveTest, WhateverFailsLeavesNothingAndIsSaid) {
     const ZipResult result = WriteZip(files, paths, zip, display, [](int) {});
     EXPECT_EQ(failing.Failures(), 1) << call;
     EXPECT_NE(result.code, 0) << call;
-    EXPECT_FALSE(result.stopped) << call;
+    EXPECT_FALSE(result.cancelled) << call;
     EXPECT_THAT(result.description, HasSubstr("Malloc failure")) << call;
     EXPECT_TRUE(Names(zip.parent_path()).empty()) << call;
   }
@@ -143,26 +142,26 @@ TEST_F(ZipArchiveTest, WhateverFailsLeavesNothingAndIsSaid) {
   EXPECT_TRUE(Names(zip.parent_path()).empty());
 }
 
-TEST_F(ZipArchiveTest, SaysWhatFailedFirstWhenTheRestCannotBeRemovedEither) {
+TEST_F(ZipArchiveTest, ReportsTheFirstFailureWhenTheTemporaryFileStaysToo) {
   constexpr int onceForALeftOver = 1;
   const FailingCall failing("unlink", EACCES, onceForALeftOver);
   EXPECT_THAT(Pack({folder.Path() / "missing.xml"}).description, HasSubstr("missing.xml"));
   EXPECT_EQ(failing.Failures(), 1);
 }
 
-TEST_F(ZipArchiveTest, AFolderThatIsMissingFails) {
+TEST_F(ZipArchiveTest, MissingFolderFails) {
   zip = folder.Path() / "missing" / "a.zip";
   const ZipResult result = Pack({folder.Write("a.xml", "a")});
   EXPECT_NE(result.code, 0);
   EXPECT_THAT(result.description, HasSubstr("cannot pack " + zip.native() + ": "));
 }
 
-TEST_F(ZipArchiveTest, NothingToPackFails) {
+TEST_F(ZipArchiveTest, EmptyListFails) {
   EXPECT_NE(Pack({}).code, 0);
   EXPECT_FALSE(std::filesystem::exists(zip));
 }
 
-TEST_F(ZipArchiveTest, EndsWithoutATraceWhenAsked) {
+TEST_F(ZipArchiveTest, LeavesNothingWhenCancelled) {
   const PathList paths{folder.Write("a.xml", std::string(500'000, 'a')), folder.Write("b.xml", "b")};
   ASSERT_EQ(Pack(paths).code, 0);
   const std::size_t turns = display.eventTurns;
@@ -170,7 +169,7 @@ TEST_F(ZipArchiveTest, EndsWithoutATraceWhenAsked) {
   for (std::size_t turn = 0; turn <= turns; turn += turns / 5) {
     display.stopAfterTurns = display.eventTurns + turn + 1;
     const ZipResult result = Pack(paths);
-    EXPECT_EQ(result.stopped, turn < turns) << turn;
+    EXPECT_EQ(result.cancelled, turn < turns) << turn;
     EXPECT_EQ(result.code == 0, turn == turns) << turn << result.description;
     EXPECT_EQ(ReadFile(zip), old) << turn;
     EXPECT_THAT(Names(zip.parent_path()), ElementsAre(zip.filename().native())) << turn;

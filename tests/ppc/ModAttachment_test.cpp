@@ -23,7 +23,7 @@ std::string Export(PpcSite& site) {
   return test::ReadFile(site.program.ppcDatabase.ExportFile());
 }
 
-/// The reason for which an export is refused; empty when it is not.
+/// Returns why an export is refused; empty when it succeeds.
 std::string Fault(PpcSite& site) {
   try {
     Export(site);
@@ -33,7 +33,7 @@ std::string Fault(PpcSite& site) {
   }
 }
 
-TEST(FindPPCPath, PrefersTheDatabasesOwnValue) {
+TEST(FindPPCPath, PrefersTheValueOfTheDatabase) {
   struct Row {
     const char* name;
     const char* database;
@@ -63,7 +63,7 @@ TEST(ExportPPCData, KeepsThePatternForTheRun) {
   EXPECT_THAT(Export(site), HasSubstr("<PPCentry>1</PPCentry>"));
 }
 
-TEST(ExportPPCData, TouchesNothingWhileNoPatternIsKnown) {
+TEST(ExportPPCData, ChangesNothingWithoutAPattern) {
   PpcSite site;
   site.Export("given");
   EXPECT_EQ(Export(site), "given");
@@ -77,7 +77,7 @@ TEST(ExportPPCData, RemovesAnEarlierExport) {
   EXPECT_FALSE(fs::exists(site.program.ppcDatabase.ExportFile()));
 }
 
-TEST(ExportPPCData, CallsTheLibraryWithBothResultsAtZero) {
+TEST(ExportPPCData, CallsTheLibraryWithBothResultsZero) {
   PpcSite site;
   site.SetDatabase("/dätabase/ppc.xml");
   PpcLibrary library(FIELDPOST_FAKE_PPCDB);
@@ -91,7 +91,7 @@ TEST(ExportPPCData, CallsTheLibraryWithBothResultsAtZero) {
   }
 }
 
-TEST(PpcLibrary, TellsMissingFromUnusable) {
+TEST(PpcLibrary, DistinguishesMissingFromUnusable) {
   const test::TempFolder folder;
   const fs::path text = folder.Write("libtext.so", "no library");
   struct Row {
@@ -114,7 +114,7 @@ TEST(PpcLibrary, TellsMissingFromUnusable) {
   }
 }
 
-TEST(ExportPPCData, DoesNotPassOverALibraryThatCannotBeUsed) {
+TEST(ExportPPCData, FailsWhenTheLibraryIsUnusable) {
   PpcSite site;
   site.Database("a.xml", "<R><PPCentry/></R>");
   PpcLibrary library(site.folder.Path() / "no.so");
@@ -123,7 +123,7 @@ TEST(ExportPPCData, DoesNotPassOverALibraryThatCannotBeUsed) {
   EXPECT_FALSE(fs::exists(database.ExportFile()));
 }
 
-TEST(ExportPpcDatabase, GathersTheEntriesOfAllFiles) {
+TEST(ExportPpcDatabase, CollectsTheEntriesOfAllFiles) {
   PpcSite site;
   site.Database("b.XML",
                 "<?xml version='1.0' encoding='ISO-8859-1'?><R><ArchiveDate>2</ArchiveDate>"
@@ -144,14 +144,14 @@ TEST(ExportPpcDatabase, WritesAnExportWithoutEntries) {
   EXPECT_EQ(Export(site), std::string(ExportHead) + "</PPCData>\r\n");
 }
 
-TEST(ExportPpcDatabase, WritesNoneWithoutDatabaseFiles) {
+TEST(ExportPpcDatabase, WritesNothingWithoutDatabaseFiles) {
   PpcSite site;
   site.Database("a.txt", "");
   EXPECT_EQ(Fault(site), "");
   EXPECT_FALSE(fs::exists(site.program.ppcDatabase.ExportFile()));
 }
 
-TEST(ExportPpcDatabase, NamesTheFileThatCannotBeRead) {
+TEST(ExportPpcDatabase, NamesTheMalformedFile) {
   PpcSite site;
   site.Database("a.xml", "<R><PPCentry>" + std::string(3000000, 'x') + "</PPCentry></R>");
   const fs::path broken = site.Database("b.xml", "<R>");
@@ -160,7 +160,7 @@ TEST(ExportPpcDatabase, NamesTheFileThatCannotBeRead) {
   EXPECT_THAT(test::Names(site.home), testing::Not(testing::Contains(testing::EndsWith("-new"))));
 }
 
-TEST(ExportPpcDatabase, LeavesItsOwnOutputOut) {
+TEST(ExportPpcDatabase, IgnoresItsOwnOutput) {
   PpcSite site;
   site.SetDatabase(site.home);
   site.folder.Write("home/other.xml", "<R><PPCentry/></R>");
@@ -169,11 +169,11 @@ TEST(ExportPpcDatabase, LeavesItsOwnOutputOut) {
   EXPECT_EQ(Export(site), first);
 }
 
-TEST(ExportPpcDatabase, IsReadBackWhole) {
+TEST(ExportPpcDatabase, WritesWhatTheExtractionReads) {
   PpcSite site;
   site.Database("a.xml",
                 "<R xmlns:p='urn:p'><PPCentry><p:A/></PPCentry><ArchiveDate>1</ArchiveDate><PPCentry/></R>");
-  EXPECT_TRUE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display));
+  EXPECT_TRUE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display).succeeded);
   EXPECT_EQ(site.Document(),
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n"
             "<!-- exported by Fieldpost in place of ppcdb.dll -->\r\n"
@@ -182,10 +182,10 @@ TEST(ExportPpcDatabase, IsReadBackWhole) {
             "\r\n</PPCentries>");
 }
 
-TEST(ExportPpcDatabase, AFaultIsToldOnce) {
+TEST(ExportPpcDatabase, LogsAFaultOnce) {
   PpcSite site;
   site.Database("a.xml", "<R>");
-  EXPECT_FALSE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display));
+  EXPECT_FALSE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display).succeeded);
   EXPECT_THAT(site.Log(), testing::ElementsAre(
                               testing::AllOf(StartsWith("[Error]:PPC Error ("), HasSubstr("a.xml: line 1"))));
   EXPECT_THAT(test::Names(site.Temp()), IsEmpty());

@@ -21,8 +21,13 @@ using testing::StartsWith;
 constexpr const char* Missing = "[Error]:PPCdata path not found or Quillon is not installed";
 const std::string LibraryHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<!-- made by ppcdb.dll -->";
 
+/// Collects, and keeps the documents for the test to look at.
 bool Make(PpcSite& site) {
-  return site.program.ppcAttachments.MakePPCFilesQuiet(site.display);
+  return site.Keep(site.program.ppcAttachments.MakePPCFilesQuiet(site.display));
+}
+
+bool MakeOnScreen(PpcSite& site) {
+  return site.Keep(site.program.ppcAttachments.MakePPCFiles(site.display));
 }
 
 std::string Entry(std::size_t characters) {
@@ -40,13 +45,13 @@ TEST(MakePPCFiles, WritesADocumentByteForByte) {
                                  "\r\n<PPCentries>\r\n<ArchiveDate>20040315</ArchiveDate>"
                                  "<PPCentry No=\"1\"><A>ä</A></PPCentry>\r\n<PPCentry/>\r\n"
                                  "\r\n</PPCentries>");
-  EXPECT_THAT(site.program.lists.Attachments, ElementsAre(site.Temp("PPC.4711.200403151401.xml")));
+  EXPECT_THAT(site.documents, ElementsAre(site.Temp("PPC.4711.200403151401.xml")));
   EXPECT_FALSE(fs::exists(site.home / "PPCData.xml")) << "the export is done with";
   EXPECT_THAT(site.Log(), IsEmpty());
   EXPECT_THAT(site.display.labels, IsEmpty());
 }
 
-TEST(MakePPCFiles, TakesTheHeaderOfTheLibraryAlone) {
+TEST(MakePPCFiles, UsesTheHeaderOfTheLibraryOnly) {
   const std::string plain = "<?xml version=\"1.0\"?>";
   struct Row {
     const char* name;
@@ -80,7 +85,7 @@ TEST(MakePPCFiles, TakesTheHeaderOfTheLibraryAlone) {
   }
 }
 
-TEST(MakePPCFiles, ClosesADocumentOnceItsTextIsLongerThanTheLimit) {
+TEST(MakePPCFiles, CompletesADocumentOnceItsTextIsLongerThanTheLimit) {
   struct Row {
     const char* name;
     std::vector<std::string> entries;
@@ -107,7 +112,7 @@ TEST(MakePPCFiles, ClosesADocumentOnceItsTextIsLongerThanTheLimit) {
     for (const std::string& entry : row.entries) text += entry;
     site.Export("<R>" + text + "</R>");
     EXPECT_TRUE(Make(site));
-    ASSERT_EQ(site.program.lists.Attachments.size(), row.perDocument.size()) << row.name;
+    ASSERT_EQ(site.documents.size(), row.perDocument.size()) << row.name;
     auto entry = row.entries.begin();
     for (std::size_t i = 0; i < row.perDocument.size(); ++i) {
       std::string expected = "<?xml version=\"1.0\"?>\r\n<PPCentries>\r\n<ArchiveDate></ArchiveDate>";
@@ -118,7 +123,7 @@ TEST(MakePPCFiles, ClosesADocumentOnceItsTextIsLongerThanTheLimit) {
   }
 }
 
-TEST(MakePPCFiles, EveryDocumentHasTheFirstDateWhereverItStands) {
+TEST(MakePPCFiles, PutsTheFirstDateIntoEveryDocument) {
   for (const bool atEnd : {false, true}) {
     PpcSite site;
     const std::string date = "<ArchiveDate>20040315</ArchiveDate>";
@@ -135,7 +140,7 @@ TEST(MakePPCFiles, EveryDocumentHasTheFirstDateWhereverItStands) {
   }
 }
 
-TEST(MakePPCFiles, TwoInOneHourReplaceEachOthersDocuments) {
+TEST(MakePPCFiles, ReplacesTheDocumentsOfTheSameHour) {
   PpcSite site;
   site.Export("<R><PPCentry>old</PPCentry></R>");
   EXPECT_TRUE(Make(site));
@@ -144,10 +149,10 @@ TEST(MakePPCFiles, TwoInOneHourReplaceEachOthersDocuments) {
   EXPECT_TRUE(Make(site));
   EXPECT_THAT(test::Names(site.Temp()), ElementsAre("PPC.4711.200403151401.xml"));
   EXPECT_THAT(site.Document(), HasSubstr("new"));
-  EXPECT_EQ(site.program.lists.Attachments.size(), 1U) << "the list is empty when a collection begins";
+  EXPECT_EQ(site.documents.size(), 1U) << "the list is empty when a collection begins";
 }
 
-TEST(MakePPCFiles, TakesLettersAndDigitsOfThePartnerIdAlone) {
+TEST(MakePPCFiles, UsesOnlyLettersAndDigitsOfThePartnerId) {
   PpcSite site;
   site.program.settings.PartnerID = "../47 11\r\n";
   site.Export("<R><PPCentry/></R>");
@@ -155,7 +160,7 @@ TEST(MakePPCFiles, TakesLettersAndDigitsOfThePartnerIdAlone) {
   EXPECT_THAT(test::Names(site.Temp()), ElementsAre("PPC.4711.200403151401.xml"));
 }
 
-TEST(MakePPCFiles, WritesTheEncodingThatTheHeaderNames) {
+TEST(MakePPCFiles, WritesTheEncodingThatTheHeaderDeclares) {
   const std::string latin = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\r\n";
   const std::string comment = "<!-- ppcdb.dll -->\r\n";
   const std::string body = "<R><ArchiveDate>M\xE4rz</ArchiveDate><PPCentry>\xE4</PPCentry></R>";
@@ -185,7 +190,7 @@ TEST(MakePPCFiles, WritesTheEncodingThatTheHeaderNames) {
   }
 }
 
-TEST(MakePPCFiles, AFaultAnywhereLeavesNoDocument) {
+TEST(MakePPCFiles, LeavesNoDocumentWhenTheExportIsMalformed) {
   struct Row {
     const char* name;
     std::string text;
@@ -201,13 +206,13 @@ TEST(MakePPCFiles, AFaultAnywhereLeavesNoDocument) {
     site.Export(row.text);
     EXPECT_FALSE(Make(site));
     EXPECT_THAT(test::Names(site.Temp()), IsEmpty()) << row.name;
-    EXPECT_THAT(site.program.lists.Attachments, IsEmpty());
+    EXPECT_THAT(site.documents, IsEmpty());
     EXPECT_THAT(site.Log(), ElementsAre(testing::MatchesRegex(R"(\[Error\]:PPC Error \(line 1: .+\))")));
     EXPECT_TRUE(fs::exists(site.home / "PPCData.xml")) << "a faulty export is kept to be looked at";
   }
 }
 
-TEST(MakePPCFiles, SweepsWhatAnInterruptedRunLeft) {
+TEST(MakePPCFiles, RemovesTemporaryFilesOfAnInterruptedRun) {
   PpcSite site;
   const fs::path old = site.Temp("PPC.4711.200403151399.xml");
   site.folder.Write("home/Faultlog/PPCTemp/.x.fieldpost-new", "half");
@@ -216,10 +221,10 @@ TEST(MakePPCFiles, SweepsWhatAnInterruptedRunLeft) {
   EXPECT_TRUE(Make(site));
   EXPECT_THAT(test::Names(site.Temp()),
               ElementsAre("PPC.4711.200403151399.xml", "PPC.4711.200403151401.xml"));
-  EXPECT_THAT(site.program.lists.Attachments, ElementsAre(site.Temp("PPC.4711.200403151401.xml")));
+  EXPECT_THAT(site.documents, ElementsAre(site.Temp("PPC.4711.200403151401.xml")));
 }
 
-TEST(MakePPCFiles, HasNothingHalfWrittenUnderItsNameAtAnyMoment) {
+TEST(MakePPCFiles, NeverNamesAnIncompleteDocument) {
   const std::string text = "<R>" + Entry(1400000) + Entry(2500000) + Entry(100) + "<ArchiveDate/></R>";
   std::size_t changes = 0;
   {
@@ -243,7 +248,7 @@ TEST(MakePPCFiles, HasNothingHalfWrittenUnderItsNameAtAnyMoment) {
   }
 }
 
-TEST(MakePPCFiles, SaysInTheLogWhatIsMissing) {
+TEST(MakePPCFiles, LogsMissingData) {
   struct Row {
     const char* name;
     const char* content;
@@ -266,7 +271,7 @@ TEST(MakePPCFiles, SaysInTheLogWhatIsMissing) {
   }
 }
 
-TEST(MakePPCFiles, AFullDiskIsNamed) {
+TEST(MakePPCFiles, LogsTheFolderThatCannotBeCreated) {
   PpcSite site;
   fs::remove_all(site.Temp());
   site.folder.Write("home/Faultlog/PPCTemp", "not a folder");
@@ -276,7 +281,7 @@ TEST(MakePPCFiles, AFullDiskIsNamed) {
               ElementsAre(testing::AllOf(StartsWith("[Error]:PPC Error (cannot "), HasSubstr("PPCTemp"))));
 }
 
-TEST(MakePPCFilesOnScreen, SpeaksInMessageBoxes) {
+TEST(MakePPCFilesOnScreen, ReportsInMessageBoxes) {
   struct Row {
     const char* name;
     const char* content;
@@ -297,7 +302,7 @@ TEST(MakePPCFilesOnScreen, SpeaksInMessageBoxes) {
        }) {
     PpcSite site;
     if (row.content != nullptr) site.Export(row.content);
-    EXPECT_EQ(site.program.ppcAttachments.MakePPCFiles(site.display), row.good) << row.name;
+    EXPECT_EQ(MakeOnScreen(site), row.good) << row.name;
     EXPECT_EQ(site.prompt.messages, row.messages) << row.name;
   }
 }
@@ -305,7 +310,7 @@ TEST(MakePPCFilesOnScreen, SpeaksInMessageBoxes) {
 TEST(MakePPCFilesOnScreen, CountsTheEntries) {
   PpcSite site;
   site.Export("<R><PPCentry/><PPCentry/><!-- <PPCentry/> --><PPCentry/></R>");
-  EXPECT_TRUE(site.program.ppcAttachments.MakePPCFiles(site.display));
+  EXPECT_TRUE(MakeOnScreen(site));
   EXPECT_THAT(site.display.labels, ElementsAre("Dissect and analyse PPC file...", "PPC Count: 1/3 33%",
                                                "PPC Count: 2/3 66%", "PPC Count: 3/3 100%"));
   EXPECT_THAT(site.display.ranges, ElementsAre(3));
@@ -313,32 +318,35 @@ TEST(MakePPCFilesOnScreen, CountsTheEntries) {
   EXPECT_GT(site.display.eventTurns, 2U);
 }
 
-TEST(ZipPPCDocuments, PacksAndReplacesThisHoursZip) {
+TEST(ZipPPCDocuments, PacksAndReplacesTheZipOfTheHour) {
   PpcSite site;
   site.Export("<R>" + Entry(1400000) + Entry(1400000) + "</R>");
   EXPECT_TRUE(Make(site));
   const fs::path zip = site.Temp("PPC.4711.200403151400.zip");
   site.folder.Write("home/Faultlog/PPCTemp/PPC.4711.200403151400.zip", "old");
-  EXPECT_TRUE(site.program.ppcAttachments.ZipPPCDocuments("*.xml", site.display));
+  const PpcZip packed = site.program.ppcAttachments.ZipPPCDocuments("*.xml", site.display);
+  EXPECT_TRUE(packed.packed);
   const std::string first = test::ReadFile(zip);
   EXPECT_THAT(first, StartsWith("PK\x03\x04"));
   EXPECT_THAT(first, HasSubstr("PPC.4711.200403151402.xml"));
-  EXPECT_EQ(site.program.ppcAttachments.LastZipResult(), 0);
+  EXPECT_EQ(packed.zipResult, 0);
   EXPECT_THAT(site.display.ranges, ElementsAre(100));
   EXPECT_EQ(site.display.positions.back(), 100U);
   EXPECT_THAT(site.display.positions, Each(testing::Le(100U)));
 
-  EXPECT_TRUE(site.program.ppcAttachments.ZipPPCDocuments(
-      Utf8FromPath(site.Temp("PPC.4711.200403151401.xml")), site.display));
+  EXPECT_TRUE(site.program.ppcAttachments
+                  .ZipPPCDocuments(Utf8FromPath(site.Temp("PPC.4711.200403151401.xml")), site.display)
+                  .packed);
   EXPECT_THAT(test::ReadFile(zip), Not(HasSubstr("PPC.4711.200403151402.xml"))) << "the first is replaced";
   EXPECT_THAT(site.prompt.messages, IsEmpty());
   EXPECT_THAT(site.Log(), IsEmpty());
 }
 
-TEST(ZipPPCDocuments, ShowsAndLogsWhyItFailed) {
+TEST(ZipPPCDocuments, ShowsAndLogsAFailure) {
   PpcSite site;
-  EXPECT_FALSE(site.program.ppcAttachments.ZipPPCDocuments("no-such.xml", site.display));
-  EXPECT_NE(site.program.ppcAttachments.LastZipResult(), 0);
+  const PpcZip packed = site.program.ppcAttachments.ZipPPCDocuments("no-such.xml", site.display);
+  EXPECT_FALSE(packed.packed);
+  EXPECT_NE(packed.zipResult, 0);
   EXPECT_THAT(site.prompt.messages,
               ElementsAre(test::ShownMessage{"there is nothing to pack", MessageIcon::None, ""}));
   EXPECT_THAT(site.Log(), ElementsAre("[Error]:there is nothing to pack"));
@@ -350,40 +358,40 @@ TEST(XceedZip1_GlobalStatus, MovesTheBar) {
   EXPECT_THAT(display.positions, ElementsAre(42));
 }
 
-TEST(MakePPCFilesOnScreen, EndsWithoutATraceWhenAsked) {
+TEST(MakePPCFilesOnScreen, LeavesNothingWhenCancelled) {
   const std::string data = "<R>" + Entry(700000) + Entry(700000) + Entry(1400000) + "</R>";
   bool made = false;
   for (std::size_t stopAfterTurns = 0; !made; ++stopAfterTurns) {
     PpcSite site;
     site.Export(data);
     site.display.stopAfterTurns = stopAfterTurns;
-    made = site.program.ppcAttachments.MakePPCFiles(site.display);
+    made = MakeOnScreen(site);
     EXPECT_THAT(site.Log(), IsEmpty());
     EXPECT_THAT(site.prompt.messages, IsEmpty());
     EXPECT_EQ(test::Names(site.Temp()).size(), made ? 2U : 0U) << stopAfterTurns;
-    EXPECT_EQ(site.program.lists.Attachments.size(), made ? 2U : 0U) << stopAfterTurns;
+    EXPECT_EQ(site.documents.size(), made ? 2U : 0U) << stopAfterTurns;
     EXPECT_EQ(fs::exists(site.home / "PPCData.xml"), !made) << stopAfterTurns;
     EXPECT_TRUE(!made || stopAfterTurns > 3) << stopAfterTurns;
   }
 }
 
-TEST(MakePPCFilesOnScreen, AnExportThatIsStoppedLeavesNothing) {
+TEST(MakePPCFilesOnScreen, LeavesNoExportWhenCancelled) {
   PpcSite site;
   site.Database("ppc.xml", "<R><PPCentry/></R>");
   site.display.stopAfterTurns = 1;
-  EXPECT_FALSE(site.program.ppcAttachments.MakePPCFiles(site.display));
+  EXPECT_FALSE(MakeOnScreen(site));
   EXPECT_THAT(test::Names(site.home), Not(testing::Contains(HasSubstr("PPCData"))));
   EXPECT_THAT(site.prompt.messages, IsEmpty());
 }
 
-TEST(MakePPCFilesOnScreen, WritesTheDateToo) {
+TEST(MakePPCFilesOnScreen, WritesTheDate) {
   PpcSite site;
   site.Export("<R><PPCentry/><ArchiveDate>20040315</ArchiveDate></R>");
-  EXPECT_TRUE(site.program.ppcAttachments.MakePPCFiles(site.display));
+  EXPECT_TRUE(MakeOnScreen(site));
   EXPECT_THAT(site.Document(), HasSubstr("<PPCentries>\r\n<ArchiveDate>20040315</ArchiveDate><PPCentry/>"));
 }
 
-TEST(ZipPPCDocuments, TakesSeveralNamesOrPatternsOneALine) {
+TEST(ZipPPCDocuments, AcceptsOneNameOrPatternOnEachLine) {
   struct Row {
     const char* files;
     std::vector<std::string> packed;
@@ -399,9 +407,10 @@ TEST(ZipPPCDocuments, TakesSeveralNamesOrPatternsOneALine) {
     for (const char* name : {"a.xml", "b.xml", "c1.txt", "old.xml"}) {
       site.folder.Write(std::string("home/Faultlog/PPCTemp/") + name, name);
     }
-    EXPECT_TRUE(site.program.ppcAttachments.ZipPPCDocuments(row.files, site.display)) << row.files;
-    EXPECT_EQ(site.program.ppcAttachments.ZipFile(), site.Temp("PPC.4711.200403151400.zip"));
-    const std::string zip = test::ReadFile(site.program.ppcAttachments.ZipFile());
+    const PpcZip packed = site.program.ppcAttachments.ZipPPCDocuments(row.files, site.display);
+    EXPECT_TRUE(packed.packed) << row.files;
+    EXPECT_EQ(packed.file, site.Temp("PPC.4711.200403151400.zip"));
+    const std::string zip = test::ReadFile(packed.file);
     for (const char* name : {"a.xml", "b.xml", "c1.txt", "old.xml"}) {
       const bool wanted = std::count(row.packed.begin(), row.packed.end(), name) > 0;
       EXPECT_EQ(zip.find(name) != std::string::npos, wanted) << row.files << ": " << name;
@@ -409,11 +418,11 @@ TEST(ZipPPCDocuments, TakesSeveralNamesOrPatternsOneALine) {
   }
 }
 
-TEST(ZipPPCDocuments, EndsWithoutAWordWhenAsked) {
+TEST(ZipPPCDocuments, ReportsNothingWhenCancelled) {
   PpcSite site;
   site.folder.Write("home/Faultlog/PPCTemp/a.xml", "<a/>");
   site.display.stopAfterTurns = 0;
-  EXPECT_FALSE(site.program.ppcAttachments.ZipPPCDocuments("a.xml", site.display));
+  EXPECT_FALSE(site.program.ppcAttachments.ZipPPCDocuments("a.xml", site.display).packed);
   EXPECT_THAT(test::Names(site.Temp()), ElementsAre("a.xml"));
   EXPECT_THAT(site.prompt.messages, IsEmpty());
   EXPECT_THAT(site.Log(), IsEmpty());

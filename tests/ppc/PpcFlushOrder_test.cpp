@@ -1,4 +1,4 @@
-// What has to be durable before what, from an export to the documents that are cut out of it.
+// The order of flushes from the PPC export to its documents.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -33,7 +33,7 @@ const std::array Rules{
               }},
 };
 
-TEST(PpcFlushOrder, OfAWholeRun) {
+TEST(PpcFlushOrder, HoldsForAWholeRun) {
   test::PpcSite site;
   const std::string long1 = "<PPCentry>" + std::string(2'900'000, 'x') + "</PPCentry>";
   site.Export("<R>" + long1 + "<PPCentry/><ArchiveDate>20040315</ArchiveDate></R>");
@@ -41,12 +41,11 @@ TEST(PpcFlushOrder, OfAWholeRun) {
   test::TracedFileSystem traced(site.files, trace);
   test::PpcParts run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
   run.settings = site.program.settings;
-  EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display));
-  EXPECT_EQ(run.lists.Attachments.size(), 2U);
+  EXPECT_EQ(run.ppcAttachments.MakePPCFilesQuiet(site.display).documents.size(), 2U);
   for (const FlushRule& rule : Rules) EXPECT_GT(ExpectFlushed(trace, rule, "whole run"), 0U) << rule.name;
 }
 
-TEST(MakePPCFiles, ADateThatComesLateChangesNothingElse) {
+TEST(MakePPCFiles, LateDateChangesNothingElse) {
   std::string entries;
   for (int i = 0; i < 700'000; ++i) entries += std::to_string(i) + " ";
   entries = "<PPCentry>" + entries + "</PPCentry>";
@@ -54,17 +53,15 @@ TEST(MakePPCFiles, ADateThatComesLateChangesNothingElse) {
   std::vector<std::string> documents;
   for (const bool late : {false, true}) {
     test::PpcSite site;
-    site.program.lists.PackedFiles = {"left over"};
     site.Export("<R>" + (late ? entries + date : date + entries) + "</R>");
-    EXPECT_TRUE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display));
-    EXPECT_TRUE(site.program.lists.PackedFiles.empty());
+    EXPECT_TRUE(site.program.ppcAttachments.MakePPCFilesQuiet(site.display).succeeded);
     documents.push_back(site.Document());
   }
   EXPECT_GT(documents[0].size(), 4'500'000U) << "more than two pieces of what is read in one go";
   EXPECT_TRUE(documents[0] == documents[1]);
 }
 
-TEST(PpcFlushOrder, ALargeEntryIsWrittenAsItComes) {
+TEST(PpcFlushOrder, LargeEntryIsWrittenInPieces) {
   struct Row {
     std::size_t characters;
     std::size_t least;
@@ -77,7 +74,7 @@ TEST(PpcFlushOrder, ALargeEntryIsWrittenAsItComes) {
     test::TracedFileSystem traced(site.files, trace);
     test::PpcParts run({traced, site.clock, site.keys, site.transport, site.prompt, site.display}, site.home);
     run.settings = site.program.settings;
-    EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display));
+    EXPECT_TRUE(run.ppcAttachments.MakePPCFilesQuiet(site.display).succeeded);
     const auto writes =
         static_cast<std::size_t>(std::count_if(trace.begin(), trace.end(), [](const Change& change) {
           return (change.what == "write" || change.what == "append") &&

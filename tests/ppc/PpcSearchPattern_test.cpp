@@ -37,7 +37,7 @@ TEST(PatternOfDatabase, FollowsTheEndingOfTheValue) {
   }
 }
 
-TEST(PatternOfInstallation, LooksInTheDatabasesFolder) {
+TEST(PatternOfInstallation, NamesTheDatabaseFolder) {
   struct Row {
     const char* name;
     std::string_view value;
@@ -57,7 +57,7 @@ TEST(PatternOfInstallation, LooksInTheDatabasesFolder) {
   }
 }
 
-TEST(MatchesPattern, KnowsStarsAndQuestionMarks) {
+TEST(MatchesPattern, MatchesStarsAndQuestionMarks) {
   struct Row {
     const char* name;
     const char* pattern;
@@ -81,7 +81,7 @@ TEST(MatchesPattern, KnowsStarsAndQuestionMarks) {
   }
 }
 
-TEST(FilesOfPattern, FindsPlainFilesInNameOrder) {
+TEST(FilesOfPattern, FindsRegularFilesInNameOrder) {
   const test::TempFolder folder;
   const DiskFileSystem files;
   const auto b = folder.Write("b.xml", "");

@@ -7,7 +7,7 @@
 namespace fieldpost {
 namespace {
 
-TEST(JoinArguments, MakesOneLineOfWhatStandsBehindTheProgramsName) {
+TEST(JoinArguments, JoinsTheArgumentsAfterTheProgramName) {
   const struct {
     std::vector<const char*> arguments;
     const char* line;

@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
+#include <cstdint>
 #include <limits>
+#include <optional>
 
+#include "outbox/SendJournal.h"
 #include "support/CommandOutput.h"
 #include "support/NewsSite.h"
 
@@ -27,7 +30,7 @@ constexpr const char* Document = "FLog.4711.200403151401.xml";
 constexpr const char* WaitingText = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Not Sent\"/>\r\n";
 constexpr const char* SentText = "<?xml version=\"1.0\"?>\r\n<FLFILE Mode=\"Sent\"/>\r\n";
 
-/// A site with news of both kinds, and a send of both.
+/// A site with new data of both kinds, of which both are sent.
 struct SendSite : test::NewsSite {
   SendSite() {
     program.settings.SendFault = "True";
@@ -45,7 +48,7 @@ struct SendSite : test::NewsSite {
   }
 };
 
-TEST(InteractiveSend, SendsTheKindsThatAreChosen) {
+TEST(InteractiveSend, SendsTheChosenKindsOfData) {
   const std::string faultlog = std::string("faultlog: ") + Document;
   const std::string ppc = "ppc: PPC.4711.200403151401.xml";
   struct Row {
@@ -72,7 +75,7 @@ TEST(InteractiveSend, SendsTheKindsThatAreChosen) {
   }
 }
 
-TEST(InteractiveSend, AsksForAKindWhenNoneIsChosen) {
+TEST(InteractiveSend, AsksForAKindOfDataWhenNoneIsChosen) {
   for (const char* none : {"", "False", "yes", "1"}) {
     SendSite site;
     site.program.settings.SendFault = site.program.settings.SendPPC = none;
@@ -102,7 +105,7 @@ TEST(InteractiveSend, AsksForALatestFolderWhenThereIsNone) {
   EXPECT_FALSE(site.program.flags.ShowMessages);
 }
 
-TEST(InteractiveSend, WithoutALatestFolderPpcDataAloneAreSent) {
+TEST(InteractiveSend, SendsPpcDataWithoutALatestFolder) {
   SendSite site;
   EXPECT_EQ(site.program.latestStore.SaveLatestFolders({}), "");
   site.program.settings.SendFault = "False";
@@ -110,7 +113,7 @@ TEST(InteractiveSend, WithoutALatestFolderPpcDataAloneAreSent) {
   EXPECT_THAT(site.Mails(), ElementsAre("ppc: PPC.4711.200403151401.xml"));
 }
 
-TEST(InteractiveSend, MailsANewDocumentOnceTogetherWithThoseThatWaited) {
+TEST(InteractiveSend, MailsANewDocumentOnceWithThoseThatWaited) {
   SendSite site;
   site.program.settings.SendPPC = "False";
   site.program.settings.NumAttachments = "9";
@@ -122,7 +125,7 @@ TEST(InteractiveSend, MailsANewDocumentOnceTogetherWithThoseThatWaited) {
   EXPECT_THAT(site.Log(), ElementsAre("[Search Latest]:Found 1 OK files", "[Mail]:Mail Sent"));
 }
 
-TEST(InteractiveSend, MarksWhatAnInterruptedRunHadMailed) {
+TEST(InteractiveSend, MarksDocumentsThatAnInterruptedRunHadMailed) {
   SendSite site;
   const fs::path mailed = site.Process("mailed.xml", WaitingText);
   const fs::path blocked = site.Process("blocked.xml", WaitingText);
@@ -151,7 +154,7 @@ TEST(InteractiveSend, ShowsItsSteps) {
   EXPECT_THAT(site.display.ranges, ElementsAre(1, 1, 1, 1, 1, 1));
 }
 
-TEST(InteractiveSend, ShowsThePpcWindowDuringTheCollectionAlone) {
+TEST(InteractiveSend, ShowsThePpcWindowDuringTheCollectionOnly) {
   SendSite site;
   std::vector<std::size_t> mailsThen;
   const auto note = [&] { mailsThen.push_back(site.transport.mails.size()); };
@@ -159,7 +162,7 @@ TEST(InteractiveSend, ShowsThePpcWindowDuringTheCollectionAlone) {
   EXPECT_THAT(mailsThen, ElementsAre(1, 1)) << "opened after the faultlog mail, closed before the PPC mail";
 }
 
-TEST(ProcessFaultlogData, WritesTheTimeOfTheCollection) {
+TEST(ProcessFaultlogData, StoresTheTimeOfTheCollection) {
   SendSite site;
   site.program.settings.SendPPC = "False";
   site.transport.failing = {1};
@@ -193,7 +196,7 @@ TEST(ProcessFaultlogData, StopsWhenASettingIsMissing) {
   EXPECT_THAT(site.Mails(), IsEmpty());
 }
 
-TEST(CollectUnsentFiles, TakesWhatSaysSoWithinFiveLines) {
+TEST(CollectUnsentFiles, CollectsDocumentsWithNotSentInTheFirstFiveLines) {
   SendSite site;
   site.Process("1.xml", WaitingText);
   site.Process("2.XML", "1\n2\n3\n4\nNOT SENT\n");
@@ -201,30 +204,78 @@ TEST(CollectUnsentFiles, TakesWhatSaysSoWithinFiveLines) {
   site.Process("4.xml", SentText);
   site.Process("5.xml", "<a Mode=\"Sent\">\n<b>Not Sent</b></a>");
   site.Process("6.txt", WaitingText);
-  EXPECT_TRUE(InteractiveSend(site.program).CollectUnsentFiles());
-  EXPECT_THAT(site.program.lists.Attachments,
+  const std::optional<CollectedDocuments> collected = InteractiveSend(site.program).CollectUnsentFiles();
+  ASSERT_TRUE(collected.has_value());
+  EXPECT_THAT(test::PathsOf(collected->documents),
               ElementsAre(site.Tree("Process") / "1.xml", site.Tree("Process") / "2.XML"));
+  EXPECT_THAT(collected->problems, IsEmpty());
   EXPECT_THAT(site.display.ranges, ElementsAre(5));
   EXPECT_THAT(site.display.positions, ElementsAre(1, 2, 3, 4, 5));
 }
 
-TEST(CollectUnsentFiles, MakesTheProcessFolder) {
+TEST(CollectUnsentFiles, CreatesTheProcessFolder) {
   SendSite site;
   fs::remove_all(site.home / "Faultlog");
-  EXPECT_TRUE(InteractiveSend(site.program).CollectUnsentFiles());
+  EXPECT_TRUE(InteractiveSend(site.program).CollectUnsentFiles().has_value());
   EXPECT_TRUE(fs::is_directory(site.Tree("Process")));
 }
 
 TEST(CollectUnsentFiles, DescribesAnError) {
   SendSite site;
   site.program.settings.ProcessFolder = Utf8FromPath(site.folder.Path() / "gone") + "/";
-  EXPECT_FALSE(InteractiveSend(site.program).CollectUnsentFiles());
+  EXPECT_FALSE(InteractiveSend(site.program).CollectUnsentFiles().has_value());
   ASSERT_EQ(site.prompt.messages.size(), 1U);
   EXPECT_THAT(site.prompt.messages[0].text, AllOf(StartsWith("Description: "), HasSubstr("gone")));
   EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + site.prompt.messages[0].text));
 }
 
-TEST(InteractiveSend, PacksThePpcDocumentsOfThisRunAlone) {
+/// A file system on which one file is unreadable.
+class OneUnreadable final : public test::DyingFileSystem {
+ public:
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const fs::path& path) const override {
+    if (path.filename() == "b.xml") throw FileError("cannot read", path, "Input/output error");
+    return DyingFileSystem::OpenForReading(path);
+  }
+};
+
+TEST(CollectUnsentFiles, ReportsAnUnreadableDocumentAndSendsTheOthers) {
+  SendSite site;
+  const fs::path bad = site.Process("b.xml", WaitingText);
+  const fs::path good = site.Process("c.xml", WaitingText);
+  OneUnreadable files;
+  FieldpostProgram program({files, site.clock, site.keys, site.transport, site.prompt, site.display},
+                           site.home);
+  program.settings = site.program.settings;
+  program.settings.SendPPC = "False";
+  program.settings.NumAttachments = "9";
+  EXPECT_FALSE(InteractiveSend(program).Run());
+  EXPECT_THAT(site.Mails(), ElementsAre(std::string("faultlog: ") + Document + " c.xml"));
+  EXPECT_EQ(test::ReadFile(good), SentText);
+  EXPECT_EQ(test::ReadFile(bad), WaitingText);
+  const std::string problem = "Description: cannot read " + Utf8FromPath(bad) + ": Input/output error";
+  EXPECT_THAT(site.Log(), Contains("[Error]:" + problem));
+  EXPECT_THAT(site.prompt.messages,
+              ElementsAre(ShownMessage{problem, MessageIcon::Exclamation, ""}, MailSent));
+}
+
+TEST(CollectUnsentFiles, ReportsADocumentThatIsTooLargeAndSendsTheOthers) {
+  SendSite site;
+  site.program.settings.SendPPC = "False";
+  site.program.settings.NumAttachments = "9";
+  const fs::path huge = site.Process("b.xml", WaitingText);
+  const fs::path good = site.Process("c.xml", WaitingText);
+  fs::resize_file(huge, std::uintmax_t{70} * 1024 * 1024);
+  EXPECT_FALSE(site.Run());
+  EXPECT_THAT(site.Mails(), ElementsAre(std::string("faultlog: ") + Document + " c.xml"));
+  EXPECT_EQ(test::ReadFile(good), SentText);
+  const std::string problem =
+      "Description: cannot read " + Utf8FromPath(huge) + ": larger than 67108864 bytes";
+  EXPECT_THAT(site.Log(), Contains("[Error]:" + problem));
+  EXPECT_THAT(site.prompt.messages,
+              ElementsAre(ShownMessage{problem, MessageIcon::Exclamation, ""}, MailSent));
+}
+
+TEST(InteractiveSend, PacksOnlyThePpcDocumentsOfThisRun) {
   SendSite site;
   site.program.settings.SendFault = "False";
   site.program.settings.UseZip = "True";
@@ -232,7 +283,8 @@ TEST(InteractiveSend, PacksThePpcDocumentsOfThisRunAlone) {
   std::string zip;
   InteractiveSend send(
       site.program,
-      {.open = [] {}, .close = [&] { zip = test::ReadFile(site.program.ppcAttachments.ZipFile()); }});
+      {.open = [] {},
+       .close = [&] { zip = test::ReadFile(site.Tree("PPCTemp") / "PPC.4711.200403151400.zip"); }});
   EXPECT_TRUE(send.Run());
   EXPECT_THAT(site.Mails(), ElementsAre("ppc: PPC.4711.200403151400.zip"));
   EXPECT_THAT(zip, HasSubstr("PPC.4711.200403151401.xml"));
@@ -242,7 +294,7 @@ TEST(InteractiveSend, PacksThePpcDocumentsOfThisRunAlone) {
   EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty());
 }
 
-TEST(InteractiveSend, AFailedHalfDoesNotKeepTheOtherFromItsWork) {
+TEST(InteractiveSend, SendsTheOtherHalfWhenOneFails) {
   SendSite site;
   site.transport.failing = {1};
   EXPECT_FALSE(site.Run());
@@ -255,7 +307,7 @@ TEST(InteractiveSend, AFailedHalfDoesNotKeepTheOtherFromItsWork) {
   EXPECT_THAT(test::ReadFile(site.Tree("Process") / Document), HasSubstr("Mode=\"Not Sent\""));
 }
 
-TEST(InteractiveSend, WithoutAPpcDatabaseTheFaultlogsAreSent) {
+TEST(InteractiveSend, SendsFaultlogsWithoutAPpcDatabase) {
   SendSite site;
   fs::remove_all(site.folder.Path() / "db");
   EXPECT_FALSE(site.Run());
@@ -265,7 +317,7 @@ TEST(InteractiveSend, WithoutAPpcDatabaseTheFaultlogsAreSent) {
                                                  "Path or File not found!"}));
 }
 
-TEST(InteractiveSend, LeavesTheFoldersToAnotherRunThatHasThem) {
+TEST(InteractiveSend, RefusesFoldersThatAnotherRunHasLocked) {
   for (const char* folder : {"Latest", "Archive", "Process", "PPCTemp"}) {
     SendSite site;
     const auto lock = DiskFileSystem().TryLock(site.Tree(folder));
@@ -279,7 +331,7 @@ TEST(InteractiveSend, LeavesTheFoldersToAnotherRunThatHasThem) {
   }
 }
 
-TEST(InteractiveSend, AnUnattendedRunBesideItIsRefused) {
+TEST(InteractiveSend, LocksOutAnUnattendedRun) {
   SendSite site;
   std::vector<test::CommandResult> beside;
   site.transport.during = [&] {
@@ -302,7 +354,7 @@ TEST(InteractiveSend, AnUnattendedRunBesideItIsRefused) {
   EXPECT_THAT(log, Not(HasSubstr("[Error]")));
 }
 
-TEST(InteractiveSend, GivesTheFoldersBack) {
+TEST(InteractiveSend, UnlocksTheFoldersAtItsEnd) {
   SendSite site;
   EXPECT_TRUE(site.Run());
   for (const char* folder : {"Latest", "Archive", "Process", "PPCTemp"}) {
@@ -321,9 +373,9 @@ TEST(InteractiveSend, RefusesSettingsThatCannotBeRead) {
   EXPECT_TRUE(fs::exists(site.Tree("Latest") / "unit.xml"));
 }
 
-/// Whenever the user wants the end: nothing is lost, one line tells of it, no box does, and the next send
-/// does what was left.
-TEST(InteractiveSend, CanBeEndedAtEveryTurn) {
+/// Whenever the user cancels, nothing is lost, one log line and no message box says so, and the next send
+/// does the rest.
+TEST(InteractiveSend, CanBeCancelledAtEveryTurn) {
   constexpr const char* ended = "[Error]:Ended by the user; what was not sent is left for the next send";
   bool whole = false;
   for (std::size_t stopAfterTurns = 0; !whole; ++stopAfterTurns) {

@@ -22,20 +22,22 @@ struct SecretsSite : test::ReadySite {
   }
 
   void Keep() {
-    KeepSecrets({disk, clock, keys, transport, prompt, display}, program.settingsStore, program.log);
+    const Ports ports{disk, clock, keys, transport, prompt, display};
+    for (const std::string& line : KeepSecrets(ports, program.settingsStore))
+      program.log.WriteLog(line, LogCategory::Error);
   }
 
   DiskFileSystem disk;
   fs::path settings;
 };
 
-TEST(KeepSecrets, SaysNothingWhereNothingIsOpen) {
+TEST(KeepSecrets, LogsNothingWhenNoFileIsOpenToOthers) {
   SecretsSite site;
   site.Keep();
   EXPECT_THAT(site.Log(), IsEmpty());
 }
 
-TEST(KeepSecrets, ShutsWhatIsOpenAndSaysWhatToDo) {
+TEST(KeepSecrets, ClosesAnOpenFileAndLogsWhatToDo) {
   SecretsSite site;
   fs::permissions(site.settings, static_cast<fs::perms>(0644));
   site.Keep();
@@ -47,7 +49,7 @@ TEST(KeepSecrets, ShutsWhatIsOpenAndSaysWhatToDo) {
                           "read it, change the mail password"));
 }
 
-TEST(KeepSecrets, SaysWhyWhatIsOpenStaysSo) {
+TEST(KeepSecrets, LogsWhyAFileStaysOpen) {
   SecretsSite site;
   fs::permissions(site.settings, static_cast<fs::perms>(0644));
   const test::FailingCall failing("fchmod", EPERM);

@@ -15,7 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// A site with news of both kinds, and its settings on the disk.
+/// A site with new data of both kinds, and its settings on the disk.
 struct RunSite : test::NewsSite {
   RunSite() { EXPECT_EQ(program.settingsStore.Save(program.settings), ""); }
 };
@@ -23,7 +23,7 @@ struct RunSite : test::NewsSite {
 constexpr const char* FaultlogMail = "faultlog: FLog.4711.200403151401.xml";
 constexpr const char* PpcMail = "ppc: PPC.4711.200403151401.xml";
 
-TEST(RunCommandLine, DoesWhatTheSwitchSays) {
+TEST(RunCommandLine, DoesTheJobOfTheSwitch) {
   struct Row {
     const char* line;
     std::vector<std::string> mails;
@@ -42,9 +42,9 @@ TEST(RunCommandLine, DoesWhatTheSwitchSays) {
            Row{"-PS -fcs", {PpcMail, FaultlogMail}, true, {false, false, true}},
        }) {
     RunSite site;
-    ModFPHide unattended(site.program);
-    EXPECT_TRUE(unattended.RunCommandLine(row.line)) << row.line;
-    EXPECT_TRUE(unattended.Succeeded()) << row.line;
+    const UnattendedResult result = ModFPHide(site.program).RunCommandLine(row.line);
+    EXPECT_TRUE(result.handled) << row.line;
+    EXPECT_TRUE(result.succeeded) << row.line;
     EXPECT_EQ(site.Mails(), row.mails) << row.line;
     EXPECT_EQ(fs::exists(site.Tree("Archive") / "AB12" / "unit.xml"), row.collects) << row.line;
     EXPECT_EQ(site.program.flags.ShowMessages, row.flags.ShowMessages) << row.line;
@@ -54,7 +54,7 @@ TEST(RunCommandLine, DoesWhatTheSwitchSays) {
   }
 }
 
-TEST(RunCommandLine, CountsAsFailedWhatCouldNotBeSavedOrLogged) {
+TEST(RunCommandLine, FailsWhenSettingsOrLogCannotBeWritten) {
   struct Row {
     const char* name;
     std::function<void(RunSite&)> given;
@@ -70,20 +70,19 @@ TEST(RunCommandLine, CountsAsFailedWhatCouldNotBeSavedOrLogged) {
     site.folder.Folder("home/.Options.ini.fieldpost-new");  // where the settings would be written first
     row.given(site);
     testing::internal::CaptureStderr();
-    ModFPHide unattended(site.program);
-    EXPECT_TRUE(unattended.RunCommandLine("-fcs")) << row.name;
+    const UnattendedResult result = ModFPHide(site.program).RunCommandLine("-fcs");
+    EXPECT_TRUE(result.handled) << row.name;
     testing::internal::GetCapturedStderr();
-    EXPECT_FALSE(unattended.Succeeded()) << row.name;
+    EXPECT_FALSE(result.succeeded) << row.name;
     EXPECT_EQ(site.Mails(), std::vector<std::string>{FaultlogMail}) << row.name;
   }
 }
 
-TEST(RunCommandLine, LeavesEveryOtherLineAlone) {
+TEST(RunCommandLine, IgnoresEveryOtherLine) {
   for (const char* line : {"", "-", "-f", "-fcs ", " -fcs", "-fcs  -ps", "-ps  -fcs", "-ps -fc", "-fc -ps",
                            "-fs -ps", "-ps -ps", "-fcs,-ps", "-fcs -ps -fcs", "fcs", "-fcs\t-ps"}) {
     RunSite site;
-    ModFPHide unattended(site.program);
-    EXPECT_FALSE(unattended.RunCommandLine(line)) << line;
+    EXPECT_FALSE(ModFPHide(site.program).RunCommandLine(line).handled) << line;
     EXPECT_THAT(site.Mails(), IsEmpty());
     EXPECT_TRUE(fs::exists(site.Tree("Latest") / "unit.xml"));
   }
@@ -93,16 +92,16 @@ TEST(RunCommandLine, ChecksTheMailSettingsOnce) {
   for (const char* line : {"-fcs", "-fs", "-ps", "-fcs -ps", "-ps -fcs"}) {
     RunSite site;
     site.program.settings.SMTPServer.clear();
-    ModFPHide unattended(site.program);
-    EXPECT_TRUE(unattended.RunCommandLine(line)) << line;
-    EXPECT_FALSE(unattended.Succeeded()) << line;
+    const UnattendedResult result = ModFPHide(site.program).RunCommandLine(line);
+    EXPECT_TRUE(result.handled) << line;
+    EXPECT_FALSE(result.succeeded) << line;
     EXPECT_THAT(site.Log(), ElementsAre(HasSubstr("SMTP Server or Sender address"))) << line;
     EXPECT_TRUE(fs::exists(site.Tree("Latest") / "unit.xml")) << line;
     EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty()) << line;
   }
 }
 
-TEST(RunCommandLine, AFailedHalfHandsNothingToTheOther) {
+TEST(RunCommandLine, FailedHalfPassesNothingToTheOther) {
   struct Row {
     const char* line;
     std::vector<std::string> mails;
@@ -113,9 +112,9 @@ TEST(RunCommandLine, AFailedHalfHandsNothingToTheOther) {
       RunSite site;
       site.transport.failing = {1};
       if (zipped) site.program.settings.UseZip = "True";
-      ModFPHide unattended(site.program);
-      EXPECT_TRUE(unattended.RunCommandLine(row.line));
-      EXPECT_FALSE(unattended.Succeeded()) << row.line;
+      const UnattendedResult result = ModFPHide(site.program).RunCommandLine(row.line);
+      EXPECT_TRUE(result.handled);
+      EXPECT_FALSE(result.succeeded) << row.line;
       std::vector<std::string> expected = row.mails;
       if (zipped) {
         for (std::string& mail : expected) mail.replace(mail.size() - 6, 6, "00.zip");
@@ -132,40 +131,40 @@ TEST(RunCommandLine, AFailedHalfHandsNothingToTheOther) {
 TEST(RunCommandLine, KeepsThePpcDocumentsOfAFailedMail) {
   RunSite site;
   site.transport.failing = {1};
-  ModFPHide(site.program).RunCommandLine("-ps");
+  EXPECT_FALSE(ModFPHide(site.program).RunCommandLine("-ps").succeeded);
   EXPECT_THAT(test::Names(site.Tree("PPCTemp")), ElementsAre("PPC.4711.200403151401.xml"));
-  ModFPHide(site.program).RunCommandLine("-ps");
+  EXPECT_TRUE(ModFPHide(site.program).RunCommandLine("-ps").succeeded);
   EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty());
 }
 
-TEST(RunCommandLine, NothingToSendIsNothingWrong) {
+TEST(RunCommandLine, SucceedsWhenThereIsNothingToSend) {
   RunSite site;
   site.folder.Write("db/ppc.xml", "<R/>");
-  ModFPHide unattended(site.program);
-  EXPECT_TRUE(unattended.RunCommandLine("-ps"));
-  EXPECT_TRUE(unattended.Succeeded());
+  const UnattendedResult result = ModFPHide(site.program).RunCommandLine("-ps");
+  EXPECT_TRUE(result.handled);
+  EXPECT_TRUE(result.succeeded);
   EXPECT_THAT(site.Mails(), IsEmpty());
   EXPECT_THAT(site.Log(), ElementsAre("[PPC]:No PPC Data"));
 }
 
-TEST(RunCommandLine, AMissingDatabaseDoesNotStopTheOtherHalf) {
+TEST(RunCommandLine, MissingDatabaseDoesNotStopTheOtherHalf) {
   for (const char* line : {"-fcs -ps", "-ps -fcs"}) {
     RunSite site;
     fs::remove_all(site.folder.Path() / "db");
-    ModFPHide unattended(site.program);
-    EXPECT_TRUE(unattended.RunCommandLine(line));
-    EXPECT_FALSE(unattended.Succeeded()) << line;
+    const UnattendedResult result = ModFPHide(site.program).RunCommandLine(line);
+    EXPECT_TRUE(result.handled);
+    EXPECT_FALSE(result.succeeded) << line;
     EXPECT_THAT(site.Mails(), ElementsAre(FaultlogMail)) << line;
     EXPECT_THAT(site.Log(), testing::Contains("[Error]:PPCdata path not found or Quillon is not installed"));
   }
 }
 
-TEST(RunCommandLine, TwoRunsNeverShareThePpcFolder) {
+TEST(RunCommandLine, RefusesAPpcFolderThatAnotherRunHasLocked) {
   RunSite site;
   const auto lock = DiskFileSystem().TryLock(site.Tree("PPCTemp"));
-  ModFPHide unattended(site.program);
-  EXPECT_TRUE(unattended.RunCommandLine("-ps"));
-  EXPECT_FALSE(unattended.Succeeded());
+  const UnattendedResult result = ModFPHide(site.program).RunCommandLine("-ps");
+  EXPECT_TRUE(result.handled);
+  EXPECT_FALSE(result.succeeded);
   EXPECT_THAT(site.Log(), ElementsAre(HasSubstr("Another run of Fieldpost is working in")));
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(ProvideHelpFile, WritesWhatIsMissingOrDiffers) {
+TEST(ProvideHelpFile, WritesAFileThatIsMissingOrDiffers) {
   struct Row {
     const char* there;
     const char* expected;
@@ -26,7 +26,7 @@ TEST(ProvideHelpFile, WritesWhatIsMissingOrDiffers) {
   }
 }
 
-TEST(ProvideHelpFile, LeavesAloneWhatIsRight) {
+TEST(ProvideHelpFile, LeavesAnEqualFileUnchanged) {
   const test::TempFolder folder;
   DiskFileSystem files;
   const auto file = folder.Write("FPhelp.hlp", "book");
@@ -36,7 +36,7 @@ TEST(ProvideHelpFile, LeavesAloneWhatIsRight) {
   EXPECT_EQ(std::filesystem::last_write_time(file), before);
 }
 
-TEST(ProvideHelpFile, SaysWhatWentWrong) {
+TEST(ProvideHelpFile, ReturnsWhyTheFileCannotBeWritten) {
   const test::TempFolder folder;
   DiskFileSystem files;
   EXPECT_THAT(ProvideHelpFile(files, folder.Path() / "gone", "book"), HasSubstr("gone"));

@@ -77,14 +77,14 @@ INSTANTIATE_TEST_SUITE_P(
         GuardCase{"WithoutBorderIsNotExamined", {{"Fieldpost"}, {"Panel", bare}, {"Mail"}}, false, 1}),
     [](const auto& given) { return given.param.name; });
 
-TEST(SingleInstanceGuardTest, AnEmptyTitleNeverCountsEvenForAnEmptyCaption) {
+TEST(SingleInstanceGuardTest, IgnoresEmptyTitlesEvenForAnEmptyCaption) {
   FakeWindows windows({{""}, {""}, {"Mail"}});
   SingleInstanceGuard guard(windows);
   EXPECT_FALSE(guard.IsAlreadyOpen(ownHandle, ""));
   EXPECT_EQ(guard.ExaminedWindows(), 1);
 }
 
-TEST(SingleInstanceGuardTest, TheCaptionIsTheOneGiven) {
+TEST(SingleInstanceGuardTest, ComparesTitlesWithTheGivenCaption) {
   FakeWindows windows({{umlaut}, {umlaut}, {"Fieldpost"}, {"Fieldpost"}});
   SingleInstanceGuard guard(windows);
   EXPECT_TRUE(guard.IsAlreadyOpen(ownHandle, umlaut));
@@ -92,7 +92,7 @@ TEST(SingleInstanceGuardTest, TheCaptionIsTheOneGiven) {
   EXPECT_FALSE(guard.IsAlreadyOpen(ownHandle, "Other"));
 }
 
-TEST(SingleInstanceGuardTest, TheCountOfTheLastScanWithoutACopyStays) {
+TEST(SingleInstanceGuardTest, KeepsTheCountOfTheLastScanWithoutACopy) {
   FakeWindows windows({{"Fieldpost"}, {"Mail"}});
   SingleInstanceGuard guard(windows);
   EXPECT_FALSE(guard.IsAlreadyOpen(ownHandle, "Fieldpost"));
@@ -101,14 +101,14 @@ TEST(SingleInstanceGuardTest, TheCountOfTheLastScanWithoutACopyStays) {
   EXPECT_EQ(guard.ExaminedWindows(), 1);
 }
 
-TEST(SingleInstanceGuardTest, TheCountWrapsAt16Bits) {
+TEST(SingleInstanceGuardTest, CountWrapsAt16Bits) {
   FakeWindows windows(std::vector<Shown>(65536 + 3, {"Mail"}));
   SingleInstanceGuard guard(windows);
   EXPECT_FALSE(guard.IsAlreadyOpen(ownHandle, "Fieldpost"));
   EXPECT_EQ(guard.ExaminedWindows(), 3);
 }
 
-TEST(SingleInstanceGuardTest, HasBorderStyleIsTheBorderAlone) {
+TEST(SingleInstanceGuardTest, HasBorderStyleTestsTheBorderOnly) {
   EXPECT_TRUE(SingleInstanceGuard::HasBorderStyle({1, "", true}));
   EXPECT_FALSE(SingleInstanceGuard::HasBorderStyle({1, "Fieldpost", false}));
 }

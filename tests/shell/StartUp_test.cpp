@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Components that write down when they come and go.
+/// Components that record when they are created and released.
 struct Lives {
   std::vector<std::string> events;
 
@@ -28,7 +28,7 @@ struct Lives {
   }
 };
 
-TEST(CheckComponents, KeepsEachUntilTheEnd) {
+TEST(CheckComponents, KeepsEachComponentUntilTheEnd) {
   Lives lives;
   const std::vector<Component> components{lives.Good("a"), lives.Good("b")};
   EXPECT_EQ(CheckComponents(components), "");
@@ -37,7 +37,7 @@ TEST(CheckComponents, KeepsEachUntilTheEnd) {
   EXPECT_EQ(lives.events[1], "+b");
 }
 
-TEST(CheckComponents, StopsAtTheFirstThatFails) {
+TEST(CheckComponents, StopsAtTheFirstComponentThatFails) {
   struct Row {
     const char* name;
     std::function<std::shared_ptr<void>()> create;
@@ -59,13 +59,13 @@ struct Started : test::TestSite {
 
   void Start() {
     startUp.CheckComponents();
-    startUp.CreateFolderTree();
-    startUp.OpenDailyLogHeader([this] { ++optionsLoaded; });
+    const StartState before = startUp.CreateFolderTree();
+    startUp.OpenDailyLogHeader(before, [this] { ++optionsLoaded; });
     startUp.RegisterProgramFolder();
   }
 };
 
-TEST(StartUp, TheFirstStartMakesTheTreeAndBeginsTheLog) {
+TEST(StartUp, FirstStartCreatesTheTreeAndBeginsTheLog) {
   Started site;
   site.Start();
   const std::string made =
@@ -76,35 +76,33 @@ TEST(StartUp, TheFirstStartMakesTheTreeAndBeginsTheLog) {
   EXPECT_THAT(site.prompt.messages, IsEmpty());
 }
 
-TEST(StartUp, ALaterStartOfTheDayAddsNothing) {
+TEST(StartUp, LaterStartOfTheDayAddsNothing) {
   Started site;
   site.Start();
   const std::vector<std::string> before = site.Log();
   StartUp again(site.program);
-  again.CreateFolderTree();
-  again.OpenDailyLogHeader([&] { ++site.optionsLoaded; });
+  again.OpenDailyLogHeader(again.CreateFolderTree(), [&] { ++site.optionsLoaded; });
   EXPECT_EQ(site.Log(), before);
   EXPECT_EQ(site.optionsLoaded, 1);
 }
 
-TEST(StartUp, ANewDayBeginsItsLogWithTheHeader) {
+TEST(StartUp, FirstStartOfADayBeginsItsLogWithTheHeader) {
   Started site;
   site.Start();
   ++site.clock.now.day;
   StartUp next(site.program);
-  next.CreateFolderTree();
-  next.OpenDailyLogHeader([&] { ++site.optionsLoaded; });
+  next.OpenDailyLogHeader(next.CreateFolderTree(), [&] { ++site.optionsLoaded; });
   EXPECT_THAT(site.Log(), ElementsAre("[Log File]"));
 }
 
-TEST(StartUp, TellsTheRegistryWhereItIs) {
+TEST(StartUp, RegistersTheProgramFolder) {
   Started site;
   site.Start();
   EXPECT_EQ(site.program.registry.QueryText(HKEY_LOCAL_MACHINE, ProgramFolderKey, DefaultValue),
             Utf8FromPath(site.home));
 }
 
-TEST(StartUp, CheckingTheComponentsShowsAndLogsNothing) {
+TEST(StartUp, CheckComponentsShowsAndLogsNothing) {
   Started site;
   site.startUp.CheckComponents();
   EXPECT_FALSE(std::filesystem::exists(site.home / "Faultlog"));

@@ -94,8 +94,9 @@ TEST_F(CurlConnectionTest, GivesUpAfterTheTimeoutWhenThePortAcceptsNoConnection)
   server.port = full.Port();
   const FakeClock stopped;  // libcurl measures the time itself
   SmtpMail transport(files, stopped, display, limits);
-  EXPECT_FALSE(transport.Send(server, mail, [] {}));
-  EXPECT_THAT(transport.StatusText(), HasSubstr("no reply from the server for 1 second"));
+  const MailOutcome outcome = transport.Send(server, mail, [] {});
+  EXPECT_FALSE(outcome.accepted);
+  EXPECT_THAT(outcome.statusText, HasSubstr("no reply from the server for 1 second"));
 }
 
 TEST_F(CurlConnectionTest, FailsTheMailWhenLibcurlFails) {

@@ -224,8 +224,10 @@ TEST_F(SmtpMailTest, FailsWhenTheAcceptanceCannotBeNoted) {
   const SmtpServer accepting;
   server.port = accepting.Port();
   SmtpMail transport(files, clock, display, limits);
-  EXPECT_FALSE(transport.Send(server, mail, [] { throw std::runtime_error("nobody could note it"); }));
-  EXPECT_THAT(transport.StatusText(), HasSubstr("nobody could note it"));
+  const MailOutcome outcome =
+      transport.Send(server, mail, [] { throw std::runtime_error("nobody could note it"); });
+  EXPECT_FALSE(outcome.accepted);
+  EXPECT_THAT(outcome.statusText, HasSubstr("nobody could note it"));
 }
 
 }  // namespace

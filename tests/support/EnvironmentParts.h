@@ -55,7 +55,7 @@ struct EnvironmentParts {
   MailSettings settings;
   LatestFolderStore latestStore;
   FolderTree tree;
-  RunContext context{ports.files, ports.clock, paths, settings, log};
+  RunContext run{ports.files, ports.clock, paths, settings, log};
 };
 
 }  // namespace fieldpost::test

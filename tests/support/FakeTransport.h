@@ -1,4 +1,4 @@
-// A mail transport that keeps the mails, and fails those that the test says.
+// A mail transport that records the mails and fails those that the test names.
 #pragma once
 
 #include <fmt/format.h>
@@ -15,28 +15,24 @@ namespace fieldpost::test {
 class FakeTransport final : public MailTransport {
  public:
   std::vector<MailServer> servers;
-  std::vector<Mail> mails;        ///< all that were tried
-  std::set<std::size_t> failing;  ///< which of them fail, counted from 1
+  std::vector<Mail> mails;        ///< every mail that was handed over
+  std::set<std::size_t> failing;  ///< numbers of the mails that fail, counted from 1
   std::string failure = "Error: 7 refused";
-  bool stopped = false;                  ///< what fails was stopped
-  std::function<void()> during = [] {};  ///< what a test wants done while a mail is on its way
+  bool cancelled = false;                ///< a mail that fails was cancelled by the user
+  std::function<void()> during = [] {};  ///< called while a mail is being sent
 
-  bool Send(const MailServer& server, const Mail& mail, const std::function<void()>& accepted) override {
+  [[nodiscard]] MailOutcome Send(const MailServer& server, const Mail& mail,
+                                 const std::function<void()>& onAccepted) override {
     servers.push_back(server);
     mails.push_back(mail);
     during();
-    sent_ = !failing.contains(mails.size());
-    if (sent_) accepted();
-    return sent_;
+    const bool accepted = !failing.contains(mails.size());
+    if (accepted) onAccepted();
+    return {.accepted = accepted,
+            .cancelled = cancelled && !accepted,
+            .statusText =
+                fmt::format("Mail to {}\r\n{}", mail.recipient, accepted ? "Error: 0 250 OK" : failure)};
   }
-  [[nodiscard]] std::string StatusText() const override {
-    return fmt::format("Mail to {}\r\n{}", mails.back().recipient, sent_ ? "Error: 0 250 OK" : failure);
-  }
-
-  [[nodiscard]] bool WasCancelled() const override { return stopped && !sent_; }
-
- private:
-  bool sent_ = false;
 };
 
 }  // namespace fieldpost::test

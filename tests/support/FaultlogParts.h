@@ -13,7 +13,7 @@ namespace fieldpost::test {
 struct FaultlogParts : OutboxParts {
   using OutboxParts::OutboxParts;
 
-  LatestScan scan{context, flags, lists, {tree, check, sendLoop, ports.prompt}};
+  LatestScan scan{run, flags, lists, {tree, check, sendLoop, ports.prompt}};
 };
 
 using FaultlogSite = BasicSite<FaultlogParts>;

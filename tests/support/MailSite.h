@@ -1,4 +1,4 @@
-// A whole program with real message boxes, widgets and mail, and what a test sees of its windows meanwhile.
+// A whole program with real message boxes, widgets and mail, and a watch of its dialogs.
 #pragma once
 
 #include <QDialog>
@@ -18,7 +18,7 @@
 
 namespace fieldpost::test {
 
-/// The wall clock stands still, the time for time-outs runs.
+/// The wall clock stands still; the steady clock, which timeouts use, runs.
 class RunningClock final : public Clock {
  public:
   [[nodiscard]] LocalTime Now() const override { return FakeClock().Now(); }
@@ -27,7 +27,7 @@ class RunningClock final : public Clock {
   }
 };
 
-/// A site that mails faultlogger data to a server of the test's.
+/// A site that mails faultlogger data to a mail server of the test.
 struct MailSite
     : AfterFirstStart<
           BasicSite<FieldpostProgram, MessageBoxPrompt, WidgetStatusDisplay, SmtpMail, RunningClock>> {
@@ -43,7 +43,7 @@ struct MailSite
   }
 
   WidgetMemory memory{home};
-  std::vector<OptionsPage> pages;  ///< of the options dialog, as they were asked for
+  std::vector<OptionsPage> pages;  ///< pages of the options dialog, in the order in which they were opened
 
   void Send(QWidget* parent = nullptr) { ShowSendDialog(program, display, memory, parent); }
 
@@ -52,7 +52,7 @@ struct MailSite
   }
 };
 
-/// Looks every 10 ms at the dialog of an object name, as long as this lives.
+/// Observes the dialog of an object name every 10 ms while this object exists.
 class DialogWatch {
  public:
   explicit DialogWatch(const char* name) : name_(QString::fromLatin1(name)) {
@@ -70,13 +70,13 @@ class DialogWatch {
   std::set<int> values;                                ///< of the bar
   std::set<int> ranges;                                ///< of the bar, their ends
   std::string lines;                                   ///< of the list
-  std::vector<qint64> gaps;                            ///< between two looks, in milliseconds
+  std::vector<qint64> gaps;                            ///< between two observations, in milliseconds
 
-  /// Done at every look at the dialog that is up.
+  /// Called at each observation of the visible dialog.
   std::function<void(QDialog&)> onLook = [](QDialog&) {};
 
-  /// How long events were held up at the most. A busy machine may hold up any of them, so of twenty gaps one
-  /// may be longer than the program is allowed; what the program itself does wrong it does more often.
+  /// Expects that events were processed in time. A busy machine may delay any of them, so one of twenty gaps
+  /// may be longer than allowed; a defect of the program would show more often.
   void ExpectAnswers(const std::string& what) {
     std::sort(gaps.begin(), gaps.end());
     ASSERT_FALSE(gaps.empty()) << what;
@@ -84,7 +84,7 @@ class DialogWatch {
     EXPECT_LT(gaps[(gaps.size() - 1) * 19 / 20], AllowedGap) << what;
   }
 
-  /// How long the dialog has been up.
+  /// Returns how long the dialog has been visible.
   [[nodiscard]] qint64 UpMilliseconds() const { return up_.isValid() ? up_.elapsed() : 0; }
 
  private:

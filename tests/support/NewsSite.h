@@ -1,4 +1,4 @@
-// A site with something new of both kinds.
+// A site with new data of both kinds.
 #pragma once
 
 #include <string>
@@ -16,7 +16,7 @@ struct NewsSite : ReadySite {
     folder.Write("db/ppc.xml", "<R><PPCentry>1</PPCentry></R>");
   }
 
-  /// Who got a mail, with the names of its files.
+  /// The local part of each mail's recipient, with the names of its attachments.
   [[nodiscard]] std::vector<std::string> Mails() const {
     std::vector<std::string> result;
     for (const Mail& mail : transport.mails) {

@@ -1,6 +1,7 @@
 // The parts of the program that send, with those below them.
 #pragma once
 
+#include "common/Screen.h"
 #include "outbox/AttachmentPackaging.h"
 #include "outbox/MailSettingsCheck.h"
 #include "outbox/SendLoop.h"
@@ -13,10 +14,10 @@ namespace fieldpost::test {
 struct OutboxParts : EnvironmentParts {
   using EnvironmentParts::EnvironmentParts;
 
-  MailSettingsCheck check{settings, settingsStore, flags, registry, log, ports.prompt, ports.display};
-  AttachmentPackaging packaging{ports.files, ports.clock, paths, settings, flags, lists, log, ports.display};
-  SendLoop sendLoop{ports.files, ports.clock, settings,        flags,        lists,        log,
-                    check,       packaging,   ports.transport, ports.prompt, ports.display};
+  Screen screen{ports.prompt, ports.display, flags};
+  MailSettingsCheck check{settings, settingsStore, registry, log, screen};
+  AttachmentPackaging packaging{run, ports.display};
+  SendLoop sendLoop{run, screen, lists, check, ports.transport};
 };
 
 using OutboxSite = BasicSite<OutboxParts>;

@@ -10,6 +10,7 @@
 
 #include "common/Utf8.h"
 #include "ppc/PpcEntryScanner.h"
+#include "support/FaultlogXml.h"
 #include "support/PpcParts.h"
 
 namespace fieldpost::test {
@@ -37,6 +38,14 @@ struct PpcSite : ReadyPpcSite {
   PpcSite() {
     program.flags.SendingPPC = true;
     program.flags.SendAfterCollect = true;
+  }
+
+  PathList documents;  ///< of the latest collection
+
+  /// Keeps the documents of a collection. Returns whether it succeeded.
+  bool Keep(const PpcCollection& collection) {
+    documents = PathsOf(collection.documents);
+    return collection.succeeded;
   }
 
   void SetDatabase(const std::filesystem::path& value) {

@@ -15,9 +15,8 @@ struct PpcParts : OutboxParts {
 
   PpcLibrary ppcLibrary;
   ModAttachment ppcDatabase{ports.files, paths, registry, ppcLibrary};
-  PPCAttachments ppcAttachments{ports.files, ports.clock, paths, settings,
-                                lists,       ppcDatabase, log,   ports.prompt};
-  PpcRun ppcRun{ppcAttachments, sendLoop, flags, lists};
+  PPCAttachments ppcAttachments{run, ppcDatabase, ports.prompt};
+  PpcRun ppcRun{ppcAttachments, sendLoop, flags};
 };
 
 using ReadyPpcSite = AfterFirstStart<BasicSite<PpcParts>>;

@@ -67,12 +67,13 @@ class SmtpMailTest : public testing::Test {
     SmtpMail transport(files, clock, display, limits);
     const auto begin = std::chrono::steady_clock::now();
     acceptedAfter.reset();
-    const bool sent =
+    const MailOutcome outcome =
         transport.Send(server, mail, [&] { acceptedAfter = std::chrono::steady_clock::now() - begin; });
+    const bool sent = outcome.accepted;
     EXPECT_EQ(acceptedAfter.has_value(), sent);
     duration = std::chrono::steady_clock::now() - begin;
-    status = transport.StatusText();
-    cancelled = transport.WasCancelled();
+    status = outcome.statusText;
+    cancelled = outcome.cancelled;
     ExpectValidStatus(sent);
     return sent;
   }

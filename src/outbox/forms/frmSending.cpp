@@ -26,7 +26,7 @@ void frmSending::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
   if (state_ != State::NotBegun) return;
   state_ = State::Running;
-  // The window is drawn before the job begins.
+  // The dialog is painted before the job begins.
   QMetaObject::invokeMethod(this, &frmSending::RunJob, Qt::QueuedConnection);
 }
 

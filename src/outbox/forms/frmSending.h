@@ -1,4 +1,4 @@
-// The window that shows a send while it runs.
+// The dialog that shows a send while it runs.
 #pragma once
 
 #include <QDialog>
@@ -14,19 +14,20 @@ class frmSending;
 
 namespace fieldpost {
 
-/// Runs a job once it is shown, shows where the job is, and closes when the job is done. While it is up
-/// nothing else of the program can be used, so that no second job can begin. Closing it earlier, in whatever
-/// way, asks the job to end; the window goes when it did.
+/// Runs a job once it is shown, shows its progress, and closes when the job is done. It is modal to the
+/// program, so that no second job can begin. Closing it earlier cancels the job; the dialog closes when the
+/// job has ended.
 class frmSending final : public QDialog {
   Q_OBJECT
 
  public:
-  /// `job` must not throw, and asks `display` whether it is to end. Everything outlives the window.
+  /// `job` must not throw, and must ask `display` whether it was cancelled. All arguments must outlive the
+  /// dialog.
   frmSending(std::function<void()> job, WidgetStatusDisplay& display, WidgetMemory& memory,
              QWidget* parent = nullptr);
   ~frmSending() override;
 
-  /// Escape, the button and the title bar lead here.
+  /// Cancels the job, or closes the dialog when it is done. Called for Escape, the button and the title bar.
   void reject() override;
 
  protected:

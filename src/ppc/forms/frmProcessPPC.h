@@ -12,17 +12,17 @@ class frmProcessPPC;
 
 namespace fieldpost {
 
-/// Takes the display over from construction to destruction. Closing it, in whatever way, asks the step that
-/// is shown to end; the window stays until its owner takes it away.
+/// Redirects the status display to this window while the window exists. Closing it cancels the step that is
+/// shown; the window stays until its owner destroys it.
 class frmProcessPPC final : public QDialog {
   Q_OBJECT
 
  public:
-  /// `display` outlives the window.
+  /// `display` must outlive the window.
   explicit frmProcessPPC(WidgetStatusDisplay& display, QWidget* parent = nullptr);
   ~frmProcessPPC() override;
 
-  /// Escape, the button and the title bar lead here.
+  /// Cancels the step. Called for Escape, the button and the title bar.
   void reject() override;
 
  private:

@@ -56,8 +56,9 @@ bool MDIFieldpost::Load() {
   show();
   ShowArchive();
   ports_.display.ProcessEvents();
-  RefreshArchiveAfter([this] { startUp_.CreateFolderTree(); });
-  startUp_.OpenDailyLogHeader([this] { Options(); });
+  StartState before;
+  RefreshArchiveAfter([&] { before = startUp_.CreateFolderTree(); });
+  startUp_.OpenDailyLogHeader(before, [this] { Options(); });
   startUp_.RegisterProgramFolder();
   // Whoever closed it meanwhile wants the program to end, and no loop runs yet that would notice.
   return isVisible();
@@ -102,7 +103,7 @@ void MDIFieldpost::CloseChild() {
 }
 
 void MDIFieldpost::SendData() {
-  if (program_.check.CheckMailOptions()) return;
+  if (program_.check.CheckMailOptions().requiredMissing) return;
   ports_.prompt.SetBusyPointer(true);
   ShowSendDialog(program_, ports_.display, ports_.memory, this);
   ports_.prompt.SetBusyPointer(false);

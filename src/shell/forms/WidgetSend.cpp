@@ -17,7 +17,8 @@ void ShowSendDialog(FieldpostProgram& program, WidgetStatusDisplay& display, Wid
     ppcWindow->show();
   };
   InteractiveSend send(program, {.open = open, .close = [&] { ppcWindow.reset(); }});
-  frmSending dialog([&send] { send.Run(); }, display, memory, parent);
+  // The send itself reports what failed.
+  frmSending dialog([&send] { static_cast<void>(send.Run()); }, display, memory, parent);
   sending = &dialog;
   dialog.exec();
 }

@@ -9,8 +9,8 @@ class QWidget;
 
 namespace fieldpost {
 
-/// Shows the send dialog over `parent`, does the whole send in it, and returns when the dialog is gone. The
-/// mail settings were checked before. `display` is the one that the program was given.
+/// Shows the send dialog over `parent`, does the whole send in it, and returns when the dialog is closed. The
+/// caller has checked the mail settings. `display` must be the display of `program`.
 void ShowSendDialog(FieldpostProgram& program, WidgetStatusDisplay& display, WidgetMemory& memory,
                     QWidget* parent = nullptr);
 

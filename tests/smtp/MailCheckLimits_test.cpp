@@ -1,13 +1,14 @@
-// Settings at the edge of what a mail may be sent with.
-#include <gmock/gmock.h>
+// The longest texts that a mail may be sent with.
+#include <gtest/gtest.h>
+
+#include <string>
 
 #include "smtp/MailCheck.h"
-#include "support/OutboxParts.h"
 
 namespace fieldpost {
 namespace {
 
-TEST(CheckMail, KnowsTheLongestOfEachSetting) {
+TEST(CheckMail, RefusesTextsThatAreTooLong) {
   struct Row {
     const char* name;
     std::size_t server;
@@ -33,26 +34,6 @@ TEST(CheckMail, KnowsTheLongestOfEachSetting) {
     if (!row.good) {
       EXPECT_EQ(fault, std::string(row.name) + " is too long");
     }
-  }
-}
-
-TEST(CheckMailOptions, SavesTheDefaultOfEachSettingThatIsMissing) {
-  struct Row {
-    const char* port;
-    const char* tries;
-    const char* timeout;
-    bool saved;
-  };
-  for (const Row& row : {Row{"1", "1", "1", false}, Row{"", "1", "1", true}, Row{"1", "", "1", true},
-                         Row{"1", "1", "", true}}) {
-    test::ReadyOutboxSite site;
-    site.program.settings.SMTPPort = row.port;
-    site.program.settings.TryCount = row.tries;
-    site.program.settings.Timeout = row.timeout;
-    std::filesystem::remove(site.home / "Options.ini");
-    EXPECT_FALSE(site.program.check.CheckMailOptionsQuiet());
-    EXPECT_EQ(std::filesystem::exists(site.home / "Options.ini"), row.saved)
-        << row.port << row.tries << row.timeout;
   }
 }
 

@@ -1,5 +1,8 @@
-// Which documents a send takes along.
+// Which documents an unattended send collects.
 #include <gmock/gmock.h>
+
+#include <map>
+#include <optional>
 
 #include "outbox/DocumentMode.h"
 #include "support/SendSite.h"
@@ -16,7 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-TEST(SendQueuedFaultlogs, CollectsWhatSaysNotSent) {
+TEST(SendQueuedFaultlogs, CollectsDocumentsThatContainNotSent) {
   struct Row {
     const char* name;
     std::string content;
@@ -40,7 +43,7 @@ TEST(SendQueuedFaultlogs, CollectsWhatSaysNotSent) {
   }
 }
 
-TEST(SendQueuedFaultlogs, LeavesWhatIsTooLargeAndSendsTheOthers) {
+TEST(SendQueuedFaultlogs, ReportsADocumentThatIsTooLargeAndSendsTheOthers) {
   SendSite site;
   const fs::path huge = site.Document("a.xml");
   const fs::path other = site.Document("b.xml");
@@ -57,7 +60,7 @@ TEST(SendQueuedFaultlogs, LeavesWhatIsTooLargeAndSendsTheOthers) {
   EXPECT_THAT(site.transport.mails[1].attachments, ElementsAre(huge));
 }
 
-TEST(SendQueuedFaultlogs, SaysOfWhatCannotBeMarkedThatItGoesAgain) {
+TEST(SendQueuedFaultlogs, LogsThatAnUnmarkableDocumentIsMailedAgain) {
   SendSite site;
   const fs::path broken = site.Document("a.xml", "<a Mode='Not Sent'>");
   for (const std::size_t mails : {1U, 2U}) {
@@ -77,8 +80,6 @@ TEST(SendQueuedFaultlogs, TakesEachDocumentOnceInOrderOfNames) {
   const fs::path a = site.Document("A.XML");
   const fs::path elsewhere = site.folder.Write("elsewhere.xml", Waiting);
   site.program.lists.PendingFiles = {{b, {}}, {elsewhere, {}}, {site.folder.Path() / "gone.xml", {}}};
-  site.program.lists.Attachments = {"/left/over.xml"};
-  site.program.lists.PackedFiles = {"/left/over.xml"};
   site.program.settings.NumAttachments = "9";
   EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
   ASSERT_EQ(site.transport.mails.size(), 1U);
@@ -86,7 +87,7 @@ TEST(SendQueuedFaultlogs, TakesEachDocumentOnceInOrderOfNames) {
   EXPECT_THAT(site.program.lists.PendingFiles, IsEmpty());
 }
 
-/// A file system on which one file cannot be read.
+/// A file system on which one file is unreadable.
 class OneUnreadable final : public test::DyingFileSystem {
  public:
   [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const fs::path& path) const override {
@@ -95,7 +96,7 @@ class OneUnreadable final : public test::DyingFileSystem {
   }
 };
 
-TEST(SendQueuedFaultlogs, LeavesOutADocumentThatCannotBeReadAndSaysSo) {
+TEST(SendQueuedFaultlogs, UnreadableDocumentDoesNotBlockTheOthers) {
   SendSite site;
   const fs::path a = site.Document("a.xml");
   const fs::path b = site.Document("b.xml");
@@ -110,11 +111,38 @@ TEST(SendQueuedFaultlogs, LeavesOutADocumentThatCannotBeReadAndSaysSo) {
                                       "[Mail]:Mail Sent"));
 }
 
-TEST(SendQueuedFaultlogs, SendsNothingWhenNothingWaits) {
+TEST(SendQueuedFaultlogs, SucceedsWhenNothingWaits) {
   SendSite site;
   EXPECT_TRUE(site.program.sendLoop.SendQueuedFaultlogs());
   EXPECT_THAT(site.transport.mails, IsEmpty());
   EXPECT_THAT(site.Log(), IsEmpty());
+}
+
+/// A file system that counts how often each file is opened for reading.
+class CountingFileSystem final : public test::DyingFileSystem {
+ public:
+  mutable std::map<fs::path, int> opened;
+
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const fs::path& path) const override {
+    ++opened[path];
+    return DyingFileSystem::OpenForReading(path);
+  }
+};
+
+TEST(SendQueuedFaultlogs, OpensAPendingDocumentOnlyWhenItsHashIsNotKnown) {
+  SendSite site;
+  const fs::path known = site.Document("a.xml");
+  const fs::path unknown = site.Document("b.xml");
+  CountingFileSystem files;
+  test::OutboxParts program({files, site.clock, site.keys, site.transport, site.prompt, site.display},
+                            site.home);
+  program.settings = site.program.settings;
+  program.lists.PendingFiles = {{known, HashContent(Waiting)}, {unknown, std::nullopt}};
+  EXPECT_TRUE(program.sendLoop.SendQueuedFaultlogs());
+  EXPECT_EQ(files.opened, (std::map<fs::path, int>{{unknown, 1}}))
+      << "the transport of this test reads no attachment";
+  EXPECT_EQ(test::ReadFile(known), Sent);
+  EXPECT_EQ(test::ReadFile(unknown), Sent);
 }
 
 }  // namespace

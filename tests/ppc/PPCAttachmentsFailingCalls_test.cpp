@@ -1,4 +1,4 @@
-// PPC data in which one call of the system fails, whichever it is.
+// The PPC collection when any one system call fails.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
@@ -26,12 +26,12 @@ void WriteExport(const PpcSite& site) {
 }
 
 bool Make(PpcSite& site) {
-  return site.program.ppcAttachments.MakePPCFilesQuiet(site.display);
+  return site.Keep(site.program.ppcAttachments.MakePPCFilesQuiet(site.display));
 }
 
 void ExpectWholeDocuments(const PpcSite& site, const std::string& when) {
-  EXPECT_EQ(site.program.lists.Attachments.size(), DocumentCount) << when;
-  for (const fs::path& document : site.program.lists.Attachments) {
+  EXPECT_EQ(site.documents.size(), DocumentCount) << when;
+  for (const fs::path& document : site.documents) {
     const std::string text = test::ReadFile(document);
     EXPECT_TRUE(text.ends_with("</PPCentries>")) << when << document;
     EXPECT_THAT(text, HasSubstr("<ArchiveDate>20040315</ArchiveDate><PPCentry")) << when;
@@ -64,7 +64,7 @@ TEST(MakePPCFiles, LosesNothingWhicheverCallFails) {
   std::cout << swept << " failing calls swept\n";
 }
 
-TEST(MakePPCFiles, LeavesToTheNextRunWhatItCannotRemove) {
+TEST(MakePPCFiles, NextRunRemovesTemporaryFilesThatCouldNotBeRemoved) {
   PpcSite site;
   WriteExport(site);
   {
@@ -80,11 +80,11 @@ TEST(MakePPCFiles, LeavesToTheNextRunWhatItCannotRemove) {
   ExpectWholeDocuments(site, "after a run that could not clean up");
 }
 
-TEST(ZipPPCDocuments, SaysThatAnOlderZipCannotBeReplaced) {
+TEST(ZipPPCDocuments, LogsThatAnOlderZipCannotBeReplaced) {
   PpcSite site;
   site.folder.Write("home/Faultlog/PPCTemp/a.xml", "<a/>");
   const FailingCall failing("unlink", EACCES);
-  EXPECT_FALSE(site.program.ppcAttachments.ZipPPCDocuments("a.xml", site.display));
+  EXPECT_FALSE(site.program.ppcAttachments.ZipPPCDocuments("a.xml", site.display).packed);
   EXPECT_THAT(site.Log(), testing::ElementsAre(HasSubstr("200403151400.zip: Permission denied")));
   EXPECT_EQ(site.prompt.messages.size(), 1U);
 }

@@ -1,4 +1,4 @@
-// A send in which one call of the system fails, whichever it is.
+// A send when any one system call fails.
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
@@ -57,7 +57,7 @@ struct WaitingSite : test::ReadyOutboxSite {
   std::vector<fs::path> documents;
 };
 
-/// Sends with one failing call, and once more without. Returns how often the call failed.
+/// Sends with one failing call, then once without. Returns how often the call failed.
 int SendTwice(WaitingSite& site, std::string_view call, int n) {
   int failures = 0;
   bool sent = false;
@@ -79,7 +79,7 @@ int SendTwice(WaitingSite& site, std::string_view call, int n) {
   return failures;
 }
 
-TEST(SendQueuedFaultlogs, MailsASetOnceThatGoesInOneMailWhicheverCallFails) {
+TEST(SendQueuedFaultlogs, MailsASingleMailOnceWhicheverCallFails) {
   const std::size_t swept = test::ForEachFailingCall([](std::string_view call, int n) {
     WaitingSite site(AllInOneMail);
     const int failures = SendTwice(site, call, n);
@@ -101,7 +101,7 @@ TEST(SendQueuedFaultlogs, MailsEachDocumentAtLeastOnceWhicheverCallFails) {
   std::cout << swept << " failing calls swept\n";
 }
 
-TEST(SendQueuedFaultlogs, MarksWhatWentInAZipWhicheverCallFails) {
+TEST(SendQueuedFaultlogs, MarksPackedDocumentsWhicheverCallFails) {
   const std::size_t swept = test::ForEachFailingCall([](std::string_view call, int n) {
     WaitingSite site(OneAMail, "True");
     return SendTwice(site, call, n);
