@@ -13,8 +13,6 @@ namespace fieldpost {
 
 inline constexpr std::string_view LatestListFileName = "LatestList.dat";
 
-inline constexpr std::size_t MaxLatestFolders = 10'000;
-
 /// "LatestList.dat" in the program's own folder: one folder a line, in order, UTF-8 (outside Windows the
 /// bytes of the name, whatever they are).
 class LatestFolderStore {

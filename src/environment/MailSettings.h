@@ -41,11 +41,6 @@ inline constexpr std::string_view DefaultSmtpPort = "25";
 inline constexpr std::string_view DefaultTryCount = "2";
 inline constexpr std::string_view DefaultTimeoutSeconds = "10";
 
-/// The settings that are numbers go from 1 to these; any other stands for its default.
-inline constexpr std::int32_t HighestSmtpPort = 65535;
-inline constexpr std::int32_t HighestTryCount = 100;
-inline constexpr std::int32_t HighestTimeoutSeconds = 3600;
-
 /// The settings that are check boxes hold one of these.
 inline constexpr std::string_view CheckedText = "True";
 inline constexpr std::string_view UncheckedText = "False";

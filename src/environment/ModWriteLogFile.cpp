@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "common/DocumentNames.h"
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 
@@ -16,12 +17,11 @@ constexpr std::array<std::string_view, 7> Tags{
     "", "[Mail]:", "[Search Latest]:", "[Create missing directory]:", "[Error]:", "[Log File]", "[PPC]:"};
 
 /// A line of the log is read by people: what makes it longer is no help to them.
-constexpr std::size_t LongestLine = 2000;
 
 /// What a hostile name or setting cannot break, steer or drown.
 std::string Readable(std::string_view line) {
-  const bool whole = line.size() <= LongestLine;
-  return EscapeControls(line.substr(0, LongestLine)) + (whole ? "" : " ...");
+  const bool whole = line.size() <= MaxLogLineBytes;
+  return EscapeControls(line.substr(0, MaxLogLineBytes)) + (whole ? "" : " ...");
 }
 
 bool IsKnown(std::int16_t category) {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/DocumentNames.h"
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "outbox/DocumentMode.h"
 #include "outbox/WaitingDocument.h"
@@ -20,7 +21,6 @@ constexpr std::string_view CommonRootName = "FLFILES";
 constexpr std::string_view LineBreak = "\r\n";
 constexpr std::string_view Declaration = "<?xml version=\"1.0\"?>\r\n";
 constexpr std::string_view DisplacedEnding = ".displaced";
-constexpr int LastNumber = 99;
 
 /// Takes the first opening and the last closing wrapper tag off, and the line break behind the first. The
 /// text may be megabytes, so it is changed where it stands, here and below.
@@ -85,7 +85,7 @@ bool CombinedDocument::AppendToCombinedDocument(FaultloggerFile* file, bool isLa
   if (!CombinedBuilder_ && !isLast) CombinedBuilder_.emplace().OpenXML(WrapperName);
   if (file != nullptr && !isLast) CombinedBuilder_->InsertXML(*file);
   if (!CombinedBuilder_) return true;
-  if (CombinedBuilder_->GetXMLLength() <= MaxCharacters && !isLast) return true;
+  if (CombinedBuilder_->GetXMLLength() <= MaxDocumentCharacters && !isLast) return true;
   const std::size_t elements = CombinedBuilder_->ElementCount();
   std::string text = std::move(*CombinedBuilder_).CloseXML(WrapperName);
   CombinedBuilder_.reset();
@@ -143,7 +143,7 @@ void CombinedDocument::RestoreDisplacedDocuments() {
   for (const std::string& name : files_.ListFiles(processFolder_, DisplacedEnding)) {
     const std::string stem = NameStem();
     const int number = NextNumber(stem, processFolder_);
-    if (number >= LastNumber) return;
+    if (number >= MaxDocumentsAnHour) return;
     const fs::path document = processFolder_ / DocumentName(stem, number);
     files_.Rename(processFolder_ / name, document);
     lists_.PendingFiles.push_back({.path = document, .content = {}});

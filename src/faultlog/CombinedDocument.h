@@ -22,9 +22,6 @@ namespace fieldpost {
 /// Writing it publishes the batch of files whose entries it holds.
 class CombinedDocument {
  public:
-  /// Where a document is cut: the first file that takes it beyond this many characters is its last.
-  static constexpr std::size_t MaxCharacters = 1'300'000;
-
   CombinedDocument(FileSystem& files, const Clock& clock, const MailSettings& settings, RunLists& lists,
                    ModWriteLogFile& log, StatusDisplay& display, FilingBatch& batch,
                    std::filesystem::path processFolder);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 
 namespace fieldpost {
@@ -18,7 +19,7 @@ constexpr std::array<std::string_view, 5> RecordNames{ContainerName, EntryName, 
 
 bool FaultloggerFile::Load(std::string_view bytes) {
   containerXml_.clear();
-  const bool loads = document_.Load(bytes, {.depth = MaxDepth, .nodes = XmlDocument::MaxNodes});
+  const bool loads = document_.Load(bytes, {.depth = MaxFaultloggerFileDepth});
   reason_ = document_.Reason();
   if (!loads) return false;
   auto found = document_.ElementsByTagNames({RecordNames.begin(), RecordNames.end()});
@@ -65,7 +66,7 @@ std::string FaultloggerFile::Xml() {
 }
 
 bool ArchivedFile::Load(std::string_view bytes) {
-  if (!document_.Load(bytes, {.depth = XmlDocument::MaxDepth, .nodes = MaxNodes})) {
+  if (!document_.Load(bytes, {.nodes = MaxArchivedFileNodes})) {
     reason_ = document_.Reason();
     return false;
   }

@@ -17,10 +17,6 @@ inline constexpr std::string_view ProcessMode = "P";
 /// in it.
 class FaultloggerFile {
  public:
-  /// Deepest nesting of elements. An entry may come to lie in an archived file's `FLFILE` that is nested as
-  /// deep, and the two together must still be read.
-  static constexpr int MaxDepth = XmlDocument::MaxDepth / 2;
-
   /// Loads a file from its bytes. False when it is not well-formed, or would not be whole once it is filed;
   /// Reason() then tells why.
   bool Load(std::string_view bytes);
@@ -67,10 +63,6 @@ class FaultloggerFile {
 /// An archived file that takes in the entries of later files of the same name.
 class ArchivedFile {
  public:
-  /// What an archived file may grow to; beyond it, new entries are not merged into it.
-  static constexpr std::size_t MaxBytes = std::size_t{20} * 1024 * 1024;
-  static constexpr std::size_t MaxNodes = 600'000;
-
   /// Loads it from its bytes. False when it is not well-formed or has no `FLFILE`; Reason() then tells why.
   bool Load(std::string_view bytes);
 

@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "environment/ProcessFolder.h"
@@ -17,7 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view MissingProductFolder = "Missing";
-constexpr std::size_t LongestName = 255;  // bytes; the limit of the file systems in use
 
 /// From so many namesakes on they are worked through in one go, so that their archived file is read and
 /// written once; below it the order of the folders holds.
@@ -33,7 +33,7 @@ std::string_view ProductCodeFault(std::string_view productCode) {
   if (productCode == "." || productCode == "..") return "the product code is no folder name";
   if (productCode.find_first_of("/\\") != std::string_view::npos) return "the product code holds a separator";
   if (HoldsControl(productCode)) return "the product code holds a control character";
-  if (productCode.size() > LongestName) return "the product code is too long for a folder name";
+  if (productCode.size() > MaxFilenameBytes) return "the product code is too long for a folder name";
   return {};
 }
 
@@ -205,10 +205,10 @@ bool LatestScan::ProcessFile(const LatestFile& latest, FilingBatch& batch, Combi
 /// Before it is read: memory for it may not be there.
 void LatestScan::RefuseFullArchived(const fs::path& target) const {
   const std::optional<FileStamp> stamp = files_.RegularFileStamp(target);
-  if (!stamp || stamp->size <= ArchivedFile::MaxBytes) return;
+  if (!stamp || stamp->size <= MaxArchivedFileBytes) return;
   throw FileError(
       "cannot merge into", target,
-      fmt::format("larger than {} bytes; move it out of the Archive folder", ArchivedFile::MaxBytes));
+      fmt::format("larger than {} bytes; move it out of the Archive folder", MaxArchivedFileBytes));
 }
 
 /// A file without a reason is told of by the counts alone.

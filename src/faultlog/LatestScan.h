@@ -24,9 +24,6 @@
 
 namespace fieldpost {
 
-/// The largest file of a device that is read. Real ones are small; the parser needs many times a file's size.
-inline constexpr std::uint64_t MaxFaultloggerFileBytes = 8 * 1024 * 1024;
-
 /// Files every ready file of the Latest folders into the Archive by product code and into combined documents,
 /// moves what cannot be read to the Error folder, and reports.
 class LatestScan {

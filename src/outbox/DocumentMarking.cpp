@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/RunLists.h"
 #include "common/Text.h"

@@ -11,6 +11,7 @@
 
 #include "common/ContentHash.h"
 #include "common/DocumentNames.h"
+#include "common/Limits.h"
 #include "common/Numbers.h"
 #include "common/PathText.h"
 #include "common/Text.h"
@@ -193,9 +194,9 @@ bool SendLoop::SendOneMail(const Mail& mail, const std::function<void()>& accept
 
 MailServer SendLoop::Server() const {
   return {.server = settings_.SMTPServer,
-          .port = NumberOr(settings_.SMTPPort, 1, HighestSmtpPort, FallbackPort),
-          .tryCount = NumberOr(settings_.TryCount, 1, HighestTryCount, FallbackTries),
-          .timeoutSeconds = NumberOr(settings_.Timeout, 1, HighestTimeoutSeconds, FallbackTimeoutSeconds),
+          .port = NumberOr(settings_.SMTPPort, 1, MaxSmtpPort, FallbackPort),
+          .tryCount = NumberOr(settings_.TryCount, 1, MaxTryCount, FallbackTries),
+          .timeoutSeconds = NumberOr(settings_.Timeout, 1, MaxTimeoutSeconds, FallbackTimeoutSeconds),
           .userName = settings_.MailUserName,
           .password = settings_.MailPassword,
           .hostName = settings_.MailHostName,

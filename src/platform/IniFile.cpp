@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "platform/IniText.h"
@@ -11,7 +12,6 @@ namespace fieldpost {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::uint64_t LargestFile = 2U << 20U;
 constexpr std::string_view InUtf16 = "it is in UTF-16, not in UTF-8";
 
 bool IsUtf16(std::string_view bytes) {
@@ -23,10 +23,10 @@ std::string CutAtNul(std::string text) {
   return text;
 }
 
-/// The first LongestIniValue characters. Bytes that are no UTF-8 count as a character each.
+/// The first MaxIniValueCharacters characters. Bytes that are no UTF-8 count as a character each.
 std::string CutToLength(std::string text) {
   std::size_t at = 0;
-  for (std::size_t characters = 0; characters < LongestIniValue && at < text.size(); ++characters) {
+  for (std::size_t characters = 0; characters < MaxIniValueCharacters && at < text.size(); ++characters) {
     const auto lead = static_cast<unsigned char>(text[at++]);
     const std::size_t following = lead >= 0xF0U ? 3 : lead >= 0xE0U ? 2 : lead >= 0xC0U ? 1 : 0;
     const std::size_t end = std::min(text.size(), at + following);
@@ -55,7 +55,7 @@ std::vector<std::string> ReadIniValues(const FileSystem& files, const fs::path& 
   std::vector<std::string> values(keys.size());
   try {
     if (!files.IsFile(file)) return values;
-    const IniText text(files.ReadWhole(file, LargestFile));
+    const IniText text(files.ReadWhole(file, MaxIniFileBytes));
     std::transform(keys.begin(), keys.end(), values.begin(), [&](std::string_view key) {
       return CutAtNul(text.Value(section, key).value_or(std::string()));
     });
@@ -80,7 +80,7 @@ std::string TryWriteIniValues(FileSystem& files, const fs::path& file, std::stri
                               std::span<const IniEntry> entries, FileAccess access) {
   if (!AreFit(section, entries)) return FileError("cannot write", file, "a value cannot be a line").what();
   try {
-    std::string bytes = files.Exists(file) ? files.ReadWhole(file, LargestFile) : std::string();
+    std::string bytes = files.Exists(file) ? files.ReadWhole(file, MaxIniFileBytes) : std::string();
     if (IsUtf16(bytes)) return FileError("cannot write", file, InUtf16).what();
     IniText text(std::move(bytes));
     for (const IniEntry& entry : entries) text.SetValue(section, entry.key, entry.value);
@@ -93,7 +93,7 @@ std::string TryWriteIniValues(FileSystem& files, const fs::path& file, std::stri
 
 std::string IniFileProblem(const FileSystem& files, const fs::path& file) {
   try {
-    if (!files.Exists(file) || !IsUtf16(files.ReadWhole(file, LargestFile))) return {};
+    if (!files.Exists(file) || !IsUtf16(files.ReadWhole(file, MaxIniFileBytes))) return {};
     return FileError("cannot read", file, InUtf16).what();
   } catch (const FileError& error) {
     return error.what();

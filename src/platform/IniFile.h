@@ -11,9 +11,6 @@
 
 namespace fieldpost {
 
-/// Longest value that ReadIniValue gives, in characters.
-inline constexpr std::size_t LongestIniValue = 255;
-
 /// A key and the value that it shall have.
 struct IniEntry {
   std::string_view key;
@@ -22,8 +19,8 @@ struct IniEntry {
 
 /// The value of a key, as the platform's own call reads it: names compare without regard to case; of sections
 /// and keys of the same name the first counts; blanks round the value and one pair of double quotes are taken
-/// off; it ends at its first NUL. At most LongestIniValue characters. Empty when the file, the section or the
-/// key is missing, or the file cannot be read. Never throws.
+/// off; it ends at its first NUL. At most MaxIniValueCharacters characters. Empty when the file, the section
+/// or the key is missing, or the file cannot be read. Never throws.
 std::string ReadIniValue(const FileSystem& files, const std::filesystem::path& file, std::string_view section,
                          std::string_view key);
 

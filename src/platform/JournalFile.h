@@ -10,9 +10,6 @@
 
 namespace fieldpost {
 
-/// Larger than any journal that this program writes.
-inline constexpr std::uint64_t MaxJournalBytes = std::uint64_t{64} * 1024 * 1024;
-
 /// A journal's bytes. Nothing when there is no plain file of that name, or a larger one than the program ever
 /// writes. Throws FileError when it cannot be read, when a folder bears its name, and when somebody else may
 /// have written it: the program would do what that one wants.

@@ -14,9 +14,6 @@
 
 namespace fieldpost {
 
-/// A document is closed once the text of its entries is longer than this, in characters.
-inline constexpr std::size_t PpcDocumentCharacters = 1'300'000;
-
 /// Gathers entries into documents, which lie under temporary names until all are published together.
 class PpcDocuments final : public PpcEntrySink {
  public:

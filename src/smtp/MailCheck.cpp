@@ -6,14 +6,12 @@
 #include <array>
 #include <string_view>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "smtp/MailText.h"
 
 namespace fieldpost {
 namespace {
-
-constexpr std::size_t LongestName = 255;
-constexpr std::size_t LongestAddress = 64 + 1 + LongestName;  // RFC 5321, section 4.5.3.1
 
 /// A text of the settings with what it must be.
 struct Checked {
@@ -96,15 +94,15 @@ std::string CheckMail(const MailServer& server, const Mail& mail) {
   // Several addresses in one setting would reach the server as one that does not exist.
   constexpr std::string_view notInAddress = "<>,;";
   const std::array<Checked, 4> always{
-      {{"the mail server's name", server.server, LongestName, brackets},
-       {"the sender's address", mail.sender, LongestAddress, notInAddress},
-       {"the recipient's address", mail.recipient, LongestAddress, notInAddress},
-       {"the message id", mail.messageId, LongestName, "\"(),;"}}};
+      {{"the mail server's name", server.server, MaxHostNameBytes, brackets},
+       {"the sender's address", mail.sender, MaxAddressBytes, notInAddress},
+       {"the recipient's address", mail.recipient, MaxAddressBytes, notInAddress},
+       {"the message id", mail.messageId, MaxHostNameBytes, "\"(),;"}}};
   for (const Checked& checked : always) {
     if (std::string fault = FaultOf(checked); !fault.empty()) return fault;
   }
   if (!server.hostName.empty()) {
-    const Checked hostName{"the announced host name", server.hostName, LongestName, brackets};
+    const Checked hostName{"the announced host name", server.hostName, MaxHostNameBytes, brackets};
     if (std::string fault = FaultOf(hostName); !fault.empty()) return fault;
   }
   if (!IsAddress(mail.sender)) return "the sender's address is none: " + mail.sender;

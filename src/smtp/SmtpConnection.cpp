@@ -6,6 +6,7 @@
 #include <limits>
 #include <system_error>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "smtp/MailText.h"
 
@@ -14,7 +15,6 @@ namespace {
 
 /// Well below the 50 ms after which a window lets events run: waits that end just before would double them.
 constexpr int LongestWaitMilliseconds = 20;
-constexpr std::size_t LongestLine = 65536;
 constexpr std::string_view CheckTheClock =
     "check this computer's clock, or have the server's certificate renewed";
 constexpr std::string_view EnterItsName =
@@ -252,7 +252,7 @@ bool SmtpConnection::Receive() {
 std::optional<std::string> SmtpConnection::TakeLine() {
   const std::size_t end = input_.find('\n');
   if (end == std::string::npos) {
-    if (input_.size() > LongestLine)
+    if (input_.size() > MaxReplyLineBytes)
       throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's line has no end");
     return std::nullopt;
   }
@@ -271,7 +271,7 @@ std::optional<SmtpReply> SmtpConnection::TakeReply() {
 
 /// The connection is gone. What the server said before it went tells more than that.
 SmtpError SmtpConnection::Broken() {
-  while (!closed_ && input_.size() < LongestLine && Receive()) {
+  while (!closed_ && input_.size() < MaxReplyLineBytes && Receive()) {
   }
   if (const std::optional<SmtpReply> reply = TakeReply()) return {CURLE_SEND_ERROR, reply->text};
   return Gone(CURLE_RECV_ERROR);

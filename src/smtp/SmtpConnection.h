@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/Limits.h"
 #include "common/StatusDisplay.h"
 #include "platform/Clock.h"
 #include "platform/LocalAddress.h"
@@ -21,9 +22,9 @@ namespace fieldpost {
 
 /// What the settings do not say about a connection.
 struct SmtpLimits {
-  std::chrono::seconds finalAnswer{600};  ///< for the answer to the end of the data (RFC 5321, 4.5.3.2.6)
-  std::chrono::seconds farewell{2};       ///< for the answer to QUIT
-  std::int32_t wholeReply = 3;            ///< time-outs in which any other reply must have come whole
+  std::chrono::seconds finalAnswer{MaxFinalReplySeconds};  ///< for the reply to the end of the data
+  std::chrono::seconds farewell{2};                        ///< for the answer to QUIT
+  std::int32_t wholeReply = 3;  ///< time-outs in which any other reply must have come whole
   std::int32_t implicitTlsPort = ImplicitTlsPort;
   std::function<bool(const std::string&)> isThisMachine = IsThisMachine;
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "smtp/MailText.h"
 
@@ -12,7 +13,6 @@ namespace fieldpost {
 namespace {
 
 constexpr std::size_t LongestText = 500;
-constexpr std::size_t MostLines = 200;
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
@@ -37,7 +37,7 @@ bool SmtpReplyReader::Add(std::string_view line) {
   if (!IsReplyLine(line)) {
     throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "this is no answer of a mail server: " + Printable(line));
   }
-  if (++lines_ > MostLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's answer has no end");
+  if (++lines_ > MaxReplyLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's answer has no end");
   if (lines_ == 1) text_.clear();
   if (line.size() > 4 && text_.size() < LongestText) text_.append(" ").append(line.substr(4, LongestText));
   if (line.size() > 3 && line[3] == '-') return false;

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <map>
 
+#include "common/Limits.h"
 #include "support/EachFailingCall.h"
 #include "support/TestSite.h"
 #include "xml/XmlDocument.h"
@@ -105,7 +106,7 @@ TEST(ProcessLatestFiles, SaysWhichFileItMayNotRemoveAndLeavesIt) {
 
 TEST(ProcessLatestFiles, StopsWhereADocumentCannotBeWritten) {
   ScanSite site;
-  const std::string large(CombinedDocument::MaxCharacters, 'x');
+  const std::string large(MaxDocumentCharacters, 'x');
   site.Latest("a.xml", test::FaultlogXml("A", "F", "20040101", large));
   {
     const FailingCall failing("syncfs", ENOSPC);

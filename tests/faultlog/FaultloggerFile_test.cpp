@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/Limits.h"
 #include "faultlog/BuildXML.h"
 #include "support/TestSite.h"
 
@@ -127,7 +128,7 @@ std::string Nested(int levels, std::string_view in) {
 }
 
 TEST(MergeIntoArchived, GivesAFileThatCanBeReadAgainHoweverDeepTheTwoAre) {
-  constexpr int rest = FaultloggerFile::MaxDepth - 1;
+  constexpr int rest = static_cast<int>(MaxFaultloggerFileDepth) - 1;
   const std::string deepEntry = "<FAULTLOG><FLFILE/><PRODCODE/><MODEIND/>" + Nested(rest, "") + "</FAULTLOG>";
   ArchivedFile archived;
   ASSERT_TRUE(archived.Load(Nested(rest, "<FLFILE/>")));

@@ -3,6 +3,7 @@
 
 #include <fstream>
 
+#include "common/Limits.h"
 #include "faultlog/LatestScan.h"
 #include "support/TestSite.h"
 #include "support/TracedFileSystem.h"

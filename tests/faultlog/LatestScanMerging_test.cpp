@@ -1,6 +1,7 @@
 // Files of one name, and the archived file that takes their entries in.
 #include <gmock/gmock.h>
 
+#include "common/Limits.h"
 #include "faultlog/FaultloggerFile.h"
 #include "support/ScanSite.h"
 
@@ -115,9 +116,9 @@ TEST(ProcessLatestFiles, MergesIntoAnArchivedFileUpToItsBound) {
     ScanSite site;
     std::string content = test::FaultlogXml("A", "P");
     const std::string comment = "<!--" + std::string(1'000'000, 'x') + "-->";
-    while (content.size() + 2 * comment.size() < ArchivedFile::MaxBytes) content += comment;
+    while (content.size() + 2 * comment.size() < MaxArchivedFileBytes) content += comment;
     content += "<!--";
-    content.append(ArchivedFile::MaxBytes + above - content.size() - 3, 'x').append("-->");
+    content.append(MaxArchivedFileBytes + above - content.size() - 3, 'x').append("-->");
     const fs::path archived = site.folder.Write("home/Faultlog/Archive/A/a.xml", content);
     const fs::path source = site.Latest("a.xml", test::FaultlogXml("A"));
     site.Scan();

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <limits>
 
+#include "common/Limits.h"
 #include "support/ScanSite.h"
 
 namespace fieldpost {

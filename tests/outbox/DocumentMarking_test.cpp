@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "common/Limits.h"
 #include "common/RunLists.h"
 #include "outbox/DocumentMode.h"
 #include "support/FailingCall.h"

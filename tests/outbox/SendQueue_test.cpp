@@ -1,6 +1,7 @@
 // Which documents a send takes along.
 #include <gmock/gmock.h>
 
+#include "common/Limits.h"
 #include "outbox/DocumentMode.h"
 #include "support/SendSite.h"
 
