@@ -7,12 +7,12 @@
 #include <string>
 #include <utility>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 
 namespace fieldpost {
 namespace {
 
-constexpr std::uint64_t LargestFile = 4U << 20U;  // bytes
 constexpr std::string_view Utf8ByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view Unstorable("\r\n\0", 3);
 
@@ -55,7 +55,7 @@ LatestFolderStore::LatestFolderStore(FileSystem& files, const std::filesystem::p
 void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
   folders.clear();
   try {
-    if (IsStored()) folders = FoldersOf(files_.ReadWhole(file_, LargestFile), file_);
+    if (IsStored()) folders = FoldersOf(files_.ReadWhole(file_, MaxLatestListBytes), file_);
   } catch (const FileError&) {
     // Problem() reports it.
   }
@@ -63,7 +63,7 @@ void LatestFolderStore::LoadLatestFolders(PathList& folders) const {
 
 std::string LatestFolderStore::Problem() const {
   try {
-    if (IsStored()) static_cast<void>(FoldersOf(files_.ReadWhole(file_, LargestFile), file_));
+    if (IsStored()) static_cast<void>(FoldersOf(files_.ReadWhole(file_, MaxLatestListBytes), file_));
     return {};
   } catch (const FileError& error) {
     return error.what();
@@ -76,7 +76,7 @@ std::string LatestFolderStore::SaveLatestFolders(const PathList& folders) {
   try {
     // An unreadable list may become readable again, so it is not overwritten.
     const bool stored = IsStored();
-    if (stored && files_.ReadWhole(file_, LargestFile) == *text) return {};
+    if (stored && files_.ReadWhole(file_, MaxLatestListBytes) == *text) return {};
     files_.SaveAtomically(file_, *text);
     return {};
   } catch (const FileError& error) {

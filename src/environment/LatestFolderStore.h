@@ -13,9 +13,6 @@ namespace fieldpost {
 
 inline constexpr std::string_view LatestListFileName = "LatestList.dat";
 
-/// A stored list with more folders is refused as unreadable.
-inline constexpr std::size_t MaxLatestFolders = 10'000;
-
 /// Reads and writes "LatestList.dat" in the program's own folder. The file has one folder on each line, in
 /// order, in UTF-8; outside Windows, a name is stored as the bytes of which it consists.
 class LatestFolderStore {

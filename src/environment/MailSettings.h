@@ -42,11 +42,6 @@ inline constexpr std::string_view DefaultSmtpPort = "25";
 inline constexpr std::string_view DefaultTryCount = "2";
 inline constexpr std::string_view DefaultTimeoutSeconds = "10";
 
-/// The largest values of the numeric settings; the smallest is 1. Any other value is replaced by the default.
-inline constexpr std::int32_t HighestSmtpPort = 65535;
-inline constexpr std::int32_t HighestTryCount = 100;
-inline constexpr std::int32_t HighestTimeoutSeconds = 3600;
-
 /// The values of the settings that are shown as check boxes.
 inline constexpr std::string_view CheckedText = "True";
 inline constexpr std::string_view UncheckedText = "False";

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "common/DocumentNames.h"
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 
@@ -15,14 +16,11 @@ namespace {
 constexpr std::array<std::string_view, 7> Tags{
     "", "[Mail]:", "[Search Latest]:", "[Create missing directory]:", "[Error]:", "[Log File]", "[PPC]:"};
 
-/// The longest text of a log line in bytes. A reader does not need more of it.
-constexpr std::size_t LongestLine = 2000;
-
 /// Escapes and bounds a line, so that a hostile filename or setting cannot forge a line, control the terminal
 /// or fill the log.
 std::string EscapedAndBounded(std::string_view line) {
-  const bool isComplete = line.size() <= LongestLine;
-  return EscapeControls(line.substr(0, LongestLine)) + (isComplete ? "" : " ...");
+  const bool isComplete = line.size() <= MaxLogLineBytes;
+  return EscapeControls(line.substr(0, MaxLogLineBytes)) + (isComplete ? "" : " ...");
 }
 
 bool IsKnown(std::int16_t category) {

@@ -1,5 +1,6 @@
 #include "environment/SettingValues.h"
 
+#include "common/Limits.h"
 #include "common/Numbers.h"
 #include "common/Text.h"
 
@@ -14,9 +15,9 @@ constexpr std::int32_t FallbackTimeoutSeconds = 10;
 
 MailServer ServerOf(const MailSettings& settings) {
   return {.server = settings.SMTPServer,
-          .port = NumberOr(settings.SMTPPort, 1, HighestSmtpPort, FallbackPort),
-          .tryCount = NumberOr(settings.TryCount, 1, HighestTryCount, FallbackTries),
-          .timeoutSeconds = NumberOr(settings.Timeout, 1, HighestTimeoutSeconds, FallbackTimeoutSeconds),
+          .port = NumberOr(settings.SMTPPort, 1, MaxSmtpPort, FallbackPort),
+          .tryCount = NumberOr(settings.TryCount, 1, MaxTryCount, FallbackTries),
+          .timeoutSeconds = NumberOr(settings.Timeout, 1, MaxTimeoutSeconds, FallbackTimeoutSeconds),
           .userName = settings.MailUserName,
           .password = settings.MailPassword,
           .hostName = settings.MailHostName,

@@ -2,10 +2,12 @@
 
 #include <utility>
 
+#include "common/Limits.h"
+
 namespace fieldpost {
 
 bool ArchivedFile::Load(std::string_view bytes) {
-  if (!document_.Load(bytes, {.depth = XmlDocument::MaxDepth, .nodes = MaxNodes})) {
+  if (!document_.Load(bytes, {.nodes = MaxArchivedFileNodes})) {
     reason_ = document_.Reason();
     return false;
   }

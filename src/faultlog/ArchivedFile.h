@@ -14,10 +14,6 @@ namespace fieldpost {
 /// A file of the Archive, loaded to append the entries of new files to it.
 class ArchivedFile {
  public:
-  /// The size up to which new entries are merged into an archived file, in bytes.
-  static constexpr std::size_t MaxBytes = std::size_t{20} * 1024 * 1024;
-  static constexpr std::size_t MaxNodes = 600'000;
-
   /// Loads the file from its bytes. Returns false when it is not well-formed or has no `FLFILE`; Reason()
   /// then says why.
   [[nodiscard]] bool Load(std::string_view bytes);

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "common/Limits.h"
 #include "outbox/DocumentMode.h"
 #include "xml/XmlDocument.h"
 
@@ -66,7 +67,7 @@ std::optional<ClosedText> CombinedDocument::AppendToCombinedDocument(Faultlogger
   if (!CombinedBuilder_ && !isLast) CombinedBuilder_.emplace().OpenXML(WrapperName);
   if (file != nullptr && !isLast) CombinedBuilder_->InsertXML(*file);
   if (!CombinedBuilder_) return std::nullopt;
-  if (CombinedBuilder_->GetXMLLength() <= MaxCharacters && !isLast) return std::nullopt;
+  if (CombinedBuilder_->GetXMLLength() <= MaxDocumentCharacters && !isLast) return std::nullopt;
   BuildXML builder = *std::exchange(CombinedBuilder_, std::nullopt);
   const std::size_t elementCount = builder.ElementCount();
   return ClosedText{.text = std::move(builder).CloseXML(WrapperName), .elementCount = elementCount};

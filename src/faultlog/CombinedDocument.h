@@ -19,10 +19,6 @@ struct ClosedText {
 /// Gathers the elements of accepted files until their text is long enough for one document.
 class CombinedDocument {
  public:
-  /// The limit that cuts a document: the first file that takes its text beyond this many characters is its
-  /// last.
-  static constexpr std::size_t MaxCharacters = 1'300'000;
-
   /// Appends the element of a complete file. Returns the text when this file takes it beyond the limit, or,
   /// with `isLast` (any file is then ignored), when there is any text at all. The next file begins a new
   /// text.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 
 namespace fieldpost {
@@ -16,7 +17,7 @@ constexpr std::array<std::string_view, 5> RecordNames{ContainerName, EntryName, 
 
 bool FaultloggerFile::Load(std::string_view bytes) {
   containerXml_.clear();
-  const bool loads = document_.Load(bytes, {.depth = MaxDepth, .nodes = XmlDocument::MaxNodes});
+  const bool loads = document_.Load(bytes, {.depth = MaxFaultloggerFileDepth});
   reason_ = document_.Reason();
   if (!loads) return false;
   auto found = document_.ElementsByTagNames({RecordNames.begin(), RecordNames.end()});

@@ -23,10 +23,6 @@ inline constexpr std::string_view ProcessMode = "P";
 /// by name, anywhere in the document.
 class FaultloggerFile {
  public:
-  /// Deepest nesting of elements. An entry may be appended to an `FLFILE` of an archived file that is nested
-  /// as deep, and the result must still load.
-  static constexpr int MaxDepth = XmlDocument::MaxDepth / 2;
-
   /// Loads the file from its bytes. Returns false when it is not well-formed, or when filing it would lose a
   /// part of it; Reason() then says why.
   [[nodiscard]] bool Load(std::string_view bytes);

@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "faultlog/ArchivedFile.h"
@@ -15,15 +16,14 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view MissingProductFolder = "Missing";
-constexpr std::size_t LongestName = 255;  // bytes; the limit of the file systems in use
 
 /// Refuses, before it is read, an archived file that there may not be enough memory for.
 void RefuseFullArchived(const FileSystem& files, const fs::path& target) {
   const std::optional<FileStamp> stamp = files.RegularFileStamp(target);
-  if (!stamp || stamp->size <= ArchivedFile::MaxBytes) return;
+  if (!stamp || stamp->size <= MaxArchivedFileBytes) return;
   throw FileError(
       "cannot merge into", target,
-      fmt::format("larger than {} bytes; move it out of the Archive folder", ArchivedFile::MaxBytes));
+      fmt::format("larger than {} bytes; move it out of the Archive folder", MaxArchivedFileBytes));
 }
 
 }  // namespace
@@ -32,7 +32,7 @@ std::string_view ProductCodeFault(std::string_view productCode) {
   if (productCode == "." || productCode == "..") return "the product code is no folder name";
   if (productCode.find_first_of("/\\") != std::string_view::npos) return "the product code holds a separator";
   if (HoldsControl(productCode)) return "the product code holds a control character";
-  if (productCode.size() > LongestName) return "the product code is too long for a folder name";
+  if (productCode.size() > MaxFilenameBytes) return "the product code is too long for a folder name";
   return {};
 }
 

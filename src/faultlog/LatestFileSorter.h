@@ -14,10 +14,6 @@
 
 namespace fieldpost {
 
-/// The largest file of a device that is read, in bytes. Real ones are small; the parser needs many times a
-/// file's size.
-inline constexpr std::uint64_t MaxFaultloggerFileBytes = 8 * 1024 * 1024;
-
 /// What became of one Latest file. It stays in its folder when it was neither moved to the Error folder nor
 /// filed, now or with a later batch.
 struct SortedFile {

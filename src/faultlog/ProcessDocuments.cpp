@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/DocumentNames.h"
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "outbox/WaitingDocument.h"
 
@@ -14,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view SetAsideEnding = ".displaced";
-constexpr int LastNumber = 99;
 
 /// What the names of this hour's documents begin with.
 std::string HourStem(const RunContext& run) {
@@ -46,7 +46,7 @@ std::vector<PendingFile> RestoreSupersededDocuments(const RunContext& run, const
   for (const std::string& name : run.files.ListFiles(folder, SetAsideEnding)) {
     const std::string stem = HourStem(run);
     const int number = NextProcessSequence(run.files, stem, folder);
-    if (number >= LastNumber) break;
+    if (number >= MaxDocumentsAnHour) break;
     const fs::path document = folder / DocumentName(stem, number);
     run.files.Rename(folder / PathFromUtf8(name), document);
     restored.push_back({.path = document, .content = std::nullopt});

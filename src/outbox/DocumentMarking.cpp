@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "outbox/DocumentMode.h"

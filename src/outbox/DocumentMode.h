@@ -8,9 +8,6 @@
 
 namespace fieldpost {
 
-/// Larger than any combined document that this program writes. A larger file is neither mailed nor marked.
-inline constexpr std::uint64_t MaxDocumentBytes = std::uint64_t{64} * 1024 * 1024;
-
 inline constexpr std::string_view ModeAttribute = "Mode";
 inline constexpr std::string_view NotSentMode = "Not Sent";
 inline constexpr std::string_view SentMode = "Sent";

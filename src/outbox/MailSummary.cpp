@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 
 #include <cstdint>
-#include <limits>
 #include <stdexcept>
 
 #include "common/CharMask.h"
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 
@@ -21,7 +21,7 @@ std::string BuildMailSummary(const FileSystem& files, const PathList& attachment
   for (std::size_t i = 0; i < attachments.size(); ++i) {
     const std::uint64_t size = files.Stamp(attachments[i]).size;
     total += size;
-    if (total > std::numeric_limits<std::int32_t>::max()) {
+    if (total > MaxAttachmentBytes) {
       throw std::overflow_error("the files of one mail are larger than 2147483647 bytes together");
     }
     names +=

@@ -2,6 +2,7 @@
 
 #include <set>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 
@@ -22,9 +23,8 @@ FileTooLarge::FileTooLarge(const std::filesystem::path& path, std::uint64_t maxB
     : FileError("cannot read", path, "larger than " + std::to_string(maxBytes) + " bytes") {}
 
 std::filesystem::path TemporaryNameFor(const std::filesystem::path& path) {
-  constexpr std::size_t longestName = 255;
   std::string name = "." + Utf8FromPath(path.filename());
-  name.resize(std::min(name.size(), longestName - TemporaryEnding.size()));
+  name.resize(std::min(name.size(), MaxFilenameBytes - TemporaryEnding.size()));
   return path.parent_path() / PathFromUtf8(name.append(TemporaryEnding));
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
@@ -12,7 +13,6 @@ namespace fieldpost {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::uint64_t LargestFile = 2U << 20U;
 constexpr std::string_view InUtf16 = "it is in UTF-16, not in UTF-8";
 
 bool IsUtf16(std::string_view bytes) {
@@ -36,7 +36,7 @@ bool CanBeWritten(std::string_view section, std::span<const IniEntry> entries) {
 std::string ReadIniValue(const FileSystem& files, const fs::path& file, std::string_view section,
                          std::string_view key) {
   const std::vector<std::string> values = ReadIniValues(files, file, section, {&key, 1});
-  return std::string(FirstCharacters(values.front(), LongestIniValue));
+  return std::string(FirstCharacters(values.front(), MaxIniValueCharacters));
 }
 
 std::vector<std::string> ReadIniValues(const FileSystem& files, const fs::path& file,
@@ -44,7 +44,7 @@ std::vector<std::string> ReadIniValues(const FileSystem& files, const fs::path& 
   std::vector<std::string> values(keys.size());
   try {
     if (!files.IsFile(file)) return values;
-    const IniText text(files.ReadWhole(file, LargestFile));
+    const IniText text(files.ReadWhole(file, MaxIniFileBytes));
     std::transform(keys.begin(), keys.end(), values.begin(), [&](std::string_view key) {
       return CutAtNul(text.Value(section, key).value_or(std::string()));
     });
@@ -66,7 +66,7 @@ std::string WriteIniValues(FileSystem& files, const fs::path& file, std::string_
     return FileError("cannot write", file, "a value holds a line break or a zero byte").what();
   }
   try {
-    std::string bytes = files.Exists(file) ? files.ReadWhole(file, LargestFile) : std::string();
+    std::string bytes = files.Exists(file) ? files.ReadWhole(file, MaxIniFileBytes) : std::string();
     if (IsUtf16(bytes)) return FileError("cannot write", file, InUtf16).what();
     IniText text(std::move(bytes));
     for (const IniEntry& entry : entries) text.SetValue(section, entry.key, entry.value);
@@ -79,7 +79,7 @@ std::string WriteIniValues(FileSystem& files, const fs::path& file, std::string_
 
 std::string IniFileProblem(const FileSystem& files, const fs::path& file) {
   try {
-    if (!files.Exists(file) || !IsUtf16(files.ReadWhole(file, LargestFile))) return {};
+    if (!files.Exists(file) || !IsUtf16(files.ReadWhole(file, MaxIniFileBytes))) return {};
     return FileError("cannot read", file, InUtf16).what();
   } catch (const FileError& error) {
     return error.what();

@@ -11,9 +11,6 @@
 
 namespace fieldpost {
 
-/// The longest value that ReadIniValue returns, in characters.
-inline constexpr std::size_t LongestIniValue = 255;
-
 /// A key and the value to be written.
 struct IniEntry {
   std::string_view key;
@@ -23,8 +20,8 @@ struct IniEntry {
 /// Returns the value of a key as GetPrivateProfileString reads it: the case of ASCII letters is ignored in
 /// the names of section and key; the first of several sections or keys of one name counts; blanks around the
 /// value and one pair of double quotes are removed; the value ends at its first NUL, and is cut to
-/// LongestIniValue characters. Empty when the file, the section or the key is missing, or the file cannot be
-/// read. Never throws.
+/// MaxIniValueCharacters characters. Empty when the file, the section or the key is missing, or the file
+/// cannot be read. Never throws.
 std::string ReadIniValue(const FileSystem& files, const std::filesystem::path& file, std::string_view section,
                          std::string_view key);
 

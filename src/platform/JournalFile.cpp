@@ -1,5 +1,7 @@
 #include "platform/JournalFile.h"
 
+#include "common/Limits.h"
+
 namespace fieldpost {
 
 std::optional<std::string> ReadJournalFile(const FileSystem& files, const std::filesystem::path& path) {

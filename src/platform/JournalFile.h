@@ -10,9 +10,6 @@
 
 namespace fieldpost {
 
-/// A limit in bytes that no journal of this program reaches.
-inline constexpr std::uint64_t MaxJournalBytes = std::uint64_t{64} * 1024 * 1024;
-
 /// Returns the bytes of a journal. Empty when `path` is not a regular file, or is one of more than
 /// MaxJournalBytes bytes. Throws FileError when the journal cannot be read, when `path` is a folder, and when
 /// another user could have written it (see FileSystem::ReadOwn): the program would carry out that user's

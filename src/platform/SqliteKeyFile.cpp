@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 
@@ -15,7 +16,6 @@ namespace {
 constexpr std::int64_t SchemaVersion = 1;
 constexpr std::int64_t ApplicationId = 0x46504B53;
 constexpr int BusyMilliseconds = 2'000;
-constexpr std::uint64_t LargestFile = 64U << 20U;
 
 // NOCASE ignores the case of ASCII letters only. AUTOINCREMENT never reuses a row number, so that a key that
 // was deleted while it was open is not taken for another. The first rows are the roots.
@@ -77,7 +77,7 @@ bool SqliteKeyFile::OpenExisting() {
   }
   const FileStamp stamp = files_.Stamp(file_);
   if (stamp.device != connected_.device || stamp.file != connected_.file) Disconnect();
-  if (stamp.size > LargestFile) throw FileTooLarge(file_, LargestFile);
+  if (stamp.size > MaxRegistryBytes) throw FileTooLarge(file_, MaxRegistryBytes);
   if (!database_) Connect(stamp);
   if (!ready_) CheckVersion();
   return ready_;

@@ -24,7 +24,7 @@ constexpr std::string_view Beginning =
 constexpr std::string_view Ending = "</PPCData>\r\n";
 constexpr std::size_t BufferBytes = 1024 * 1024;
 
-/// Writes what it is given behind each other.
+/// Writes entries and the first `ArchiveDate`, one after the other, into the export.
 class ExportFile final : public PpcEntrySink {
  public:
   ExportFile(FileSystem& files, fs::path path) : files_(files), path_(std::move(path)), buffer_(Beginning) {
@@ -44,7 +44,7 @@ class ExportFile final : public PpcEntrySink {
     AddText("\r\n");
   }
 
-  /// One that lies in an entry is in the export with it, and is the first there too.
+  /// A date within an entry is written with that entry, and is the first in the export too.
   void FoundArchiveDate(std::string_view xml) override {
     if (dateFound_) return;
     dateFound_ = true;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "common/DocumentNames.h"
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Utf8.h"
 
@@ -52,7 +53,7 @@ void PpcDocuments::AddText(std::string_view utf8) {
 
 void PpcDocuments::EndEntry() {
   AddText(LineEnd);
-  if (characters_ > PpcDocumentCharacters) Close();
+  if (characters_ > MaxDocumentCharacters) Close();
 }
 
 void PpcDocuments::FoundArchiveDate(std::string_view xml) {

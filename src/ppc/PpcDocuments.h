@@ -14,9 +14,6 @@
 
 namespace fieldpost {
 
-/// A document is complete once the text of its entries is longer than this number of characters.
-inline constexpr std::size_t PpcDocumentCharacters = 1'300'000;
-
 /// Collects entries into documents, which have temporary names until all are published together.
 class PpcDocuments final : public PpcEntrySink {
  public:

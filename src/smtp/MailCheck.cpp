@@ -6,15 +6,12 @@
 #include <array>
 #include <string_view>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {
-
-constexpr std::int32_t HighestPort = 65535;
-constexpr std::size_t LongestName = 255;
-constexpr std::size_t LongestAddress = 64 + 1 + LongestName;  // RFC 5321, section 4.5.3.1
 
 /// A text to be checked, and the rule for it.
 struct Checked {
@@ -97,22 +94,22 @@ std::string CheckMail(const MailServer& server, const Mail& mail) {
   // The server would take several addresses in one setting for a single address that does not exist.
   constexpr std::string_view notInAddress = "<>,;";
   const std::array<Checked, 4> always{
-      {{"the mail server's name", server.server, LongestName, brackets},
-       {"the sender's address", mail.sender, LongestAddress, notInAddress},
-       {"the recipient's address", mail.recipient, LongestAddress, notInAddress},
-       {"the message id", mail.messageId, LongestName, "\"(),;"}}};
+      {{"the mail server's name", server.server, MaxHostNameBytes, brackets},
+       {"the sender's address", mail.sender, MaxAddressBytes, notInAddress},
+       {"the recipient's address", mail.recipient, MaxAddressBytes, notInAddress},
+       {"the message id", mail.messageId, MaxHostNameBytes, "\"(),;"}}};
   for (const Checked& checked : always) {
     if (std::string fault = FaultOf(checked); !fault.empty()) return fault;
   }
   if (!server.hostName.empty()) {
-    const Checked hostName{"the announced host name", server.hostName, LongestName, brackets};
+    const Checked hostName{"the announced host name", server.hostName, MaxHostNameBytes, brackets};
     if (std::string fault = FaultOf(hostName); !fault.empty()) return fault;
   }
   if (!IsAddress(mail.sender)) return mail.sender + " is not a valid sender address";
   if (!IsAddress(mail.recipient)) return mail.recipient + " is not a valid recipient address";
   if (!IsServerName(server.server)) return server.server + " is not a valid mail server name";
-  if (server.port < 1 || server.port > HighestPort)
-    return fmt::format("{} is not a valid port; ports go from 1 to {}", server.port, HighestPort);
+  if (server.port < 1 || server.port > MaxSmtpPort)
+    return fmt::format("{} is not a valid port; ports go from 1 to {}", server.port, MaxSmtpPort);
   return {};
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "common/Limits.h"
 #include "smtp/SmtpFaults.h"
 
 namespace fieldpost {
@@ -11,7 +12,6 @@ namespace {
 /// Well below the 50 ms within which window events are processed: a wait that ends just before them would
 /// double the time.
 constexpr std::chrono::milliseconds LongestWait{20};
-constexpr std::size_t LongestLine = 65536;
 
 TlsPlan PlanOf(const MailServer& server, const SmtpLimits& limits) {
   return DecideTls(server.port, server.tlsMode, limits.implicitTlsPort);
@@ -134,7 +134,7 @@ bool SmtpConnection::Receive() {
 std::optional<std::string> SmtpConnection::TakeLine() {
   const std::size_t end = input_.find('\n');
   if (end == std::string::npos) {
-    if (input_.size() > LongestLine) {
+    if (input_.size() > MaxReplyLineBytes) {
       throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "a line of the server's reply is too long");
     }
     return std::nullopt;
@@ -155,7 +155,7 @@ std::optional<SmtpReply> SmtpConnection::TakeReply() {
 
 /// Describes the loss of the connection by the last reply that the server sent before it, if there is one.
 SmtpError SmtpConnection::Lost() {
-  while (!closed_ && input_.size() < LongestLine && Receive()) {
+  while (!closed_ && input_.size() < MaxReplyLineBytes && Receive()) {
   }
   if (const std::optional<SmtpReply> reply = TakeReply()) return {CURLE_SEND_ERROR, reply->text};
   return ConnectionLost(server_);

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/Limits.h"
 #include "common/StatusDisplay.h"
 #include "platform/Clock.h"
 #include "platform/LocalAddress.h"
@@ -22,9 +23,9 @@ namespace fieldpost {
 
 /// What the settings leave open about a connection.
 struct SmtpLimits {
-  std::chrono::seconds finalReply{600};  ///< for the reply to the end of the data (RFC 5321, 4.5.3.2.6)
-  std::chrono::seconds quitReply{2};     ///< for the reply to QUIT
-  std::int32_t timeoutsPerReply = 3;     ///< any other reply must be complete within this many timeouts
+  std::chrono::seconds finalReply{MaxFinalReplySeconds};  ///< for the reply to the end of the data
+  std::chrono::seconds quitReply{2};                      ///< for the reply to QUIT
+  std::int32_t timeoutsPerReply = 3;  ///< any other reply must be complete within this many timeouts
   std::int32_t implicitTlsPort = ImplicitTlsPort;
   std::function<bool(const std::string&)> isThisMachine = IsThisMachine;  ///< whether an address is local
 };

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "common/Utf8.h"
 
@@ -12,7 +13,6 @@ namespace fieldpost {
 namespace {
 
 constexpr std::size_t LongestText = 500;
-constexpr std::size_t MostLines = 200;
 
 bool IsDigit(char c) {
   return c >= '0' && c <= '9';
@@ -38,7 +38,7 @@ std::optional<SmtpReply> SmtpReplyReader::Add(std::string_view line) {
     throw SmtpError(CURLE_WEIRD_SERVER_REPLY,
                     "the server did not reply as a mail server does: \"" + Printable(line) + "\"");
   }
-  if (++lines_ > MostLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's reply is too long");
+  if (++lines_ > MaxReplyLines) throw SmtpError(CURLE_WEIRD_SERVER_REPLY, "the server's reply is too long");
   if (lines_ == 1) text_.clear();
   if (line.size() > 4 && text_.size() < LongestText) text_.append(" ").append(line.substr(4, LongestText));
   if (line.size() > 3 && line[3] == '-') return std::nullopt;

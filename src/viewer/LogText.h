@@ -25,10 +25,8 @@ struct LogRow {
 class LogText {
  public:
   static constexpr std::size_t MaxRowBytes = 4096;
-  /// What a log may have at most; rows are remembered in 32 bits.
-  static constexpr std::uint64_t MaxBytes = 0xF000'0000;
 
-  /// `bytes`: UTF-8, at most MaxBytes.
+  /// `bytes`: UTF-8, at most MaxShownLogBytes.
   explicit LogText(std::string bytes = {});
 
   [[nodiscard]] std::string_view Bytes() const { return bytes_; }

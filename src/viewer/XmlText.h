@@ -1,4 +1,4 @@
-// The text in elements, on its way into the labels of a tree.
+// Puts the texts of elements into the labels of a tree.
 #pragma once
 
 #include <string>
@@ -9,24 +9,24 @@
 
 namespace fieldpost {
 
-/// Puts the texts of the element that is open into its label, each with ":  " before it, without the white
-/// space at both of its ends. Text is passed on as it comes; a long one is never gathered.
+/// Appends the texts of the open element to its label, each after ":  " and without white space at both ends.
+/// A text is appended part by part, so that a long one takes no memory of its own.
 class XmlText {
  public:
   enum class Kind { Plain, Cdata };
 
   explicit XmlText(XmlTree& tree) : tree_(tree) {}
 
-  /// An element begins; `space` is the value of its attribute xml:space, empty when it has none.
+  /// Opens an element; `space` is the value of its attribute xml:space, empty when it has none.
   void Enter(std::string_view space);
 
-  /// The element that began last ends.
+  /// Closes the innermost open element.
   void Leave();
 
-  /// The next part of a text. A part of another kind ends the text and begins the next.
+  /// Adds the next part of a text. A part of another kind ends the text and begins the next.
   void Add(std::string_view part, Kind kind);
 
-  /// Something came that is no text.
+  /// Ends the text, if one is begun: something else follows.
   void EndText();
 
  private:

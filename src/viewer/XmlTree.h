@@ -13,7 +13,7 @@
 
 namespace fieldpost {
 
-/// A list that grows without ever copying what it holds, so that growing takes no long pause.
+/// A list that never copies its items when it grows, so that growing takes no long pause.
 template <class Item, std::size_t BlockItems>
 class BlockList {
  public:
@@ -37,7 +37,7 @@ class BlockList {
     }
   }
 
-  /// Calls `take` with a pointer and a count for each stretch of `count` items from `at` on.
+  /// Calls `take` with a pointer and a count for each contiguous part of the `count` items from `at` on.
   template <class Take>
   void ForEachStretch(std::size_t at, std::size_t count, Take take) const {
     while (count > 0) {
@@ -60,9 +60,8 @@ class BlockList {
   std::size_t size_ = 0;
 };
 
-/// A tree of labels that can be looked at while it grows. Nodes are numbered from 0 in the order of the
-/// document, so that what is below a node follows it. Nothing here recurses: depth costs no more than
-/// breadth.
+/// A tree of labels that can be read while it grows. Nodes are numbered from 0 in document order, so that the
+/// descendants of a node follow it. Nothing here recurses: depth costs no more than breadth.
 class XmlTree {
  public:
   using Node = std::uint32_t;
@@ -70,47 +69,47 @@ class XmlTree {
   /// Stands for no node: the parent of a root, the sibling of the last child.
   static constexpr Node None = 0xFFFFFFFF;
 
-  /// How many nodes there are.
+  /// Returns the number of nodes.
   [[nodiscard]] Node Size() const { return static_cast<Node>(nodes_.Size()); }
 
-  /// The number of a node's ancestors: 0 for a root.
+  /// Returns the number of a node's ancestors: 0 for a root.
   [[nodiscard]] std::uint32_t Level(Node node) const { return nodes_[node].level; }
 
   [[nodiscard]] Node Parent(Node node) const { return nodes_[node].parent; }
 
-  /// The first node after `node` that is not below it. Of a node that is still open, the end of the tree.
+  /// Returns the first node after `node` that is not below it; the end of the tree while `node` is open.
   [[nodiscard]] Node End(Node node) const;
 
   [[nodiscard]] bool HasChildren(Node node) const;
 
-  /// The next child of the same parent, or the next root; `None` when there is none (yet).
+  /// Returns the next child of the same parent, or the next root; `None` when there is none so far.
   [[nodiscard]] Node NextSibling(Node node) const;
 
-  /// "Node-1" for the first node, and so on.
+  /// Returns the key of a node: "Node-1" for the first one, and so on.
   [[nodiscard]] static std::string Key(Node node);
 
-  /// The label in UTF-8, or its first `maxBytes` bytes; a cut may fall within a character.
+  /// Returns the label in UTF-8, or its first `maxBytes` bytes; the cut may fall within a character.
   [[nodiscard]] std::string Label(Node node, std::size_t maxBytes = static_cast<std::size_t>(-1)) const;
 
-  /// Up to `maxBytes` bytes of the label, from byte `from` on.
+  /// Returns up to `maxBytes` bytes of the label, from byte `from` on.
   [[nodiscard]] std::string LabelPart(Node node, std::size_t from, std::size_t maxBytes) const;
 
-  /// The length of the whole label in bytes.
+  /// Returns the length of the whole label in bytes.
   [[nodiscard]] std::size_t LabelBytes(Node node) const;
 
-  /// What the tree takes in memory, in bytes.
+  /// Returns the memory that the tree takes, in bytes.
   [[nodiscard]] std::size_t MemoryBytes() const;
 
-  /// Adds a node below the one that was opened last and not closed; a root when there is none.
+  /// Opens a node below the innermost open one; a root when none is open.
   void Open(std::string_view label);
 
-  /// Appends to the label of the node that was opened last and not closed. Only while there is one.
+  /// Appends to the label of the innermost open node. Only while one is open.
   void AppendToLabel(std::string_view text);
 
-  /// Nothing more comes below the node that was opened last and not closed. Only while there is one.
+  /// Closes the innermost open node. Only while one is open.
   void Close();
 
-  /// Back to no nodes.
+  /// Removes all nodes.
   void Clear();
 
  private:
@@ -131,7 +130,7 @@ class XmlTree {
 
   BlockList<NodeData, 16384> nodes_;
   BlockList<char, 1048576> text_;
-  // The rest of a label to which something was added when labels of other nodes stood behind it already.
+  // The rest of a label that was appended to when labels of other nodes followed it already.
   std::unordered_map<Node, std::vector<Piece>> more_;
   Node open_ = None;
 };

@@ -3,57 +3,57 @@
 
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "platform/FileSystem.h"
+#include "viewer/XmlText.h"
 #include "viewer/XmlTree.h"
+#include "xml/Utf8Source.h"
+#include "xml/XmlStreamReader.h"
 
 namespace fieldpost {
 
-/// Fills a tree while a file is read, so that what has been read can be shown already. One node an element;
-/// its label is the name, then for each attribute, in the order of the document, its name in upper case
-/// (ASCII letters), "=", the value in quotes and a blank, then for each text in it ":  " and the text.
+/// Fills a tree while a file is read, so that what has been read can be shown already. Each element is one
+/// node. Its label is the name, then for each attribute, in document order, the name in upper case (ASCII
+/// letters), "=", the value in quotes and a blank, then for each text ":  " and the text.
 ///
-/// Attributes that declare name spaces count as others do; those that a document type adds come last. Text is
-/// what the parser makes of it: entities resolved, white space at both ends off, none kept that is white
-/// space only; where the file says xml:space="preserve", it is kept as it stands. CDATA sections are texts of
-/// their own (those that follow one another at once are one); elements, comments and processing instructions
-/// end a text.
+/// Namespace declarations are attributes like others; attributes that the document type adds come last. Texts
+/// have their references replaced and white space at both ends removed, unless the file says
+/// xml:space="preserve"; texts of white space alone are left out. CDATA sections are texts of their own
+/// (adjacent ones are one); elements, comments and processing instructions end a text.
 ///
-/// Nothing outside the file is ever opened. Depth is not bounded, nor is the file's size.
-class XmlTreeReader {
+/// Nothing outside the file is ever opened. Neither the depth nor the size of the file is limited.
+class XmlTreeReader final : private XmlHandler {
  public:
-  /// Most bytes that entities and default values of attributes may add to what the file holds.
-  static constexpr std::uint64_t MaxExpandedBytes = 16 * 1024 * 1024;
-
-  /// Most attributes of one element: the parser's time grows with the square of their number.
-  static constexpr std::size_t MaxAttributes = 10'000;
-
   enum class State {
     Reading,  ///< there is more to read
     Done,     ///< the file is read, and is well-formed
     Failed,   ///< the file is not well-formed or cannot be read; the tree is empty
   };
 
-  /// Empties the tree, which outlives the reader.
+  /// Clears the tree, which must outlive the reader.
   XmlTreeReader(XmlTree& tree, std::unique_ptr<FileReader> file);
-  XmlTreeReader(const XmlTreeReader&) = delete;
-  XmlTreeReader& operator=(const XmlTreeReader&) = delete;
-  ~XmlTreeReader();
 
-  /// Reads some 8 KB more, and says how things stand then. Never throws.
+  /// Reads about 8 KB more and returns the state after that. Never throws.
   State ReadSlice();
 
-  /// How many bytes of text were read so far; in a file that is not UTF-8 this differs from what was read of
-  /// it.
-  [[nodiscard]] std::uint64_t BytesRead() const;
+  /// Returns how many bytes of text were read so far, in UTF-8, whatever the file's own encoding is.
+  [[nodiscard]] std::uint64_t BytesRead() const { return bytesRead_; }
 
  private:
-  class Parser;
-
-  State Fail();
+  void StartElement(const XmlStartTag& tag) override;
+  void EndElement() override;
+  void Text(std::string_view part) override { text_.Add(part, XmlText::Kind::Plain); }
+  void Cdata(std::string_view part) override { text_.Add(part, XmlText::Kind::Cdata); }
+  void Comment() override { text_.EndText(); }
+  void ProcessingInstruction() override { text_.EndText(); }
 
   XmlTree& tree_;
-  std::unique_ptr<Parser> parser_;
+  XmlText text_;
+  Utf8Source source_;
+  std::string_view unread_;  // of what the source returned last
+  XmlStreamReader reader_;
+  std::uint64_t bytesRead_ = 0;
   State state_ = State::Reading;
 };
 

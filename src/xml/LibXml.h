@@ -1,26 +1,21 @@
-// What every user of libxml2's push parser needs: a parser that frees itself, and texts as views.
+// libxml2's texts as views.
 #pragma once
 
-#include <libxml/parser.h>
+#include <libxml/xmlstring.h>
 
-#include <memory>
+#include <cstddef>
 #include <string_view>
 
 namespace fieldpost {
 
-struct FreeXmlParser {
-  void operator()(xmlParserCtxt* parser) const {
-    xmlFreeDoc(parser->myDoc);
-    xmlFreeParserCtxt(parser);
-  }
-};
-
-/// A parser with the document that it holds, if any; both are freed with it.
-using XmlParser = std::unique_ptr<xmlParserCtxt, FreeXmlParser>;
-
-/// libxml2's text as UTF-8, empty for a null pointer; lives as long as libxml2's does.
+/// Returns libxml2's text as UTF-8, empty for a null pointer. The view lives as long as libxml2's text does.
 inline std::string_view FromXml(const xmlChar* text) {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+
+/// Returns `length` bytes of libxml2's text as UTF-8. The view lives as long as the text does.
+inline std::string_view FromXml(const xmlChar* text, std::ptrdiff_t length) {
+  return {reinterpret_cast<const char*>(text), static_cast<std::size_t>(length)};
 }
 
 }  // namespace fieldpost

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "common/Text.h"
 
@@ -16,24 +15,36 @@ std::string AttributeText(std::string_view value) {
 
 }  // namespace
 
-void NamespaceScopes::Enter(int depth, const std::vector<Declaration>& declarations) {
-  for (const Declaration& declaration : declarations) scopes_.push_back({depth, declaration});
+void NamespaceScopes::Enter(std::span<const XmlNamespace> declarations) {
+  ++depth_;
+  for (const auto& [prefix, uri] : declarations) {
+    scopes_.push_back({.depth = depth_, .prefix = std::string(prefix), .uri = std::string(uri)});
+    ++uses_[scopes_.back().prefix];
+  }
 }
 
-void NamespaceScopes::Leave(int depth) {
-  while (!scopes_.empty() && scopes_.back().depth >= depth) scopes_.pop_back();
+void NamespaceScopes::Leave() {
+  for (; !scopes_.empty() && scopes_.back().depth == depth_; scopes_.pop_back()) {
+    const auto uses = uses_.find(scopes_.back().prefix);
+    if (--uses->second == 0) uses_.erase(uses);
+  }
+  --depth_;
 }
 
-std::string NamespaceScopes::InheritedBy(const std::vector<Declaration>& own) const {
+bool NamespaceScopes::Declares(std::string_view prefix) const {
+  return uses_.contains(std::string(prefix));
+}
+
+std::string NamespaceScopes::InheritedBy(std::span<const XmlNamespace> own) const {
   std::vector<std::string_view> known;
-  for (const Declaration& declaration : own) known.push_back(declaration.prefix);
+  for (const XmlNamespace& declaration : own) known.push_back(declaration.prefix);
   std::string text;
   for (auto scope = scopes_.rbegin(); scope != scopes_.rend(); ++scope) {
-    const auto& [prefix, uri] = scope->declaration;
-    if (std::find(known.begin(), known.end(), prefix) != known.end()) continue;
-    known.push_back(prefix);
-    if (uri.empty()) continue;
-    text += fmt::format(" xmlns{}{}=\"{}\"", prefix.empty() ? "" : ":", prefix, AttributeText(uri));
+    if (std::find(known.begin(), known.end(), scope->prefix) != known.end()) continue;
+    known.push_back(scope->prefix);
+    if (scope->uri.empty()) continue;
+    text += fmt::format(" xmlns{}{}=\"{}\"", scope->prefix.empty() ? "" : ":", scope->prefix,
+                        AttributeText(scope->uri));
   }
   return text;
 }

@@ -1,40 +1,43 @@
-// The name spaces that are in force within an element.
+// The namespaces that are in force within an element.
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
+
+#include "xml/XmlHandler.h"
 
 namespace fieldpost {
 
-/// Follows a walk through a document, and knows what an element would lose if it were taken out.
+/// Follows the elements of a document and knows which namespaces are declared. The time for an element
+/// depends on its own declarations alone.
 class NamespaceScopes {
  public:
-  /// `xmlns:prefix="uri"`; without a prefix the default name space, with an empty URI none.
-  struct Declaration {
-    std::string prefix;
-    std::string uri;
-  };
+  /// Opens an element with these declarations of its own.
+  void Enter(std::span<const XmlNamespace> declarations);
 
-  /// An element of this depth begins, with these declarations of its own.
-  void Enter(int depth, const std::vector<Declaration>& declarations);
+  /// Closes the innermost open element.
+  void Leave();
 
-  /// The element of this depth ends.
-  void Leave(int depth);
+  /// Whether a prefix, not an empty one, is declared here.
+  [[nodiscard]] bool Declares(std::string_view prefix) const;
 
-  /// How many declarations are in force, those that are overridden included.
-  [[nodiscard]] std::size_t Count() const { return scopes_.size(); }
-
-  /// Declarations as attributes, each with a blank before it, that an element with declarations `own` of its
-  /// own has from above.
-  [[nodiscard]] std::string InheritedBy(const std::vector<Declaration>& own) const;
+  /// Returns the declarations that an element with declarations `own` inherits, as the text of attributes,
+  /// each with a blank before it: with them the element can stand alone.
+  [[nodiscard]] std::string InheritedBy(std::span<const XmlNamespace> own) const;
 
  private:
   struct Scope {
-    int depth;
-    Declaration declaration;
+    std::size_t depth;
+    std::string prefix;
+    std::string uri;
   };
-  std::vector<Scope> scopes_;
+  std::size_t depth_ = 0;
+  std::vector<Scope> scopes_;                          // the latest last
+  std::unordered_map<std::string, std::size_t> uses_;  // how many of these each prefix has
 };
 
 }  // namespace fieldpost

@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t BlockBytes = 65536;
 
-/// UTF-16 shows itself by a mark, or by the zero byte beside the first "<".
+/// Returns which UTF-16 it is, by the mark or by the zero byte beside the first "<"; empty when it is none.
 std::string_view Utf16Kind(std::string_view beginning) {
   if (beginning.starts_with("\xFF\xFE"sv) || beginning.starts_with("<\0"sv)) return "UTF-16LE";
   if (beginning.starts_with("\xFE\xFF"sv) || beginning.starts_with("\0<"sv)) return "UTF-16BE";

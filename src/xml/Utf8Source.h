@@ -1,4 +1,4 @@
-// An XML file's text, piece by piece, whatever its encoding.
+// Reads an XML file as UTF-8, whatever its encoding.
 #pragma once
 
 #include <memory>
@@ -11,13 +11,13 @@
 namespace fieldpost {
 
 /// Reads a file from front to back as UTF-8, in pieces of some 64 KB. Its encoding is that of its byte order
-/// mark, else the one that its declaration names, else UTF-8; the mark is left out.
+/// mark, else the declared one, else UTF-8; the mark is left out.
 class Utf8Source {
  public:
   explicit Utf8Source(std::unique_ptr<FileReader> reader);
 
-  /// The next piece, valid until the next call; empty at the end. Throws FileError, or XmlError for bytes
-  /// that are not text of the encoding. UTF-8 itself is not checked.
+  /// Returns the next piece, valid until the next call; empty at the end. Throws FileError, or XmlError for
+  /// bytes that are no text in the encoding. UTF-8 itself is not checked.
   std::string_view Next();
 
  private:

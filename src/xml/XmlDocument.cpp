@@ -1,19 +1,20 @@
 #include "xml/XmlDocument.h"
 
 #include <libxml/tree.h>
-#include <libxml/xmlreader.h>
 #include <libxml/xmlsave.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <limits>
+#include <functional>
+#include <map>
 #include <utility>
 
+#include "common/Limits.h"
 #include "common/Text.h"
 #include "xml/LibXml.h"
-#include "xml/XmlGuard.h"
-#include "xml/XmlOutputEncoding.h"
+#include "xml/XmlEncoding.h"
+#include "xml/XmlError.h"
 
 namespace fieldpost {
 namespace {
@@ -21,22 +22,33 @@ namespace {
 struct FreeText {
   void operator()(xmlChar* text) const { xmlFree(text); }
 };
-struct FreeReader {
-  void operator()(xmlTextReader* reader) const { xmlFreeTextReader(reader); }
-};
 using XmlText = std::unique_ptr<xmlChar, FreeText>;
+
+/// A document gathered of files that were each within the limits has all their names, and its root a `Mode`
+/// besides.
+constexpr XmlLimits GatheredLimits = {
+    .depth = XmlLimits::Unlimited, .attributes = MaxXmlAttributes + 1, .names = XmlLimits::Unlimited};
 
 const xmlChar* ToXml(const std::string& text) {
   return reinterpret_cast<const xmlChar*>(text.c_str());
 }
 
-bool FitsParser(std::string_view bytes) {
-  return !bytes.empty() && bytes.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max());
-}
+/// Keeps the attributes of the root element that have no prefix.
+struct RootAttributes final : XmlHandler {
+  void StartElement(const XmlStartTag& tag) override {
+    if (std::exchange(wasRead, true)) return;
+    for (const XmlAttribute& one : tag.attributes) {
+      if (one.prefix.empty()) values.emplace(one.name, one.value);
+    }
+  }
 
-/// The node after `node` in document order, without what is in `node` when `skipChildren`.
-xmlNode* NextInDocument(xmlNode* node, int& depth, bool skipChildren = false) {
-  if (!skipChildren && node->type == XML_ELEMENT_NODE && node->children != nullptr) {
+  bool wasRead = false;
+  std::map<std::string, std::string, std::less<>> values;
+};
+
+/// The node after `node` in document order; `depth` follows it.
+xmlNode* NextInDocument(xmlNode* node, std::size_t& depth) {
+  if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
     ++depth;
     return node->children;
   }
@@ -48,7 +60,7 @@ xmlNode* NextInDocument(xmlNode* node, int& depth, bool skipChildren = false) {
   return node == nullptr ? nullptr : node->next;
 }
 
-/// Whether `node` is an element of one of these names without a prefix; which one goes to `place`.
+/// Whether `node` is an element without a prefix and with one of these names; `place` is set to which.
 bool IsNamed(const xmlNode* node, std::span<const std::string_view> names, std::size_t& place) {
   if (node->type != XML_ELEMENT_NODE) return false;
   if (node->ns != nullptr && node->ns->prefix != nullptr) return false;
@@ -62,8 +74,8 @@ bool IsBlankText(const xmlNode* node) {
          xmlNodeGetSpacePreserve(node->parent) != 1;
 }
 
-/// libxml2 writes the names of name spaces as they stand in its tree, so they stand there as they are to be
-/// written. Of what has to be escaped, a URI may hold the "&" alone, and the parser takes nothing but URIs.
+/// libxml2 writes namespace names without escaping them, so they are escaped in its tree. The parser accepts
+/// nothing but URIs, in which only "&" has to be escaped.
 void EscapeNamespaces(const xmlNode& element) {
   for (xmlNs* one = element.nsDef; one != nullptr; one = one->next) {
     if (FromXml(one->href).find('&') == std::string_view::npos) continue;
@@ -94,7 +106,7 @@ void DeclareNamespacesFromAbove(xmlNode* node) {
   xmlNs** const inScope = xmlGetNsList(node->doc, node);
   if (inScope == nullptr) return;
   for (xmlNs** ns = inScope; *ns != nullptr; ++ns) {
-    xmlNewNs(node, (*ns)->href, (*ns)->prefix);  // leaves alone what the element itself declares
+    xmlNewNs(node, (*ns)->href, (*ns)->prefix);  // does nothing where the element declares the prefix
   }
   xmlFree(inScope);
 }
@@ -112,7 +124,7 @@ std::string XmlElement::Text() const {
 
 bool XmlElement::Holds(std::span<const std::string_view> names) const {
   std::size_t place = 0;
-  int depth = 1;
+  std::size_t depth = 1;
   for (xmlNode* node = node_->children; node != nullptr && depth > 0; node = NextInDocument(node, depth)) {
     if (IsNamed(node, names, place)) return true;
   }
@@ -161,37 +173,29 @@ void XmlDocument::Free::operator()(_xmlDoc* document) const {
   xmlFreeDoc(document);
 }
 
-bool XmlDocument::Load(std::string_view bytes) {
-  return Load(bytes, Bounds{});
-}
-
-bool XmlDocument::Load(std::string_view bytes, const Bounds& bounds) {
+bool XmlDocument::Load(std::string_view bytes, const XmlLimits& limits) {
   document_.reset();
   reason_.clear();
-  XmlGuard guard(XmlGuard::Keep::Tree, bounds, reason_);
-  const bool parsed = guard.Parse(bytes);
-  document_.reset(guard.TakeTree());
-  if (parsed && Tidy(bounds.depth)) {
+  try {
+    if (bytes.empty()) throw XmlError("the file is empty");
+    XmlStreamReader reader(limits);
+    reader.Finish(bytes);
+    document_.reset(reader.TakeTree());
+    Tidy(limits.depth);
     ChooseEncoding();
     return true;
+  } catch (const XmlError& error) {
+    document_.reset();
+    reason_ = error.what();
+    return false;
   }
-  if (reason_.empty()) reason_ = "not well-formed";
-  document_.reset();
-  return false;
 }
 
-bool XmlDocument::Tidy(int maxDepth) {
-  xmlNode* node = xmlDocGetRootElement(document_.get());
-  for (int depth = 1; node != nullptr;) {
-    if (depth > maxDepth) {
-      reason_ = fmt::format("nested deeper than {} levels", maxDepth);
-      return false;
-    }
-    if (node->type == XML_ENTITY_REF_NODE) {
-      reason_ = fmt::format("line {}: entity \"{}\" is not declared in the file", xmlGetLineNo(node),
-                            EscapeControls(FromXml(node->name)));
-      return false;
-    }
+/// The depth is checked once more: the elements that an entity stands for were copied into place.
+void XmlDocument::Tidy(std::size_t maxDepth) {
+  std::size_t depth = 1;
+  for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;) {
+    if (depth > maxDepth) throw XmlError(fmt::format("nested deeper than {} levels", maxDepth));
     if (node->type == XML_ELEMENT_NODE) EscapeNamespaces(*node);
     xmlNode* const blank = IsBlankText(node) ? node : nullptr;
     node = NextInDocument(node, depth);
@@ -199,7 +203,6 @@ bool XmlDocument::Tidy(int maxDepth) {
     xmlUnlinkNode(blank);
     xmlFreeNode(blank);
   }
-  return true;
 }
 
 void XmlDocument::ChooseEncoding() {
@@ -223,7 +226,7 @@ std::vector<XmlElement> XmlDocument::ElementsByTagName(std::string_view name) co
 std::vector<std::vector<XmlElement>> XmlDocument::ElementsByTagNames(
     const std::vector<std::string_view>& names) const {
   std::vector<std::vector<XmlElement>> found(names.size());
-  int depth = 1;
+  std::size_t depth = 1;
   for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;
        node = NextInDocument(node, depth)) {
     std::size_t place = 0;
@@ -263,23 +266,29 @@ std::string XmlDocument::Xml(std::string_view rootXml) const {
 }
 
 bool IsWellFormedXml(std::string_view bytes) {
-  std::string reason;
-  return XmlGuard(XmlGuard::Keep::Nothing, {}, reason).Parse(bytes);
+  XmlHandler ignoresAll;
+  XmlStreamReader reader(ignoresAll, {.limits = GatheredLimits, .texts = false, .attributes = false});
+  try {
+    reader.Finish(bytes);
+    return true;
+  } catch (const XmlError&) {
+    return false;
+  }
 }
 
 std::optional<std::string> RootAttribute(std::string_view bytes, std::string_view name) {
-  if (!FitsParser(bytes)) return std::nullopt;
-  const std::unique_ptr<xmlTextReader, FreeReader> reader(
-      xmlReaderForMemory(bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr,
-                         XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
-  if (!reader) return std::nullopt;
-  while (xmlTextReaderRead(reader.get()) == 1) {
-    if (xmlTextReaderNodeType(reader.get()) != XML_READER_TYPE_ELEMENT) continue;
-    const XmlText value(xmlTextReaderGetAttribute(reader.get(), ToXml(std::string(name))));
-    if (!value) return std::nullopt;
-    return std::string(FromXml(value.get()));
+  constexpr std::size_t pieceBytes = 1024;
+  RootAttributes root;
+  XmlStreamReader reader(root, {.limits = GatheredLimits, .texts = false});
+  try {
+    for (; !root.wasRead && !bytes.empty(); bytes.remove_prefix(std::min(pieceBytes, bytes.size()))) {
+      reader.Feed(bytes.substr(0, pieceBytes));
+    }
+  } catch (const XmlError&) {
+    // What follows the root's start tag does not matter.
   }
-  return std::nullopt;
+  const auto value = root.values.find(name);
+  return value == root.values.end() ? std::nullopt : std::optional(value->second);
 }
 
 }  // namespace fieldpost

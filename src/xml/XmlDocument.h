@@ -9,35 +9,40 @@
 #include <string_view>
 #include <vector>
 
+#include "xml/XmlStreamReader.h"
+
 struct _xmlDoc;   // NOLINT(bugprone-reserved-identifier): libxml2's own names
 struct _xmlNode;  // NOLINT(bugprone-reserved-identifier)
 
 namespace fieldpost {
 
-/// One element of a document; lives as long as its document does and stays in its tree.
+/// Refers to one element of a document; valid as long as the document is.
 class XmlElement {
  public:
   explicit XmlElement(_xmlNode* node) : node_(node) {}
 
-  /// Its text and that of the elements in it: entities resolved, white space at both ends off.
+  /// Returns the text of the element and of those within it: references replaced, white space trimmed.
   [[nodiscard]] std::string Text() const;
 
-  /// Whether an element of one of these names is in it, at any depth.
+  /// Whether the element contains one of these names without a prefix, at any depth.
   [[nodiscard]] bool Holds(std::span<const std::string_view> names) const;
 
-  /// Replaces all that is in it by a text. Elements that were in it must not be used any more.
+  /// Replaces the content by a text. Elements within it must not be used any more.
   void SetText(std::string_view text);
 
+  /// Returns the value of an attribute without a prefix; nothing when it is missing.
   [[nodiscard]] std::optional<std::string> Attribute(std::string_view name) const;
+
+  /// Sets or adds an attribute without a prefix.
   void SetAttribute(std::string_view name, std::string_view value);
 
-  /// Gives the attribute that comes first a text. Without any attribute nothing changes.
+  /// Sets the first attribute. Does nothing when the element has none.
   void SetFirstAttribute(std::string_view value);
 
-  /// Appends a copy of an element, which may belong to another document.
+  /// Appends a copy of an element, which may belong to another document, with all within it.
   void AppendCopyOf(const XmlElement& element);
 
-  /// The element as XML text in UTF-8 that can be read on its own: the name spaces declared above it are
+  /// Returns the element as XML in UTF-8 that is well-formed on its own: namespaces declared above it are
   /// declared in it.
   [[nodiscard]] std::string Xml() const;
 
@@ -48,59 +53,34 @@ class XmlElement {
   _xmlNode* node_;
 };
 
-/// Loads and holds a document. Text that is white space only is not kept; entities are replaced by what they
-/// stand for; nothing outside the text itself is ever opened.
+/// Loads and holds a document as a tree. Text of white space alone is not kept, unless xml:space="preserve";
+/// entities are replaced; nothing outside the document is ever opened.
 class XmlDocument {
  public:
-  /// Deepest nesting of elements that is read. The parser's own bound is 256; what is read here must still be
-  /// readable one level deeper.
-  static constexpr int MaxDepth = 250;
-
-  /// Elements, attributes (two each), texts, comments and the like, entities replaced. Each takes about 128
-  /// bytes of memory.
-  static constexpr std::size_t MaxNodes = 500'000;
-
-  /// The parser takes a time that grows with the square of these.
-  static constexpr std::size_t MaxAttributes = 256;  // of one element, name spaces not counted
-  static constexpr std::size_t MaxNamespaces = 200;  // in force at a time
-  static constexpr std::size_t MaxNames = 20'000;    // different ones
-  static constexpr std::size_t MaxDeclarations = 1000;
-  static constexpr std::size_t MaxEntityUses = 5000;
-
-  /// What all entities of a document's own stand for, each time that they are used.
-  static constexpr std::size_t MaxEntityBytes = std::size_t{16} * 1024 * 1024;
-
-  /// What a document may ask that not all may ask alike.
-  struct Bounds {
-    int depth = MaxDepth;
-    std::size_t nodes = MaxNodes;
-  };
-
-  /// Loads a document from its bytes, in whatever encoding they declare. False when it is not well-formed or
-  /// beyond a bound; Reason() then tells why, and there is no document.
-  bool Load(std::string_view bytes);
-  bool Load(std::string_view bytes, const Bounds& bounds);
+  /// Loads a document from its bytes, in the encoding that they declare. False when it is not well-formed or
+  /// exceeds a limit; Reason() then says why, and no document is loaded.
+  bool Load(std::string_view bytes, const XmlLimits& limits = {});
 
   /// Why the last Load failed, in one line.
   [[nodiscard]] const std::string& Reason() const { return reason_; }
 
   [[nodiscard]] bool IsLoaded() const { return document_ != nullptr; }
 
-  /// The document element. Only of a loaded document.
+  /// Returns the root element. Only of a loaded document.
   [[nodiscard]] XmlElement Root() const;
 
-  /// The elements of a name, in document order.
+  /// Returns the elements of a name, without a prefix, in document order.
   [[nodiscard]] std::vector<XmlElement> ElementsByTagName(std::string_view name) const;
 
-  /// For each name, the elements of that name, in document order; one walk over the document.
+  /// Returns for each name its elements, without a prefix, in document order; walks the document once.
   [[nodiscard]] std::vector<std::vector<XmlElement>> ElementsByTagNames(
       const std::vector<std::string_view>& names) const;
 
-  /// The document as text in the encoding that it was read in, or in UTF-8 where that one cannot hold any
-  /// text; characters which the encoding lacks are written as character references.
+  /// Returns the document in the encoding that it was read in, or in UTF-8 where CanHoldAnyText() is false
+  /// for that one. Characters that the encoding lacks are written as character references.
   [[nodiscard]] std::string Xml() const;
 
-  /// The same, for a caller who has the root's Xml() in hand already.
+  /// As Xml(), for a caller that has the root's Xml() at hand; saves writing it again.
   [[nodiscard]] std::string Xml(std::string_view rootXml) const;
 
  private:
@@ -108,7 +88,7 @@ class XmlDocument {
     void operator()(_xmlDoc* document) const;
   };
 
-  bool Tidy(int maxDepth);
+  void Tidy(std::size_t maxDepth);
   void ChooseEncoding();
   [[nodiscard]] bool IsUtf8() const;
 
@@ -116,12 +96,12 @@ class XmlDocument {
   std::string reason_;
 };
 
-/// Whether bytes are a well-formed document, without keeping it in memory. What XmlDocument::Load refuses for
-/// its depth may pass here.
-bool IsWellFormedXml(std::string_view bytes);
+/// Whether bytes are a well-formed document, without building a tree. Depth and the number of names are not
+/// limited, as a document gathered of many files may exceed these limits.
+[[nodiscard]] bool IsWellFormedXml(std::string_view bytes);
 
-/// The value of an attribute of the root element of a document of which `bytes` is the beginning. Empty when
-/// the root has none, or is not within these bytes.
-std::optional<std::string> RootAttribute(std::string_view bytes, std::string_view name);
+/// Returns an attribute, without a prefix, of the root element of a document that begins with `bytes`.
+/// Nothing when the root lacks it or its start tag does not end within `bytes`.
+[[nodiscard]] std::optional<std::string> RootAttribute(std::string_view bytes, std::string_view name);
 
 }  // namespace fieldpost

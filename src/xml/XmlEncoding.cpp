@@ -6,18 +6,22 @@
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
+#include <array>
 #include <new>
 
 #include "common/Text.h"
 #include "xml/XmlError.h"
-#include "xml/XmlOutputEncoding.h"
 
 namespace fieldpost {
 namespace {
 
-_xmlBuffer* NewBuffer() {
-  xmlBuffer* const buffer = xmlBufferCreate();
-  if (buffer == nullptr) throw std::bad_alloc();
+using Buffer = std::unique_ptr<xmlBuffer, FreeXmlBuffer>;
+using Handler = std::unique_ptr<xmlCharEncodingHandler, CloseXmlEncoding>;
+
+Buffer NewBuffer() {
+  Buffer buffer(xmlBufferCreate());
+  if (!buffer) throw std::bad_alloc();
   return buffer;
 }
 
@@ -33,7 +37,7 @@ std::string_view Content(const _xmlBuffer* buffer) {
           static_cast<std::size_t>(xmlBufferLength(buffer))};
 }
 
-/// Keeps the XML library from writing to standard error what is thrown here.
+/// Keeps libxml2 from writing errors to standard error, which are thrown here.
 class Quiet {
  public:
   Quiet() { xmlSetStructuredErrorFunc(nullptr, Ignore); }
@@ -52,6 +56,32 @@ bool IsBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
+std::string AllAscii() {
+  std::string text = "\t\r\n";
+  for (char c = ' '; c <= '~'; ++c) text += c;
+  return text;
+}
+
+/// Returns a UTF-8 text as the encoding has it, as far as it can be written.
+std::string Written(xmlCharEncodingHandler* handler, std::string_view utf8) {
+  const Buffer in = NewBuffer();
+  const Buffer out = NewBuffer();
+  Add(in.get(), utf8);
+  xmlCharEncOutFunc(handler, out.get(), in.get());
+  return std::string(Content(out.get()));
+}
+
+bool KeepsAscii(xmlCharEncodingHandler* handler) {
+  const std::string ascii = AllAscii();
+  return Written(handler, ascii) == ascii;
+}
+
+/// Tests it with a character that hardly any encoding has.
+bool RefersToWhatItLacks(xmlCharEncodingHandler* handler) {
+  const std::string written = Written(handler, "\xF4\x8F\xBF\xBDz");
+  return written == "&#1114109;z" || written.find('&') == std::string::npos;
+}
+
 }  // namespace
 
 std::string DeclaredEncoding(std::string_view beginning) {
@@ -67,11 +97,25 @@ std::string DeclaredEncoding(std::string_view beginning) {
   return std::string(declaration.substr(at + 1, end - at - 1));
 }
 
-void XmlEncoding::Free::operator()(_xmlBuffer* buffer) const {
+bool CanHoldAnyText(const std::string& encoding) {
+  if (EqualNoCase(std::string_view(encoding).substr(0, 6), "UTF-16")) return true;
+  const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
+  return handler && KeepsAscii(handler.get()) && RefersToWhatItLacks(handler.get());
+}
+
+bool CanBeWrittenInPieces(const std::string& encoding) {
+  const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
+  return handler && std::ranges::all_of(std::array{"<", "\u00E9", "\u65E5", "\uD55C"}, [&](const char* text) {
+           const std::string first = Written(handler.get(), text);
+           return Written(handler.get(), text) == first;
+         });
+}
+
+void FreeXmlBuffer::operator()(xmlBuffer* buffer) const {
   xmlBufferFree(buffer);
 }
 
-void XmlEncoding::Close::operator()(_xmlCharEncodingHandler* handler) const {
+void CloseXmlEncoding::operator()(xmlCharEncodingHandler* handler) const {
   xmlCharEncCloseFunc(handler);
 }
 
@@ -81,8 +125,8 @@ XmlEncoding::XmlEncoding(const std::string& name) : name_(name) {
   if (!handler_) throw XmlError(fmt::format("unknown encoding \"{}\"", EscapeControls(name)));
   if (!CanBeWrittenInPieces(name))
     throw XmlError(fmt::format("cannot write the encoding {}", EscapeControls(name)));
-  in_.reset(NewBuffer());
-  out_.reset(NewBuffer());
+  in_ = NewBuffer();
+  out_ = NewBuffer();
 }
 
 std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {

@@ -1,4 +1,4 @@
-// Text of any encoding that the XML library knows, as UTF-8 and back.
+// Converts text between UTF-8 and any encoding that libxml2 knows.
 #pragma once
 
 #include <memory>
@@ -10,47 +10,56 @@ struct _xmlCharEncodingHandler;  // NOLINT(bugprone-reserved-identifier)
 
 namespace fieldpost {
 
-/// The encoding that an XML declaration names at the beginning of a text; empty when there is none. A byte
-/// order mark is no part of `beginning`.
+struct FreeXmlBuffer {
+  void operator()(_xmlBuffer* buffer) const;
+};
+struct CloseXmlEncoding {
+  void operator()(_xmlCharEncodingHandler* handler) const;
+};
+
+/// Returns the encoding that the XML declaration at the beginning of a text names; empty when there is none.
+/// `beginning` has no byte order mark.
 std::string DeclaredEncoding(std::string_view beginning);
 
-/// Turns text between one encoding and UTF-8, piece by piece.
+/// Whether any document can be written in this encoding without a change of meaning. ASCII characters must be
+/// written as themselves, so that markup stays markup: UTF-16 counts too, UTF-7 does not. A character that
+/// the encoding lacks must be written as a reference to it; some of iconv's encodings write a reference to
+/// another one. False for an unknown encoding.
+[[nodiscard]] bool CanHoldAnyText(const std::string& encoding);
+
+/// Whether a text is written as the same bytes wherever it stands. False for UTF-7 and the encodings of ISO
+/// 2022, where the bytes depend on what was written before, and for an unknown encoding.
+[[nodiscard]] bool CanBeWrittenInPieces(const std::string& encoding);
+
+/// Converts text between one encoding and UTF-8, piece by piece.
 class XmlEncoding {
  public:
-  /// Throws XmlError when no such encoding is known, or none that can be written in pieces. An empty name
-  /// means UTF-8.
+  /// An empty name means UTF-8. Throws XmlError when the encoding is unknown or CanBeWrittenInPieces() is
+  /// false for it.
   explicit XmlEncoding(const std::string& name);
   XmlEncoding(const XmlEncoding&) = delete;
   XmlEncoding& operator=(const XmlEncoding&) = delete;
   ~XmlEncoding() = default;
 
-  /// Whether there is nothing to be turned: UTF-8 itself, or ASCII.
+  /// Whether nothing is to be converted, as the encoding is UTF-8.
   [[nodiscard]] bool IsUtf8() const { return handler_ == nullptr; }
 
-  /// The UTF-8 text of the next bytes; a character cut off at the end is kept for the next call. Throws
-  /// XmlError for bytes that this encoding does not have. Valid until the next call.
+  /// Returns the next bytes as UTF-8, valid until the next call. A character cut off at the end is kept for
+  /// the next call. Throws XmlError for bytes that are not in the encoding.
   std::string_view ToUtf8(std::string_view bytes);
 
-  /// Whether a character was begun that no call has ended.
+  /// Whether the bytes so far end within a character.
   [[nodiscard]] bool IsCutOff() const;
 
-  /// Appends the bytes of a UTF-8 text of whole characters. A character that this encoding lacks becomes a
+  /// Appends a UTF-8 text of whole characters, in the encoding. A character that the encoding lacks becomes a
   /// character reference.
   void AppendTo(std::string& target, std::string_view utf8);
 
  private:
-  struct Free {
-    void operator()(_xmlBuffer* buffer) const;
-  };
-  struct Close {
-    void operator()(_xmlCharEncodingHandler* handler) const;
-  };
-  using Buffer = std::unique_ptr<_xmlBuffer, Free>;
-
   std::string name_;
-  std::unique_ptr<_xmlCharEncodingHandler, Close> handler_;
-  Buffer in_;
-  Buffer out_;
+  std::unique_ptr<_xmlCharEncodingHandler, CloseXmlEncoding> handler_;
+  std::unique_ptr<_xmlBuffer, FreeXmlBuffer> in_;
+  std::unique_ptr<_xmlBuffer, FreeXmlBuffer> out_;
 };
 
 }  // namespace fieldpost

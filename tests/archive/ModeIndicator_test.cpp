@@ -18,7 +18,7 @@ using test::PeakKilobytes;
 using testing::Eq;
 using testing::Optional;
 
-/// Gives a text in pieces of a size.
+/// Reads a text like a file, in pieces of a given size.
 class Pieces final : public FileReader {
  public:
   Pieces(std::string text, std::size_t size) : text_(std::move(text)), size_(size) {}
@@ -36,7 +36,7 @@ class Pieces final : public FileReader {
   std::size_t at_ = 0;
 };
 
-/// Gives a beginning, a block so many times, and an end.
+/// Reads like a file: a beginning, a block repeated, and an end.
 class Repeated final : public FileReader {
  public:
   Repeated(std::string beginning, std::string block, std::size_t times, std::string end)
@@ -74,7 +74,7 @@ std::string InFlFile(const std::string& inside) {
   return "<?xml version=\"1.0\"?>\n<FLFILE><PRODCODE>4711</PRODCODE>" + inside + "</FLFILE>";
 }
 
-TEST(ModeWord, HasAWordForEachLetterInEitherCase) {
+TEST(ModeWord, ReturnsTheWordOfALetterInEitherCase) {
   struct Row {
     std::optional<std::string> text;
     const char* word;
@@ -87,7 +87,7 @@ TEST(ModeWord, HasAWordForEachLetterInEitherCase) {
   }
 }
 
-TEST(ModeIndicator, IsTheTextOfTheFirstElementOfTheName) {
+TEST(ModeIndicator, IsTheTextOfTheFirstMODEIND) {
   struct Row {
     const char* name;
     std::string xml;
@@ -110,7 +110,7 @@ TEST(ModeIndicator, IsTheTextOfTheFirstElementOfTheName) {
            Row{"an entity with elements",
                "<!DOCTYPE F [<!ENTITY m \"<MODEIND>P</MODEIND>\">]><F>&m;<MODEIND>a</MODEIND></F>", "P"},
            Row{"the root", "<MODEIND>e</MODEIND>", "e"},
-           Row{"a default name space", "<F xmlns=\"urn:x\"><MODEIND>e</MODEIND></F>", "e"},
+           Row{"a default namespace", "<F xmlns=\"urn:x\"><MODEIND>e</MODEIND></F>", "e"},
            Row{"a prefix", "<F xmlns:x=\"urn:x\"><x:MODEIND>e</x:MODEIND></F>", std::nullopt},
            Row{"another case", InFlFile("<modeind>p</modeind>"), std::nullopt},
            Row{"none", InFlFile(""), std::nullopt},
@@ -121,7 +121,7 @@ TEST(ModeIndicator, IsTheTextOfTheFirstElementOfTheName) {
   }
 }
 
-TEST(ModeIndicator, IsMissingInAFileThatIsNotWellFormed) {
+TEST(ModeIndicator, IsMissingWhenTheFileIsNotWellFormed) {
   const std::string mode = "<MODEIND>P</MODEIND>";
   for (const std::string& xml :
        {std::string(), std::string("text"), "<F>" + mode, "<F>" + mode + "</F>x", "<F>" + mode + "</F><F/>",
@@ -147,7 +147,7 @@ TEST(ModeIndicator, IsReadInTheEncodingThatTheFileDeclares) {
   EXPECT_THAT(Read(wide, 3), Optional(Eq("p")));
 }
 
-TEST(ModeIndicator, AgreesWithTheDocumentThatTheScanLoads) {
+TEST(ModeIndicator, AgreesWithXmlDocument) {
   for (const std::string& xml :
        {InFlFile("<MODEIND>P</MODEIND>"), InFlFile("<MODEIND> <A> x </A> </MODEIND>"),
         std::string("<!DOCTYPE F SYSTEM \"none.dtd\"><F><MODEIND>P</MODEIND>&x;</F>"),
@@ -161,21 +161,21 @@ TEST(ModeIndicator, AgreesWithTheDocumentThatTheScanLoads) {
   }
 }
 
-TEST(ModeIndicator, NeverOpensAnythingOutsideTheFile) {
+TEST(ModeIndicator, OpensNothingOutsideTheFile) {
   const test::TempFolder folder;
   const std::string other = Utf8FromPath(folder.Write("other", "P"));
   EXPECT_EQ(Read("<!DOCTYPE F [<!ENTITY x SYSTEM \"" + other + "\">]><F><MODEIND>&x;</MODEIND></F>"),
             std::nullopt);
 }
 
-TEST(ModeIndicator, OfALongTextIsCutButNeverToALetter) {
+TEST(ModeIndicator, IsCutWhenLongButNeverToALetter) {
   const std::string blanks(5000, ' ');
   EXPECT_THAT(Read(InFlFile("<MODEIND>" + blanks + "p" + blanks + "</MODEIND>")), Optional(Eq("p")));
   EXPECT_EQ(ModeWord(Read(InFlFile("<MODEIND>p" + blanks + "x" + blanks + "</MODEIND>"))), "");
   EXPECT_LT(Read(InFlFile("<MODEIND>" + std::string(2'000'000, 'p') + "</MODEIND>"))->size(), 1010U);
 }
 
-TEST(ModeIndicator, BoundsWhatEntitiesExpandTo) {
+TEST(ModeIndicator, LimitsWhatEntitiesStandFor) {
   std::string laughs = "<!DOCTYPE F [<!ENTITY a0 \"ha\">";
   for (int i = 1; i < 40; ++i) {
     const std::string before = "&a" + std::to_string(i - 1) + ";";
@@ -189,7 +189,7 @@ TEST(ModeIndicator, BoundsWhatEntitiesExpandTo) {
   EXPECT_EQ(Read(square + "</F>"), std::nullopt);
 }
 
-TEST(ModeIndicator, OfHostileFilesIsGivenUpInTime) {
+TEST(ModeIndicator, RefusesHostileFilesInTime) {
   std::string names = "<F><MODEIND>P</MODEIND>";
   for (int i = 0; i < 200'000; ++i) names += "<a" + std::to_string(i) + "/>";
   EXPECT_EQ(Read(names + "</F>"), std::nullopt);
@@ -203,8 +203,8 @@ TEST(ModeIndicator, OfHostileFilesIsGivenUpInTime) {
   EXPECT_EQ(Read("<F><MODEIND>P</MODEIND>" + deep), std::nullopt);
 }
 
-/// What is in the file takes no memory, of whatever kind it is.
-TEST(ModeIndicator, OfALargeFileTakesNoMoreMemoryThanOfASmallOne) {
+/// No kind of content takes memory that grows with the file.
+TEST(ModeIndicator, ReadsALargeFileInTheMemoryOfASmallOne) {
   const std::string text(100'000, 'x');
   for (const std::string& block :
        {"<DUMP>" + text + "</DUMP>", "<DUMP><![CDATA[" + text + "]]></DUMP>", "<!--" + text + "-->", text}) {
@@ -221,8 +221,8 @@ TEST(ModeIndicator, OfALargeFileTakesNoMoreMemoryThanOfASmallOne) {
   }
 }
 
-/// The parser holds a section whole, up to its bound of 10 MB.
-TEST(ModeIndicator, OfAFileWithALongSectionIsReadUpToABound) {
+/// The parser keeps a section in memory, up to its limit of 10 MB.
+TEST(ModeIndicator, LimitsTheLengthOfACdataSection) {
   const std::string text(100'000, 'x');
   StatusDisplay display;
   Repeated long8("<F><MODEIND>P</MODEIND><![CDATA[", text, 80, "]]></F>");
@@ -233,7 +233,7 @@ TEST(ModeIndicator, OfAFileWithALongSectionIsReadUpToABound) {
   EXPECT_LT(PeakKilobytes() - before, 32 * 1024);
 }
 
-TEST(ModeIndicator, OfAFileWithALongTagIsReadUpToABound) {
+TEST(ModeIndicator, LimitsTheLengthOfATag) {
   const std::string signs(1'000'000, '=');
   const std::string text(9'000'000, 'x');
   EXPECT_THAT(Read("<F a='" + text + "'><MODEIND>P</MODEIND></F>"), Optional(Eq("P")));
@@ -241,7 +241,7 @@ TEST(ModeIndicator, OfAFileWithALongTagIsReadUpToABound) {
   EXPECT_EQ(Read("<F a='" + text + text + "'><MODEIND>P</MODEIND></F>"), std::nullopt);
 }
 
-TEST(ModeIndicator, LetsEventsRunAndEndsWhenAskedTo) {
+TEST(ModeIndicator, ProcessesEventsAndEndsWhenCancelled) {
   test::RecordingDisplay display;
   Repeated large("<F><MODEIND>P</MODEIND>", std::string(65536, 'x'), 100, "</F>");
   EXPECT_THAT(ModeIndicatorReader().Read(large, display), Optional(Eq("P")));

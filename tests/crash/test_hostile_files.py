@@ -47,10 +47,10 @@ XML_POISON = {
                                 "more than 256 attributes"),
     "tag of a million attributes": (lambda: whole(root=b"FLFILE" + b" a=''" * 1_000_000), "more than 256 attributes"),
     "tag of many name spaces": (lambda: whole(root=b"FLFILE" + numbered(b' xmlns:a%(n)d="u"', 100_000)),
-                                "more than 200 name spaces|more than 256 attributes"),
+                                "more than 200 namespaces|more than 256 attributes"),
     "name spaces in force": (
         lambda: whole(b"".join(b"<x%s>" % numbered(b' xmlns:b%d_%%(n)d="u"' % level, 100) for level in range(200))
-              + b"<b0_0:y/>" * 100_000 + b"</x>" * 200), "more than 200 name spaces"),
+              + b"<b0_0:y/>" * 100_000 + b"</x>" * 200), "more than 200 namespaces"),
     "different names": (lambda: whole(numbered(b"<n%(n)d/>", 700_000)), "more than 20000 different names"),
     "names of attributes": (lambda: whole(numbered(b'<n a%(n)d=""/>', 500_000)), "more than 20000 different names"),
     "elements": (lambda: whole(b"<a/>" * 2_000_000), "more than 500000"),
@@ -83,7 +83,7 @@ XML_POISON = {
     "NUL in a text": (lambda: whole(b"<T>a\0b</T>"), "."),
     "NULs alone": (lambda: b"\0" * 100_000, "."),
     "NULs behind": (lambda: whole() + b"\0" * 1000, None),
-    "text behind a NUL": (lambda: whole() + b"\0" + whole(), "text behind a zero byte"),
+    "text behind a NUL": (lambda: whole() + b"\0" + whole(), "text after a zero byte"),
     "overlong UTF-8": (lambda: whole(b"<T>\xC0\xBCx/\xC0\xBE</T>"), "."),
     "broken UTF-8": (lambda: whole(b"<T>\xE2\x82</T>"), "."),
     "UTF-8 of half a pair": (lambda: whole(b"<T>\xED\xA0\x80</T>"), "."),

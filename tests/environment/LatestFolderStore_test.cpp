@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "common/Limits.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost::test {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <iostream>
 
+#include "common/Limits.h"
 #include "faultlog/CombinedDocument.h"
 #include "faultlog/LatestScan.h"
 #include "support/EachFailingCall.h"
@@ -202,7 +203,7 @@ TEST(ProcessLatestFiles, LogsAndLeavesAFileThatItMayNotRemove) {
 
 TEST(ProcessLatestFiles, StopsWhenADocumentCannotBeWritten) {
   FullSite site;
-  const std::string large(CombinedDocument::MaxCharacters, 'x');
+  const std::string large(MaxDocumentCharacters, 'x');
   site.Latest("a.xml", test::FaultlogXml("A", "F", "20040101", large));
   {
     const FailingCall failing("syncfs", ENOSPC);

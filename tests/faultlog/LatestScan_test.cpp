@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "common/Limits.h"
 #include "support/ScanSite.h"
 
 namespace fieldpost {

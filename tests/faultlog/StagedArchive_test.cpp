@@ -101,9 +101,9 @@ TEST(StagedArchive, MergesIntoAnArchivedFileUpToItsLimit) {
     ScanSite site;
     std::string content = test::FaultlogXml("A", "P");
     const std::string comment = "<!--" + std::string(1'000'000, 'x') + "-->";
-    while (content.size() + 2 * comment.size() < ArchivedFile::MaxBytes) content += comment;
+    while (content.size() + 2 * comment.size() < MaxArchivedFileBytes) content += comment;
     content += "<!--";
-    content.append(ArchivedFile::MaxBytes + above - content.size() - 3, 'x').append("-->");
+    content.append(MaxArchivedFileBytes + above - content.size() - 3, 'x').append("-->");
     const fs::path archived = site.folder.Write("home/Faultlog/Archive/A/a.xml", content);
     const fs::path source = site.Latest("a.xml", test::FaultlogXml("A"));
     const ScanResult result = site.Scan();

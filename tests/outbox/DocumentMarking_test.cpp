@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 
+#include "common/Limits.h"
 #include "common/RunLists.h"
 #include "outbox/DocumentMode.h"
 #include "support/DyingFileSystem.h"

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 
+#include "common/Limits.h"
 #include "outbox/DocumentMode.h"
 #include "support/SendSite.h"
 

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 
+#include "common/Limits.h"
 #include "support/FailingCall.h"
 #include "support/TempFolder.h"
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/Limits.h"
 #include "ppc/PpcDocuments.h"
 #include "support/Ppc.h"
 #include "xml/XmlDocument.h"
@@ -101,9 +102,9 @@ TEST(MakePPCFiles, CompletesADocumentOnceItsTextIsLongerThanTheLimit) {
            Row{"three of 600000", {Entry(600000), Entry(600000), Entry(600000)}, {3}},
            Row{"four of 600000", {Entry(600000), Entry(600000), Entry(600000), Entry(600000)}, {3, 1}},
            Row{"six of 600000", std::vector<std::string>(6, Entry(600000)), {3, 3}},
-           Row{"just the limit", {Entry(PpcDocumentCharacters - lineEnd), Entry(100)}, {2}},
-           Row{"one more", {Entry(PpcDocumentCharacters - lineEnd + 1), Entry(100)}, {1, 1}},
-           Row{"one more, and the last", {Entry(PpcDocumentCharacters - lineEnd + 1)}, {1}},
+           Row{"just the limit", {Entry(MaxDocumentCharacters - lineEnd), Entry(100)}, {2}},
+           Row{"one more", {Entry(MaxDocumentCharacters - lineEnd + 1), Entry(100)}, {1, 1}},
+           Row{"one more, and the last", {Entry(MaxDocumentCharacters - lineEnd + 1)}, {1}},
            Row{"characters, not bytes", {umlauts, umlauts, umlauts, umlauts}, {3, 1}},
            Row{"one of many times the limit", {Entry(9000000), Entry(100)}, {1, 1}},
        }) {

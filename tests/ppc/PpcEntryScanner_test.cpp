@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/Limits.h"
 #include "support/Ppc.h"
 #include "xml/XmlError.h"
 
@@ -36,7 +37,7 @@ class ScanPpc : public testing::Test {
   std::unique_ptr<test::KeepingSink> sink;
 };
 
-TEST_F(ScanPpc, HandsOverEntriesAsTheyStand) {
+TEST_F(ScanPpc, HandsOverEntriesUnchanged) {
   struct Row {
     const char* name;
     std::string entry;
@@ -50,7 +51,7 @@ TEST_F(ScanPpc, HandsOverEntriesAsTheyStand) {
                "<PPCentry><![CDATA[</PPCentry><]]><!-- </PPCentry> --><?p <x?></PPCentry>"},
            Row{"references", "<PPCentry>&lt;&#228;&#x20AC;&amp;</PPCentry>"},
            Row{"letters beyond ASCII", "<PPCentry>ä€🔧</PPCentry>"},
-           Row{"name spaces of its own", "<PPCentry xmlns:p=\"urn:p\"><p:A p:b=\"1\"/></PPCentry>"},
+           Row{"namespaces of its own", "<PPCentry xmlns:p=\"urn:p\"><p:A p:b=\"1\"/></PPCentry>"},
            Row{"an entry within", "<PPCentry><PPCentry>1</PPCentry>2</PPCentry>"},
            Row{"longer than the parser's pieces", "<PPCentry a=\"" + std::string(200000, 'x') + "\"><A>" +
                                                       std::string(300000, 'y') + "</A></PPCentry>"},
@@ -101,14 +102,14 @@ TEST_F(ScanPpc, TakesTheFirstArchiveDate) {
            Row{"before the entries",
                "<ArchiveDate a='1'>1</ArchiveDate><PPCentry/>",
                {"<ArchiveDate a='1'>1</ArchiveDate>"}},
-           Row{"behind the entries", "<PPCentry/><ArchiveDate/>", {"<ArchiveDate/>"}},
+           Row{"after the entries", "<PPCentry/><ArchiveDate/>", {"<ArchiveDate/>"}},
            Row{"two",
                "<ArchiveDate>1</ArchiveDate><ArchiveDate>2</ArchiveDate>",
                {"<ArchiveDate>1</ArchiveDate>"}},
            Row{"in an entry",
                "<PPCentry><ArchiveDate>1</ArchiveDate></PPCentry>",
                {"<ArchiveDate>1</ArchiveDate>"}},
-           Row{"of another name space", "<p:ArchiveDate xmlns:p='urn:p'/>", {}},
+           Row{"of another namespace", "<p:ArchiveDate xmlns:p='urn:p'/>", {}},
            Row{"none", "<PPCentry/>", {}},
        }) {
     Scan("<R>"s + row.content + "</R>");
@@ -116,7 +117,7 @@ TEST_F(ScanPpc, TakesTheFirstArchiveDate) {
   }
 }
 
-TEST_F(ScanPpc, DeclaresNameSpacesFromAbove) {
+TEST_F(ScanPpc, DeclaresInheritedNamespaces) {
   struct Row {
     const char* name;
     const char* text;
@@ -165,7 +166,7 @@ TEST_F(ScanPpc, ReadsEveryEncoding) {
   }
 }
 
-TEST_F(ScanPpc, KeepsCharactersWholeThatTwoPiecesShare) {
+TEST_F(ScanPpc, KeepsCharactersWholeAcrossPieces) {
   std::string text = "<?xml version='1.0' encoding='UTF-16'?><R><PPCentry>";
   std::string expected = "<PPCentry>";
   std::string bytes = "\xFE\xFF";
@@ -193,15 +194,15 @@ TEST_F(ScanPpc, AddsAttributesThatTheFileDeclares) {
   EXPECT_THAT(sink->entries, ElementsAre("<PPCentry xmlns:p=\"urn:p\"><p:A/></PPCentry>"));
 }
 
-TEST_F(ScanPpc, EntitiesThatNobodyUsesDoNoHarm) {
-  const std::string entry = "<PPCentry>" + std::string(2 * MaxExpandedBytes, 'x') + "</PPCentry>";
+TEST_F(ScanPpc, AcceptsUnusedEntitiesInALargeFile) {
+  const std::string entry = "<PPCentry>" + std::string(2 * MaxExpandedPpcBytes, 'x') + "</PPCentry>";
   Scan("<!DOCTYPE R [<!ENTITY e 'x'><!ENTITY f SYSTEM '/etc/passwd'>]><R>" + entry + "</R>");
   EXPECT_THAT(sink->entries, ElementsAre(entry));
 }
 
-TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
+TEST_F(ScanPpc, RefusesMalformedAndHostileFiles) {
   const std::string secret = Utf8FromPath(folder.Write("secret", "TOP-SECRET"));
-  const std::string large(2 * MaxExpandedBytes, 'x');
+  const std::string large(2 * MaxExpandedPpcBytes, 'x');
   std::string bomb = "<!DOCTYPE R [<!ENTITY a 'aaaaaaaaaaaaaaaaaaaa'>";
   for (char c = 'a'; c < 'j'; ++c) {
     bomb += "<!ENTITY "s + static_cast<char>(c + 1) + " '";
@@ -247,8 +248,8 @@ TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
            Row{"much too deep", deep(100000), "nested deeper than 250 levels"},
            Row{"very many names", "<R>" + many("<a", "/>", 30000) + "</R>",
                "more than 20000 different names"},
-           Row{"very many name spaces", "<R " + many("xmlns:p", "='urn:p' ", 300) + "><PPCentry/></R>",
-               "more than 200 name spaces"},
+           Row{"very many namespaces", "<R " + many("xmlns:p", "='urn:p' ", 300) + "><PPCentry/></R>",
+               "more than 200 namespaces"},
            Row{"very many attributes", "<R><PPCentry " + many("a", "='' ", 100000) + "/></R>",
                "more than 256 attributes in one tag"},
            Row{"a very long tag", "<R><PPCentry a='" + std::string(3'000'000, 'x') + "'/></R>",
@@ -264,8 +265,8 @@ TEST_F(ScanPpc, RefusesWhatIsNotWhole) {
   EXPECT_EQ(Fault(deep(250)), "");
 }
 
-TEST_F(ScanPpc, AFaultAtTheEndOfALargeFileIsFound) {
-  EXPECT_NE(Fault("<R><PPCentry>" + std::string(2 * MaxExpandedBytes, 'x') + "</PPCentry><R>"), "");
+TEST_F(ScanPpc, FindsAFaultAtTheEndOfALargeFile) {
+  EXPECT_NE(Fault("<R><PPCentry>" + std::string(2 * MaxExpandedPpcBytes, 'x') + "</PPCentry><R>"), "");
 }
 
 }  // namespace

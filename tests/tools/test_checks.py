@@ -6,6 +6,7 @@ import unittest
 import check_forms
 import check_help
 import check_layers
+import check_limits
 import check_registered
 import check_text
 
@@ -85,6 +86,31 @@ class Layers(unittest.TestCase):
                 ("cellar/Wine.cpp", "<vector>", 1)]:
             with self.subTest(path=path, include=include):
                 self.assertEqual(expected, self.faults(path, include))
+
+
+class Limits(unittest.TestCase):
+    HEADER = """inline constexpr std::size_t MaxDepth = 1'250;
+inline constexpr std::size_t MaxHalfDepth = MaxDepth / 2;
+inline constexpr std::uint64_t MaxBytes =
+    std::uint64_t{2} * 1024 * 1024;
+"""
+    PAGE = """<td><span id="MaxDepth">1,250</span>, then <span id="MaxHalfDepth">625</span></td>
+<td>2 MiB (<span id="MaxBytes">2,097,152</span> bytes)</td>"""
+
+    def test_faults(self):
+        for old, new, expected in [
+                ("", "", []),
+                ("1'250", "1'248", ["MaxDepth is 1,250, should be 1,248", "MaxHalfDepth is 625, should be 624"]),
+                ("625", "626", ["MaxHalfDepth is 626, should be 625"]),
+                (">1,250<", ">1250<", ["MaxDepth is 1250, should be 1,250"]),
+                ("2 MiB", "3 MiB", ["MaxBytes is no 3 MiB"]),
+                ('id="MaxDepth"', 'id="Other"', ["MaxDepth is missing", "Other is missing"]),
+                ("inline constexpr std::uint64_t MaxBytes", "inline constexpr std::uint64_t MaxOther",
+                 ["MaxOther is missing", "MaxBytes is missing"])]:
+            with self.subTest(new=new):
+                faults = check_limits.faults_in(*(text.replace(old, new) if old else text
+                                                  for text in (self.HEADER, self.PAGE)))
+                self.assertEqual(expected, [fault.partition(": ")[2] for fault in faults])
 
 
 class Registered(unittest.TestCase):

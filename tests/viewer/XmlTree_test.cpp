@@ -16,7 +16,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A text read like a file, in pieces of a size, which may fail at its end.
+/// Reads a text like a file, in pieces of a given size; may fail at its end.
 class TextFile final : public FileReader {
  public:
   explicit TextFile(std::string text, std::size_t pieceBytes = 65536, bool breaks = false)
@@ -64,7 +64,7 @@ std::vector<std::string> LabelsOf(std::string text) {
   return Labels(tree);
 }
 
-TEST(XmlTree, LabelsAreAsTheTableSays) {
+TEST(XmlTree, BuildsLabelsFromNamesAttributesAndTexts) {
   struct Row {
     const char* what;
     std::string xml;
@@ -92,7 +92,7 @@ TEST(XmlTree, LabelsAreAsTheTableSays) {
            Row{"a comment ends a text", "<a>x<!-- no -->y</a>", "a:  x:  y"},
            Row{"an instruction ends a text", "<a>x<?no no?>y</a>", "a:  x:  y"},
            Row{"prefixes stay", "<p:a xmlns:p='urn:x' p:b='1'/>", R"(p:a:  XMLNS:P="urn:x" P:B="1" )"},
-           Row{"name spaces stand in their place", "<a b='1' xmlns='urn:x' c='2'/>",
+           Row{"namespaces stay in their place", "<a b='1' xmlns='urn:x' c='2'/>",
                R"(a:  B="1" XMLNS="urn:x" C="2" )"},
            Row{"default values", "<!DOCTYPE a [<!ATTLIST a b CDATA 'x' c CDATA 'y'>]><a c='1'/>",
                R"(a:  C="1" B="x" )"},
@@ -104,22 +104,22 @@ TEST(XmlTree, LabelsAreAsTheTableSays) {
   }
 }
 
-TEST(XmlTree, TwoTextsAroundAChildAreTwoParts) {
+TEST(XmlTree, SeparatesTextsAroundAChild) {
   EXPECT_THAT(LabelsOf("<a>one<b/>two</a>"), ElementsAre("a:  one:  two", ".b"));
   EXPECT_THAT(LabelsOf("<a><b>x<c/>y<d/>z</b> </a>"), ElementsAre("a", ".b:  x:  y:  z", "..c", "..d"));
 }
 
-TEST(XmlTree, EveryElementIsANodeWhateverItsName) {
+TEST(XmlTree, MakesEveryElementANode) {
   EXPECT_THAT(LabelsOf("<FLFILE><sympcode>1</sympcode><sympcode no='2'/></FLFILE>"),
               ElementsAre("FLFILE", ".sympcode:  1", ".sympcode:  NO=\"2\" "));
 }
 
-TEST(XmlTree, CommentsInstructionsAndTextOutsideMakeNothing) {
+TEST(XmlTree, IgnoresCommentsInstructionsAndTextOutsideTheRoot) {
   EXPECT_THAT(LabelsOf("<?xml version='1.0'?>\n<!-- x --><?y?>\n<a><!-- x --><?y?></a>\n<!-- z -->"),
               ElementsAre("a"));
 }
 
-TEST(XmlTree, AnElementInAnEntityIsANodeEachTime) {
+TEST(XmlTree, AddsTheElementsOfAnEntityForEachReference) {
   EXPECT_THAT(LabelsOf("<!DOCTYPE a [<!ENTITY e '<b>x</b>'>]><a>&e;y&e;</a>"),
               ElementsAre("a:  y", ".b:  x", ".b:  x"));
 }
@@ -129,7 +129,7 @@ TEST(XmlTree, AParameterEntityDeclaresWhatItHolds) {
               ElementsAre("a:  x"));
 }
 
-TEST(XmlTree, TellsHowMuchOfTheFileIsRead) {
+TEST(XmlTree, ReportsHowMuchOfTheFileIsRead) {
   const std::string text = "<a>" + std::string(20'000, 'x') + "</a>";
   XmlTree tree;
   XmlTreeReader reader(tree, std::make_unique<TextFile>(text));
@@ -148,7 +148,7 @@ TEST(XmlTree, KeysCountFromOne) {
   EXPECT_EQ(XmlTree::Key(999'999), "Node-1000000");
 }
 
-TEST(XmlTree, BeginsAnewWithEachFile) {
+TEST(XmlTree, IsClearedForEachFile) {
   XmlTree tree;
   ASSERT_TRUE(Read(tree, "<a><b/>text</a>"));
   ASSERT_TRUE(Read(tree, "<c/>"));
@@ -156,7 +156,7 @@ TEST(XmlTree, BeginsAnewWithEachFile) {
   EXPECT_EQ(XmlTree::Key(0), "Node-1");
 }
 
-TEST(XmlTree, KnowsParentsSiblingsAndEnds) {
+TEST(XmlTree, ReturnsParentsSiblingsAndEnds) {
   XmlTree tree;
   ASSERT_TRUE(Read(tree, "<a><b><c/><d/></b><e/></a>"));
   struct Row {
@@ -175,7 +175,7 @@ TEST(XmlTree, KnowsParentsSiblingsAndEnds) {
   }
 }
 
-TEST(XmlTree, CanBeLookedAtWhileItGrows) {
+TEST(XmlTree, CanBeReadWhileItGrows) {
   XmlTree tree;
   tree.Open("a");
   tree.Open("b");
@@ -188,7 +188,7 @@ TEST(XmlTree, CanBeLookedAtWhileItGrows) {
   EXPECT_EQ(tree.NextSibling(1), 2U);
 }
 
-TEST(XmlTree, WhatIsNotWellFormedLeavesItEmpty) {
+TEST(XmlTree, IsEmptyWhenTheFileIsNotWellFormed) {
   struct Row {
     const char* what;
     std::string text;
@@ -201,13 +201,14 @@ TEST(XmlTree, WhatIsNotWellFormedLeavesItEmpty) {
            Row{"cut off", "<a><b>" + many},
            Row{"two roots", "<a/><b/>"},
            Row{"text after the root", "<a/>x"},
-           Row{"an entity that is not declared", "<a>&x;</a>"},
-           Row{"the same in a value", "<a b='&x;'/>"},
-           Row{"the same beside an outer document type", "<!DOCTYPE a SYSTEM 'x.dtd'><a>&x;</a>"},
+           Row{"an undeclared entity", "<a>&x;</a>"},
+           Row{"an undeclared entity in a value", "<a b='&x;'/>"},
+           Row{"an undeclared entity beside an external document type",
+               "<!DOCTYPE a SYSTEM 'x.dtd'><a>&x;</a>"},
            Row{"a file as an entity", "<!DOCTYPE a [<!ENTITY x SYSTEM '/etc/hostname'>]><a>&x;</a>"},
            Row{"an attribute twice", "<a b='1' b='2'/>"},
-           Row{"a prefix that is not declared", "<p:a/>"},
-           Row{"the same of an attribute", "<a p:b=''/>"},
+           Row{"an undeclared prefix", "<p:a/>"},
+           Row{"an undeclared prefix of an attribute", "<a p:b=''/>"},
            Row{"a prefix declared elsewhere", "<a><b xmlns:p='urn:x'/><p:c/></a>"},
            Row{"two colons", "<a xmlns:p='urn:x'><p:b:c/></a>"},
            Row{"a prefix for nothing", "<a xmlns:p=''/>"},
@@ -220,13 +221,13 @@ TEST(XmlTree, WhatIsNotWellFormedLeavesItEmpty) {
   }
 }
 
-TEST(XmlTree, AFileThatBreaksOffLeavesItEmpty) {
+TEST(XmlTree, IsEmptyWhenTheFileCannotBeRead) {
   XmlTree tree;
   EXPECT_FALSE(Read(tree, std::make_unique<TextFile>("<a><b/></a>", 4, true)));
   EXPECT_EQ(tree.Size(), 0U);
 }
 
-TEST(XmlTree, ShowsWhatIsThereBeforeTheFileEnds) {
+TEST(XmlTree, HoldsWhatWasReadBeforeTheFileEnds) {
   std::string text = "<a>";
   for (int i = 0; i < 100'000; ++i) text += "<b/>";
   XmlTree tree;
@@ -239,7 +240,7 @@ TEST(XmlTree, ShowsWhatIsThereBeforeTheFileEnds) {
   EXPECT_EQ(tree.Size(), 0U);
 }
 
-TEST(XmlTree, GivesPartsOfALabel) {
+TEST(XmlTree, ReturnsPartsOfALabel) {
   XmlTree tree;
   ASSERT_TRUE(Read(tree, "<a>one<b/>two<b/>three</a>"));
   const std::string label = "a:  one:  two:  three";
@@ -251,7 +252,7 @@ TEST(XmlTree, GivesPartsOfALabel) {
   }
 }
 
-TEST(XmlTree, LongTextsAreWhole) {
+TEST(XmlTree, KeepsLongTextsWhole) {
   std::string words;
   while (words.size() < 3'000'000) words += "word  <x/>\n";
   std::string expected = "a";
@@ -280,7 +281,7 @@ std::string Nested(int depth) {
   return text;
 }
 
-TEST(XmlTree, DepthCostsNoMoreThanBreadth) {
+TEST(XmlTree, ReadsDeepDocumentsInLinearTime) {
   XmlTree tree;
   const double seconds = SecondsToRead(tree, Nested(100'000));
   EXPECT_EQ(tree.Size(), 100'000U);
@@ -290,7 +291,7 @@ TEST(XmlTree, DepthCostsNoMoreThanBreadth) {
   std::cout << "100,000 levels: " << seconds << " s\n";
 }
 
-TEST(XmlTree, AMillionElements) {
+TEST(XmlTree, ReadsAMillionElementsInLittleMemory) {
   std::string text = "<a>";
   for (int i = 0; i < 1'000'000; ++i) text += "<FAULT No=\"1\">text</FAULT>";
   XmlTree tree;
@@ -301,7 +302,7 @@ TEST(XmlTree, AMillionElements) {
   std::cout << "1,000,000 elements: " << seconds << " s, " << bytes << " bytes each, labels of 23\n";
 }
 
-TEST(XmlTree, EntitiesThatGrowWithoutEndAreRefused) {
+TEST(XmlTree, RefusesEntityBombs) {
   std::string type = "<!DOCTYPE a [<!ENTITY e0 'xxxxxxxxxx'>";
   for (int i = 1; i < 12; ++i) {
     const std::string below = fmt::format("&e{};", i - 1);
@@ -317,7 +318,7 @@ TEST(XmlTree, EntitiesThatGrowWithoutEndAreRefused) {
   EXPECT_THAT(LabelsOf("<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>"), ElementsAre("failed"));
 }
 
-TEST(XmlTree, WhatEntitiesAndDefaultsAddIsBounded) {
+TEST(XmlTree, LimitsWhatEntitiesAndDefaultsAdd) {
   const std::string long100k(100'000, 'x');
   const auto uses = [](std::string_view use, int count) {
     std::string text = "<a>";
@@ -332,7 +333,7 @@ TEST(XmlTree, WhatEntitiesAndDefaultsAddIsBounded) {
   EXPECT_THAT(LabelsOf(attribute + uses("<b/>", 170)), ElementsAre("failed"));
 }
 
-TEST(XmlTree, MoreAttributesThanOneElementCanHaveAreRefused) {
+TEST(XmlTree, RefusesElementsWithTooManyAttributes) {
   const auto element = [](int count) {
     std::string tag = "<!-- " + std::string(150'000, '=') + " --><a";
     for (int i = 0; i < count; ++i) tag += fmt::format(" a{}='='", i);

@@ -25,7 +25,7 @@ std::string Reason(std::string_view xml) {
   return document.Reason();
 }
 
-TEST(XmlDocument, GivesTheTextOfAnElementAsPeopleReadIt) {
+TEST(XmlDocument, ReturnsTheTrimmedTextOfAnElement) {
   struct Row {
     const char* name;
     const char* xml;
@@ -45,21 +45,21 @@ TEST(XmlDocument, GivesTheTextOfAnElementAsPeopleReadIt) {
   }
 }
 
-TEST(XmlDocument, KeepsNoTextThatIsOnlyWhiteSpace) {
+TEST(XmlDocument, DropsTextOfWhiteSpaceAlone) {
   EXPECT_EQ(Loaded("<a>\n <b> </b>\n x <c/> </a>").Root().Xml(), "<a><b/>\n x <c/></a>");
   EXPECT_EQ(Loaded("<a xml:space=\"preserve\"> <b/> </a>").Root().Xml(),
             "<a xml:space=\"preserve\"> <b/> </a>");
 }
 
-TEST(XmlDocument, SaysInOneLineWhyItDidNotLoad) {
+TEST(XmlDocument, ReportsInOneLineWhyItDidNotLoad) {
   struct Row {
     const char* name;
     std::string xml;
     const char* expected;
   };
   std::string deep;
-  for (int i = 0; i <= XmlDocument::MaxDepth; ++i) deep += "<a>";
-  for (int i = 0; i <= XmlDocument::MaxDepth; ++i) deep += "</a>";
+  for (std::size_t i = 0; i <= MaxXmlDepth; ++i) deep += "<a>";
+  for (std::size_t i = 0; i <= MaxXmlDepth; ++i) deep += "</a>";
   for (const Row& row : {
            Row{"empty", "", "the file is empty"},
            Row{"no XML", "hello", "line 1: Start tag expected"},
@@ -162,7 +162,7 @@ TEST(XmlDocument, CopiesElementsBetweenDocuments) {
   EXPECT_EQ(root.Xml(), "<r><a/><b k=\"1\">x<c/></b></r>");
 }
 
-TEST(XmlDocument, GivesAnElementThatCanBeReadOnItsOwn) {
+TEST(XmlDocument, WritesAnElementThatIsWellFormedOnItsOwn) {
   const XmlDocument document =
       Loaded("<!DOCTYPE r [<!ENTITY e 'v'>]><r xmlns:p='u' xmlns='d'><f p:k='&e;'><p:g>&e;</p:g></f></r>");
   const std::string xml = document.ElementsByTagName("f")[0].Xml();
@@ -171,7 +171,7 @@ TEST(XmlDocument, GivesAnElementThatCanBeReadOnItsOwn) {
   EXPECT_THAT(xml, HasSubstr("<p:g>v</p:g>"));
 }
 
-TEST(XmlDocument, WritesNamesOfNameSpacesAsTheyWereRead) {
+TEST(XmlDocument, WritesNamespaceNamesAsTheyWereRead) {
   for (const std::string_view name : {"u", "http://x.example/?a=1&amp;b=2", "&amp;", "&amp;amp;", "'"}) {
     const std::string start = fmt::format("<r xmlns:p=\"{0}\" xmlns=\"{0}\">", name);
     const XmlDocument document = Loaded(start + "<f p:k=\"v\"><p:g/></f></r>");
@@ -187,7 +187,7 @@ TEST(XmlDocument, WritesNamesOfNameSpacesAsTheyWereRead) {
   }
 }
 
-TEST(XmlDocument, TakesNoNameOfANameSpaceThatIsNoUri) {
+TEST(XmlDocument, RefusesANamespaceNameThatIsNoUri) {
   for (const std::string_view name : {"&lt;", "&quot;", "&#10;", "a b", "&#9;"}) {
     for (const std::string_view prefix : {"", ":p"}) {
       XmlDocument document;
@@ -208,7 +208,7 @@ TEST(IsWellFormedXml, AgreesWithLoading) {
   }
 }
 
-TEST(RootAttribute, ReadsNoFurtherThanTheRoot) {
+TEST(RootAttribute, ReadsTheRootAlone) {
   EXPECT_EQ(RootAttribute("<?xml version='1.0'?>\n<r Mode='Sent'><b Mode='x'>", "Mode"), "Sent");
   EXPECT_EQ(RootAttribute("<r><b Mode='x'/></r>", "Mode"), std::nullopt);
   EXPECT_EQ(RootAttribute("<!-- <r Mode='Sent'> --><r Mode='Not Sent'>", "Mode"), "Not Sent");
@@ -216,7 +216,7 @@ TEST(RootAttribute, ReadsNoFurtherThanTheRoot) {
   EXPECT_EQ(RootAttribute("", "Mode"), std::nullopt);
 }
 
-/// In some encodings the signs of the markup are others, and what is written in them is not read as it was
+/// In some encodings markup is written as other bytes, so that a document would not be read as it was
 /// meant.
 TEST(XmlDocument, IsWrittenInItsEncodingWhereThatKeepsEveryCharacter) {
   struct Row {

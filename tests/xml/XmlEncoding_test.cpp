@@ -26,7 +26,7 @@ TEST(DeclaredEncoding, IsWhatTheDeclarationNames) {
   }
 }
 
-TEST(XmlEncodingAppendTo, WritesWhatIsMissingAsReferences) {
+TEST(XmlEncodingAppendTo, WritesMissingCharactersAsReferences) {
   struct Row {
     const char* encoding;
     const char* bytes;
@@ -55,7 +55,7 @@ TEST(XmlEncodingAppendTo, WritesLongTexts) {
   EXPECT_THAT(text, testing::EndsWith("\xE4&#8364;"));
 }
 
-TEST(XmlEncodingToUtf8, KeepsACharacterThatIsCutOff) {
+TEST(XmlEncodingToUtf8, KeepsACutOffCharacterForTheNextCall) {
   XmlEncoding encoding("UTF-16BE");
   EXPECT_EQ(encoding.ToUtf8(std::string_view("\0a\xD8", 3)), "a");
   EXPECT_TRUE(encoding.IsCutOff());
@@ -63,13 +63,13 @@ TEST(XmlEncodingToUtf8, KeepsACharacterThatIsCutOff) {
   EXPECT_FALSE(encoding.IsCutOff());
 }
 
-TEST(XmlEncodingToUtf8, RefusesWhatTheEncodingLacks) {
+TEST(XmlEncodingToUtf8, RefusesBytesThatTheEncodingLacks) {
   XmlEncoding encoding("windows-1252");
   EXPECT_THROW(encoding.ToUtf8("a\x81z"), XmlError);
   EXPECT_THROW(XmlEncoding("no-such-encoding"), XmlError);
 }
 
-TEST(XmlEncoding, IsOneInWhichATextIsTheSameWhereverItStands) {
+TEST(XmlEncoding, AcceptsOnlyEncodingsThatCanBeWrittenInPieces) {
   for (const char* name : {"UTF-7", "ISO-2022-JP", "ISO-2022-KR", "ISO-2022-CN", "UTF-32"}) {
     try {
       const XmlEncoding encoding(name);

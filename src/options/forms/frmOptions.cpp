@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "common/Limits.h"
 #include "common/Numbers.h"
 #include "common/Text.h"
 #include "common/forms/WidgetFileChoice.h"
@@ -112,9 +113,9 @@ void frmOptions::SetUpBoxes() {
                      {ui_->chkFault, &MailSettings::SendFault},
                      {ui_->chkPPC, &MailSettings::SendPPC},
                      {ui_->ChkMailSetup, &MailSettings::UseDefaultMailSetup}}};
-  numberBoxes_ = {{{ui_->txtSMTPport, DefaultSmtpPort, HighestSmtpPort, {}},
-                   {ui_->txtTryCont, DefaultTryCount, HighestTryCount, {}},
-                   {ui_->txtTimeout, DefaultTimeoutSeconds, HighestTimeoutSeconds, {}}}};
+  numberBoxes_ = {{{ui_->txtSMTPport, DefaultSmtpPort, MaxSmtpPort, {}},
+                   {ui_->txtTryCont, DefaultTryCount, MaxTryCount, {}},
+                   {ui_->txtTimeout, DefaultTimeoutSeconds, MaxTimeoutSeconds, {}}}};
   for (const NumberBox& number : numberBoxes_) {
     number.box->setValidator(new WidgetNumberValidator(1, number.highest, number.box));
   }

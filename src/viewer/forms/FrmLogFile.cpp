@@ -4,6 +4,7 @@
 #include <new>
 #include <span>
 
+#include "common/Limits.h"
 #include "common/forms/WidgetText.h"
 #include "ui_FrmLogFile.h"
 
@@ -47,7 +48,7 @@ std::string FrmLogFile::ReadLog(const std::filesystem::path& file) const {
   constexpr std::size_t pieceBytes = std::size_t{1} << 20U;
   try {
     const std::uint64_t size = files_.Stamp(file).size;
-    if (size > LogText::MaxBytes) throw FileTooLarge(file, LogText::MaxBytes);
+    if (size > MaxShownLogBytes) throw FileTooLarge(file, MaxShownLogBytes);
     std::string text(size + pieceBytes, '\0');  // it may grow while it is read
     const std::unique_ptr<FileReader> reader = files_.OpenForReading(file);
     std::size_t end = 0;

@@ -20,7 +20,7 @@ class WidgetLogText final : public QAbstractScrollArea {
  public:
   explicit WidgetLogText(QWidget* parent = nullptr);
 
-  /// Shows a UTF-8 text from its beginning. Only LogText::MaxBytes can be shown.
+  /// Shows a UTF-8 text from its beginning. Only MaxShownLogBytes bytes can be shown.
   void SetText(std::string bytes);
 
   [[nodiscard]] const LogText& Text() const { return text_; }

@@ -1,9 +1,12 @@
-#include "xml/XmlGuard.h"
+#include "xml/XmlStreamReader.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <vector>
+
+#include "xml/XmlDocument.h"
 
 namespace fieldpost {
 namespace {
@@ -40,10 +43,10 @@ std::string InUtf16(std::string_view ascii) {
   return result;
 }
 
-/// Behind this a document is read in pieces, as it might hold a tag of too many attributes.
-const std::string Crowded = "<b>" + Times("x=y ", 20'000) + "</b>";
+/// After this a document is read in several pieces; it looks as if it had a tag of too many attributes.
+const std::string LongAndCrowded = "<b>" + Times("x=y ", 20'000) + "</b>";
 
-TEST(XmlGuard, TakesWhatIsWithinItsBoundsAndNamesTheOneThatIsNot) {
+TEST(XmlStreamReader, AcceptsWhatIsWithinALimitAndNamesTheLimitThatIsExceeded) {
   struct Row {
     const char* name;
     std::function<std::string(std::size_t)> content;
@@ -51,26 +54,26 @@ TEST(XmlGuard, TakesWhatIsWithinItsBoundsAndNamesTheOneThatIsNot) {
     const char* expected;
   };
   for (const Row& row : {
-           Row{"attributes", [](std::size_t n) { return "<b" + Attributes(n) + "/>"; },
-               XmlDocument::MaxAttributes, "more than 256 attributes in one tag"},
-           Row{"name spaces of one tag", [](std::size_t n) { return "<b" + Namespaces(n) + "/>"; },
-               XmlDocument::MaxNamespaces, "more than 200 name spaces at a time"},
-           Row{"name spaces in force",
+           Row{"attributes", [](std::size_t n) { return "<b" + Attributes(n) + "/>"; }, MaxXmlAttributes,
+               "more than 256 attributes in one tag"},
+           Row{"namespaces of one tag", [](std::size_t n) { return "<b" + Namespaces(n) + "/>"; },
+               MaxXmlNamespaces, "more than 200 namespaces at a time"},
+           Row{"namespaces in force",
                [](std::size_t n) { return "<b" + Namespaces(n - 1) + "><c xmlns='u'/><d xmlns='u'/></b>"; },
-               XmlDocument::MaxNamespaces, "more than 200 name spaces at a time"},
-           Row{"depth", [](std::size_t n) { return Times("<b>", n - 1) + Times("</b>", n - 1); },
-               XmlDocument::MaxDepth, "nested deeper than 250 levels"},
+               MaxXmlNamespaces, "more than 200 namespaces at a time"},
+           Row{"depth", [](std::size_t n) { return Times("<b>", n - 1) + Times("</b>", n - 1); }, MaxXmlDepth,
+               "nested deeper than 250 levels"},
            Row{"names",
                [](std::size_t n) {
                  // the parser has some twenty names of its own
                  return Numbered([](std::size_t i) { return fmt::format("<n{}/>", i); }, n - 100) +
-                        (n > XmlDocument::MaxNames
+                        (n > MaxXmlNames
                              ? Numbered([](std::size_t i) { return fmt::format("<m{}/>", i); }, 100)
                              : "");
                },
-               XmlDocument::MaxNames, "more than 20000 different names"},
+               MaxXmlNames, "more than 20000 different names"},
        }) {
-    for (const std::string& before : {std::string(), Crowded}) {
+    for (const std::string& before : {std::string(), LongAndCrowded}) {
       XmlDocument document;
       EXPECT_TRUE(document.Load("<a>" + before + row.content(row.most) + "</a>"))
           << row.name << ": " << document.Reason();
@@ -80,7 +83,7 @@ TEST(XmlGuard, TakesWhatIsWithinItsBoundsAndNamesTheOneThatIsNot) {
   }
 }
 
-TEST(XmlGuard, CountsWhatTheTreeIsMadeOf) {
+TEST(XmlStreamReader, CountsTheNodesOfATree) {
   struct Row {
     const char* name;
     std::string part;
@@ -106,15 +109,15 @@ TEST(XmlGuard, CountsWhatTheTreeIsMadeOf) {
   }
 }
 
-TEST(XmlGuard, BoundsWhatEntitiesStandFor) {
+TEST(XmlStreamReader, LimitsDeclarationsAndEntities) {
   struct Row {
     const char* name;
     std::string xml;
     const char* expected;
   };
-  const std::string attributes = Attributes(XmlDocument::MaxAttributes + 1);
+  const std::string attributes = Attributes(MaxXmlAttributes + 1);
   for (const Row& row : {
-           Row{"used too often", Declared("<!ENTITY e 'x'>", Times("&e;", XmlDocument::MaxEntityUses + 1)),
+           Row{"used too often", Declared("<!ENTITY e 'x'>", Times("&e;", MaxEntityUses + 1)),
                "its entities are used more than 5000 times"},
            Row{"too long", Declared("<!ENTITY e '" + std::string(4'000'000, 'x') + "'>", Times("&e;", 5)),
                "its entities stand for more than 16777216 bytes"},
@@ -122,21 +125,21 @@ TEST(XmlGuard, BoundsWhatEntitiesStandFor) {
                "its entities stand for themselves, or for far more than is in the file"},
            Row{"a crowded tag", Declared("<!ENTITY e \"<b" + Times(" a=''", 300) + "/>\">", "&e;"),
                "more than 256 attributes in one tag"},
-           Row{"declarations", Declared(Times("<!ENTITY e 'x'>", XmlDocument::MaxDeclarations + 1), ""),
+           Row{"declarations", Declared(Times("<!ENTITY e 'x'>", MaxXmlDeclarations + 1), ""),
                "more than 1000 declarations in the document type"},
            Row{"declared elements",
                Declared(Numbered([](std::size_t i) { return fmt::format("<!ELEMENT b{} ANY>", i); },
-                                 XmlDocument::MaxDeclarations + 1),
+                                 MaxXmlDeclarations + 1),
                         ""),
                "more than 1000 declarations in the document type"},
            Row{"declared choices",
                Declared(Numbered([](std::size_t i) { return fmt::format("<!ATTLIST b a{} (x|y) 'x'>", i); },
-                                 XmlDocument::MaxDeclarations + 1),
+                                 MaxXmlDeclarations + 1),
                         ""),
                "more than 1000 declarations in the document type"},
            Row{"declared notations",
                Declared(Numbered([](std::size_t i) { return fmt::format("<!NOTATION n{} SYSTEM 'u'>", i); },
-                                 XmlDocument::MaxDeclarations + 1),
+                                 MaxXmlDeclarations + 1),
                         ""),
                "more than 1000 declarations in the document type"},
            Row{"declared files of others",
@@ -145,7 +148,7 @@ TEST(XmlGuard, BoundsWhatEntitiesStandFor) {
                                                            return fmt::format(
                                                                "<!ENTITY u{} SYSTEM 'u' NDATA n>", i);
                                                          },
-                                                         XmlDocument::MaxDeclarations),
+                                                         MaxXmlDeclarations),
                         ""),
                "more than 1000 declarations in the document type"},
            Row{"depth",
@@ -163,12 +166,11 @@ TEST(XmlGuard, BoundsWhatEntitiesStandFor) {
     EXPECT_FALSE(document.Load(row.xml)) << row.name;
     EXPECT_THAT(document.Reason(), HasSubstr(row.expected)) << row.name;
   }
-  // The parser asks for an entity once more when it is declared.
   XmlDocument document;
-  EXPECT_TRUE(document.Load(Declared("<!ENTITY e 'x'>", Times("&e;", XmlDocument::MaxEntityUses - 1))));
+  EXPECT_TRUE(document.Load(Declared("<!ENTITY e 'x'>", Times("&e;", MaxEntityUses))));
 }
 
-TEST(XmlGuard, TakesEveryKindOfDeclaration) {
+TEST(XmlStreamReader, AcceptsEveryKindOfDeclaration) {
   XmlDocument document;
   EXPECT_TRUE(document.Load(
       Declared("<!ELEMENT a ANY><!ATTLIST a b (x|y) 'x' c NOTATION (n) #IMPLIED><!NOTATION n SYSTEM 'u'>"
@@ -178,7 +180,7 @@ TEST(XmlGuard, TakesEveryKindOfDeclaration) {
   EXPECT_EQ(document.ElementsByTagName("a").front().Text(), "x");
 }
 
-TEST(XmlGuard, FindsACrowdedTagWhateverItIsWrittenIn) {
+TEST(XmlStreamReader, RefusesATagOfTooManyAttributesInEveryEncoding) {
   const std::string tag = "<b" + Attributes(50'000) + "/>";
   for (const std::string& xml : {
            "<a>" + tag + "</a>",
@@ -190,43 +192,137 @@ TEST(XmlGuard, FindsACrowdedTagWhateverItIsWrittenIn) {
            InUtf16("<?xml version='1.0' encoding='UTF-16'?><a>" + tag + "</a>"),
            "<?xml version='1.0' encoding='EBCDIC-nonsense'?><a>" + tag + "</a>",
        }) {
-    std::string reason;
-    EXPECT_FALSE(XmlGuard(XmlGuard::Keep::Tree, {}, reason).Parse(xml));
-    EXPECT_FALSE(reason.empty());
+    XmlDocument document;
+    EXPECT_FALSE(document.Load(xml));
+    EXPECT_FALSE(document.Reason().empty());
     EXPECT_FALSE(IsWellFormedXml(xml));
   }
 }
 
-TEST(XmlGuard, GivesTheSameDocumentInPiecesAsInOne) {
+TEST(XmlStreamReader, BuildsTheSameTreeFromSeveralPiecesAsFromOne) {
   const std::string rest =
       "<c d='1=2'> \n x&#228;&lt; <e> </e>\n<f>\n\n" + Times("word ", 30'000) + "\n</f><![CDATA[ <x> ]]></c>";
   XmlDocument whole;
   XmlDocument pieces;
   ASSERT_TRUE(whole.Load("<a><b/>" + rest + "</a>"));
-  ASSERT_TRUE(pieces.Load("<a>" + Crowded + rest + "</a>"));
-  ASSERT_TRUE(HasCrowdedStretch(Crowded));
+  ASSERT_TRUE(pieces.Load("<a>" + LongAndCrowded + rest + "</a>"));
   EXPECT_EQ(whole.ElementsByTagName("c").front().Xml(), pieces.ElementsByTagName("c").front().Xml());
 }
 
-TEST(XmlGuard, SaysOfADocumentInPiecesThatItEndsTooEarly) {
+TEST(XmlStreamReader, NamesTheEndAsTheFaultOfALongDocumentThatIsCutOff) {
   XmlDocument document;
-  EXPECT_FALSE(document.Load("<a>" + Crowded));
+  EXPECT_FALSE(document.Load("<a>" + LongAndCrowded));
   EXPECT_THAT(document.Reason(), HasSubstr("the document ends too early"));
 }
 
-TEST(XmlGuard, TakesAFileThatIsFilledUpWithZerosAndNoTextBehindThem) {
+TEST(XmlStreamReader, IgnoresZeroBytesAfterTheRootAndRefusesTextAfterThem) {
   XmlDocument document;
   EXPECT_TRUE(document.Load("<a/>" + std::string(500, '\0')));
   EXPECT_FALSE(document.Load("<a/>" + std::string(5, '\0') + "<b/>"));
-  EXPECT_EQ(document.Reason(), "line 1: text behind a zero byte");
+  EXPECT_EQ(document.Reason(), "line 1: text after a zero byte");
 }
 
-TEST(HasCrowdedStretch, CountsFromOneTagToTheNext) {
-  const std::string full = Times("=", XmlDocument::MaxAttributes);
-  EXPECT_FALSE(HasCrowdedStretch(""));
-  EXPECT_FALSE(HasCrowdedStretch(full));
-  EXPECT_TRUE(HasCrowdedStretch(full + "="));
-  EXPECT_FALSE(HasCrowdedStretch(full + "<="));
+TEST(XmlStreamReader, CountsTheAttributesOfAnEntityFromOneTagToTheNext) {
+  struct Row {
+    const char* name;
+    std::string text;
+    bool isAccepted;
+  };
+  const std::string most = Times("=", MaxXmlAttributes);
+  for (const Row& row :
+       {Row{"empty", "", true}, Row{"as many as one tag may have", most, true},
+        Row{"one more", most + "=", false}, Row{"one more in the next tag", most + "<=", true}}) {
+    XmlDocument document;
+    EXPECT_EQ(document.Load(Declared("<!ENTITY e '" + row.text + "'>", "")), row.isAccepted) << row.name;
+  }
+}
+
+/// Writes down the events.
+class Recorder final : public XmlHandler {
+ public:
+  void StartElement(const XmlStartTag& tag) override {
+    events += fmt::format("<{}|{}", tag.prefix, tag.name);
+    for (const XmlAttribute& one : tag.attributes)
+      events += fmt::format(" {}|{}={}", one.prefix, one.name, one.value);
+    for (const XmlNamespace& one : tag.namespaces) events += fmt::format(" ns {}={}", one.prefix, one.uri);
+    events += ">";
+  }
+  void EndElement() override { events += "</>"; }
+  void Text(std::string_view part) override { events += part; }
+  void Comment() override { events += "[comment]"; }
+  void ProcessingInstruction() override { events += "[instruction]"; }
+  void DocumentTypeUse() override { events += "[type]"; }
+
+  std::string events;
+};
+
+std::string Events(std::string_view xml, const XmlReadOptions& options, std::size_t pieceBytes = 1'000) {
+  Recorder recorder;
+  XmlStreamReader reader(recorder, options);
+  for (std::size_t at = 0; at < xml.size(); at += pieceBytes) reader.Feed(xml.substr(at, pieceBytes));
+  reader.Finish();
+  return recorder.events;
+}
+
+TEST(XmlStreamReader, ReportsTheEventsOfADocument) {
+  struct Row {
+    const char* name;
+    const char* xml;
+    const char* resolved;
+    const char* asWritten;
+  };
+  constexpr XmlReadOptions asWritten = {.names = XmlReadOptions::Names::AsWritten};
+  for (const Row& row : {
+           Row{"text", "<a>x &lt;&#228;</a>", "<|a>x <ä</>", "<|a>x <ä</>"},
+           Row{"other nodes", "<?i?><a><!--c--><![CDATA[<]]></a>", "[instruction]<|a>[comment]<</>",
+               "[instruction]<|a>[comment]<</>"},
+           Row{"attributes", "<a b='1' c='&amp;'/>", "<|a |b=1 |c=&></>", "<|a |b=1 |c=&></>"},
+           Row{"namespaces", "<p:a b='1' xmlns:p='u' p:c='2' xmlns='v'/>", "<p|a |b=1 p|c=2 ns p=u ns =v></>",
+               "<|p:a |b=1 |xmlns:p=u |p:c=2 |xmlns=v></>"},
+           Row{"an entity", "<!DOCTYPE a [<!ENTITY e '<b/>x'>]><a>&e;</a>", "<|a>[type]<|b></>x</>",
+               "<|a>[type]<|b></>x</>"},
+           Row{"a default", "<!DOCTYPE a [<!ATTLIST a b CDATA 'x'>]><a c='1'/>", "[type]<|a |c=1 |b=x></>",
+               "[type]<|a |c=1 |b=x></>"},
+       }) {
+    EXPECT_EQ(Events(row.xml, {}), row.resolved) << row.name;
+    EXPECT_EQ(Events(row.xml, asWritten), row.asWritten) << row.name << ", as written";
+    EXPECT_EQ(Events(row.xml, {}, 5), row.resolved) << row.name << ", in small pieces";
+  }
+}
+
+/// Throws at the first event of an element.
+class Thrower final : public XmlHandler {
+ public:
+  struct Thrown {};
+  void StartElement(const XmlStartTag& /*tag*/) override { throw Thrown(); }
+};
+
+TEST(XmlStreamReader, PassesOnWhatTheHandlerThrows) {
+  for (const char* const xml : {"<a/>", "<!DOCTYPE a [<!ENTITY e '<b/>'>]><a>&e;</a>"}) {
+    Thrower thrower;
+    XmlStreamReader reader(thrower);
+    EXPECT_THROW(reader.Feed(xml), Thrower::Thrown) << xml;
+  }
+}
+
+TEST(XmlStreamReader, CountsPositionsInUtf8) {
+  class Positions final : public XmlHandler {
+   public:
+    void StartElement(const XmlStartTag& /*tag*/) override { found.push_back(reader.Position()); }
+    void EndElement() override { found.push_back(reader.Position()); }
+    XmlStreamReader reader{*this, {.encoding = XmlReadOptions::Encoding::Utf8}};
+    std::vector<std::uint64_t> found;
+  };
+  Positions positions;
+  const std::string xml =
+      "<?xml version='1.0' encoding='ISO-8859-1'?><a>ä" + std::string(20'000, 'x') + "<b/></a>";
+  positions.reader.Feed(xml);
+  positions.reader.Finish();
+  ASSERT_EQ(positions.found.size(), 4U);
+  EXPECT_EQ(xml.rfind('<', positions.found[0]), xml.find("<a>"));
+  EXPECT_EQ(xml.rfind('<', positions.found[1]), xml.find("<b/>"));
+  EXPECT_EQ(positions.found[2], xml.find("</a>"));
+  EXPECT_EQ(positions.found[3], xml.size());
 }
 
 }  // namespace

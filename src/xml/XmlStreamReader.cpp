@@ -1,0 +1,490 @@
+#include "xml/XmlStreamReader.h"
+
+#include <fmt/format.h>
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+#include <algorithm>
+#include <functional>
+#include <new>
+
+#include "common/Limits.h"
+#include "common/Text.h"
+#include "xml/LibXml.h"
+#include "xml/XmlError.h"
+
+namespace fieldpost {
+namespace {
+
+using Encoding = XmlReadOptions::Encoding;
+using Names = XmlReadOptions::Names;
+
+constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPACT | XML_PARSE_NOERROR |
+                             XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
+/// What is fed is passed on in pieces, between which an unclosed tag is looked at.
+constexpr std::size_t PieceBytes = 8192;
+constexpr std::size_t LastPieceBytes = 32768;
+constexpr std::string_view DeclaresPrefix = "xmlns:";
+
+std::string MoreThan(std::size_t count, std::string_view what) {
+  return fmt::format("more than {} {}", count, what);
+}
+
+/// Whether a stretch without "<" has more than `most` "=". Only there can be a tag with as many attributes.
+bool HasCrowdedStretch(std::string_view text, std::size_t most) {
+  std::size_t signs = 0;
+  return std::any_of(text.begin(), text.end(), [&](char c) {
+    if (c == '<') signs = 0;
+    return c == '=' && ++signs > most;
+  });
+}
+
+/// What a copy of nodes, and of those below them, is made of.
+struct Measure {
+  std::size_t nodes = 0;
+  std::size_t bytes = 0;
+
+  void Add(const xmlNode& node, std::size_t maxNodes) {
+    if (++nodes > maxNodes || node.type == XML_ENTITY_REF_NODE) return;
+    if (node.type != XML_ELEMENT_NODE) {
+      bytes += FromXml(node.content).size();
+      return;
+    }
+    for (const xmlAttr* one = node.properties; one != nullptr; one = one->next) nodes += 2;
+    for (const xmlNode* child = node.children; child != nullptr && nodes <= maxNodes; child = child->next) {
+      Add(*child, maxNodes);
+    }
+  }
+};
+
+/// libxml2's message, or a better one where it has but one for several faults.
+std::string Message(const xmlError& error, bool isElementOpen) {
+  switch (error.code) {
+    case XML_ERR_DOCUMENT_END:
+      if (isElementOpen) return "the document ends too early";
+      break;
+    case XML_ERR_DOCUMENT_EMPTY:
+      return "Start tag expected, '<' not found";
+    case XML_ERR_ENTITY_LOOP:
+      return "its entities stand for themselves, or for far more than is in the file";
+    default:
+      break;
+  }
+  return error.message == nullptr ? "not well-formed" : EscapeControls(Trimmed(error.message));
+}
+
+}  // namespace
+
+/// Entities are parsed in contexts of their own: the reader is found by what they have in common.
+struct XmlStreamReader::Callbacks {
+  static XmlStreamReader& Of(void* context) {
+    return *static_cast<XmlStreamReader*>(static_cast<xmlParserCtxt*>(context)->_private);
+  }
+
+  /// Does a step. False when it failed, or one before it: then the parser stops as soon as it can.
+  template <class Step>
+  static bool Do(void* context, Step step) {
+    XmlStreamReader& reader = Of(context);
+    if (!reader.failure_) {
+      try {
+        step(reader);
+        return true;
+      } catch (...) {
+        reader.failure_ = std::current_exception();
+      }
+    }
+    reader.Stop(context);
+    return false;
+  }
+
+  static void Set(xmlSAXHandler& sax, bool buildsTree, const XmlReadOptions& options) {
+    sax.serror = OnError;
+    sax.startElementNs = OnStart;
+    sax.endElementNs = OnEnd;
+    sax.characters = options.texts ? OnText : nullptr;
+    if (!buildsTree) sax.ignorableWhitespace = sax.characters;
+    sax.cdataBlock = options.texts ? OnCdata : nullptr;
+    sax.comment = OnComment;
+    sax.processingInstruction = OnInstruction;
+    sax.reference = OnUnresolved;
+    sax.getEntity = OnEntity;
+    sax.getParameterEntity = OnParameterEntity;
+    sax.entityDecl = OnEntityDeclaration;
+    sax.attributeDecl = OnAttributeDeclaration;
+    sax.elementDecl = OnDeclaration<xmlSAX2ElementDecl>::Call;
+    sax.notationDecl = OnDeclaration<xmlSAX2NotationDecl>::Call;
+    sax.unparsedEntityDecl = OnDeclaration<xmlSAX2UnparsedEntityDecl>::Call;
+    sax.externalSubset = nullptr;
+    if (options.names == Names::Resolved) return;
+    sax.initialized =
+        1;  // not the magic number, with which names would come split; errors have no message then
+    sax.startElement = OnStartAsWritten;
+    sax.endElement = OnEndAsWritten;
+  }
+
+  static void OnError(void* context, xmlError* error) { Of(context).Note(*error, context); }
+
+  static void OnStart(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
+                      int namespaceCount, const xmlChar** namespaces, int attributeCount, int defaultedCount,
+                      const xmlChar** attributes) {
+    Do(context, [&](XmlStreamReader& reader) {
+      // The parser has these in pairs, with those that an entity has from the element that it is used in.
+      const int inForce = static_cast<xmlParserCtxt*>(context)->nsNr / 2;
+      reader.Enter(static_cast<std::size_t>(attributeCount), static_cast<std::size_t>(inForce));
+      if (reader.handler_ == nullptr) {
+        xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount,
+                              defaultedCount, attributes);
+        return;
+      }
+      reader.attributes_.clear();
+      const int wanted = reader.options_.attributes ? attributeCount : 0;
+      for (const xmlChar** one = attributes; one != attributes + 5 * wanted; one += 5) {
+        reader.attributes_.push_back(
+            {.prefix = FromXml(one[1]), .name = FromXml(one[0]), .value = FromXml(one[3], one[4] - one[3])});
+      }
+      reader.namespaces_.clear();
+      for (const xmlChar** one = namespaces; one != namespaces + 2 * namespaceCount; one += 2) {
+        reader.namespaces_.push_back({.prefix = FromXml(one[0]), .uri = FromXml(one[1])});
+      }
+      reader.handler_->StartElement({.prefix = FromXml(prefix),
+                                     .name = FromXml(name),
+                                     .attributes = reader.attributes_,
+                                     .namespaces = reader.namespaces_});
+    });
+  }
+
+  static void OnEnd(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
+    Do(context, [&](XmlStreamReader& reader) {
+      --reader.depth_;
+      reader.inText_ = false;
+      if (reader.handler_ != nullptr) return reader.handler_->EndElement();
+      xmlSAX2EndElementNs(context, name, prefix, uri);
+    });
+  }
+
+  static void OnStartAsWritten(void* context, const xmlChar* name, const xmlChar** pairs) {
+    Do(context, [&](XmlStreamReader& reader) {
+      reader.attributes_.clear();
+      for (; pairs != nullptr && *pairs != nullptr; pairs += 2) {
+        reader.attributes_.push_back({.prefix = {}, .name = FromXml(pairs[0]), .value = FromXml(pairs[1])});
+      }
+      reader.EnterAsWritten(FromXml(name));
+      reader.handler_->StartElement(
+          {.prefix = {}, .name = FromXml(name), .attributes = reader.attributes_, .namespaces = {}});
+    });
+  }
+
+  static void OnEndAsWritten(void* context, const xmlChar* /*name*/) {
+    Do(context, [](XmlStreamReader& reader) {
+      --reader.depth_;
+      reader.scopes_.Leave();
+      reader.handler_->EndElement();
+    });
+  }
+
+  /// Hands an event to the handler, or counts and builds the node that stands for it.
+  template <class Handle, class Build>
+  static void DoNode(void* context, Handle handle, Build build) {
+    Do(context, [&](XmlStreamReader& reader) {
+      if (reader.handler_ != nullptr) return handle(*reader.handler_);
+      reader.CountNodes(1);
+      build();
+    });
+  }
+
+  static void OnText(void* context, const xmlChar* text, int length) {
+    Do(context, [&](XmlStreamReader& reader) {
+      if (reader.handler_ != nullptr) return reader.handler_->Text(FromXml(text, length));
+      if (!reader.inText_) reader.CountNodes(1);
+      reader.inText_ = true;
+      xmlSAX2Characters(context, text, length);
+    });
+  }
+
+  static void OnCdata(void* context, const xmlChar* text, int length) {
+    DoNode(
+        context, [&](XmlHandler& handler) { handler.Cdata(FromXml(text, length)); },
+        [&] { xmlSAX2CDataBlock(context, text, length); });
+  }
+
+  static void OnComment(void* context, const xmlChar* text) {
+    DoNode(context, std::mem_fn(&XmlHandler::Comment), [&] { xmlSAX2Comment(context, text); });
+  }
+
+  static void OnInstruction(void* context, const xmlChar* target, const xmlChar* data) {
+    DoNode(context, std::mem_fn(&XmlHandler::ProcessingInstruction),
+           [&] { xmlSAX2ProcessingInstruction(context, target, data); });
+  }
+
+  /// Where an external document type might declare the entity, libxml2 would go on without its text.
+  static void OnUnresolved(void* context, const xmlChar* name) {
+    Do(context, [&](XmlStreamReader& reader) {
+      reader.Refuse(fmt::format("entity \"{}\" is not declared in the file", EscapeControls(FromXml(name))));
+    });
+  }
+
+  /// Not called for the five predefined entities. While it reads declarations, the parser only asks whether
+  /// it knows an entity already.
+  static xmlEntity* OnEntity(void* context, const xmlChar* name) {
+    xmlEntity* const entity = xmlSAX2GetEntity(context, name);
+    const xmlParserInputState state = static_cast<xmlParserCtxt*>(context)->instate;
+    if (state == XML_PARSER_DTD || state == XML_PARSER_ENTITY_DECL || state == XML_PARSER_ENTITY_VALUE) {
+      return entity;
+    }
+    const bool mayUse = Do(context, [&](XmlStreamReader& reader) {
+      if (reader.handler_ != nullptr) reader.handler_->DocumentTypeUse();
+      if (entity != nullptr) reader.CountUse(*entity);
+    });
+    return mayUse ? entity : nullptr;
+  }
+
+  static xmlEntity* OnParameterEntity(void* context, const xmlChar* name) {
+    xmlEntity* const entity = xmlSAX2GetParameterEntity(context, name);
+    if (entity == nullptr) return nullptr;
+    return Do(context, [&](XmlStreamReader& reader) { reader.CountUse(*entity); }) ? entity : nullptr;
+  }
+
+  /// An external entity is not declared at all, so that a reference to it is an error instead of a file that
+  /// is opened. The parser never waits for the end of a tag within an entity, so its attributes are counted
+  /// here.
+  static void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xmlChar* publicId,
+                                  const xmlChar* systemId, xmlChar* content) {
+    const bool isInternal = type == XML_INTERNAL_GENERAL_ENTITY || type == XML_INTERNAL_PARAMETER_ENTITY;
+    const bool mayDeclare = Do(context, [&](XmlStreamReader& reader) {
+      reader.CountDeclaration();
+      const std::size_t most = reader.options_.limits.attributes;
+      if (isInternal && HasCrowdedStretch(FromXml(content), most)) {
+        reader.Refuse(MoreThan(most, "attributes in one tag"));
+      }
+    });
+    if (isInternal && mayDeclare) xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+  }
+
+  static void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type,
+                                     int kind, const xmlChar* value, xmlEnumeration* choices) {
+    const bool mayDeclare = Do(context, [&](XmlStreamReader& reader) {
+      reader.CountDeclaration();
+      if (value == nullptr || reader.handler_ == nullptr) return;
+      reader.handler_->DocumentTypeUse();
+      if (reader.options_.names == Names::Resolved) return;
+      reader.defaults_[std::string(FromXml(element))].emplace_back(FromXml(name), FromXml(value));
+    });
+    if (mayDeclare) {
+      xmlSAX2AttributeDecl(context, element, name, type, kind, value, choices);
+    } else {
+      xmlFreeEnumeration(choices);
+    }
+  }
+
+  /// For a declaration that is counted and recorded, no more.
+  template <auto Record>
+  struct OnDeclaration;
+  template <class... Arguments, void (*Record)(void*, Arguments...)>
+  struct OnDeclaration<Record> {
+    static void Call(void* context, Arguments... arguments) {
+      if (Do(context, [](XmlStreamReader& reader) { reader.CountDeclaration(); }))
+        Record(context, arguments...);
+    }
+  };
+};
+
+void XmlStreamReader::FreeParser::operator()(xmlParserCtxt* parser) const {
+  xmlFreeDoc(parser->myDoc);
+  xmlFreeParserCtxt(parser);
+}
+
+XmlStreamReader::XmlStreamReader(XmlHandler& handler, const XmlReadOptions& options)
+    : XmlStreamReader(&handler, options) {}
+
+XmlStreamReader::XmlStreamReader(const XmlLimits& limits) : XmlStreamReader(nullptr, {.limits = limits}) {}
+
+XmlStreamReader::XmlStreamReader(XmlHandler* handler, const XmlReadOptions& options)
+    : handler_(handler),
+      options_(options),
+      parser_(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr)) {
+  if (!parser_) throw std::bad_alloc();
+  parser_->_private = this;
+  xmlCtxtUseOptions(parser_.get(), ParseOptions | (handler == nullptr ? XML_PARSE_NOBLANKS : 0) |
+                                       (options.encoding == Encoding::Utf8 ? XML_PARSE_IGNORE_ENC : 0));
+  // Not even what the first bytes look like counts.
+  if (options.encoding == Encoding::Utf8) parser_->charset = XML_CHAR_ENCODING_UTF8;
+  if (options.limits.names == XmlLimits::Unlimited) xmlDictSetLimit(parser_->dict, 0);
+  Callbacks::Set(*parser_->sax, handler == nullptr, options);
+}
+
+XmlStreamReader::~XmlStreamReader() = default;
+
+void XmlStreamReader::Feed(std::string_view bytes) {
+  for (; !bytes.empty(); bytes.remove_prefix(std::min(PieceBytes, bytes.size()))) {
+    Parse(bytes.substr(0, PieceBytes), false);
+  }
+}
+
+void XmlStreamReader::Finish(std::string_view bytes) {
+  const std::size_t last = std::min(LastPieceBytes, bytes.size());
+  Feed(bytes.substr(0, bytes.size() - last));
+  Parse(bytes.substr(bytes.size() - last), true);
+}
+
+void XmlStreamReader::Parse(std::string_view piece, bool isLast) {
+  fed_ += piece.size();
+  if (padded_) return CheckPadding(piece);
+  xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), isLast ? 1 : 0);
+  if (failure_) std::rethrow_exception(failure_);
+  if (!padded_ && parser_->wellFormed != 1) throw XmlError("not well-formed");
+  CheckUnclosedTag();
+  if (static_cast<std::size_t>(xmlDictSize(parser_->dict)) > options_.limits.names) {
+    Refuse(MoreThan(options_.limits.names, "different names"));
+  }
+}
+
+std::uint64_t XmlStreamReader::Position() const {
+  return padded_ ? fed_ : static_cast<std::uint64_t>(xmlByteConsumed(parser_.get()));
+}
+
+xmlDoc* XmlStreamReader::TakeTree() {
+  return std::exchange(parser_->myDoc, nullptr);
+}
+
+void XmlStreamReader::Refuse(std::string_view reason) const {
+  throw XmlError(fmt::format("line {}: {}", parser_->input == nullptr ? 0 : parser_->input->line, reason));
+}
+
+void XmlStreamReader::Stop(void* context) {
+  xmlStopParser(static_cast<xmlParserCtxt*>(context));
+  xmlStopParser(parser_.get());
+}
+
+/// Keeps the first error: later ones are mostly its consequences. After a fatal one the parser would go on
+/// and report nothing of what it reads. Errors of validity are no concern of this program.
+void XmlStreamReader::Note(const xmlError& error, void* context) {
+  const bool isFatal = error.level == XML_ERR_FATAL;
+  const bool breaksNamespaces = error.level == XML_ERR_ERROR && error.domain == XML_FROM_NAMESPACE;
+  if (failure_ || (!isFatal && !breaksNamespaces)) return;
+  try {
+    const xmlParserInput* const input = parser_->input;
+    padded_ = error.code == XML_ERR_DOCUMENT_END && parser_->instate == XML_PARSER_EPILOG &&
+              input->cur < input->end && *input->cur == 0;
+    if (!padded_) throw XmlError(fmt::format("line {}: {}", error.line, Message(error, depth_ > 0)));
+    CheckPadding(FromXml(input->cur, input->end - input->cur));
+  } catch (...) {
+    failure_ = std::current_exception();
+  }
+  if (isFatal) Stop(context);
+}
+
+void XmlStreamReader::CheckPadding(std::string_view bytes) const {
+  if (bytes.find_first_not_of('\0') != std::string_view::npos) Refuse("text after a zero byte");
+}
+
+void XmlStreamReader::CheckUnclosedTag() {
+  const xmlParserInput* const input = parser_->input;
+  if (padded_ || input == nullptr || input->end - input->cur < 2) return;
+  if (input->cur[0] != '<' || input->cur[1] == '!' || input->cur[1] == '?') return;
+  const std::uint64_t at = input->consumed + static_cast<std::uint64_t>(input->cur - input->base);
+  if (unclosed_.bytes == 0 || unclosed_.at != at) unclosed_ = {.at = at};
+  for (const xmlChar* c = input->cur + unclosed_.bytes; c < input->end; ++c) {
+    if (unclosed_.quote != 0) {
+      if (*c == static_cast<xmlChar>(unclosed_.quote)) unclosed_.quote = 0;
+    } else if (*c == '"' || *c == '\'') {
+      unclosed_.quote = static_cast<char>(*c);
+    } else if (*c == '=') {
+      ++unclosed_.attributes;
+    }
+  }
+  unclosed_.bytes = static_cast<std::size_t>(input->end - input->cur);
+  const XmlLimits& limits = options_.limits;
+  const std::size_t declarations = options_.names == Names::Resolved ? limits.namespaces : 0;
+  if (unclosed_.attributes > limits.attributes + declarations) {
+    Refuse(MoreThan(limits.attributes, "attributes in one tag"));
+  }
+  if (unclosed_.bytes > limits.tagBytes) Refuse(fmt::format("a tag of more than {} bytes", limits.tagBytes));
+}
+
+void XmlStreamReader::Enter(std::size_t attributes, std::size_t namespaces) {
+  const XmlLimits& limits = options_.limits;
+  inText_ = false;
+  if (++depth_ > limits.depth) Refuse(fmt::format("nested deeper than {} levels", limits.depth));
+  if (attributes > limits.attributes) Refuse(MoreThan(limits.attributes, "attributes in one tag"));
+  if (namespaces > limits.namespaces) Refuse(MoreThan(limits.namespaces, "namespaces at a time"));
+  CountNodes(1 + 2 * attributes);
+}
+
+/// Namespaces are checked here, as libxml2 would search all that are in force at each element.
+void XmlStreamReader::EnterAsWritten(std::string_view name) {
+  AddDefaults(name);
+  Enter(attributes_.size(), 0);
+  namespaces_.clear();
+  for (const XmlAttribute& attribute : attributes_) {
+    if (!attribute.name.starts_with(DeclaresPrefix)) continue;
+    const std::string_view prefix = attribute.name.substr(DeclaresPrefix.size());
+    if (attribute.value.empty() || prefix == "xmlns") Refuse("a prefix is declared that cannot be");
+    namespaces_.push_back({.prefix = prefix, .uri = attribute.value});
+  }
+  scopes_.Enter(namespaces_);
+  if (!HasKnownPrefix(name) || !std::all_of(attributes_.begin(), attributes_.end(), [this](const auto& one) {
+        return one.name.starts_with(DeclaresPrefix) || HasKnownPrefix(one.name);
+      })) {
+    Refuse("a prefix is not declared");
+  }
+}
+
+bool XmlStreamReader::HasKnownPrefix(std::string_view name) const {
+  const std::size_t colon = name.find(':');
+  if (colon == std::string_view::npos) return true;
+  if (name.find(':', colon + 1) != std::string_view::npos) return false;
+  const std::string_view prefix = name.substr(0, colon);
+  return prefix == "xml" || scopes_.Declares(prefix);
+}
+
+void XmlStreamReader::AddDefaults(std::string_view element) {
+  if (defaults_.empty()) return;
+  const auto found = defaults_.find(std::string(element));
+  if (found == defaults_.end()) return;
+  for (const auto& [name, value] : found->second) {
+    const std::string_view wanted = name;
+    if (std::any_of(attributes_.begin(), attributes_.end(),
+                    [&](const auto& one) { return one.name == wanted; }))
+      continue;
+    CountEntityBytes(name.size() + value.size() + sizeof(xmlAttr));
+    attributes_.push_back({.prefix = {}, .name = name, .value = value});
+  }
+}
+
+void XmlStreamReader::CountNodes(std::size_t count) {
+  inText_ = false;
+  nodes_ += count;
+  const std::size_t most = options_.limits.nodes;
+  if (handler_ == nullptr && nodes_ > most) Refuse(MoreThan(most, "elements, attributes and texts"));
+}
+
+void XmlStreamReader::CountDeclaration() {
+  if (++declarations_ > MaxXmlDeclarations) {
+    Refuse(MoreThan(MaxXmlDeclarations, "declarations in the document type"));
+  }
+}
+
+/// Each reference counts, also those in the text that another one stands for. In a tree, the nodes of an
+/// entity are copied for each reference but the first.
+void XmlStreamReader::CountUse(const xmlEntity& entity) {
+  Measure measure;
+  for (const xmlNode* node = entity.children; node != nullptr && measure.nodes <= options_.limits.nodes;
+       node = node == entity.last ? nullptr : node->next) {
+    measure.Add(*node, options_.limits.nodes);
+  }
+  if (++entityUses_ > MaxEntityUses) {
+    Refuse(fmt::format("its entities are used more than {} times", MaxEntityUses));
+  }
+  CountEntityBytes(std::max(measure.bytes, static_cast<std::size_t>(std::max(entity.length, 0))));
+  CountNodes(measure.nodes);
+}
+
+void XmlStreamReader::CountEntityBytes(std::size_t bytes) {
+  entityBytes_ += bytes;
+  if (entityBytes_ > MaxEntityBytes) {
+    Refuse(fmt::format("its entities stand for more than {} bytes", MaxEntityBytes));
+  }
+}
+
+}  // namespace fieldpost
