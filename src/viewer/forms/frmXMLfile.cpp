@@ -55,7 +55,7 @@ void frmXMLfile::ConnectFind() {
   connect(ui_->mnuFindNext, &QAction::triggered, this, [this] { Find(SearchDirection::Forward, false); });
   connect(ui_->mnuFindPrevious, &QAction::triggered, this,
           [this] { Find(SearchDirection::Backward, false); });
-  connect(ui_->fraFind, &WidgetFindBar::FindWanted, this, &frmXMLfile::Find);
+  connect(ui_->fraFind, &WidgetFindBar::FindRequested, this, &frmXMLfile::Find);
   connect(ui_->fraFind, &WidgetFindBar::Closed, this, &frmXMLfile::LeaveFindBar);
 }
 
@@ -159,27 +159,27 @@ void frmXMLfile::CopyLabel() {
 }
 
 void frmXMLfile::LeaveFindBar() {
-  ui_->fraFind->Tell({});
+  ui_->fraFind->ShowResult({});
   searching_.stop();
   search_.reset();
   ui_->TWXML->setFocus(Qt::OtherFocusReason);
 }
 
-/// `stay`: the current node may be the one that is found, as while the text is being typed.
-void frmXMLfile::Find(SearchDirection direction, bool stay) {
+/// With `mayStay`, as while the text is being typed, the current node itself may be the match.
+void frmXMLfile::Find(SearchDirection direction, bool mayStay) {
   searching_.stop();
   search_.reset();
-  ui_->fraFind->Tell({});
+  ui_->fraFind->ShowResult({});
   const QString text = ui_->fraFind->Text();
   if (text.isEmpty()) {
-    if (!stay) ui_->fraFind->Open();
+    if (!mayStay) ui_->fraFind->Open();
     return;
   }
-  if (tree_.Size() == 0) return ui_->fraFind->Tell(tr("Not found"));
+  if (tree_.Size() == 0) return ui_->fraFind->ShowResult(tr("Not found"));
   const XmlTree::Node from = ui_->TWXML->CurrentNode().value_or(0);
   search_.emplace(tree_, text, from, direction);
-  if (!stay) search_->SkipFirst();
-  ui_->fraFind->Tell(tr("Searching..."));
+  if (!mayStay) search_->SkipFirst();
+  ui_->fraFind->ShowResult(tr("Searching..."));
   searching_.start();
   SearchOn();
 }
@@ -189,14 +189,14 @@ void frmXMLfile::SearchOn() {
   if (state == WidgetXmlTreeSearch::State::Searching) return;
   searching_.stop();
   if (state == WidgetXmlTreeSearch::State::Found) return ShowFound();
-  ui_->fraFind->Tell(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
+  ui_->fraFind->ShowResult(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
   ui_->fraFind->show();
 }
 
 void frmXMLfile::ShowFound() {
   rows_.ShowNewNodes();
   ui_->TWXML->GoTo(search_->Node());
-  ui_->fraFind->Tell(search_->WentRound() ? tr("Continued at the other end") : QString());
+  ui_->fraFind->ShowResult(search_->WentRound() ? tr("Continued at the other end") : QString());
 }
 
 }  // namespace fieldpost

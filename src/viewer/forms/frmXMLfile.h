@@ -58,7 +58,7 @@ class frmXMLfile final : public QMainWindow {
   void Preview();
   void CopyLabel();
   void LeaveFindBar();
-  void Find(SearchDirection direction, bool stay);
+  void Find(SearchDirection direction, bool mayStay);
   void SearchOn();
   void ShowFound();
   void NoPrinter();
