@@ -31,7 +31,8 @@ struct DeleteSite : test::ArchiveSite {
   std::unique_ptr<frmArchiveDelete> form;
 
   frmArchiveDelete& Open(const std::string& productCode, PathList paths = {}) {
-    form = std::make_unique<frmArchiveDelete>(files, program.settings, program.log, prompt, productCode);
+    const RunContext run{files, clock, program.paths, program.settings, program.log};
+    form = std::make_unique<frmArchiveDelete>(run, prompt, productCode);
     form->DeleteItems(std::move(paths));
     form->show();
     form->activateWindow();

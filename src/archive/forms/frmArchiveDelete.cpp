@@ -18,16 +18,15 @@ std::string FoundOr(const DeletionResult& result, std::string found, std::string
 
 }  // namespace
 
-frmArchiveDelete::frmArchiveDelete(FileSystem& files, const MailSettings& settings, ModWriteLogFile& log,
-                                   UserPrompt& prompt, std::string productCode, QWidget* parent)
+frmArchiveDelete::frmArchiveDelete(const RunContext& run, UserPrompt& prompt, std::string productCode,
+                                   QWidget* parent)
     : QDialog(parent),
       ui_(std::make_unique<Ui::frmArchiveDelete>()),
-      files_(files),
-      log_(log),
+      run_(run),
       prompt_(prompt),
-      archive_(PathFromUtf8(WithSeparator(settings.ArchiveFolder))),
+      archive_(PathFromUtf8(WithSeparator(run.settings.ArchiveFolder))),
       productCode_(std::move(productCode)),
-      deletion_(files, archive_) {
+      deletion_(run.files, archive_) {
   ui_->setupUi(this);
   display_.ShowIn({.label = {}, .bar = ui_->ProBarDelete, .lines = {}});
   connect(ui_->cmdDelete, &QPushButton::clicked, this, &frmArchiveDelete::Delete);
@@ -73,7 +72,7 @@ void frmArchiveDelete::Delete() {
 }
 
 bool frmArchiveDelete::TakeLock(RunLock& lock) {
-  const std::string problem = lock.Acquire(files_, {archive_});
+  const std::string problem = lock.Acquire(run_.files, {archive_});
   if (!problem.empty()) prompt_.ShowMessage(problem, MessageIcon::Exclamation, {});
   return problem.empty();
 }
@@ -107,9 +106,9 @@ frmArchiveDelete::Outcome frmArchiveDelete::RunRule() {
 
 void frmArchiveDelete::Tell(const Outcome& outcome) {
   if (outcome.result.failed > 0) {
-    log_.WriteLog(fmt::format("{} archived files could not be deleted; the first: {}", outcome.result.failed,
-                              outcome.result.firstFailure),
-                  LogCategory::Error);
+    run_.log.WriteLog(fmt::format("{} archived files could not be deleted; the first: {}",
+                                  outcome.result.failed, outcome.result.firstFailure),
+                      LogCategory::Error);
   }
   if (!display_.IsCancelled()) prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
 }
@@ -117,7 +116,7 @@ void frmArchiveDelete::Tell(const Outcome& outcome) {
 /// While the box was up another run may have begun; it may be about to file into such a folder.
 void frmArchiveDelete::RemoveEmptyFolders() {
   RunLock lock;
-  if (lock.Acquire(files_, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
+  if (lock.Acquire(run_.files, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
 }
 
 void frmArchiveDelete::reject() {

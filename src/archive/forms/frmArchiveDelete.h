@@ -9,8 +9,7 @@
 #include "common/RunLists.h"
 #include "common/UserPrompt.h"
 #include "common/forms/WidgetStatusDisplay.h"
-#include "environment/MailSettings.h"
-#include "environment/ModWriteLogFile.h"
+#include "environment/RunContext.h"
 #include "environment/RunLock.h"
 
 namespace Ui {
@@ -27,10 +26,10 @@ class frmArchiveDelete final : public QDialog {
   Q_OBJECT
 
  public:
-  /// `productCode` is the folder that the archive list shows. Everything handed over by reference outlives
-  /// the dialog.
-  frmArchiveDelete(FileSystem& files, const MailSettings& settings, ModWriteLogFile& log, UserPrompt& prompt,
-                   std::string productCode, QWidget* parent = nullptr);
+  /// `productCode` is the folder that the archive list shows. What `run` and `prompt` refer to outlives the
+  /// dialog.
+  frmArchiveDelete(const RunContext& run, UserPrompt& prompt, std::string productCode,
+                   QWidget* parent = nullptr);
   ~frmArchiveDelete() override;
 
   /// Hands over the full paths of the files that are selected in the archive list.
@@ -58,8 +57,7 @@ class frmArchiveDelete final : public QDialog {
   void RemoveEmptyFolders();
 
   std::unique_ptr<Ui::frmArchiveDelete> ui_;
-  FileSystem& files_;
-  ModWriteLogFile& log_;
+  RunContext run_;
   UserPrompt& prompt_;
   std::filesystem::path archive_;
   std::string productCode_;

@@ -158,8 +158,9 @@ void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
 }
 
 void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& productCode) {
-  frmArchiveDelete dialog(program_.ports.files, program_.settings, program_.log, ports_.prompt, productCode,
-                          this);
+  const RunContext run{program_.ports.files, program_.ports.clock, program_.paths, program_.settings,
+                       program_.log};
+  frmArchiveDelete dialog(run, ports_.prompt, productCode, this);
   dialog.DeleteItems(files);
   dialog.exec();
   ports_.display.ProcessEvents();
