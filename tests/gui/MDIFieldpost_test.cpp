@@ -14,6 +14,7 @@
 #include <QTreeView>
 
 #include "environment/RegistryKeys.h"
+#include "options/forms/WidgetNetworkDrives.h"
 #include "shell/forms/frmHelp.h"
 #include "support/WindowSite.h"
 #include "viewer/forms/FrmLogFile.h"
@@ -35,7 +36,7 @@ struct MainWindow : test::WindowSite {
   Desktop desktop;
   SystemHostLookup hosts;
   SystemIcmpEcho echo;
-  DesktopNetworkDrives drives;
+  WidgetNetworkDrives drives;
   MDIFieldpost window{program, {prompt, display, memory, desktop, hosts, echo, drives}};
 
   /// Takes a command of the menu, as a click on it does.

@@ -14,6 +14,7 @@
 #include <set>
 
 #include "archive/forms/frmArchive.h"
+#include "options/forms/WidgetNetworkDrives.h"
 #include "shell/forms/MDIFieldpost.h"
 #include "shell/forms/WidgetProgramIcon.h"
 #include "support/WindowSite.h"
@@ -233,7 +234,7 @@ class Pictures {
   std::unique_ptr<TopLevelWindows> desktop_ = SessionTopLevelWindows(true, "Fieldpost");
   SystemHostLookup hosts_;
   SystemIcmpEcho echo_;
-  DesktopNetworkDrives drives_;
+  WidgetNetworkDrives drives_;
   MDIFieldpost window_{site_.program,
                        {site_.prompt, site_.display, site_.memory, *desktop_, hosts_, echo_, drives_}};
   bool taken_ = true;

@@ -112,8 +112,10 @@ void MDIFieldpost::SendData() {
 /// The dialog loads what it shows when it is made, seen or not.
 frmOptions& MDIFieldpost::Options() {
   if (!options_) {
-    options_ = std::make_unique<frmOptions>(program_.optionsStore, program_.ports.files, program_.paths,
-                                            ports_.prompt, ping_, ports_.drives, ports_.memory, this);
+    const OptionsContext context{
+        program_.optionsStore, program_.ports.files, program_.paths, ports_.prompt, ping_,
+        ports_.drives,         ports_.memory};
+    options_ = std::make_unique<frmOptions>(context, this);
   }
   return *options_;
 }
