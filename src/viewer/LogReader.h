@@ -49,8 +49,8 @@ class LogReader {
   std::uint64_t size_;         // bytes of the file when it was opened
   std::uint64_t left_;         // bytes of it that were not read yet
   std::string held_;           // bytes that were read and not returned: the start of a row
-  bool isNoticeDue_ = false;   // a part of the log is not shown, and no row said so yet
-  bool isInsideLine_ = false;  // the skipped part ends inside a line, as far as anybody knows
+  bool isNoticeDue_ = false;   // a part of the log is not shown, and the row that says so was not returned
+  bool isInsideLine_ = false;  // the skipped part may end inside a line
   bool isAtEnd_ = false;
 };
 

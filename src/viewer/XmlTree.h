@@ -1,4 +1,4 @@
-// The elements of an XML file, as the viewer shows them: one line of text for each.
+// The tree that the XML viewer shows: one label for each element of a file.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace fieldpost {
 
-/// A list that grows without ever copying what it holds, so that growing takes no long pause.
+/// A list that grows block by block without copying its items, so that no append takes long.
 template <class Item, std::size_t BlockItems>
 class BlockList {
  public:
@@ -37,9 +37,10 @@ class BlockList {
     }
   }
 
-  /// Calls `take` with a pointer and a count for each stretch of `count` items from `at` on.
+  /// Calls `take` with a pointer and a count for each contiguous part of the `count` items from index `at`
+  /// on.
   template <class Take>
-  void ForEachStretch(std::size_t at, std::size_t count, Take take) const {
+  void ForEachPart(std::size_t at, std::size_t count, Take take) const {
     while (count > 0) {
       const std::size_t fits = std::min(count, BlockItems - at % BlockItems);
       take(&(*this)[at], fits);
@@ -60,17 +61,16 @@ class BlockList {
   std::size_t size_ = 0;
 };
 
-/// A tree of labels that can be looked at while it grows. Nodes are numbered from 0 in the order of the
-/// document, so that what is below a node follows it. Nothing here recurses: depth costs no more than
-/// breadth.
+/// A tree of labels that can be read while it grows. Nodes are numbered from 0 in document order, so that the
+/// descendants of a node follow it. No operation recurses, so that the depth of the tree is not bounded.
 class XmlTree {
  public:
   using Node = std::uint32_t;
 
-  /// Stands for no node: the parent of a root, the sibling of the last child.
+  /// No node: the parent of a root, or the next sibling of the last child.
   static constexpr Node None = 0xFFFFFFFF;
 
-  /// How many nodes there are.
+  /// The number of nodes.
   [[nodiscard]] Node Size() const { return static_cast<Node>(nodes_.Size()); }
 
   /// The number of a node's ancestors: 0 for a root.
@@ -78,18 +78,18 @@ class XmlTree {
 
   [[nodiscard]] Node Parent(Node node) const { return nodes_[node].parent; }
 
-  /// The first node after `node` that is not below it. Of a node that is still open, the end of the tree.
+  /// The first node after `node` that is not below it; for a node that is still open, Size().
   [[nodiscard]] Node End(Node node) const;
 
   [[nodiscard]] bool HasChildren(Node node) const;
 
-  /// The next child of the same parent, or the next root; `None` when there is none (yet).
+  /// The next child of the same parent, or the next root; `None` while there is none.
   [[nodiscard]] Node NextSibling(Node node) const;
 
-  /// "Node-1" for the first node, and so on.
+  /// The key of a node: "Node-1" for the first, and so on.
   [[nodiscard]] static std::string Key(Node node);
 
-  /// The label in UTF-8, or its first `maxBytes` bytes; a cut may fall within a character.
+  /// The label in UTF-8, or its first `maxBytes` bytes, which may end inside a character.
   [[nodiscard]] std::string Label(Node node, std::size_t maxBytes = static_cast<std::size_t>(-1)) const;
 
   /// Up to `maxBytes` bytes of the label, from byte `from` on.
@@ -98,24 +98,24 @@ class XmlTree {
   /// The length of the whole label in bytes.
   [[nodiscard]] std::size_t LabelBytes(Node node) const;
 
-  /// What the tree takes in memory, in bytes.
+  /// The memory that the tree occupies, in bytes.
   [[nodiscard]] std::size_t MemoryBytes() const;
 
-  /// Adds a node below the one that was opened last and not closed; a root when there is none.
+  /// Adds a node below the innermost open node, or a root when none is open. The new node is open.
   void Open(std::string_view label);
 
-  /// Appends to the label of the node that was opened last and not closed. Only while there is one.
+  /// Appends to the label of the innermost open node; only while there is one.
   void AppendToLabel(std::string_view text);
 
-  /// Nothing more comes below the node that was opened last and not closed. Only while there is one.
+  /// Closes the innermost open node; only while there is one.
   void Close();
 
-  /// Back to no nodes.
+  /// Removes all nodes.
   void Clear();
 
  private:
   struct NodeData {
-    std::uint64_t textAt;  // the label, or its beginning, in text_
+    std::uint64_t textAt;  // offset in text_ of the label, or of its first part
     std::uint32_t textBytes;
     Node parent;
     Node end;  // None while the node is open
@@ -131,7 +131,7 @@ class XmlTree {
 
   BlockList<NodeData, 16384> nodes_;
   BlockList<char, 1048576> text_;
-  // The rest of a label to which something was added when labels of other nodes stood behind it already.
+  // The further parts of labels that were appended to after labels of other nodes had been added to text_.
   std::unordered_map<Node, std::vector<Piece>> more_;
   Node open_ = None;
 };

@@ -1,4 +1,4 @@
-// A whole program on a folder of its own, with real message boxes and widgets.
+// A fixture of the whole program with real message boxes and widgets.
 #pragma once
 
 #include "common/forms/MessageBoxPrompt.h"
@@ -9,7 +9,7 @@
 
 namespace fieldpost::test {
 
-/// A site as it stands after its first start. What the windows keep is in `memory`.
+/// A site after its first start. `memory` stores the geometries of the windows.
 struct WindowSite : AfterFirstStart<BasicSite<MessageBoxPrompt, WidgetStatusDisplay>> {
   WidgetMemory memory{home};
 };

@@ -27,7 +27,7 @@ bool PointerIsBusy() {
   return QApplication::overrideCursor() != nullptr;
 }
 
-/// Over a question the pointer is the normal one: it is the user's turn.
+/// Shows the normal pointer for its lifetime, because the user is to act.
 class NormalPointer {
  public:
   NormalPointer() {
@@ -43,15 +43,15 @@ class NormalPointer {
   bool wasBusy_ = PointerIsBusy();
 };
 
-/// The window that the box stands over. None that goes when it is closed, as the help does: the box would go
-/// with it while it is still waited for.
+/// Returns the parent window of the box. A window that is deleted when it is closed, such as the help, is not
+/// used: the box would be deleted with it while its answer is awaited.
 QWidget* Owner() {
   if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
   QWidget* const active = QApplication::activeWindow();
   return active == nullptr || active->testAttribute(Qt::WA_DeleteOnClose) ? nullptr : active;
 }
 
-/// Returns the button that was pressed. The text is shown as it stands, never as markup.
+/// Returns the pressed button. The text is shown as plain text, never as markup.
 int ShowBox(std::string_view text, MessageIcon icon, std::string_view title,
             QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) {
   const NormalPointer pointer;

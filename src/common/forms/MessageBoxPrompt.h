@@ -1,4 +1,4 @@
-// The program's message boxes.
+// Message boxes as the user prompt.
 #pragma once
 
 #include <functional>
@@ -8,11 +8,12 @@
 
 namespace fieldpost {
 
-/// The only place that shows message boxes. A box stands over the dialog that is open when it comes
-/// up, else over the window that is active.
+/// Shows every message box of the program. A box belongs to the open modal dialog, or else to the active
+/// window.
 class MessageBoxPrompt final : public UserPrompt {
  public:
-  /// Hands over what ShowOptions does: the dialog belongs to a room above this one.
+  /// Sets the function that ShowOptions calls, because the dialog belongs to a module above this one. An
+  /// empty function makes ShowOptions do nothing.
   void SetOptionsDialog(std::function<void(OptionsPage)> show) { showOptions_ = std::move(show); }
 
   void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override;

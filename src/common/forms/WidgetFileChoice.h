@@ -1,4 +1,4 @@
-// Lets the user choose a file or a folder.
+// Dialogs to choose a file or a folder.
 #pragma once
 
 #include <QString>
@@ -7,11 +7,12 @@ class QWidget;
 
 namespace fieldpost {
 
-/// Asks for a folder with the platform's own dialog, beginning at the folder `start`. Returns its path with
-/// the platform's separators; empty when none was chosen.
+/// Shows the platform's dialog to choose a folder, starting in the folder `start`. Returns the path with the
+/// platform's separators; empty when the user cancelled.
 QString ChooseFolder(QWidget& parent, const QString& start);
 
-/// The same for a file that is there already, beginning where the file `start` is.
+/// Shows the platform's dialog to choose an existing file, starting in the folder of the file `start`.
+/// Returns the path with the platform's separators; empty when the user cancelled.
 QString ChooseFile(QWidget& parent, const QString& start);
 
 }  // namespace fieldpost

@@ -25,16 +25,17 @@ QString MaximisedKey(const QWidget& form) {
   return Key(form, QStringLiteral("maximised"));
 }
 
-/// The room of a child window's frame. One that is to be maximised is not yet as large as it will be.
-QRect RoomOf(const QMdiSubWindow& child) {
+/// Returns the area inside the frame of a child window. A frame that is about to be maximised has not its
+/// final size yet; the area of the screen stands for it.
+QRect AreaOf(const QMdiSubWindow& child) {
   if (child.window()->isMaximized()) return {QPoint(), child.screen()->availableSize()};
   return child.parentWidget()->rect();
 }
 
-QRect Inside(const QRect& room, QRect place) {
-  place.setSize(place.size().boundedTo(room.size()));
-  place.moveLeft(std::clamp(place.left(), room.left(), room.right() - place.width() + 1));
-  place.moveTop(std::clamp(place.top(), room.top(), room.bottom() - place.height() + 1));
+QRect MovedInside(const QRect& area, QRect place) {
+  place.setSize(place.size().boundedTo(area.size()));
+  place.moveLeft(std::clamp(place.left(), area.left(), area.right() - place.width() + 1));
+  place.moveTop(std::clamp(place.top(), area.top(), area.bottom() - place.height() + 1));
   return place;
 }
 
@@ -49,7 +50,7 @@ WidgetMemory::WidgetMemory(const std::filesystem::path& ownFolder)
 
 void WidgetMemory::RestoreGeometry(QWidget& window) {
   if (window.restoreGeometry(file_.value(GeometryKey(window)).toByteArray())) return;
-  // The frame that the desktop draws round it needs room too.
+  // A tenth is left for the frame that the desktop draws around the window.
   window.resize(window.size().boundedTo(window.screen()->availableSize() * 9 / 10));
 }
 
@@ -61,7 +62,7 @@ void WidgetMemory::RestoreChild(QMdiSubWindow& child) {
   const QRect kept = file_.value(GeometryKey(*child.widget())).toRect();
   QRect place = kept.isEmpty() ? child.geometry() : kept;
   place.setSize(place.size().expandedTo(child.minimumSizeHint()));
-  child.setGeometry(Inside(RoomOf(child), place));
+  child.setGeometry(MovedInside(AreaOf(child), place));
   if (file_.value(MaximisedKey(*child.widget())).toBool()) child.showMaximized();
 }
 
@@ -69,7 +70,7 @@ void WidgetMemory::SaveChild(const QMdiSubWindow& child) {
   if (child.widget() == nullptr) return;
   const QWidget& form = *child.widget();
   file_.setValue(MaximisedKey(form), child.isMaximized());
-  // What it had before it was made the largest or the smallest possible is what it goes back to.
+  // The normal geometry is kept while the window is maximised or minimised.
   if (!child.isMaximized() && !child.isMinimized()) file_.setValue(GeometryKey(form), child.geometry());
 }
 

@@ -1,4 +1,4 @@
-// Keeps sizes of windows and columns between starts.
+// Stores sizes of windows and columns between starts.
 #pragma once
 
 #include <QSettings>
@@ -10,29 +10,38 @@ class QWidget;
 
 namespace fieldpost {
 
-/// "Windows.ini" in the program's own folder. What is kept goes by the object name of the window. A file that
-/// cannot be read or written costs nothing but the sizes.
+/// Stores geometries in "Windows.ini" in the program's own folder, under the object name of the window. When
+/// the file is unreadable or cannot be written, windows open in their default sizes.
 class WidgetMemory {
  public:
   /// `ownFolder` is the program's own folder.
   explicit WidgetMemory(const std::filesystem::path& ownFolder);
 
-  /// Gives a window, or the frame of a child window, the size and place that it had; where nothing is kept,
-  /// it only becomes as small as the screen wants it.
+  /// Restores size and place of a top-level window. Without a stored geometry, shrinks the window to fit the
+  /// screen.
   void RestoreGeometry(QWidget& window);
+
+  /// Stores size and place of a top-level window.
   void SaveGeometry(const QWidget& window);
 
-  /// The same for a child window, shown already, of a multiple-document frame; it goes by the object name of
-  /// the form in it. Wherever it was, it is wholly inside the frame then.
+  /// Restores size and place of a visible child window of a multiple-document frame, stored under the object
+  /// name of the form in it. Afterwards the child is wholly inside the frame.
   void RestoreChild(QMdiSubWindow& child);
+
+  /// Stores size and place of a child window, and whether it is maximised.
   void SaveChild(const QMdiSubWindow& child);
 
-  /// The same for the widths and the order of a list's columns; `owner` is the window that the list is in.
+  /// Restores widths and order of the columns of a list in the window `owner`.
   void RestoreColumns(const QWidget& owner, QHeaderView& columns);
+
+  /// Stores widths and order of the columns of a list in the window `owner`.
   void SaveColumns(const QWidget& owner, const QHeaderView& columns);
 
-  /// Any other thing that a window wants to find again, such as the view of a list.
+  /// Returns a text that the window `owner` stored under `name`, such as the view of a list; empty without
+  /// one.
   [[nodiscard]] QString Text(const QWidget& owner, const QString& name) const;
+
+  /// Stores a text of the window `owner` under `name`.
   void SaveText(const QWidget& owner, const QString& name, const QString& text);
 
  private:

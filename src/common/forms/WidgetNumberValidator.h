@@ -1,4 +1,4 @@
-// Keeps a box to whole numbers of a range.
+// Restricts a text box to whole numbers of a range.
 #pragma once
 
 #include <QValidator>
@@ -9,8 +9,8 @@
 
 namespace fieldpost {
 
-/// Lets nothing be typed that is no number of the range; an empty box is allowed. The range begins above 0
-/// and at a number of one digit, so that each number can be typed digit by digit.
+/// Rejects everything but numbers of the range and the empty text. The range starts at a number of one digit
+/// above 0, so that each number can be typed digit by digit.
 class WidgetNumberValidator final : public QValidator {
  public:
   WidgetNumberValidator(std::int32_t least, std::int32_t most, QObject* parent)

@@ -1,4 +1,4 @@
-// Shows where a long step is, in the widgets of the window that drives it.
+// Shows the progress of a long step in widgets.
 #pragma once
 
 #include <QElapsedTimer>
@@ -14,7 +14,7 @@ class QProgressBar;
 
 namespace fieldpost {
 
-/// The widgets of one window that tell of a step; each may be missing.
+/// The widgets of a window that show the progress of a step; each may be null.
 struct StatusWidgets {
   QPointer<QLabel> label;          ///< what SetLabel sets
   QPointer<QProgressBar> bar;      ///< range and position
@@ -22,20 +22,20 @@ struct StatusWidgets {
   QPointer<QLabel> step{};         ///< what SetStep sets
 };
 
-/// A status display on widgets. It lets events run at most every 50 ms, however often it is asked to, and
-/// redraws nothing in between; what was set last is seen 50 ms later at the latest, also while a message box
-/// waits for its answer.
+/// A status display in widgets. It processes events, and redraws, at most every 50 ms, however often it is
+/// called. The value that was set last is visible after 50 ms at the latest, also while a message box is
+/// open.
 class WidgetStatusDisplay final : public StatusDisplay {
  public:
   WidgetStatusDisplay();
 
-  /// Shows the following steps in these widgets, until others are given. Widgets that are gone are left out.
+  /// Shows progress in these widgets from now on. A widget that was destroyed is ignored.
   void ShowIn(StatusWidgets widgets);
 
-  /// The widgets given last.
+  /// The widgets that show the progress.
   [[nodiscard]] const StatusWidgets& Shown() const { return widgets_; }
 
-  /// Asks the step that is running to end, or takes that back before another begins.
+  /// Cancels the running step; with false, clears the request before another step starts.
   void RequestStop(bool stop) { stopRequested_ = stop; }
 
   void ShowStatusLine(std::string_view text) override;

@@ -1,4 +1,4 @@
-// UTF-8 text and paths on their way to and from the widgets.
+// Conversion of UTF-8 texts and paths to and from QString.
 #pragma once
 
 #include <QString>
@@ -10,22 +10,22 @@
 
 namespace fieldpost {
 
-/// A UTF-8 text for a widget; what is no UTF-8 becomes U+FFFD.
+/// Converts a UTF-8 text; each malformed sequence becomes U+FFFD.
 inline QString ToQt(std::string_view utf8) {
   return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
-/// A path for a widget.
+/// Converts a path.
 inline QString PathToQt(const std::filesystem::path& path) {
   return ToQt(Utf8FromPath(path));
 }
 
-/// The path that a widget's text names.
+/// Converts a text to the path that it names.
 inline std::filesystem::path PathFromQt(const QString& text) {
   return PathFromUtf8(text.toStdString());
 }
 
-/// A widget's text as UTF-8.
+/// Converts a text to UTF-8.
 inline std::string FromQt(const QString& text) {
   return text.toStdString();
 }

@@ -11,7 +11,7 @@
 namespace fieldpost {
 namespace {
 
-// Between two slices the window answers; a person does not notice so short a time.
+// Window events are processed between two slices; a user does not notice so short a delay.
 constexpr int SliceMilliseconds = 15;
 
 }  // namespace
@@ -33,7 +33,7 @@ frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prom
 frmXMLfile::~frmXMLfile() = default;
 
 void frmXMLfile::Connect() {
-  // Two of these windows may be open: each answers to its own keys alone.
+  // The keys of a viewer must not act on another viewer that is open in the same frame.
   for (QAction* action : {ui_->mnuPrint, ui_->mnuCopy, ui_->mnuFind, ui_->mnuFindNext, ui_->mnuFindPrevious,
                           ui_->mnuExpandAll, ui_->mnuCollapseAll}) {
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
@@ -100,8 +100,8 @@ void frmXMLfile::ReadOn() {
   ShowProgress();
 }
 
-/// The list lays all its rows out anew when some are added: that is done for the first, and then each time
-/// that they are a quarter more.
+/// The list lays out all its rows again whenever rows are added. Therefore new nodes are shown at first, and
+/// then each time that their number has grown by a quarter.
 void frmXMLfile::ShowRead(bool all) {
   if (rows_.rowCount() == 0 && tree_.Size() > 0) {
     setWindowTitle(Title());
@@ -152,7 +152,7 @@ void frmXMLfile::NoPrinter() {
   prompt_.ShowMessage("Default printer not found", MessageIcon::Exclamation, "");
 }
 
-/// The whole label, however little of it is shown.
+/// Copies the whole label, also of a node that shows only a part of it.
 void frmXMLfile::CopyLabel() {
   if (const auto node = ui_->TWXML->CurrentNode())
     QGuiApplication::clipboard()->setText(ToQt(tree_.Label(*node)));
@@ -196,7 +196,7 @@ void frmXMLfile::SearchOn() {
 void frmXMLfile::ShowFound() {
   rows_.ShowNewNodes();
   ui_->TWXML->GoTo(search_->Node());
-  ui_->fraFind->ShowResult(search_->WentRound() ? tr("Continued at the other end") : QString());
+  ui_->fraFind->ShowResult(search_->HasWrapped() ? tr("Continued at the other end") : QString());
 }
 
 }  // namespace fieldpost
