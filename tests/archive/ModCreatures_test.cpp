@@ -20,7 +20,10 @@ using testing::IsEmpty;
 
 /// An Archive folder, empty at first, and a Log folder.
 struct CreatureSite {
-  CreatureSite() { folder.Folder("home/Faultlog/Log"); }
+  CreatureSite() {
+    folder.Folder("home/Faultlog/Log");
+    settings.ArchiveFolder = Utf8FromPath(folder.Folder("home/Faultlog/Archive"));
+  }
 
   test::TempFolder folder;
   DiskFileSystem files;
@@ -30,7 +33,7 @@ struct CreatureSite {
   EditWinReg registry{keys};
   InstallPaths installPaths{files, registry, home};
   ModWriteLogFile log{files, clock, installPaths};
-  MailSettings settings{.ArchiveFolder = Utf8FromPath(folder.Folder("home/Faultlog/Archive"))};
+  MailSettings settings;
   ModCreatures creatures{files, settings, log};
   std::vector<std::string> codes;
   PathList paths;
