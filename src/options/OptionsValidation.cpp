@@ -121,7 +121,7 @@ std::optional<OptionsRefusal> FindTypedFolderRefusal(std::string_view typed, con
 
 std::string_view AcceptedPartnerID(std::string_view typed) {
   if (typed.empty() || !LettersAndDigits(typed.substr(typed.size() - 1)).empty()) return typed;
-  // A character beyond ASCII is several bytes, of which all but the first begin with the bits 10.
+  // A character beyond ASCII has several bytes; the bytes after the first begin with the bits 10.
   std::size_t last = typed.size() - 1;
   while (last > 0 && (static_cast<unsigned char>(typed[last]) & 0xC0U) == 0x80U) --last;
   return typed.substr(0, last);

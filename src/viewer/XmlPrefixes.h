@@ -1,4 +1,4 @@
-// Whether the prefixes of names are declared.
+// The namespace prefixes that are declared at a point of a document.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +10,17 @@
 
 namespace fieldpost {
 
-/// Follows a walk through a document, and knows which prefixes are declared. The time that an element takes
-/// does not grow with the number of those that are.
+/// Keeps the declared prefixes during a walk through a document. The time for an element does not grow with
+/// the number of declarations.
 class XmlPrefixes {
  public:
   using Attributes = std::vector<std::pair<std::string_view, std::string_view>>;
 
-  /// An element begins. False when its name or that of an attribute has a prefix that is not declared, or has
-  /// more than one colon, or when a prefix is declared that cannot be.
+  /// Opens an element. Returns false when its name or the name of an attribute has an undeclared prefix or
+  /// more than one colon, or when it declares the prefix "xmlns", or a prefix for an empty namespace.
   bool Enter(std::string_view name, const Attributes& attributes);
 
-  /// The element that began last ends.
+  /// Closes the innermost open element.
   void Leave();
 
  private:
@@ -31,8 +31,8 @@ class XmlPrefixes {
     std::string prefix;
   };
   std::uint64_t depth_ = 0;
-  std::vector<Declaration> declarations_;                 // in force, the latest last
-  std::unordered_map<std::string, std::uint64_t> known_;  // how many of these each prefix has
+  std::vector<Declaration> declarations_;                 // of the open elements, the innermost last
+  std::unordered_map<std::string, std::uint64_t> known_;  // the number of declarations of each prefix
 };
 
 }  // namespace fieldpost

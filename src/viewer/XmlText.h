@@ -1,4 +1,4 @@
-// The text in elements, on its way into the labels of a tree.
+// Appends the texts of elements to the labels of a tree.
 #pragma once
 
 #include <string>
@@ -9,33 +9,33 @@
 
 namespace fieldpost {
 
-/// Puts the texts of the element that is open into its label, each with ":  " before it, without the white
-/// space at both of its ends. Text is passed on as it comes; a long one is never gathered.
+/// Appends each text of the innermost open element to its label, after ":  ", without white space at both
+/// ends. Parts of a text are appended as they come, so that a long text takes no memory here.
 class XmlText {
  public:
   enum class Kind { Plain, Cdata };
 
   explicit XmlText(XmlTree& tree) : tree_(tree) {}
 
-  /// An element begins; `space` is the value of its attribute xml:space, empty when it has none.
+  /// Opens an element. `space` is the value of its attribute xml:space, empty without one.
   void Enter(std::string_view space);
 
-  /// The element that began last ends.
+  /// Closes the innermost open element.
   void Leave();
 
-  /// The next part of a text. A part of another kind ends the text and begins the next.
+  /// Appends the next part of a text. A part of another kind ends the text and starts another.
   void Add(std::string_view part, Kind kind);
 
-  /// Something came that is no text.
+  /// Ends the text, before an element, a comment or a processing instruction.
   void EndText();
 
  private:
   void Put(std::string_view part);
 
   XmlTree& tree_;
-  std::vector<bool> preserve_;  // of each open element: its white space counts
+  std::vector<bool> preserve_;  // for each open element: white space is preserved
   Kind kind_ = Kind::Plain;
-  bool begun_ = false;  // the label has the text's beginning
+  bool begun_ = false;  // the start of the text is in the label
   std::string held_;    // white space that is part of the text only if more follows
 };
 
