@@ -11,11 +11,11 @@ namespace fieldpost {
 namespace fs = std::filesystem;
 namespace {
 
-/// The names that lead from one folder down to a path. Nothing when the path is not below the folder.
+/// Splits a path into the names below a folder. Returns nothing when the path is not below it.
 std::optional<std::vector<std::string>> NamesBelow(const fs::path& folder, const fs::path& path) {
   auto step = path.begin();
   for (const fs::path& part : folder) {
-    if (part.empty()) continue;  // what stands behind a separator at the end
+    if (part.empty()) continue;  // after a separator at the end
     if (step == path.end() || *step != part) return std::nullopt;
     ++step;
   }
@@ -40,7 +40,7 @@ void DeleteIn(FolderHandle& folder, const std::string& name, DeletionResult& res
   }
 }
 
-bool OneMore(StatusDisplay& display, std::size_t position) {
+bool ShowDone(StatusDisplay& display, std::size_t position) {
   display.SetPosition(position);
   display.ProcessEvents();
   return !display.IsCancelled();
@@ -68,7 +68,7 @@ DeletionResult ArchiveDeletion::DeleteAll(StatusDisplay& display) {
     display.SetRange(productCodes.size());
     for (std::size_t i = 0; i < productCodes.size(); ++i) {
       DeleteProductCode(*archive, productCodes[i], result, display);
-      if (!OneMore(display, i)) break;
+      if (!ShowDone(display, i)) break;
     }
   } catch (const FileError& error) {
     Note(result, error);
@@ -100,7 +100,7 @@ DeletionResult ArchiveDeletion::DeleteProcess(const std::string& productCode, St
     display.SetRange(names.size());
     for (std::size_t i = 0; i < names.size(); ++i) {
       DeleteIfProcess(*folder, names[i], result, display);
-      if (!OneMore(display, i)) break;
+      if (!ShowDone(display, i)) break;
     }
   } catch (const FileError& error) {
     Note(result, error);
@@ -108,7 +108,7 @@ DeletionResult ArchiveDeletion::DeleteProcess(const std::string& productCode, St
   return result;
 }
 
-/// A file that cannot be read is none of those to be deleted.
+/// An unreadable file is kept.
 void ArchiveDeletion::DeleteIfProcess(FolderHandle& folder, const std::string& name, DeletionResult& result,
                                       StatusDisplay& display) {
   try {
@@ -124,7 +124,7 @@ DeletionResult ArchiveDeletion::DeleteSelected(const PathList& paths, StatusDisp
   display.SetRange(paths.size());
   for (std::size_t i = 0; i < paths.size(); ++i) {
     if (files_.Exists(paths[i])) DeleteOne(paths[i], result);
-    if (!OneMore(display, i)) break;
+    if (!ShowDone(display, i)) break;
   }
   return result;
 }
@@ -147,7 +147,7 @@ void ArchiveDeletion::RemoveEmptyProductFolders(StatusDisplay& display) {
       const std::unique_ptr<FolderHandle> archive = files_.OpenFolder(archive_);
       if (archive->OpenFolder(productCode)->IsEmpty()) archive->RemoveEmptyFolder(productCode);
     } catch (const FileError&) {
-      // What cannot be removed stays: an empty folder does no harm.
+      // A folder that cannot be removed stays; it does no harm.
     }
     display.ProcessEvents();
   }

@@ -1,4 +1,4 @@
-// What the three deletion rules do to the Archive folder.
+// The three rules that delete archived files.
 #pragma once
 
 #include <cstddef>
@@ -13,39 +13,38 @@
 
 namespace fieldpost {
 
-/// What a rule did.
+/// The result of a deletion rule.
 struct DeletionResult {
   std::size_t deleted = 0;
-  std::size_t failed = 0;    ///< were there and could not be deleted
-  std::string firstFailure;  ///< one line on the first of these; empty when there is none
+  std::size_t failed = 0;    ///< files that exist and could not be deleted
+  std::string firstFailure;  ///< one line about the first of these; empty when there is none
 };
 
-/// Deletes in the Archive folder, and nowhere else: what is deleted is looked for from the Archive folder
-/// downwards, and no link is followed on the way. A link in the place of a file is deleted itself, not what
-/// it points to; a link in the place of a product-code folder is left alone. Folders in product-code folders
-/// are left alone too.
+/// Deletes in the Archive folder, and nowhere else: every path is opened from the Archive folder downwards,
+/// and no link is followed on the way. Of a link in the place of a file, the link is deleted, not its target.
+/// A link in the place of a product-code folder is ignored, and so are folders in product-code folders.
 ///
-/// Each procedure sets the range and position of `display`, lets events run after each item, and ends early
-/// when the display asks for it. What cannot be deleted is passed over and counted. None throws.
+/// Each rule sets the range and position of `display`, processes events after each item, and ends early when
+/// it is cancelled. A file that cannot be deleted is counted, and the rule continues. Nothing here throws.
 class ArchiveDeletion {
  public:
   /// `archive` is the Archive folder.
   ArchiveDeletion(const FileSystem& files, std::filesystem::path archive);
 
-  /// The names of the product-code folders; none when the Archive folder cannot be listed.
+  /// Returns the names of the product-code folders; none when the Archive folder cannot be listed.
   [[nodiscard]] std::vector<std::string> ProductCodes() const;
 
   /// Deletes every file of every product-code folder.
   DeletionResult DeleteAll(StatusDisplay& display);
 
-  /// Deletes the files of one product code whose mode indicator is that of files taken into processing.
+  /// Deletes the files of one product code whose mode indicator is "p", in either case.
   DeletionResult DeleteProcess(const std::string& productCode, StatusDisplay& display);
 
-  /// Deletes these files. One that is gone already is passed over without a word; a path that does not lead
-  /// into the Archive folder counts as failed.
+  /// Deletes these files. A file that does not exist is ignored; a path outside the Archive folder counts as
+  /// failed.
   DeletionResult DeleteSelected(const PathList& paths, StatusDisplay& display);
 
-  /// Removes the product-code folders with nothing in them, hidden files and folders included.
+  /// Removes the product-code folders that are empty; a hidden file or a folder in one keeps it.
   void RemoveEmptyProductFolders(StatusDisplay& display);
 
  private:

@@ -48,7 +48,7 @@ void ArchiveList::Fill(const fs::path& archive, const std::string& productCode, 
   }
 }
 
-/// Names and what is known come in the same order, so one walk over both finds every name again.
+/// The names and the known rows are in the same order, so that one pass over both finds every known name.
 void ArchiveList::AddRow(const FolderHandle& folder, std::string name, Remembered::const_iterator& known,
                          Remembered::const_iterator end, StatusDisplay& display) {
   const std::optional<FileStamp> stamp = folder.RegularFileStamp(name);

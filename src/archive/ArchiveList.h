@@ -14,7 +14,7 @@
 
 namespace fieldpost {
 
-/// One archived file.
+/// One archived file, as a row of the list.
 struct ArchiveRow {
   std::string name;  ///< without its folder, as the file system has it
   FileStamp stamp;
@@ -22,25 +22,26 @@ struct ArchiveRow {
   bool wasRead = true;    ///< false when the file could not be read
 };
 
-/// How a size in bytes is shown: from 1001 on in ten places with a point before the last three digits.
+/// Formats a size in bytes for the list: from 1001 on right-aligned in ten places, with a point before the
+/// last three digits.
 std::string SizeText(std::uint64_t bytes);
 
-/// How a file's time is shown: its local date, "dd.mm.yyyy".
+/// Formats the time of a file for the list: its local date, "dd.mm.yyyy".
 std::string ModifiedText(const FileStamp& stamp);
 
-/// The rows of the product code that was listed last. What was read of a file is remembered as long as its
-/// name, size, time and place on the disk are the same.
+/// Lists the files of one product code at a time. The mode of a file is read again only when its name, size,
+/// time or place on the disk has changed.
 class ArchiveList {
  public:
   explicit ArchiveList(const FileSystem& files) : files_(files) {}
 
   /// Lists the "*.xml" files of a product code's folder in the order of their names. The range of `display`
-  /// is the number of files. Returns early when `display` asks for the end. Throws FileError when the folder
-  /// cannot be listed. Either way the rows so far stay. A file that is gone meanwhile gets no row; one that
-  /// cannot be read counts as one without a mode indicator.
+  /// is the number of files. Returns early when `display` is cancelled. Throws FileError when the folder
+  /// cannot be listed. In both cases the rows so far stay. A file that is removed meanwhile gets no row; an
+  /// unreadable file is shown as one without a mode indicator.
   void Fill(const std::filesystem::path& archive, const std::string& productCode, StatusDisplay& display);
 
-  /// Forgets the rows, but not what was read.
+  /// Removes all rows; the modes that were read are kept for the next Fill.
   void Clear();
 
   [[nodiscard]] const std::vector<ArchiveRow>& Rows() const { return rows_; }

@@ -1,4 +1,4 @@
-// Shared helper procedures: what lies in the Archive folder.
+// Helper procedures that list the Archive folder.
 #pragma once
 
 #include <cstdint>
@@ -12,21 +12,22 @@
 
 namespace fieldpost {
 
-/// What ScanArchiveFolders looks for.
+/// The modes of ScanArchiveFolders.
 struct ArchiveScan {
   static constexpr std::int16_t Files = 1;         ///< the paths of all "*.xml" files
   static constexpr std::int16_t ProductCodes = 2;  ///< the names of the product-code folders
 };
 
-/// A product-code folder is a real folder in the Archive folder: a link to one is none.
+/// Lists the Archive folder. Its product-code folders are the folders directly in it; a link to a folder is
+/// not one.
 class ModCreatures {
  public:
   ModCreatures(const FileSystem& files, const MailSettings& settings, ModWriteLogFile& log);
 
-  /// Mode 1 fills `paths` with the full path of every "*.xml" file of every product-code folder. Mode 2 fills
-  /// `productCodes` with the folders' names, but leaves it as it is while it has as many entries as there are
-  /// folders. False, and nothing changed, when there is no Archive folder, or it cannot be listed, which the
-  /// log then says. Any other mode does nothing. Never throws.
+  /// Mode 1 sets `paths` to the full path of every "*.xml" file of every product-code folder. Mode 2 sets
+  /// `productCodes` to the names of the folders, but keeps it while it has as many entries as there are
+  /// folders. Any other mode does nothing. Returns false, and changes nothing, when the Archive folder is
+  /// missing, or cannot be listed; the latter is logged. Never throws.
   bool ScanArchiveFolders(std::int16_t mode, std::vector<std::string>& productCodes, PathList& paths);
 
  private:

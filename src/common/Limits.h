@@ -100,7 +100,7 @@ inline constexpr std::int32_t MaxTimeoutSeconds = 3600;
 
 /// One line; what is longer is cut.
 inline constexpr std::size_t MaxLogLineBytes = 2000;
-/// A log that the viewer shows: its places are 32-bit numbers.
-inline constexpr std::uint64_t MaxShownLogBytes = 4'026'531'840;
+/// What the viewer shows of a log, from its end. Qt's text view needs several times as much memory.
+inline constexpr std::uint64_t MaxShownLogBytes = std::uint64_t{64} * 1024 * 1024;
 
 }  // namespace fieldpost

@@ -27,6 +27,20 @@ std::string Recipient(KeyStore& keys, std::string_view key, std::string_view bui
 
 }  // namespace
 
+/// Notes each place that could not be written, once.
+class OptionsStore::UnsavedPlaces {
+ public:
+  void Note(bool isSaved, std::string place) {
+    if (isSaved || std::ranges::find(places_, place) != places_.end()) return;
+    places_.push_back(std::move(place));
+  }
+
+  [[nodiscard]] std::vector<std::string> Take() { return std::move(places_); }
+
+ private:
+  std::vector<std::string> places_;
+};
+
 OptionsStore::OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& settings, PathList& latestFolders,
                            const std::filesystem::path& ownFolder)
     : files_(files),
@@ -55,28 +69,30 @@ std::string OptionsStore::LoadPartnerID(const std::filesystem::path& installPath
   const std::string found = ReadIniValue(files_, suiteFile, PlaceInfoSection, PartnerIdKey);
   if (found.empty()) return settings_.PartnerID;
   settings_.PartnerID = WithoutTrailingBlanks(found);
-  SavePartnerID(settings_.PartnerID, installPath);
+  UnsavedPlaces ignored;  // the next start copies it again
+  SavePartnerID(settings_.PartnerID, installPath, ignored);
   return settings_.PartnerID;
 }
 
-bool OptionsStore::SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath) {
-  unsaved_.clear();
+std::vector<std::string> OptionsStore::SaveOptions(const OptionsValues& values,
+                                                   const std::filesystem::path& installPath) {
+  UnsavedPlaces unsaved;
   settings_.ArchiveFolder = values.settings.ArchiveFolder;
   settings_.ProcessFolder = values.settings.ProcessFolder;
-  SaveSettings();
-  if (!values.settings.PartnerID.empty()) SavePartnerID(values.settings.PartnerID, installPath);
+  SaveSettings(unsaved);
+  if (!values.settings.PartnerID.empty()) SavePartnerID(values.settings.PartnerID, installPath, unsaved);
   TakeMailOptions(values.settings);
-  SaveSettings();
-  SaveRecipient(FaultlogRecipientKey, values.faultlogRecipient);
-  SaveRecipient(PpcRecipientKey, values.ppcRecipient);
+  SaveSettings(unsaved);
+  SaveRecipient(FaultlogRecipientKey, values.faultlogRecipient, unsaved);
+  SaveRecipient(PpcRecipientKey, values.ppcRecipient, unsaved);
   settings_.MailPassword = values.settings.MailPassword;
-  SaveSettings();
+  SaveSettings(unsaved);
   latestFolders_ = values.latestFolders;
-  Note(latestStore_.SaveLatestFolders(latestFolders_).empty(), Utf8FromPath(latestStore_.File()));
-  return unsaved_.empty();
+  unsaved.Note(latestStore_.SaveLatestFolders(latestFolders_), Utf8FromPath(latestStore_.File()));
+  return unsaved.Take();
 }
 
-/// Everything on the mail pages except the password, which has a step of its own.
+/// Copies the settings but the folders and the password, which are saved in steps of their own.
 void OptionsStore::TakeMailOptions(const MailSettings& shown) {
   MailSettings taken = shown;
   taken.ArchiveFolder = settings_.ArchiveFolder;
@@ -85,32 +101,29 @@ void OptionsStore::TakeMailOptions(const MailSettings& shown) {
   settings_ = std::move(taken);
 }
 
-/// An emptied partner ID is none in this run, but leaves the one in the file alone.
-void OptionsStore::SaveSettings() {
+/// An empty partner ID counts as missing in this run, but does not overwrite the one in the file.
+void OptionsStore::SaveSettings(UnsavedPlaces& unsaved) {
   MailSettings stored = settings_;
   if (stored.PartnerID.empty()) stored.PartnerID = settingsStore_.Load().PartnerID;
-  Note(settingsStore_.Save(stored).empty(), Utf8FromPath(settingsStore_.File()));
+  unsaved.Note(settingsStore_.Save(stored), Utf8FromPath(settingsStore_.File()));
 }
 
-void OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath) {
+void OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath,
+                                 UnsavedPlaces& unsaved) {
   const std::filesystem::path own = settingsStore_.File();
-  Note(WriteIniValue(files_, own, MailOptionsSection, PartnerIdKey, partnerID, FileAccess::OwnerOnly),
-       Utf8FromPath(own));
+  unsaved.Note(WriteIniValue(files_, own, MailOptionsSection, PartnerIdKey, partnerID, FileAccess::OwnerOnly),
+               Utf8FromPath(own));
   const std::filesystem::path suite = FindFileNoCase(files_, installPath, FaultlogIniName);
-  Note(WriteIniValue(files_, suite, PlaceInfoSection, PartnerIdKey, partnerID, FileAccess::ByUmask),
-       Utf8FromPath(suite));
+  unsaved.Note(WriteIniValue(files_, suite, PlaceInfoSection, PartnerIdKey, partnerID, FileAccess::ByUmask),
+               Utf8FromPath(suite));
 }
 
-void OptionsStore::SaveRecipient(std::string_view key, const std::string& address) {
+void OptionsStore::SaveRecipient(std::string_view key, const std::string& address, UnsavedPlaces& unsaved) {
   EditWinReg registry(keys_);
   registry.CreateNewKey(HKEY_LOCAL_MACHINE, key);
   registry.SetKeyValue(HKEY_LOCAL_MACHINE, key, DefaultValue, address, REG_SZ);
-  Note(registry.QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue) == address, "HKLM\\" + std::string(key));
-}
-
-void OptionsStore::Note(bool saved, std::string place) {
-  if (saved || std::ranges::find(unsaved_, place) != unsaved_.end()) return;
-  unsaved_.push_back(std::move(place));
+  unsaved.Note(registry.QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue) == address,
+               "HKLM\\" + std::string(key));
 }
 
 }  // namespace fieldpost

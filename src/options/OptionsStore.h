@@ -1,4 +1,4 @@
-// What the options dialog loads and saves, in each of the places where it is kept.
+// Loads and saves what the options dialog shows.
 #pragma once
 
 #include <filesystem>
@@ -17,7 +17,7 @@ namespace fieldpost {
 inline constexpr std::string_view FaultlogIniName = "faultlog.ini";
 inline constexpr std::string_view PlaceInfoSection = "PlaceInfo";
 
-/// Everything that the options dialog shows. All texts are UTF-8.
+/// The values that the options dialog shows. All texts are UTF-8.
 struct OptionsValues {
   MailSettings settings;
   std::string faultlogRecipient;
@@ -27,37 +27,39 @@ struct OptionsValues {
   bool operator==(const OptionsValues&) const = default;
 };
 
-/// Loads and saves the options: the settings, the partner ID in two INI files, the recipients in the registry
-/// and the Latest folders. Nothing here throws.
+/// Loads and saves the options: the mail settings in "Options.ini", the partner ID in "Options.ini" and in
+/// the service suite's "faultlog.ini", the recipients in the registry, and the list of Latest folders. Never
+/// throws.
 class OptionsStore {
  public:
-  /// `settings` and `latestFolders` are the program-wide ones, which are kept in step with the files.
-  /// `ownFolder` is the program's own folder. Touches no file.
+  /// `settings` and `latestFolders` are the program-wide ones; loading and saving keep them equal to the
+  /// files. `ownFolder` is the program's own folder. Reads and writes no file yet.
   OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& settings, PathList& latestFolders,
                const std::filesystem::path& ownFolder);
 
-  /// What the dialog shows when it opens: what is kept, the defaults of port, try count, time-out and
-  /// recipients where they are empty, and the partner ID of LoadPartnerID.
+  /// Returns what the dialog shows when it opens: the stored options, with the defaults of port, try count,
+  /// timeout and recipients where these are empty, and the partner ID of LoadPartnerID.
   OptionsValues LoadOptions(const std::filesystem::path& installPath);
 
-  /// The partner ID to show. The service suite's, from "faultlog.ini" in the installation path, wins: it is
-  /// at once copied into the settings and into "Options.ini". Else the one of the settings.
+  /// Returns the partner ID to show. The service suite's, from "faultlog.ini" in the installation path, takes
+  /// precedence over the one in the settings, and is copied into the settings and into "Options.ini" at once.
   std::string LoadPartnerID(const std::filesystem::path& installPath);
 
-  /// Saves what the dialog shows, place after place; one that fails does not keep the others from being
-  /// saved. False when any failed. An empty partner ID leaves that of "faultlog.ini" alone.
-  bool SaveOptions(const OptionsValues& values, const std::filesystem::path& installPath);
-
-  /// The places that the last SaveOptions could not write, each once, in the order of saving: the paths of
-  /// files, and the registry's keys.
-  [[nodiscard]] const std::vector<std::string>& UnsavedPlaces() const { return unsaved_; }
+  /// Saves what the dialog shows, place after place; a place that fails does not keep the others from being
+  /// saved. An empty partner ID leaves that of "faultlog.ini" alone. Returns the places that could not be
+  /// written, each once, in the order of saving: paths of files, and keys of the registry. None when
+  /// everything was saved.
+  [[nodiscard]] std::vector<std::string> SaveOptions(const OptionsValues& values,
+                                                     const std::filesystem::path& installPath);
 
  private:
+  class UnsavedPlaces;
+
   void TakeMailOptions(const MailSettings& shown);
-  void SaveSettings();
-  void SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath);
-  void SaveRecipient(std::string_view key, const std::string& address);
-  void Note(bool saved, std::string place);
+  void SaveSettings(UnsavedPlaces& unsaved);
+  void SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath,
+                     UnsavedPlaces& unsaved);
+  void SaveRecipient(std::string_view key, const std::string& address, UnsavedPlaces& unsaved);
 
   FileSystem& files_;
   KeyStore& keys_;
@@ -65,7 +67,6 @@ class OptionsStore {
   PathList& latestFolders_;
   MailSettingsStore settingsStore_;
   LatestFolderStore latestStore_;
-  std::vector<std::string> unsaved_;
 };
 
 }  // namespace fieldpost

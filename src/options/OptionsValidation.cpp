@@ -22,7 +22,7 @@ struct FolderConflict {
   std::string_view message;
 };
 
-/// Each button's conflicts in the order in which they are looked for.
+/// The conflicts of each button, in the order in which they are checked.
 constexpr std::array<FolderConflict, 6> FolderConflicts{{
     {FolderButton::cmdArchiveFolder, FolderUse::Process, "This Directory is charged whit Process Files"},
     {FolderButton::cmdArchiveFolder, FolderUse::Latest, "This Directory is charged whit Latest Files"},
@@ -36,7 +36,7 @@ bool IsSameFolder(std::string_view one, std::string_view other) {
   return WithSeparator(one) == WithSeparator(other);
 }
 
-bool ServesFor(FolderUse use, std::string_view folder, const OptionsValues& shown) {
+bool IsUsedFor(FolderUse use, std::string_view folder, const OptionsValues& shown) {
   if (use == FolderUse::Archive) return IsSameFolder(folder, shown.settings.ArchiveFolder);
   if (use == FolderUse::Process) return IsSameFolder(folder, shown.settings.ProcessFolder);
   return std::ranges::any_of(shown.latestFolders, [&](const std::filesystem::path& latest) {
@@ -71,8 +71,8 @@ std::optional<OptionsRefusal> FindLatestRefusal(const OptionsValues& shown, cons
   return std::nullopt;
 }
 
-/// What is none hangs on the folder that the program was started in. A network share is not absolute to every
-/// library, but full.
+/// A relative path would depend on the folder that the program was started in. Not every library counts the
+/// path of a network share as absolute.
 bool IsFullPath(const std::filesystem::path& path) {
   return path.is_absolute() || Utf8FromPath(path).starts_with(std::string(2, PathSeparator));
 }
@@ -100,7 +100,7 @@ std::optional<OptionsRefusal> FindOptionsRefusal(const OptionsValues& shown, con
 std::optional<OptionsRefusal> FindFolderConflict(FolderButton button, std::string_view chosen,
                                                  const OptionsValues& shown) {
   const auto conflicts = [&](const FolderConflict& conflict) {
-    return conflict.button == button && ServesFor(conflict.use, chosen, shown);
+    return conflict.button == button && IsUsedFor(conflict.use, chosen, shown);
   };
   const auto* const found = std::ranges::find_if(FolderConflicts, conflicts);
   if (found == FolderConflicts.end()) return std::nullopt;

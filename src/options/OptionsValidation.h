@@ -1,4 +1,4 @@
-// What the options dialog accepts, and what it says of the rest.
+// The checks of the options dialog.
 #pragma once
 
 #include <cstddef>
@@ -12,10 +12,10 @@
 
 namespace fieldpost {
 
-/// The controls that a refusal may put the focus in.
+/// The controls that a refusal may give the focus to.
 enum class OptionsControl { txtProcessFolder, txtOutputFolder, LVPath, txtInputFolder, txtSMTPserver };
 
-/// A message box, and where the dialog takes the user then.
+/// A refusal: the message box, and the page, control and row that the dialog shows after it.
 struct OptionsRefusal {
   std::string text;
   MessageIcon icon = MessageIcon::Exclamation;
@@ -27,25 +27,25 @@ struct OptionsRefusal {
   bool operator==(const OptionsRefusal&) const = default;
 };
 
-/// The first thing that keeps what the dialog shows from being saved; nothing when it may be. Folders are
-/// compared as they are written, and case counts.
+/// Returns the first reason why the shown values cannot be saved; nothing when they can. Folders are compared
+/// as texts, with regard to case.
 std::optional<OptionsRefusal> FindOptionsRefusal(const OptionsValues& shown, const FileSystem& files);
 
 /// The buttons that choose a folder.
 enum class FolderButton { cmdArchiveFolder, cmdProcessPath, cmdBrowserAdd };
 
-/// Why a chosen folder cannot be what the button chooses it for: it serves for other files already. Nothing
-/// when it can. A last separator more or less makes no difference.
+/// Returns why a chosen folder cannot be used for the purpose of the button: it holds other files already.
+/// Nothing when it can. A separator at the end makes no difference.
 std::optional<OptionsRefusal> FindFolderConflict(FolderButton button, std::string_view chosen,
                                                  const OptionsValues& shown);
 
-/// Why a folder cannot be added to the Latest folders by typing it: it is a file, there is no such folder, it
-/// is no full path, or it serves for other files already. Nothing when it can.
+/// Returns why a typed folder cannot be added to the Latest folders: it is a file, is missing, is not an
+/// absolute path, or holds other files already. Nothing when it can.
 std::optional<OptionsRefusal> FindTypedFolderRefusal(std::string_view typed, const OptionsValues& shown,
                                                      const FileSystem& files);
 
-/// A partner ID as it stands after a change of its box: without its last character when that is no ASCII
-/// letter or digit. The other characters are not looked at.
+/// Returns a typed partner ID without its last character when that is not an ASCII letter or digit. The other
+/// characters are not checked.
 std::string_view AcceptedPartnerID(std::string_view typed);
 
 }  // namespace fieldpost

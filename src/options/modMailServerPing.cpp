@@ -6,7 +6,6 @@
 #include <array>
 #include <bit>
 #include <chrono>
-#include <optional>
 #include <vector>
 
 #include "common/Text.h"
@@ -49,9 +48,9 @@ constexpr std::array<StatusWords, 23> StatusTable{{
     {11050, "General Failure"},
 }};
 
-std::optional<std::string_view> WordsOf(std::uint32_t status) {
+std::string WordsOf(std::uint32_t status) {
   const auto* const entry = std::ranges::find(StatusTable, status, &StatusWords::status);
-  return entry == StatusTable.end() ? std::nullopt : std::optional(entry->words);
+  return std::string(entry == StatusTable.end() ? std::string_view() : entry->words);
 }
 
 std::string Dotted(std::uint32_t address) {
@@ -61,34 +60,27 @@ std::string Dotted(std::uint32_t address) {
 
 }  // namespace
 
-bool modMailServerPing::PingMailServer(std::string_view hostName, std::string& message) {
+PingResult modMailServerPing::PingMailServer(std::string_view hostName) {
   const std::string_view name = Trimmed(hostName, " ");
-  if (!hosts_.Start()) return Fail(NetworkNotReady, "WSock32.dll is Not responding!", message);
+  if (!hosts_.Start())
+    return {.status = PingResult::NetworkNotReady, .message = "WSock32.dll is Not responding!"};
   display_.ProcessEvents();
   const std::vector<std::uint32_t> addresses = hosts_.Resolve(name);
   if (addresses.empty()) {
     hosts_.Stop();
-    return Fail(HostNotFound, "Unable To Resolve Host", message);
+    return {.status = PingResult::HostNotFound, .message = "Unable To Resolve Host"};
   }
-  // From here on the sockets stay started: each check that gets this far leaves one start behind.
+  // From here on the sockets stay started: each check that gets this far leaves one start without a stop.
   const std::uint32_t address = addresses.front();
   display_.ProcessEvents();
-  SendIcmpEcho(address, Dotted(address), EchoDataSize);
-  if (const std::optional<std::string_view> words = WordsOf(lastStatus_)) message = *words;
+  const std::uint32_t status = SendIcmpEcho(address, Dotted(address), EchoDataSize);
   display_.ProcessEvents();
-  return static_cast<std::int32_t>(lastStatus_) <= 0;
+  return {.isReached = static_cast<std::int32_t>(status) <= 0, .status = status, .message = WordsOf(status)};
 }
 
 std::uint32_t modMailServerPing::SendIcmpEcho(std::uint32_t address, std::string_view /*dotted*/,
                                               std::uint32_t dataSize) {
-  lastStatus_ = echo_.Send({address, dataSize, EchoTimeToLive, EchoWait}, display_);
-  return lastStatus_;
-}
-
-bool modMailServerPing::Fail(std::uint32_t status, std::string_view text, std::string& message) {
-  lastStatus_ = status;
-  message = text;
-  return false;
+  return echo_.Send({address, dataSize, EchoTimeToLive, EchoWait}, display_);
 }
 
 }  // namespace fieldpost

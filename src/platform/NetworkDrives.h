@@ -1,11 +1,13 @@
-// Connecting and disconnecting network drives by the desktop's own program.
+// The seam to the desktop's way of connecting and disconnecting network drives.
 #pragma once
 
 #include <string>
 
 namespace fieldpost {
 
-/// Opens the desktop's program for network drives, without waiting for it.
+/// Opens what the desktop offers for network drives: on Windows the dialogs that connect and disconnect a
+/// drive, elsewhere the file manager at its network place. The program does not wait for the user's choice
+/// there.
 class NetworkDrives {
  public:
   NetworkDrives() = default;
@@ -13,21 +15,13 @@ class NetworkDrives {
   NetworkDrives& operator=(const NetworkDrives&) = delete;
   virtual ~NetworkDrives() = default;
 
-  /// Opens the program for connecting a drive. Returns false when none could be started; `problem` is then
-  /// one line (UTF-8) for the user.
-  [[nodiscard]] virtual bool Connect(std::string& problem) = 0;
+  /// Opens it to connect a drive. Returns an empty text, or, when nothing suitable could be started, one line
+  /// for the user (UTF-8).
+  [[nodiscard]] virtual std::string Connect() = 0;
 
-  /// Opens the program for disconnecting a drive. Returns false when none could be started; `problem` is then
-  /// one line (UTF-8) for the user.
-  [[nodiscard]] virtual bool Disconnect(std::string& problem) = 0;
-};
-
-/// Opens, for both purposes, a file manager at its network location: that of the running desktop, otherwise
-/// another one that is installed, otherwise the one that xdg-open chooses.
-class DesktopNetworkDrives final : public NetworkDrives {
- public:
-  [[nodiscard]] bool Connect(std::string& problem) override;
-  [[nodiscard]] bool Disconnect(std::string& problem) override;
+  /// Opens it to disconnect a drive. Returns an empty text, or, when nothing suitable could be started, one
+  /// line for the user (UTF-8).
+  [[nodiscard]] virtual std::string Disconnect() = 0;
 };
 
 }  // namespace fieldpost

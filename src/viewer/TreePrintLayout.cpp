@@ -7,8 +7,8 @@ namespace fieldpost {
 PrintedNode TreePrintLayout::Place(std::uint32_t level, bool hasNextSibling, Twips textHeight) {
   const Twips height = textHeight + measures_.screenPixelY;
   BreakPageFor(height);
-  goesOn_.resize(std::size_t{level} + 1);
-  goesOn_[level] = hasNextSibling;
+  hasNextSibling_.resize(std::size_t{level} + 1);
+  hasNextSibling_[level] = hasNextSibling;
   const Twips left = static_cast<Twips>(level) * measures_.indentation;
   PrintedNode node{.page = page_,
                    .top = y_,
@@ -28,7 +28,7 @@ PrintedNode TreePrintLayout::Place(std::uint32_t level, bool hasNextSibling, Twi
   return node;
 }
 
-/// Where the vertical line stands that joins the nodes of a level.
+/// Returns the x position of the vertical line that joins the nodes of a level.
 Twips TreePrintLayout::ColumnOf(std::size_t level) const {
   return static_cast<Twips>(level) * measures_.indentation - measures_.indentation / 2.0;
 }
@@ -46,11 +46,11 @@ void TreePrintLayout::AddVerticals(PrintedNode& node, std::size_t level) const {
     node.verticals.push_back({ColumnOf(of), node.top, ColumnOf(of), to});
   };
   if (ColumnOf(level) <= measures_.pageWidth) {
-    vertical(level, goesOn_[level] ? bottom : node.top + node.height / 2);
+    vertical(level, hasNextSibling_[level] ? bottom : node.top + node.height / 2);
   }
   const auto columns = static_cast<std::size_t>(measures_.pageWidth / std::max(measures_.indentation, 1)) + 1;
   for (std::size_t of = std::min(level - 1, columns); of >= 1; --of) {
-    if (goesOn_[of] && ColumnOf(of) <= measures_.pageWidth) vertical(of, bottom);
+    if (hasNextSibling_[of] && ColumnOf(of) <= measures_.pageWidth) vertical(of, bottom);
   }
 }
 

@@ -1,4 +1,4 @@
-// Where the lines of a printed tree stand on the pages.
+// The layout of a printed tree on its pages.
 #pragma once
 
 #include <cstddef>
@@ -10,17 +10,16 @@
 
 namespace fieldpost {
 
-/// Positions and lengths on a page are in twips, 1440 to the inch, from the top left of what can be printed
-/// on.
+/// Positions and lengths on a page are in twips, 1440 to the inch, from the top left of the printable area.
 using Twips = double;
 
-/// What the layout must know of the page, the tree view and the screen.
+/// Measures of the page, the tree view and the screen.
 struct PrintMeasures {
-  Twips pageWidth = 0;      ///< what can be printed on
-  Twips pageHeight = 0;     ///< the same
+  Twips pageWidth = 0;      ///< of the printable area
+  Twips pageHeight = 0;     ///< of the printable area
   int indentation = 0;      ///< of the tree view for each level; used as twips unchanged
-  Twips screenPixelX = 15;  ///< one pixel of the screen
-  Twips screenPixelY = 15;  ///< the same
+  Twips screenPixelX = 15;  ///< width of one pixel of the screen
+  Twips screenPixelY = 15;  ///< height of one pixel of the screen
 };
 
 /// A connecting line.
@@ -37,23 +36,22 @@ struct PrintedNode {
   Twips labelX;      ///< left edge of the label
   Twips labelY;      ///< top of the label's text
   std::optional<PrintedLine> horizontal;
-  std::vector<PrintedLine> verticals;  ///< the parent's column first, then outwards
+  std::vector<PrintedLine> verticals;  ///< that of the parent's column first, then towards the root
 };
 
-/// Places the visible nodes of a tree, one line each, in the order in which they stand. Each node costs what
-/// its own lines cost; lines in columns to the right of the page are left out, so that a deep tree does not
-/// cost the square of its depth.
+/// Places the visible nodes of a tree in order, one line each. Connecting lines to the right of the page are
+/// omitted, so that the time for a deep tree does not grow with the square of its depth.
 class TreePrintLayout {
  public:
-  /// Kept free at the top and at the bottom of each page.
+  /// The margin at the top and at the bottom of each page.
   static constexpr Twips Margin = 100;
 
   /// `beforeNewPage` is called before each page break; it may be empty.
   TreePrintLayout(const PrintMeasures& measures, std::function<void()> beforeNewPage)
       : measures_(measures), beforeNewPage_(std::move(beforeNewPage)) {}
 
-  /// Places the next node. `level` is the number of its ancestors, at most one more than that of the node
-  /// before; `textHeight` the height of its label. A line that is taller than a page stands alone on one.
+  /// Places the next node. `level` is the number of its ancestors, at most one more than that of the previous
+  /// node; `textHeight` is the height of its label. A line that is taller than a page gets a page of its own.
   PrintedNode Place(std::uint32_t level, bool hasNextSibling, Twips textHeight);
 
  private:
@@ -65,7 +63,7 @@ class TreePrintLayout {
   std::function<void()> beforeNewPage_;
   std::size_t page_ = 0;
   Twips y_ = Margin;
-  std::vector<bool> goesOn_;  // of the node and its ancestors, by level: a sibling follows
+  std::vector<bool> hasNextSibling_;  // of the node and its ancestors, by level
 };
 
 }  // namespace fieldpost

@@ -33,9 +33,9 @@ class XmlText {
   void Put(std::string_view part);
 
   XmlTree& tree_;
-  std::vector<bool> preserve_;  // of each open element: its white space counts
+  std::vector<bool> preserve_;  // for each open element: white space is preserved
   Kind kind_ = Kind::Plain;
-  bool begun_ = false;  // the label has the text's beginning
+  bool begun_ = false;  // the start of the text is in the label
   std::string held_;    // white space that is part of the text only if more follows
 };
 

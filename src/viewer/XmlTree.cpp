@@ -110,8 +110,8 @@ void XmlTree::Clear() {
 }
 
 void XmlTree::CopyText(std::uint64_t at, std::uint64_t bytes, std::string& target) const {
-  text_.ForEachStretch(static_cast<std::size_t>(at), static_cast<std::size_t>(bytes),
-                       [&](const char* text, std::size_t count) { target.append(text, count); });
+  text_.ForEachPart(static_cast<std::size_t>(at), static_cast<std::size_t>(bytes),
+                    [&](const char* text, std::size_t count) { target.append(text, count); });
 }
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// The elements of an XML file, as the viewer shows them: one line of text for each.
+// The tree that the XML viewer shows: one label for each element of a file.
 #pragma once
 
 #include <algorithm>
@@ -39,7 +39,7 @@ class BlockList {
 
   /// Calls `take` with a pointer and a count for each contiguous part of the `count` items from `at` on.
   template <class Take>
-  void ForEachStretch(std::size_t at, std::size_t count, Take take) const {
+  void ForEachPart(std::size_t at, std::size_t count, Take take) const {
     while (count > 0) {
       const std::size_t fits = std::min(count, BlockItems - at % BlockItems);
       take(&(*this)[at], fits);
@@ -66,7 +66,7 @@ class XmlTree {
  public:
   using Node = std::uint32_t;
 
-  /// Stands for no node: the parent of a root, the sibling of the last child.
+  /// No node: the parent of a root, or the next sibling of the last child.
   static constexpr Node None = 0xFFFFFFFF;
 
   /// Returns the number of nodes.
@@ -114,7 +114,7 @@ class XmlTree {
 
  private:
   struct NodeData {
-    std::uint64_t textAt;  // the label, or its beginning, in text_
+    std::uint64_t textAt;  // offset in text_ of the label, or of its first part
     std::uint32_t textBytes;
     Node parent;
     Node end;  // None while the node is open

@@ -34,7 +34,7 @@ struct ArchiveDeletionTest : testing::Test {
   fs::path Outside(std::string_view name) const {
     return folder.Write("outside/" + std::string(name), "<F><MODEIND>P</MODEIND></F>");
   }
-  /// Every file, link and empty folder below the Archive folder.
+  /// Returns every file, link and empty folder below the Archive folder.
   std::vector<std::string> Left() const {
     std::vector<std::string> left;
     for (const auto& entry : fs::recursive_directory_iterator(archive)) {
@@ -46,7 +46,7 @@ struct ArchiveDeletionTest : testing::Test {
   }
 };
 
-TEST_F(ArchiveDeletionTest, DeleteAllTakesEveryFileOfEveryProductCode) {
+TEST_F(ArchiveDeletionTest, DeleteAllDeletesEveryFileOfEveryProductCode) {
   for (const char* name : {"a/1.xml", "a/2.txt", "a/.hidden", "b/3.xml", "b/\n.xml"}) Write(name);
   Write("a/sub/kept.xml");
   Write("top.xml");
@@ -60,7 +60,7 @@ TEST_F(ArchiveDeletionTest, DeleteAllTakesEveryFileOfEveryProductCode) {
   EXPECT_THAT(display.positions, ElementsAre(0U, 1U, 2U));
 }
 
-TEST_F(ArchiveDeletionTest, DeleteAllRemovesLinksButNeverFollowsThem) {
+TEST_F(ArchiveDeletionTest, DeleteAllDeletesLinksWithoutFollowingThem) {
   const fs::path target = Outside("target.xml");
   folder.Folder("Archive/a");
   fs::create_symlink(target, archive / "a/link.xml");
@@ -73,7 +73,7 @@ TEST_F(ArchiveDeletionTest, DeleteAllRemovesLinksButNeverFollowsThem) {
   EXPECT_THAT(Left(), ElementsAre("product"));
 }
 
-TEST_F(ArchiveDeletionTest, DeleteProcessTakesFilesInProcessAlone) {
+TEST_F(ArchiveDeletionTest, DeleteProcessDeletesOnlyFilesInProcess) {
   for (const char* mode : {"P", "p", " p "}) Write("a/go" + std::to_string(*mode) + ".xml", mode);
   Write("a/go.txt", "P");
   Write("a/archive.xml", "a");
@@ -91,7 +91,7 @@ TEST_F(ArchiveDeletionTest, DeleteProcessTakesFilesInProcessAlone) {
   EXPECT_THAT(display.ranges, ElementsAre(10U)) << "plain files alone";
 }
 
-TEST_F(ArchiveDeletionTest, DeleteProcessKnowsProductCodesAlone) {
+TEST_F(ArchiveDeletionTest, DeleteProcessAcceptsOnlyProductCodes) {
   const fs::path target = Outside("target.xml");
   fs::create_directory_symlink(outside, archive / "link");
   for (const char* name : {"none", "", ".", "..", "../outside", "link"}) {
@@ -100,7 +100,7 @@ TEST_F(ArchiveDeletionTest, DeleteProcessKnowsProductCodesAlone) {
   }
 }
 
-TEST_F(ArchiveDeletionTest, DeleteSelectedTakesTheseFiles) {
+TEST_F(ArchiveDeletionTest, DeleteSelectedDeletesTheGivenFiles) {
   const fs::path one = Write("a/1.xml");
   const fs::path two = Write("b/2.xml", "a");
   Write("a/kept.xml");
@@ -113,7 +113,7 @@ TEST_F(ArchiveDeletionTest, DeleteSelectedTakesTheseFiles) {
   EXPECT_THAT(display.positions, ElementsAre(0U, 1U, 2U));
 }
 
-TEST_F(ArchiveDeletionTest, DeleteSelectedLeavesEverythingOutsideTheArchive) {
+TEST_F(ArchiveDeletionTest, DeleteSelectedKeepsFilesOutsideTheArchive) {
   const fs::path target = Outside("target.xml");
   folder.Folder("Archive/a");
   folder.Folder("Archive2");
@@ -133,7 +133,7 @@ TEST_F(ArchiveDeletionTest, DeleteSelectedLeavesEverythingOutsideTheArchive) {
   EXPECT_TRUE(fs::is_directory(archive / "a"));
 }
 
-TEST_F(ArchiveDeletionTest, TheArchiveFolderItselfMayBeALink) {
+TEST_F(ArchiveDeletionTest, AcceptsALinkAsTheArchiveFolder) {
   for (const char* name : {"a/1.xml", "a/2.xml", "b/3.xml"}) Write(name);
   const fs::path link = folder.Path() / "link";
   fs::create_directory_symlink(archive, link);
@@ -146,7 +146,7 @@ TEST_F(ArchiveDeletionTest, TheArchiveFolderItselfMayBeALink) {
   EXPECT_TRUE(fs::is_symlink(link));
 }
 
-/// Between two files, someone puts a link in the place of the product code's folder.
+/// Replaces the folder of the product code by a link between two files.
 struct SwappingDisplay final : StatusDisplay {
   explicit SwappingDisplay(std::function<void()> swap) : swap_(std::move(swap)) {}
   void ProcessEvents() override {
@@ -157,7 +157,7 @@ struct SwappingDisplay final : StatusDisplay {
   std::function<void()> swap_;
 };
 
-TEST_F(ArchiveDeletionTest, NeverFollowsALinkThatComesMeanwhile) {
+TEST_F(ArchiveDeletionTest, DoesNotFollowALinkThatAppearsMeanwhile) {
   using Rule = std::function<void(StatusDisplay&)>;
   const PathList selected{archive / "a" / "1.xml", archive / "a" / "2.xml"};
   for (const Rule& rule : {Rule([&](StatusDisplay& shown) { deletion.DeleteAll(shown); }),
@@ -179,7 +179,7 @@ TEST_F(ArchiveDeletionTest, NeverFollowsALinkThatComesMeanwhile) {
   }
 }
 
-TEST_F(ArchiveDeletionTest, LeavesTheOtherNamesOfAFile) {
+TEST_F(ArchiveDeletionTest, KeepsTheOtherNamesOfAFile) {
   const fs::path target = Outside("target.xml");
   folder.Folder("Archive/a");
   fs::create_hard_link(target, archive / "a" / "x.xml");
@@ -187,7 +187,7 @@ TEST_F(ArchiveDeletionTest, LeavesTheOtherNamesOfAFile) {
   EXPECT_EQ(fs::hard_link_count(target), 1U);
 }
 
-TEST_F(ArchiveDeletionTest, DeleteSelectedRemovesALinkItself) {
+TEST_F(ArchiveDeletionTest, DeleteSelectedDeletesTheLinkNotItsTarget) {
   const fs::path target = Outside("target.xml");
   folder.Folder("Archive/a");
   fs::create_symlink(target, archive / "a/link.xml");
@@ -196,7 +196,7 @@ TEST_F(ArchiveDeletionTest, DeleteSelectedRemovesALinkItself) {
   EXPECT_TRUE(fs::exists(target));
 }
 
-TEST_F(ArchiveDeletionTest, PassesOverWhatCannotBeDeleted) {
+TEST_F(ArchiveDeletionTest, ContinuesAfterAFileThatCannotBeDeleted) {
   folder.Folder("Archive/a/x.xml");
   const fs::path one = Write("a/y.xml");
   const DeletionResult result = deletion.DeleteSelected({archive / "a" / "x.xml", one}, display);
@@ -205,14 +205,14 @@ TEST_F(ArchiveDeletionTest, PassesOverWhatCannotBeDeleted) {
   EXPECT_THAT(result.firstFailure, HasSubstr("x.xml: Is a directory"));
 }
 
-TEST_F(ArchiveDeletionTest, EndsWhenAskedTo) {
+TEST_F(ArchiveDeletionTest, StopsWhenCancelled) {
   for (const char* name : {"a/1.xml", "a/2.xml", "a/3.xml", "b/4.xml"}) Write(name);
   display.stopAfterTurns = 2;
   EXPECT_EQ(deletion.DeleteAll(display).deleted, 2U);
   EXPECT_THAT(Left(), ElementsAre("a/3.xml", "b/4.xml"));
 }
 
-TEST_F(ArchiveDeletionTest, EachRuleEndsWhenAskedTo) {
+TEST_F(ArchiveDeletionTest, StopsEachRuleWhenCancelled) {
   const PathList selected{Write("a/1.xml"), Write("a/2.xml")};
   display.stopAfterTurns = 0;
   EXPECT_EQ(deletion.DeleteProcess("a", display).deleted, 0U);
@@ -225,14 +225,14 @@ TEST_F(ArchiveDeletionTest, EachRuleEndsWhenAskedTo) {
   EXPECT_THAT(Left(), ElementsAre("a/2.xml"));
 }
 
-TEST_F(ArchiveDeletionTest, TellsOfTheFirstFailureAndCountsAll) {
+TEST_F(ArchiveDeletionTest, ReportsTheFirstFailureAndCountsAll) {
   const PathList folders{folder.Folder("Archive/a/1.xml"), folder.Folder("Archive/a/2.xml"), "/"};
   const DeletionResult result = deletion.DeleteSelected(folders, display);
   EXPECT_EQ(result.failed, 3U);
   EXPECT_THAT(result.firstFailure, HasSubstr("1.xml: Is a directory"));
 }
 
-TEST_F(ArchiveDeletionTest, AFolderThatCannotBeOpenedIsPassedOver) {
+TEST_F(ArchiveDeletionTest, ContinuesAfterAFolderThatCannotBeOpened) {
   Write("a/1.xml");
   Write("b/2.xml");
   {
@@ -255,7 +255,7 @@ TEST_F(ArchiveDeletionTest, AFolderThatCannotBeOpenedIsPassedOver) {
   EXPECT_THAT(Left(), ElementsAre("a/1.xml", "b"));
 }
 
-TEST_F(ArchiveDeletionTest, AFileThatCannotBeReadIsNoneInProcess) {
+TEST_F(ArchiveDeletionTest, KeepsUnreadableFiles) {
   Write("a/1.xml");
   constexpr int afterTheLists = 3;
   const test::FailingCall failing("openat", EACCES, afterTheLists);
@@ -264,7 +264,7 @@ TEST_F(ArchiveDeletionTest, AFileThatCannotBeReadIsNoneInProcess) {
   EXPECT_THAT(Left(), ElementsAre("a/1.xml"));
 }
 
-TEST_F(ArchiveDeletionTest, AnEmptyFolderThatCannotBeRemovedStays) {
+TEST_F(ArchiveDeletionTest, IgnoresAnEmptyFolderThatCannotBeRemoved) {
   folder.Folder("Archive/a");
   folder.Folder("Archive/b");
   const test::FailingCall failing("unlinkat", EACCES);
@@ -272,7 +272,7 @@ TEST_F(ArchiveDeletionTest, AnEmptyFolderThatCannotBeRemovedStays) {
   EXPECT_THAT(Left(), ElementsAre("a"));
 }
 
-TEST_F(ArchiveDeletionTest, WithoutAnArchiveFolderDeletesNothing) {
+TEST_F(ArchiveDeletionTest, DeletesNothingWithoutAnArchiveFolder) {
   for (const fs::path& none : {fs::path(), folder.Path() / "none"}) {
     ArchiveDeletion other(files, none);
     EXPECT_THAT(other.ProductCodes(), IsEmpty());
@@ -284,7 +284,7 @@ TEST_F(ArchiveDeletionTest, WithoutAnArchiveFolderDeletesNothing) {
   EXPECT_TRUE(fs::exists(outside / "x.xml"));
 }
 
-TEST_F(ArchiveDeletionTest, RemoveEmptyProductFoldersKeepsWhatHasAnythingInIt) {
+TEST_F(ArchiveDeletionTest, RemoveEmptyProductFoldersKeepsFoldersThatAreNotEmpty) {
   for (const char* name : {"Archive/empty", "Archive/.empty", "Archive/withFolder/sub"}) folder.Folder(name);
   Write("file/x.txt");
   Write("hidden/.x");

@@ -31,7 +31,7 @@ struct ArchiveListTest : testing::Test {
     for (const ArchiveRow& row : list.Rows()) rows.push_back(row.name + "=" + std::string(row.mode));
     return rows;
   }
-  /// Gives a file another content of the same length, and takes care that nobody can tell by its stamp.
+  /// Overwrites a file with a text of the same length, and restores its stamp.
   void ChangeUnseen(std::string_view name, std::string_view mode) const {
     const fs::path path = folder / name;
     const fs::file_time_type time = fs::last_write_time(path);
@@ -76,14 +76,14 @@ TEST_F(ArchiveListTest, HasARowForEachXmlFileInOrder) {
   EXPECT_GE(display.eventTurns, 4U);
 }
 
-TEST_F(ArchiveListTest, LeavesOutLinksAndPipes) {
+TEST_F(ArchiveListTest, IgnoresLinksAndPipes) {
   Write("4711/a.xml", "P");
   fs::create_symlink(folder / "4711/a.xml", folder / "4711/b.xml");
   fs::create_symlink("/dev/zero", folder / "4711/c.xml");
   EXPECT_THAT(Fill("4711"), ElementsAre("a.xml=Process"));
 }
 
-TEST_F(ArchiveListTest, RemembersWhatItReadOfAFileThatIsTheSame) {
+TEST_F(ArchiveListTest, DoesNotReadAnUnchangedFileAgain) {
   Write("4711/a.xml", "P");
   Write("4711/b.xml", "P");
   Write("other/a.xml", "E");
@@ -95,7 +95,7 @@ TEST_F(ArchiveListTest, RemembersWhatItReadOfAFileThatIsTheSame) {
   EXPECT_THAT(Fill("4711"), ElementsAre("a.xml=Process", "b.xml=Process")) << "after another product code";
 }
 
-TEST_F(ArchiveListTest, ReadsAFileAgainWhenItsSizeTimeOrPlaceIsAnother) {
+TEST_F(ArchiveListTest, ReadsAFileAgainWhenSizeTimeOrPlaceHasChanged) {
   for (const char* name : {"size", "time", "place"}) Write("4711/" + std::string(name) + ".xml", "P");
   Fill("4711");
   const fs::file_time_type time = fs::last_write_time(folder / "4711/size.xml");
@@ -110,7 +110,7 @@ TEST_F(ArchiveListTest, ReadsAFileAgainWhenItsSizeTimeOrPlaceIsAnother) {
   EXPECT_THAT(Fill("4711"), ElementsAre("place.xml=Archive", "size.xml=Archive", "time.xml=Archive"));
 }
 
-TEST_F(ArchiveListTest, FindsWhatCameAndWhatWentBetweenFilesThatAreTheSame) {
+TEST_F(ArchiveListTest, FindsNewAndRemovedFilesBetweenUnchangedOnes) {
   for (const char* name : {"b", "d", "f"}) Write("4711/" + std::string(name) + ".xml", "P");
   Fill("4711");
   for (const char* name : {"b", "d", "f"}) ChangeUnseen("4711/" + std::string(name) + ".xml", "A");
@@ -120,7 +120,7 @@ TEST_F(ArchiveListTest, FindsWhatCameAndWhatWentBetweenFilesThatAreTheSame) {
                                         "f.xml=Process", "g.xml=Error"));
 }
 
-TEST_F(ArchiveListTest, OfAFolderThatIsGoneOrNoneThrowsAndIsEmpty) {
+TEST_F(ArchiveListTest, ThrowsAndIsEmptyWhenTheFolderIsMissing) {
   Write("4711/a.xml", "P");
   Fill("4711");
   fs::create_directory_symlink(folder / "4711", folder / "link");
@@ -136,7 +136,7 @@ TEST_F(ArchiveListTest, OfAFolderThatIsGoneOrNoneThrowsAndIsEmpty) {
   }
 }
 
-/// Removes a file when the third one is reached.
+/// Removes a file when the third file is listed.
 struct Remover final : StatusDisplay {
   fs::path victim;
   void SetPosition(std::size_t done) override {
@@ -144,7 +144,7 @@ struct Remover final : StatusDisplay {
   }
 };
 
-TEST_F(ArchiveListTest, HasNoRowForAFileThatVanishesMeanwhile) {
+TEST_F(ArchiveListTest, HasNoRowForAFileThatIsRemovedMeanwhile) {
   for (const char* name : {"a", "b", "c", "d"}) Write("4711/" + std::string(name) + ".xml", "P");
   Remover remover;
   remover.victim = folder / "4711/c.xml";
@@ -153,7 +153,7 @@ TEST_F(ArchiveListTest, HasNoRowForAFileThatVanishesMeanwhile) {
   EXPECT_EQ(list.Rows()[2].name, "d.xml");
 }
 
-TEST_F(ArchiveListTest, ReadsAFileAgainThatCouldNotBeRead) {
+TEST_F(ArchiveListTest, ReadsAnUnreadableFileAgain) {
   Write("a/1.xml", "P");
   {
     const test::FailingCall failing("read", EIO);
@@ -163,7 +163,7 @@ TEST_F(ArchiveListTest, ReadsAFileAgainThatCouldNotBeRead) {
   EXPECT_THAT(Fill("a"), ElementsAre("1.xml=Process"));
 }
 
-TEST_F(ArchiveListTest, KeepsTheRowsSoFarWhenAskedToEnd) {
+TEST_F(ArchiveListTest, KeepsTheRowsSoFarWhenCancelled) {
   for (const char* name : {"a", "b", "c", "d"}) Write("4711/" + std::string(name) + ".xml", "P");
   display.stopAfterTurns = 2;
   EXPECT_THAT(Fill("4711"), ElementsAre("a.xml=Process", "b.xml=Process"));
@@ -171,7 +171,7 @@ TEST_F(ArchiveListTest, KeepsTheRowsSoFarWhenAskedToEnd) {
   EXPECT_EQ(Fill("4711").size(), 4U);
 }
 
-TEST_F(ArchiveListTest, TakesANameWithALineBreakForWhatItIs) {
+TEST_F(ArchiveListTest, AcceptsANameWithALineBreak) {
   Write("4711/a\nb.xml", "P");
   EXPECT_THAT(Fill("4711"), ElementsAre("a\nb.xml=Process"));
 }

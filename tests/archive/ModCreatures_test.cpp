@@ -4,8 +4,12 @@
 
 #include <cerrno>
 
+#include "environment/EditWinReg.h"
+#include "environment/InstallPaths.h"
+#include "platform/SqliteKeyStore.h"
 #include "support/FailingCall.h"
-#include "support/TestSite.h"
+#include "support/FakeClock.h"
+#include "support/TempFolder.h"
 
 namespace fieldpost {
 namespace {
@@ -14,17 +18,34 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct CreatureSite : test::ReadySite {
-  ModCreatures creatures{files, program.settings, program.log};
+/// An Archive folder, empty at first, and a Log folder.
+struct CreatureSite {
+  CreatureSite() {
+    folder.Folder("home/Faultlog/Log");
+    settings.ArchiveFolder = Utf8FromPath(folder.Folder("home/Faultlog/Archive"));
+  }
+
+  test::TempFolder folder;
+  DiskFileSystem files;
+  test::FakeClock clock;
+  std::filesystem::path home = folder.Folder("home");
+  SqliteKeyStore keys{files, folder / "registry.sqlite"};
+  EditWinReg registry{keys};
+  InstallPaths installPaths{files, registry, home};
+  ModWriteLogFile log{files, clock, installPaths};
+  MailSettings settings;
+  ModCreatures creatures{files, settings, log};
   std::vector<std::string> codes;
   PathList paths;
 
-  fs::path Archive(std::string_view name) const { return Tree("Archive") / PathFromUtf8(name); }
+  fs::path Archive(std::string_view name) const {
+    return PathFromUtf8(settings.ArchiveFolder) / PathFromUtf8(name);
+  }
   bool Codes() { return creatures.ScanArchiveFolders(ArchiveScan::ProductCodes, codes, paths); }
   bool Files() { return creatures.ScanArchiveFolders(ArchiveScan::Files, codes, paths); }
 };
 
-TEST(ScanArchiveFolders, ListsTheProductCodes) {
+TEST(ModCreatures, ListsTheProductCodes) {
   CreatureSite site;
   EXPECT_TRUE(site.Codes());
   EXPECT_THAT(site.codes, IsEmpty());
@@ -36,7 +57,7 @@ TEST(ScanArchiveFolders, ListsTheProductCodes) {
   EXPECT_THAT(site.paths, IsEmpty());
 }
 
-TEST(ScanArchiveFolders, KeepsTheProductCodesWhileTheirNumberIsTheSame) {
+TEST(ModCreatures, KeepsTheProductCodesWhileTheirNumberIsTheSame) {
   CreatureSite site;
   fs::create_directory(site.Archive("a"));
   EXPECT_TRUE(site.Codes());
@@ -48,7 +69,7 @@ TEST(ScanArchiveFolders, KeepsTheProductCodesWhileTheirNumberIsTheSame) {
   EXPECT_THAT(site.codes, ElementsAre("b", "c"));
 }
 
-TEST(ScanArchiveFolders, ListsThePathsOfAllFiles) {
+TEST(ModCreatures, ListsThePathsOfAllFiles) {
   CreatureSite site;
   for (const char* name : {"b/2.xml", "b/1.XML", "b/1.txt", "a/x.xml", "a/sub/deep.xml", "top.xml"}) {
     site.folder.Write("home/Faultlog/Archive/" + std::string(name), "");
@@ -60,20 +81,20 @@ TEST(ScanArchiveFolders, ListsThePathsOfAllFiles) {
   EXPECT_THAT(site.codes, IsEmpty());
 }
 
-TEST(ScanArchiveFolders, IsFalseAndSaysWhyWhenTheFolderCannotBeListed) {
+TEST(ModCreatures, ReturnsFalseAndLogsWhenTheFolderCannotBeListed) {
   CreatureSite site;
   const test::FailingCall failing("openat", EIO);
   EXPECT_FALSE(site.Codes());
-  EXPECT_THAT(site.Log(), ElementsAre(testing::AllOf(testing::StartsWith("[Error]:cannot list "),
-                                                     testing::HasSubstr("Input/output error"))));
+  EXPECT_THAT(test::ReadFile(site.log.TodaysFile()),
+              testing::MatchesRegex("15.03.2004 14:37:09  \\[Error\\]:cannot list .*Input/output error\r\n"));
 }
 
-TEST(ScanArchiveFolders, IsFalseWithoutAnArchiveFolder) {
+TEST(ModCreatures, ReturnsFalseWithoutAnArchiveFolder) {
   CreatureSite site;
   site.codes = {"kept"};
   site.paths = {"kept"};
   for (const std::string& archive : {std::string(), Utf8FromPath(site.home / "none")}) {
-    site.program.settings.ArchiveFolder = archive;
+    site.settings.ArchiveFolder = archive;
     EXPECT_FALSE(site.Codes()) << archive;
     EXPECT_FALSE(site.Files()) << archive;
   }
@@ -81,7 +102,7 @@ TEST(ScanArchiveFolders, IsFalseWithoutAnArchiveFolder) {
   EXPECT_THAT(site.paths, ElementsAre("kept"));
 }
 
-TEST(ScanArchiveFolders, DoesNothingInAnyOtherMode) {
+TEST(ModCreatures, DoesNothingInAnyOtherMode) {
   CreatureSite site;
   fs::create_directory(site.Archive("a"));
   EXPECT_TRUE(site.creatures.ScanArchiveFolders(3, site.codes, site.paths));

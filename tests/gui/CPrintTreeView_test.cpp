@@ -21,7 +21,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A tree of given rows, in a font of 9 points, on a screen of 96 dots an inch: a pixel is 15 twips.
+/// A tree of given rows, in a font of 9 points, on a screen of 96 dots per inch: a pixel is 15 twips.
 class GivenTree final : public PrintableTree {
  public:
   explicit GivenTree(std::vector<Row> rows, int indentation = 300)
@@ -42,14 +42,14 @@ PrintableTree::Row Row(std::uint32_t level, bool hasNextSibling, std::string_vie
   return {.level = level, .hasNextSibling = hasNextSibling, .label = ToQt(label)};
 }
 
-/// The height of a label in twips: 9 points are 180.
+/// Returns the height of a label in twips; 9 points are 180.
 double TextHeight() {
   QFont font(QStringLiteral("DejaVu Sans"));
   font.setPixelSize(180);
   return QFontMetricsF(font).height();
 }
 
-/// What was drawn, in the painter's own units.
+/// The drawing operations, in the units of the painter.
 struct Drawn {
   std::vector<std::string> labels;  // "page x text"
   std::vector<double> baselines;
@@ -97,7 +97,7 @@ class RecordingEngine final : public QPaintEngine, public QPrintEngine {
   int height_;
 };
 
-/// A printer of 1440 dots an inch that writes down what it is told.
+/// A printer of 1440 dots per inch that records the drawing operations.
 class RecordingPrinter final : public QPrinter {
  public:
   explicit RecordingPrinter(int height = 15'000) : engine_(drawn, height) { setEngines(&engine_, &engine_); }
@@ -108,7 +108,7 @@ class RecordingPrinter final : public QPrinter {
   RecordingEngine engine_;
 };
 
-TEST(CPrintTreeView, ASingleRootIsOneLineWithoutConnectors) {
+TEST(CPrintTreeView, PrintsASingleRootWithoutConnectors) {
   RecordingPrinter printer;
   const GivenTree tree({Row(0, false, "root")});
   CPrintTreeView printing(printer);
@@ -144,7 +144,7 @@ TEST(CPrintTreeView, DrawsConnectorsInTwips) {
   }
 }
 
-TEST(CPrintTreeView, TheIndentationIsUsedUnchanged) {
+TEST(CPrintTreeView, UsesTheIndentationUnchanged) {
   RecordingPrinter printer;
   const GivenTree tree({Row(0, false, "a"), Row(1, false, "b"), Row(2, false, "c")}, 20);
   CPrintTreeView printing(printer);
@@ -153,7 +153,7 @@ TEST(CPrintTreeView, TheIndentationIsUsedUnchanged) {
   EXPECT_THAT(printer.drawn.labels, ElementsAre("1 0 a", "1 20 b", "1 40 c"));
 }
 
-TEST(CPrintTreeView, AFullPageAndOneLineMoreBreaksOnce) {
+TEST(CPrintTreeView, BreaksThePageOnceForOneLineTooMany) {
   const double line = TextHeight() + 15;
   for (const int rows : {10, 11}) {
     RecordingPrinter printer(static_cast<int>(std::ceil(100 + 10 * line + 100)));
@@ -174,7 +174,7 @@ TEST(CPrintTreeView, AFullPageAndOneLineMoreBreaksOnce) {
   }
 }
 
-TEST(CPrintTreeView, NothingToPrintIsAFailure) {
+TEST(CPrintTreeView, FailsWhenThereIsNothingToPrint) {
   RecordingPrinter printer;
   CPrintTreeView printing(printer);
   EXPECT_FALSE(printing.PrintControl());
@@ -183,7 +183,7 @@ TEST(CPrintTreeView, NothingToPrintIsAFailure) {
   EXPECT_FALSE(printing.PrintControl());
 }
 
-TEST(CPrintTreeView, APrinterThatFailsAtAPageIsAFailure) {
+TEST(CPrintTreeView, FailsWhenThePrinterFailsAtAPage) {
   RecordingPrinter printer(700);
   printer.drawn.failsAtNewPage = true;
   const GivenTree tree({Row(0, false, "a"), Row(1, true, "b"), Row(1, false, "c")});
@@ -193,7 +193,7 @@ TEST(CPrintTreeView, APrinterThatFailsAtAPageIsAFailure) {
   EXPECT_THAT(printer.drawn.labels, SizeIs(2));
 }
 
-TEST(CPrintTreeView, EndsWhenItIsTold) {
+TEST(CPrintTreeView, StopsWhenTheProgressFunctionReturnsFalse) {
   RecordingPrinter printer;
   const GivenTree tree(std::vector<PrintableTree::Row>(10, Row(0, true, "x")));
   CPrintTreeView printing(printer);
@@ -203,7 +203,7 @@ TEST(CPrintTreeView, EndsWhenItIsTold) {
   EXPECT_THAT(printer.drawn.labels, SizeIs(5));
 }
 
-TEST(CPrintTreeView, APdfHasTheTextAndTheLinesWhereTheyBelong) {
+TEST(CPrintTreeView, PlacesTextAndLinesInAPdf) {
   const test::TempFolder folder;
   const QString file = PathToQt(folder / "tree.pdf");
   {

@@ -14,6 +14,7 @@
 #include <QTreeView>
 
 #include "environment/RegistryKeys.h"
+#include "options/forms/WidgetNetworkDrives.h"
 #include "shell/forms/frmHelp.h"
 #include "support/WindowSite.h"
 #include "viewer/forms/FrmLogFile.h"
@@ -24,7 +25,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// The desktop as the test wants it.
+/// A fake desktop with the given windows.
 struct Desktop final : TopLevelWindows {
   std::vector<TopLevelWindow> windows;
 
@@ -35,13 +36,13 @@ struct MainWindow : test::WindowSite {
   Desktop desktop;
   SystemHostLookup hosts;
   SystemIcmpEcho echo;
-  DesktopNetworkDrives drives;
+  WidgetNetworkDrives drives;
   MDIFieldpost window{program, {prompt, display, memory, desktop, hosts, echo, drives}};
 
-  /// Takes a command of the menu, as a click on it does.
+  /// Triggers a command of the menu.
   void Command(const char* name) { window.findChild<QAction*>(name)->trigger(); }
 
-  /// The titles of the child windows, in the order in which they were opened.
+  /// Returns the titles of the child windows, in the order in which they were opened.
   std::vector<std::string> Children() {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     std::vector<std::string> titles;
@@ -52,7 +53,7 @@ struct MainWindow : test::WindowSite {
   QMdiArea& Area() { return *window.findChild<QMdiArea*>(); }
 };
 
-TEST(MDIFieldpost, KeepsItsTitleWhateverIsInIt) {
+TEST(MDIFieldpost, KeepsItsTitleWithAMaximisedChild) {
   MainWindow site;
   site.window.show();
   auto* const child = new QWidget;
@@ -72,7 +73,7 @@ TEST(MDIFieldpost, KeepsItsTitleWhateverIsInIt) {
   EXPECT_EQ(FromQt(site.window.windowTitle()), "Fieldpost");
 }
 
-TEST(MDIFieldpost, GivesWayToAnotherCopy) {
+TEST(MDIFieldpost, ShowsOnlyAMessageWhenAnotherCopyRuns) {
   MainWindow site;
   site.desktop.windows = {{1, "Fieldpost", true}, {2, "Fieldpost", true}};
   test::MessageBoxes boxes;
@@ -96,7 +97,7 @@ TEST(MDIFieldpost, StartsWhenItIsTheOnlyCopy) {
             Utf8FromPath(site.home));
 }
 
-TEST(MDIFieldpost, ShowsTheLogAsItIsEachTimeItIsAskedTo) {
+TEST(MDIFieldpost, ShowsTheCurrentLogEachTime) {
   MainWindow site;
   site.window.Load();
   const auto shown = [&] { return site.window.findChildren<FrmLogFile*>().size(); };
@@ -121,7 +122,7 @@ TEST(MDIFieldpost, ShowsTheAboutBox) {
   EXPECT_EQ(title, "About Fieldpost");
 }
 
-/// The help windows that are on the screen.
+/// Returns the visible help windows.
 std::vector<QWidget*> HelpWindows() {
   std::vector<QWidget*> windows;
   for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -137,7 +138,7 @@ TEST(MDIFieldpost, OpensTheHelpByMenuAndKey) {
   ASSERT_EQ(HelpWindows().size(), 1U);
   HelpWindows()[0]->close();
   EXPECT_EQ(HelpWindows().size(), 0U);
-  for (int i = 0; i < 2; ++i) {  // the second time it is there already
+  for (int i = 0; i < 2; ++i) {  // the second time, it is open already
     site.window.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&site.window));
     QTest::keyClick(&site.window, Qt::Key_F1);
@@ -175,7 +176,7 @@ TEST(MDIFieldpost, ClosesEveryWindow) {
   EXPECT_THAT(site.Children(), IsEmpty());
 }
 
-TEST(MDIFieldpost, TakesTheHelpWithItWhenItGoesWithoutBeingClosed) {
+TEST(MDIFieldpost, DestroysTheHelpWithItself) {
   {
     MainWindow site;
     site.window.Load();
@@ -194,7 +195,7 @@ TEST(MDIFieldpost, ClosesTheHelpWithItself) {
   EXPECT_EQ(HelpWindows().size(), 0U);
 }
 
-TEST(MDIFieldpost, OpensTheHelpAnewOverABoxThatCameUpOverTheHelp) {
+TEST(MDIFieldpost, ReopensTheHelpOverAMessageBox) {
   MainWindow site;
   site.window.Load();
   site.Command("mnuFPHelp");
@@ -213,14 +214,14 @@ TEST(MDIFieldpost, OpensTheHelpAnewOverABoxThatCameUpOverTheHelp) {
   EXPECT_EQ(HelpWindows().size(), 0U);
 }
 
-TEST(MDIFieldpost, EndsWhenItIsClosedWhileItStarts) {
+TEST(MDIFieldpost, EndsWhenClosedDuringTheStart) {
   MainWindow site;
   QObject::connect(&site.Area(), &QMdiArea::subWindowActivated, &site.window, &QWidget::close);
   EXPECT_FALSE(site.window.Load());
   EXPECT_THAT(site.Log(), ElementsAre("[Log File]"));
 }
 
-TEST(MDIFieldpost, ShowsTheArchiveOnceAndAgain) {
+TEST(MDIFieldpost, ShowsOneArchiveWindow) {
   MainWindow site;
   site.window.Load();
   site.Command("mnuArchive");
@@ -231,7 +232,7 @@ TEST(MDIFieldpost, ShowsTheArchiveOnceAndAgain) {
   EXPECT_THAT(site.Children(), ElementsAre("Archive"));
 }
 
-TEST(MDIFieldpost, BringsTheArchiveUpFromItsIcon) {
+TEST(MDIFieldpost, RestoresAMinimisedArchive) {
   MainWindow site;
   site.window.Load();
   QMdiSubWindow& archive = *site.Area().subWindowList().at(0);
@@ -242,7 +243,7 @@ TEST(MDIFieldpost, BringsTheArchiveUpFromItsIcon) {
   EXPECT_EQ(site.Area().activeSubWindow(), &archive);
 }
 
-/// A site with files in its archive, and the program's window on it.
+/// A main window with files in its archive.
 struct FiledWindow : MainWindow {
   FiledWindow() {
     for (const char* name : {"A/one.xml", "A/two.xml", "B/three.xml"}) {
@@ -262,7 +263,7 @@ struct FiledWindow : MainWindow {
   }
 };
 
-TEST(MDIFieldpost, ListsTheArchiveThatTheStartPutBack) {
+TEST(MDIFieldpost, RefillsTheArchiveWhenTheStartChangesItsFolder) {
   MainWindow site;
   site.folder.Write("home/Faultlog/Archive/A/one.xml", "<FLFILE><MODEIND>P</MODEIND></FLFILE>");
   site.program.settings.ArchiveFolder.clear();
@@ -271,7 +272,7 @@ TEST(MDIFieldpost, ListsTheArchiveThatTheStartPutBack) {
   EXPECT_TRUE(QTest::qWaitFor([&] { return list.model()->rowCount() == 1; }, 2000));
 }
 
-TEST(MDIFieldpost, OpensTheClickedFileInOneViewer) {
+TEST(MDIFieldpost, OpensFilesInOneViewer) {
   FiledWindow site;
   for (const auto& [row, name] : {std::pair(0, "one.xml"), std::pair(1, "two.xml")}) {
     site.DoubleClick(row);
@@ -291,7 +292,7 @@ TEST(MDIFieldpost, ShowsTheFirstProductCodeAfterADeletion) {
   test::MessageBoxes boxes({Qt::Key_Y});
   boxes.onDialog = [](QDialog& dialog) {
     auto* const button = dialog.findChild<QPushButton*>("cmdDelete");
-    // Not from in here: the boxes that follow are to be answered too.
+    // Posted, so that the message boxes that follow are answered too.
     QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
   };
   site.Command("Delete");
@@ -300,7 +301,7 @@ TEST(MDIFieldpost, ShowsTheFirstProductCodeAfterADeletion) {
   EXPECT_EQ(site.List().model()->rowCount(), 2);
 }
 
-/// The page that the options dialog is on, which is then closed.
+/// Returns the page that the options dialog shows, and closes the dialog.
 std::string PageOf(QDialog& dialog) {
   const auto* const pages = dialog.findChild<QTabWidget*>("SSTab1");
   const std::string page = pages == nullptr ? "none" : std::to_string(pages->currentIndex());
@@ -318,7 +319,7 @@ TEST(MDIFieldpost, ShowsTheOptions) {
   EXPECT_THAT(pages, ElementsAre("Options 0"));
 }
 
-TEST(MDIFieldpost, AsksForEachMissingSettingBeforeASend) {
+TEST(MDIFieldpost, ShowsTheOptionsForEachMissingSettingBeforeASend) {
   MainWindow site;
   site.program.settings.SMTPServer.clear();
   site.program.settings.PartnerID.clear();
@@ -336,7 +337,7 @@ TEST(MDIFieldpost, AsksForEachMissingSettingBeforeASend) {
   EXPECT_THAT(pages, ElementsAre("Options 3", "Options 4"));
 }
 
-TEST(MDIFieldpost, SendsInItsDialogAndShowsWhatWasFiled) {
+TEST(MDIFieldpost, SendsInADialogAndRefillsTheArchive) {
   MainWindow site;
   site.program.settings.SendFault = "True";
   site.Latest("new.xml", test::FaultlogXml("NEW"));
@@ -357,7 +358,7 @@ TEST(MDIFieldpost, SendsInItsDialogAndShowsWhatWasFiled) {
   EXPECT_EQ(site.window.findChild<QTreeView*>("LVFileList")->model()->rowCount(), 1);
 }
 
-/// A menu as lines: caption, and its name; a sub-menu's lines stand under it, deeper.
+/// Describes a menu in lines of caption and name; the lines of a sub-menu follow it, indented.
 void Describe(const QMenu& menu, const std::string& indent, std::vector<std::string>& lines) {
   for (const QAction* action : menu.actions()) {
     if (action->isSeparator()) {
@@ -371,7 +372,7 @@ void Describe(const QMenu& menu, const std::string& indent, std::vector<std::str
   }
 }
 
-TEST(MDIFieldpost, HasItsMenu) {
+TEST(MDIFieldpost, HasTheGivenMenu) {
   MainWindow site;
   std::vector<std::string> lines;
   for (const QAction* action : site.window.menuBar()->actions()) {

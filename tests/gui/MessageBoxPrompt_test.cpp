@@ -48,7 +48,7 @@ TEST(MessageBoxPrompt, AsksWithNoAsTheDefault) {
   }
 }
 
-TEST(MessageBoxPrompt, TheHourglassMakesWayForABox) {
+TEST(MessageBoxPrompt, ShowsTheNormalPointerOverABox) {
   MessageBoxPrompt prompt;
   prompt.SetBusyPointer(true);
   prompt.SetBusyPointer(true);

@@ -14,7 +14,7 @@
 namespace fieldpost {
 namespace {
 
-/// A frame of 600 x 500 with a child window in it, and the file that keeps their places.
+/// A frame of 600 x 500 with a child window, and the stored geometries.
 struct Frame {
   test::TempFolder folder;
   QMdiArea area;
@@ -38,7 +38,7 @@ struct Frame {
   }
 };
 
-TEST(WidgetMemory, GivesAChildItsPlaceInsideTheFrame) {
+TEST(WidgetMemory, RestoresAChildInsideTheFrame) {
   struct Row {
     const char* name;
     QRect kept;
@@ -55,14 +55,14 @@ TEST(WidgetMemory, GivesAChildItsPlaceInsideTheFrame) {
   }
 }
 
-TEST(WidgetMemory, LeavesAChildThatItDoesNotKnowInsideTheFrame) {
+TEST(WidgetMemory, MovesAnUnknownChildInsideTheFrame) {
   const Frame frame;
   frame.child->setGeometry(500, 400, 300, 200);
   frame.Memory().RestoreChild(*frame.child);
   EXPECT_EQ(frame.child->geometry(), QRect(300, 300, 300, 200));
 }
 
-TEST(WidgetMemory, BringsAChildBackToAnUsablePlaceFromTheLargestOne) {
+TEST(WidgetMemory, KeepsTheNormalGeometryOfAMaximisedChild) {
   const Frame frame;
   frame.Keep({2500, 1400, 300, 200});
   QSettings(PathToQt(frame.folder.Path() / "Windows.ini"), QSettings::IniFormat)
@@ -73,7 +73,7 @@ TEST(WidgetMemory, BringsAChildBackToAnUsablePlaceFromTheLargestOne) {
   EXPECT_EQ(frame.child->geometry(), QRect(300, 300, 300, 200));
 }
 
-TEST(WidgetMemory, AWindowIsNoLargerThanTheScreenTheFirstTime) {
+TEST(WidgetMemory, FitsANewWindowToTheScreen) {
   const test::TempFolder folder;
   QWidget window;
   window.setObjectName("frmLarge");
@@ -84,7 +84,7 @@ TEST(WidgetMemory, AWindowIsNoLargerThanTheScreenTheFirstTime) {
   EXPECT_GT(window.width(), window.screen()->availableSize().width() / 2);
 }
 
-TEST(WidgetMemory, AFileOfRubbishChangesNothing) {
+TEST(WidgetMemory, IgnoresAMalformedFile) {
   for (const std::string& rubbish :
        {std::string("\xff\x00\x01[[[\n=\n", 9),
         std::string("[frmForm]\ngeometry=@Rect(x y)\ncolumns=@ByteArray(\\xff\\xfe)\n"),

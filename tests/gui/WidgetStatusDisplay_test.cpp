@@ -23,7 +23,7 @@ struct Shown {
   Shown() { display.ShowIn({.label = &label, .bar = &bar, .lines = &lines, .step = &step}); }
 };
 
-TEST(WidgetStatusDisplay, ShowsWhatWasSetLastEvenWhenNothingLetsEventsRun) {
+TEST(WidgetStatusDisplay, ShowsTheLastValueWithoutProcessEvents) {
   Shown shown;
   shown.display.SetRange(10);
   shown.display.SetLabel("1%");
@@ -42,7 +42,7 @@ TEST(WidgetStatusDisplay, ShowsStepsAndLinesAtOnce) {
   EXPECT_EQ(FromQt(shown.lines.toPlainText()), "Found 3 OK files\n<b>as it stands</b>");
 }
 
-TEST(WidgetStatusDisplay, LetsEventsRunByTimeHoweverOftenItIsAsked) {
+TEST(WidgetStatusDisplay, ProcessesEventsByTimeHoweverOftenItIsCalled) {
   Shown shown;
   int turns = 0;
   QTimer timer;
@@ -55,7 +55,7 @@ TEST(WidgetStatusDisplay, LetsEventsRunByTimeHoweverOftenItIsAsked) {
   EXPECT_LE(turns, 5);
 }
 
-TEST(WidgetStatusDisplay, LeavesOutWidgetsThatAreGone) {
+TEST(WidgetStatusDisplay, IgnoresDestroyedWidgets) {
   WidgetStatusDisplay display;
   {
     QLabel label;

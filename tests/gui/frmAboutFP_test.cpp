@@ -23,7 +23,7 @@ struct AboutBox {
   }
 };
 
-TEST(frmAboutFP, ShowsTheVersionToRead) {
+TEST(frmAboutFP, ShowsTheVersionReadOnly) {
   const AboutBox about;
   EXPECT_EQ(FromQt(about.form.windowTitle()), "About Fieldpost");
   EXPECT_EQ(FromQt(about.Find<QGroupBox>("freRelease").title()), "Release version information");
@@ -36,7 +36,7 @@ TEST(frmAboutFP, ShowsTheVersionToRead) {
   EXPECT_EQ(FromQt(about.Find<QPushButton>("cmdOK").text()), "OK");
 }
 
-TEST(frmAboutFP, KeysCloseItButNotTheComponentsButton) {
+TEST(frmAboutFP, ClosesByKeysButNotByTheComponentsButton) {
   struct Row {
     const char* focus;
     Qt::Key key;
@@ -54,7 +54,7 @@ TEST(frmAboutFP, KeysCloseItButNotTheComponentsButton) {
   }
 }
 
-TEST(frmAboutFP, ButtonsAnswerTheMouse) {
+TEST(frmAboutFP, ButtonsWorkByMouse) {
   const AboutBox about;
   QTest::mouseClick(&about.Find<QPushButton>("cmdComponents"), Qt::LeftButton);
   EXPECT_TRUE(about.form.isVisible());

@@ -31,7 +31,8 @@ struct DeleteSite : test::ArchiveSite {
   std::unique_ptr<frmArchiveDelete> form;
 
   frmArchiveDelete& Open(const std::string& productCode, PathList paths = {}) {
-    form = std::make_unique<frmArchiveDelete>(files, program.settings, program.log, prompt, productCode);
+    const RunContext run{files, clock, program.paths, program.settings, program.log};
+    form = std::make_unique<frmArchiveDelete>(run, prompt, productCode);
     form->DeleteItems(std::move(paths));
     form->show();
     form->activateWindow();
@@ -57,7 +58,7 @@ struct DeleteSite : test::ArchiveSite {
   }
 };
 
-TEST(frmArchiveDelete, HasItsControls) {
+TEST(frmArchiveDelete, HasTheGivenControls) {
   DeleteSite site;
   site.Archived("a/1.xml");
   site.Open("a");
@@ -89,7 +90,7 @@ TEST(frmArchiveDelete, HasOneRuleAtATime) {
   EXPECT_THAT(boxes.seen, IsEmpty()) << "no rule, no question";
 }
 
-TEST(frmArchiveDelete, CanBeDrivenByKeys) {
+TEST(frmArchiveDelete, WorksByKeyboard) {
   DeleteSite site;
   site.Archived("a/1.xml");
   site.Open("a");
@@ -113,7 +114,7 @@ TEST(frmArchiveDelete, SaysThatTheArchiveIsEmpty) {
   EXPECT_TRUE(site.form->isVisible());
 }
 
-TEST(frmArchiveDelete, LeavesEverythingWhenTheAnswerIsNo) {
+TEST(frmArchiveDelete, DeletesNothingWhenTheAnswerIsNo) {
   struct Row {
     const char* name;
     Qt::Key key;
@@ -135,8 +136,8 @@ TEST(frmArchiveDelete, LeavesEverythingWhenTheAnswerIsNo) {
   }
 }
 
-/// What a rule leaves of one and the same Archive, and what it says.
-TEST(frmArchiveDelete, DeletesByTheRuleThatIsChosen) {
+/// A rule, the files that it leaves, and its result message.
+TEST(frmArchiveDelete, DeletesByTheChosenRule) {
   struct Row {
     const char* rule;
     const char* message;
@@ -173,7 +174,7 @@ TEST(frmArchiveDelete, DeletesByTheRuleThatIsChosen) {
   }
 }
 
-TEST(frmArchiveDelete, SaysThatAllAreDeletedWhereThereWasNoFile) {
+TEST(frmArchiveDelete, ReportsSuccessWhenThereWasNoFile) {
   DeleteSite site;
   site.folder.Folder("home/Faultlog/Archive/a");
   site.folder.Folder("home/Faultlog/Archive/b");
@@ -220,7 +221,7 @@ TEST(frmArchiveDelete, ShowsTheProductCodeAsText) {
   EXPECT_TRUE(fs::exists(file)) << "it lies beside the product codes";
 }
 
-TEST(frmArchiveDelete, TellsTheLogWhatCouldNotBeDeleted) {
+TEST(frmArchiveDelete, LogsFilesThatCouldNotBeDeleted) {
   DeleteSite site;
   const fs::path outside = site.folder.Write("outside.xml", "x");
   const fs::path file = site.Archived("a/1.xml");
@@ -251,7 +252,7 @@ TEST(frmArchiveDelete, DeletesNothingWhileAnotherRunWorks) {
   EXPECT_FALSE(fs::exists(file));
 }
 
-/// Answers Yes, and looks whether another run could work while a result is on the screen.
+/// Answers Yes, and notes whether another run could take the lock while the result is shown.
 struct LookingPrompt final : UserPrompt {
   explicit LookingPrompt(test::ArchiveSite& its) : site(its) {}
 
@@ -264,7 +265,7 @@ struct LookingPrompt final : UserPrompt {
   std::optional<bool> couldLock;
 };
 
-TEST(frmArchiveDelete, LetsOtherRunsWorkWhileTheResultIsRead) {
+TEST(frmArchiveDelete, ReleasesTheLockWhileTheResultIsShown) {
   DeleteSite site;
   const fs::path file = site.Archived("a/1.xml");
   LookingPrompt prompt(site);
@@ -276,7 +277,7 @@ TEST(frmArchiveDelete, LetsOtherRunsWorkWhileTheResultIsRead) {
   EXPECT_EQ(prompt.couldLock, true);
 }
 
-TEST(frmArchiveDelete, EndsEarlyWhenItIsClosed) {
+TEST(frmArchiveDelete, CancelsTheDeletionWhenClosed) {
   DeleteSite site;
   site.Multiply(site.Archived("a/first.xml"), "a", 9999);
   site.Open("a");
@@ -300,7 +301,7 @@ TEST(frmArchiveDelete, EndsEarlyWhenItIsClosed) {
   EXPECT_FALSE(site.form->isVisible());
 }
 
-TEST(frmArchiveDelete, TellsWhoeverWaitsThatItClosed) {
+TEST(frmArchiveDelete, EmitsFinishedWhenItCloses) {
   for (const char* way : {"cancel", "escape", "close"}) {
     DeleteSite site;
     site.Archived("a/1.xml");

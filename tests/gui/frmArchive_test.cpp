@@ -98,7 +98,7 @@ struct ListSite : test::ArchiveSite {
   }
 };
 
-TEST(frmArchive, HasItsControls) {
+TEST(frmArchive, HasTheGivenControls) {
   ListSite site;
   site.Open();
   EXPECT_EQ(site.Find<QGroupBox>("fraProductcode").title(), QStringLiteral("Productcode"));
@@ -173,7 +173,7 @@ TEST(frmArchive, ShowsSizesAndModes) {
             ModifiedText(site.files.Stamp(site.Archive("4711/a.xml"))));
 }
 
-TEST(frmArchive, ListsTheProductCodeThatIsChosen) {
+TEST(frmArchive, ListsTheChosenProductCode) {
   ListSite site;
   site.Archived("a/1.xml");
   site.Archived("b/2.xml");
@@ -215,7 +215,7 @@ TEST(frmArchive, RebuildsTheProductCodesWhenTheirNumberChanges) {
   EXPECT_THAT(site.Rows(), ElementsAre("1.xml"));
 }
 
-TEST(frmArchive, FindsTheFirstProductCodeThatComes) {
+TEST(frmArchive, SelectsTheFirstProductCodeThatAppears) {
   ListSite site;
   site.Open();
   site.Archived("a/1.xml");
@@ -224,7 +224,7 @@ TEST(frmArchive, FindsTheFirstProductCodeThatComes) {
   EXPECT_THAT(site.Rows(), ElementsAre("1.xml"));
 }
 
-TEST(frmArchive, StaysAsItIsWithoutAnArchiveFolder) {
+TEST(frmArchive, KeepsTheListWithoutAnArchiveFolder) {
   ListSite site;
   site.Archived("a/1.xml");
   site.Open();
@@ -303,7 +303,7 @@ TEST(frmArchive, KeepsLongNamesApartInEveryView) {
   }
 }
 
-TEST(frmArchive, FindsItsViewAndColumnsAgain) {
+TEST(frmArchive, RestoresViewAndColumns) {
   ListSite site;
   site.Archived("a/b.xml", "P", 2000);
   site.Archived("a/c.xml", "P", 1000);
@@ -320,7 +320,7 @@ TEST(frmArchive, FindsItsViewAndColumnsAgain) {
   EXPECT_THAT(site.Rows(), ElementsAre("b.xml", "c.xml")) << "a fresh list has the given order";
 }
 
-TEST(frmArchive, SortsByTheColumnThatIsClicked) {
+TEST(frmArchive, SortsByTheClickedColumn) {
   ListSite site;
   struct Row {
     const char* name;
@@ -328,7 +328,7 @@ TEST(frmArchive, SortsByTheColumnThatIsClicked) {
     std::size_t size;
     int hoursAgo;
   };
-  // The texts of the sizes would come in another order than their numbers, and so would those of the dates.
+  // Sizes and dates sort differently as texts.
   const auto noon = fs::file_time_type::clock::now();
   for (const Row& row : {Row{"B.xml", "F", 1000, 24 * 40}, Row{"a.xml", "A", 20000, 24 * 2},
                          Row{"c.xml", "P", 100, 24 * 9}, Row{"d.xml", "A", 100, 24 * 400}}) {
@@ -378,7 +378,7 @@ TEST(frmArchive, OpensAFileByDoubleClickAndEnter) {
   EXPECT_TRUE(site.Icons().actions().contains(&site.Find<QAction>("Delete")));
 }
 
-TEST(frmArchive, OpensNothingWhenThereIsNothing) {
+TEST(frmArchive, OpensNothingFromAnEmptyList) {
   ListSite site;
   site.Open();
   site.Tree().setFocus();
@@ -387,7 +387,7 @@ TEST(frmArchive, OpensNothingWhenThereIsNothing) {
   EXPECT_THAT(site.opened, IsEmpty());
 }
 
-TEST(frmArchive, HandsOverTheSelectedFilesToBeDeleted) {
+TEST(frmArchive, RequestsTheDeletionOfTheSelectedFiles) {
   ListSite site;
   for (const char* name : {"a", "b", "c", "d"}) site.Archived("4711/" + std::string(name) + ".xml");
   site.Open();
@@ -409,7 +409,7 @@ TEST(frmArchive, HandsOverTheSelectedFilesToBeDeleted) {
   EXPECT_EQ(site.deletions.size(), 2U) << "none of them is there any more";
 }
 
-TEST(frmArchive, ShowsWhatADeletionLeft) {
+TEST(frmArchive, RefillsAfterADeletion) {
   ListSite site;
   site.Archived("a/1.xml");
   site.Archived("a/2.xml");
@@ -431,7 +431,7 @@ TEST(frmArchive, ShowsWhatADeletionLeft) {
   MessageBoxes boxes({Qt::Key_Y, Qt::Key_Return});
   boxes.onDialog = [](QDialog& dialog) {
     auto* const button = dialog.findChild<QPushButton*>(QStringLiteral("cmdDelete"));
-    // Not from in here: the boxes that follow are to be answered too.
+    // Posted, so that the message boxes that follow are answered too.
     QTimer::singleShot(0, button, [button] { QTest::mouseClick(button, Qt::LeftButton); });
   };
   site.Press("Delete");
@@ -441,7 +441,7 @@ TEST(frmArchive, ShowsWhatADeletionLeft) {
   EXPECT_THAT(site.Rows(), ElementsAre("1.xml", "2.xml"));
 }
 
-/// So many files that filling the list takes a while.
+/// An archive with so many files that filling the list takes a while.
 struct LongList : ListSite {
   LongList() {
     Multiply(folder.Write("home/Faultlog/file", test::FaultlogXml("4711", std::string(80, 'P'))), "long",
@@ -449,7 +449,7 @@ struct LongList : ListSite {
     Archived("short/1.xml");
   }
   static constexpr std::size_t Count = 10'000;
-  /// Calls `action` again and again while the list is being filled.
+  /// Calls `action` repeatedly while the list is being filled.
   void WhileFilling(const std::function<void()>& action) {
     QObject::connect(&timer, &QTimer::timeout, &timer, [this, action] {
       if (!form || !Find<QProgressBar>("ProBar1").isVisible()) return;
@@ -462,7 +462,7 @@ struct LongList : ListSite {
   int ticks = 0;
 };
 
-TEST(frmArchive, TakesTheLastWishWhileItIsBeingFilled) {
+TEST(frmArchive, ShowsTheListRequestedLastWhileFilling) {
   LongList site;
   int nested = 0;
   site.WhileFilling([&] {
@@ -482,7 +482,7 @@ TEST(frmArchive, TakesTheLastWishWhileItIsBeingFilled) {
   EXPECT_EQ(site.Rows().size(), LongList::Count) << "and the list that was broken off is whole the next time";
 }
 
-TEST(frmArchive, ClosesWhileItIsBeingFilled) {
+TEST(frmArchive, ClosesWhileFilling) {
   LongList site;
   QMdiArea area;
   auto* const form = new frmArchive(site.files, site.program.settings, site.program.log, site.memory);
@@ -505,7 +505,7 @@ TEST(frmArchive, ClosesWhileItIsBeingFilled) {
   EXPECT_THAT(area.subWindowList(), IsEmpty());
 }
 
-TEST(frmArchive, AnswersWhileItListsTenThousandFiles) {
+TEST(frmArchive, ProcessesEventsWhileListingTenThousandFiles) {
   LongList site;
   QElapsedTimer sinceTick;
   qint64 largest = 0;

@@ -46,7 +46,7 @@ struct HelpSite : test::WindowSite {
   [[nodiscard]] std::string Source() const { return FromQt(Page().source().path().mid(5)); }
   [[nodiscard]] std::string Text() const { return FromQt(Page().toPlainText()); }
 
-  /// The titles of the book's chapters.
+  /// Returns the titles of the book's chapters.
   [[nodiscard]] std::vector<std::string> Chapters() const {
     const QAbstractItemModel& model = *Contents().model();
     const QModelIndex book = model.index(0, 0);
@@ -57,7 +57,7 @@ struct HelpSite : test::WindowSite {
     return titles;
   }
 
-  /// Types words into the search, as a user does; returns the titles of the pages found.
+  /// Types words into the search. Returns the titles of the pages that are found.
   std::vector<std::string> Search(const char* words) const {
     QTest::keyClick(form.get(), Qt::Key_F, Qt::ControlModifier);
     auto& box = Find<QLineEdit>("txtSearch");
@@ -85,7 +85,7 @@ TEST(frmHelp, ShowsItsFirstPageAndChapters) {
   EXPECT_TRUE(std::filesystem::exists(HelpFile(site.home)));
 }
 
-TEST(frmHelp, EveryChapterShowsAPage) {
+TEST(frmHelp, ShowsAPageForEveryChapter) {
   HelpSite site;
   site.Open();
   const QModelIndex book = site.Contents().model()->index(0, 0);
@@ -109,7 +109,7 @@ TEST(frmHelp, SearchFindsMessages) {
   EXPECT_EQ(FromQt(site.Find<QLabel>("lblFound").text()), "Nothing found");
 }
 
-TEST(frmHelp, AFoundPageIsShown) {
+TEST(frmHelp, ShowsAFoundPage) {
   HelpSite site;
   site.Open();
   ASSERT_THAT(site.Search("crontab"), ElementsAre("Unattended runs"));
@@ -120,7 +120,7 @@ TEST(frmHelp, AFoundPageIsShown) {
   EXPECT_EQ(site.Source(), "unattended.html");
 }
 
-TEST(frmHelp, LinksLeadOnAndBack) {
+TEST(frmHelp, FollowsLinksForwardAndBack) {
   HelpSite site;
   site.Open();
   QTest::keyClick(&site.Page(), Qt::Key_Tab);
@@ -136,7 +136,7 @@ TEST(frmHelp, LinksLeadOnAndBack) {
   EXPECT_FALSE(site.Find<QPushButton>("cmdForward").isEnabled());
 }
 
-TEST(frmHelp, KeywordsLeadToTheirPages) {
+TEST(frmHelp, ShowsThePagesOfKeywords) {
   HelpSite site;
   site.Open();
   site.Find<QTabWidget>("tabHelp").setCurrentIndex(1);
@@ -161,14 +161,14 @@ TEST(frmHelp, KeysChangeTheSizeOfLetters) {
   EXPECT_LT(site.Page().font().pointSize(), normal);
 }
 
-TEST(frmHelp, EscapeClosesIt) {
+TEST(frmHelp, ClosesOnEscape) {
   HelpSite site;
   site.Open();
   QTest::keyClick(&site.Page(), Qt::Key_Escape);
   EXPECT_FALSE(site.form->isVisible());
 }
 
-TEST(frmHelp, ABookThatCannotBeOpenedGivesOneMessage) {
+TEST(frmHelp, ShowsOneMessageWhenTheBookCannotBeOpened) {
   HelpSite site;
   std::filesystem::create_directory(HelpFile(site.home));
   test::MessageBoxes boxes;
@@ -181,7 +181,7 @@ TEST(frmHelp, ABookThatCannotBeOpenedGivesOneMessage) {
   EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Warning);
 }
 
-TEST(frmHelp, ABookOfAnotherVersionIsReplaced) {
+TEST(frmHelp, ReplacesABookOfAnotherVersion) {
   HelpSite site;
   site.folder.Write("home/FPhelp.hlp", "of old");
   site.Open();

@@ -12,12 +12,12 @@ namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
-using test::OptionsForm;
+using test::frmOptionsTest;
 using test::Part;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(OptionsForm, LoadsEveryControl) {
+TEST_F(frmOptionsTest, LoadsEveryControl) {
   settings_ = {.ArchiveFolder = "/a/",
                .ProcessFolder = "/p/",
                .SMTPServer = "mail.example",
@@ -72,7 +72,7 @@ TEST_F(OptionsForm, LoadsEveryControl) {
   EXPECT_EQ(form_->windowTitle(), "Options");
 }
 
-TEST_F(OptionsForm, WhatNeverWasSetShowsItsDefault) {
+TEST_F(frmOptionsTest, ShowsDefaultsForMissingSettings) {
   settings_ = {};
   Shown();
   EXPECT_EQ(Text("txtSMTPport"), "25");
@@ -86,7 +86,7 @@ TEST_F(OptionsForm, WhatNeverWasSetShowsItsDefault) {
   EXPECT_EQ(settings_, MailSettings()) << "showing sets nothing";
 }
 
-TEST_F(OptionsForm, TheNumberOfAttachmentsIsAPlaceInItsList) {
+TEST_F(frmOptionsTest, StoresTheNumberOfAttachmentsAsAnIndex) {
   Shown();
   const auto& list = Part<QComboBox>(*form_, "CmbNumAttachments");
   QStringList entries;
@@ -99,7 +99,7 @@ TEST_F(OptionsForm, TheNumberOfAttachmentsIsAPlaceInItsList) {
   }
 }
 
-TEST_F(OptionsForm, LoadedButNeverShownItTakesOverTheSuitesPartnerID) {
+TEST_F(frmOptionsTest, CopiesTheSuitesPartnerIDWhenLoaded) {
   const fs::path suite = site_.folder.Write("home/faultlog.ini", "[PlaceInfo]\nPartnerID=\"AB12  \"\n");
   settings_.PartnerID = "OLD";
   const frmOptions form(store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory);
@@ -110,7 +110,7 @@ TEST_F(OptionsForm, LoadedButNeverShownItTakesOverTheSuitesPartnerID) {
   EXPECT_EQ(test::ReadFile(suite), "[PlaceInfo]\nPartnerID=AB12\n");
 }
 
-TEST_F(OptionsForm, EachShowingLoadsAnew) {
+TEST_F(frmOptionsTest, LoadsAgainEachTimeItIsShown) {
   frmOptions form(store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory);
   site_.folder.Write("home/faultlog.ini", "[PlaceInfo]\nPartnerID=NEW7\n");
   settings_.SMTPServer = "other.example";
@@ -130,7 +130,7 @@ TEST_F(OptionsForm, EachShowingLoadsAnew) {
   EXPECT_EQ(settings_.SMTPServer, "other.example");
 }
 
-TEST_F(OptionsForm, SavingWithNothingTouchedKeepsEverySetting) {
+TEST_F(frmOptionsTest, SavingUnchangedKeepsEverySetting) {
   site_.SetRegistry(FaultlogRecipientKey, "", "f@x");
   site_.SetRegistry(PpcRecipientKey, "", "p@x");
   settings_ = {.ArchiveFolder = Tree("Archive"),
@@ -168,7 +168,7 @@ TEST_F(OptionsForm, SavingWithNothingTouchedKeepsEverySetting) {
   EXPECT_EQ(Recipient(PpcRecipientKey), "p@x");
 }
 
-TEST_F(OptionsForm, SavesWhatWasTyped) {
+TEST_F(frmOptionsTest, SavesWhatWasTyped) {
   Shown();
   for (const auto& [name, text] :
        std::vector<std::pair<const char*, const char*>>{{"txtSMTPserver", " new.example\n"},
@@ -220,7 +220,7 @@ TEST_F(OptionsForm, SavesWhatWasTyped) {
   EXPECT_EQ(test::ReadFile(site_.home / "LatestList.dat"), Tree("Latest") + "\n");
 }
 
-TEST_F(OptionsForm, AnEmptyPartnerIDLeavesBothFilesAlone) {
+TEST_F(frmOptionsTest, KeepsTheStoredPartnerIDWhenEmpty) {
   const fs::path suite = site_.folder.Write("home/faultlog.ini", "[PlaceInfo]\nPartnerID=AB12\n");
   Shown();
   const std::string before =
@@ -231,7 +231,7 @@ TEST_F(OptionsForm, AnEmptyPartnerIDLeavesBothFilesAlone) {
   EXPECT_EQ(ReadIniValue(site_.files, site_.home / "Options.ini", "Mail Options", "PartnerID"), before);
 }
 
-TEST_F(OptionsForm, AFailedSaveNamesThePlacesInTheirOrderAndStaysOpen) {
+TEST_F(frmOptionsTest, NamesUnsavedPlacesInOrderAndStaysOpen) {
   Shown();
   std::string places;
   fs::remove(site_.home / "LatestList.dat");
@@ -258,7 +258,7 @@ TEST_F(OptionsForm, AFailedSaveNamesThePlacesInTheirOrderAndStaysOpen) {
   EXPECT_EQ(boxes.seen.size(), 1U);
 }
 
-TEST_F(OptionsForm, ClosingSavesNothing) {
+TEST_F(frmOptionsTest, SavesNothingWhenClosed) {
   const MailSettings before = settings_;
   const std::set<std::string> names = test::Names(site_.home);
   for (const std::function<void()>& close : std::vector<std::function<void()>>{
@@ -281,7 +281,7 @@ TEST_F(OptionsForm, ClosingSavesNothing) {
   EXPECT_EQ(after, names);
 }
 
-TEST_F(OptionsForm, ThePartnerIDTakesLettersAndDigits) {
+TEST_F(frmOptionsTest, AcceptsLettersAndDigitsInThePartnerID) {
   for (const auto& [typed, expected] : std::vector<std::pair<QString, QString>>{
            {"AB-", "AB"}, {"A-B", "AB"}, {"a1 Z_9", "a1Z9"}, {"/0:9@A[Z`a{z", "09AZaz"}, {"éß", ""}}) {
     settings_.PartnerID = "";
@@ -294,7 +294,7 @@ TEST_F(OptionsForm, ThePartnerIDTakesLettersAndDigits) {
   }
 }
 
-TEST_F(OptionsForm, OnlyTheLastCharacterOfThePartnerIDIsChecked) {
+TEST_F(frmOptionsTest, ChecksOnlyTheLastCharacterOfThePartnerID) {
   settings_.PartnerID = "AB";
   Shown();
   QLineEdit& box = Box("txtPartnerID");
@@ -309,7 +309,7 @@ TEST_F(OptionsForm, OnlyTheLastCharacterOfThePartnerIDIsChecked) {
   EXPECT_EQ(box.cursorPosition(), 3);
 }
 
-TEST_F(OptionsForm, ThePasswordIsMaskedAndKept) {
+TEST_F(frmOptionsTest, MasksAndKeepsThePassword) {
   settings_.MailPassword = "s3cret";
   Shown();
   QLineEdit& box = Box("txtMailPassword");

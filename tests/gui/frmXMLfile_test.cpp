@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-TEST(frmXMLfile, HasItsMenuAndNames) {
+TEST(frmXMLfile, HasTheGivenMenuAndNames) {
   const test::ViewerSite viewer;
   EXPECT_EQ(FromQt(viewer.Find<QAction>("mnuPrint").text()), "&Print");
   EXPECT_EQ(FromQt(viewer.Find<QAction>("mnuClose").text()), "&Close");
@@ -41,7 +41,7 @@ TEST(frmXMLfile, ShowsAFileAllExpanded) {
   EXPECT_EQ(viewer.Tree().currentIndex().row(), 0);
 }
 
-TEST(frmXMLfile, AFileThatIsNotWellFormedLeavesTheTreeEmpty) {
+TEST(frmXMLfile, LeavesTheTreeEmptyWhenTheFileIsMalformed) {
   struct Row {
     const char* what;
     std::string text;
@@ -58,7 +58,7 @@ TEST(frmXMLfile, AFileThatIsNotWellFormedLeavesTheTreeEmpty) {
   }
 }
 
-TEST(frmXMLfile, AFileThatIsMissingLeavesTheTreeEmpty) {
+TEST(frmXMLfile, LeavesTheTreeEmptyWhenTheFileIsMissing) {
   test::ViewerSite viewer;
   viewer.Open(viewer.folder.Path() / "none.xml");
   EXPECT_THAT(viewer.Rows(), IsEmpty());
@@ -68,19 +68,19 @@ TEST(frmXMLfile, AFileThatIsMissingLeavesTheTreeEmpty) {
   EXPECT_TRUE(viewer.form->isVisible());
 }
 
-TEST(frmXMLfile, TwoTextsAroundAChildAreTwoParts) {
+TEST(frmXMLfile, ShowsTwoTextsAroundAChildAsTwoParts) {
   test::ViewerSite viewer;
   viewer.OpenText("<a>one<b/>two</a>");
   EXPECT_THAT(viewer.Rows(), ElementsAre("a:  one:  two", ".b"));
 }
 
-TEST(frmXMLfile, WhiteSpaceThatTheFileKeepsIsInTheLabel) {
+TEST(frmXMLfile, ShowsPreservedWhiteSpace) {
   test::ViewerSite viewer;
   viewer.OpenText("<a><b> </b><b xml:space='preserve'> </b></a>");
   EXPECT_THAT(viewer.Rows(), ElementsAre("a", ".b", ".b:  XML:SPACE=\"preserve\" :   "));
 }
 
-TEST(frmXMLfile, EachLoadBeginsAtNodeOne) {
+TEST(frmXMLfile, NumbersNodesFromOneOnEachLoad) {
   test::ViewerSite viewer;
   viewer.OpenText("<a><b/><c/></a>");
   viewer.Press(Qt::Key_Minus);
@@ -91,7 +91,7 @@ TEST(frmXMLfile, EachLoadBeginsAtNodeOne) {
   EXPECT_THAT(viewer.Rows(), IsEmpty());
 }
 
-TEST(frmXMLfile, NodesOpenAndCloseByKeysAndMouse) {
+TEST(frmXMLfile, ExpandsAndCollapsesByKeysAndMouse) {
   test::ViewerSite viewer;
   viewer.OpenText("<a><b><c/><d/></b><e><f/></e></a>");
   viewer.Press(Qt::Key_Down);
@@ -138,13 +138,13 @@ TEST(frmXMLfile, CopiesTheWholeLabel) {
   EXPECT_EQ(FromQt(QGuiApplication::clipboard()->text()), "b:  1\n2");
 }
 
-TEST(frmXMLfile, LabelsAreShownHarmlessly) {
+TEST(frmXMLfile, EscapesControlCharactersInLabels) {
   test::ViewerSite viewer;
   viewer.OpenText("<a b='&lt;img src=x&gt;'>1&#10;2&#9;3&#x85;\xE2\x80\xAE</a>");
   EXPECT_THAT(viewer.Rows(), ElementsAre("a:  B=\"<img src=x>\" :  1 2 3\xEF\xBF\xBD\xEF\xBF\xBD"));
 }
 
-TEST(frmXMLfile, FindsOnceRoundTheTree) {
+TEST(frmXMLfile, FindsOnceAroundTheTree) {
   test::ViewerSite viewer;
   viewer.OpenText("<a><hit>1</hit><b><HIT>2</HIT></b><c/></a>");
   viewer.Press(Qt::Key_F, Qt::ControlModifier);
@@ -186,7 +186,7 @@ TEST(frmXMLfile, FindsAnywhereInALongLabel) {
   EXPECT_EQ(*viewer.Tree().CurrentNode(), 1U);
 }
 
-TEST(frmXMLfile, HasItsKeysInAFrameWithAnotherOfItsKind) {
+TEST(frmXMLfile, KeysActOnTheActiveViewerOnly) {
   test::ViewerSite viewer;
   QMdiArea area;
   area.resize(900, 700);
@@ -219,7 +219,7 @@ TEST(frmXMLfile, HasItsKeysInAFrameWithAnotherOfItsKind) {
   }
 }
 
-TEST(frmXMLfile, ClosesFromItsMenuWithItsFrame) {
+TEST(frmXMLfile, ClosesItsSubWindowFromTheMenu) {
   test::ViewerSite viewer;
   QMdiArea area;
   area.show();

@@ -1,4 +1,4 @@
-// Runs the tests of the windows, with no display needed.
+// Runs the tests of the windows without a display.
 #include <gmock/gmock.h>
 
 #include <QApplication>

@@ -48,7 +48,7 @@ class OptionsStoreTest : public testing::Test {
   OptionsStore store_{files_, keys_, settings_, latest_, own_};
 };
 
-TEST_F(OptionsStoreTest, ThePartnerIDOfTheSuiteWins) {
+TEST_F(OptionsStoreTest, ThePartnerIDOfTheSuiteTakesPrecedence) {
   folder_.Write("inst/Faultlog.ini", "[placeinfo]\r\nPartnerID=AB12\r\nOther=1\r\n");
   settings_.PartnerID = "OLD";
   EXPECT_EQ(store_.LoadPartnerID(inst_), "AB12");
@@ -58,14 +58,14 @@ TEST_F(OptionsStoreTest, ThePartnerIDOfTheSuiteWins) {
   EXPECT_THAT(Names(inst_), testing::ElementsAre("Faultlog.ini"));
 }
 
-TEST_F(OptionsStoreTest, ThePartnerIDIsCleanedInBothFiles) {
+TEST_F(OptionsStoreTest, TrimsThePartnerIDInBothFiles) {
   folder_.Write("inst/faultlog.ini", "[PlaceInfo]\nPartnerID=\"AB12  \"\n");
   EXPECT_EQ(store_.LoadPartnerID(inst_), "AB12");
   EXPECT_EQ(OwnPartnerID(), "AB12");
   EXPECT_EQ(ReadFile(inst_ / "faultlog.ini"), "[PlaceInfo]\nPartnerID=AB12\n");
 }
 
-TEST_F(OptionsStoreTest, WithoutTheSuitesPartnerIDTheSettingsCounts) {
+TEST_F(OptionsStoreTest, UsesThePartnerIDOfTheSettingsWithoutTheSuites) {
   settings_.PartnerID = "OWN7";
   for (const char* content : {"", "[PlaceInfo]\nPartnerID=\n", "[Other]\nPartnerID=X\n"}) {
     folder_.Write("inst/faultlog.ini", content);
@@ -76,7 +76,7 @@ TEST_F(OptionsStoreTest, WithoutTheSuitesPartnerIDTheSettingsCounts) {
   EXPECT_EQ(store_.LoadPartnerID(folder_.Path() / "no such folder"), "OWN7");
 }
 
-TEST_F(OptionsStoreTest, WhatTheDialogShowsWhenNothingIsStored) {
+TEST_F(OptionsStoreTest, LoadsDefaultsWhenNothingIsStored) {
   const OptionsValues shown = store_.LoadOptions(inst_);
   OptionsValues expected;
   expected.settings.SMTPPort = "25";
@@ -89,12 +89,12 @@ TEST_F(OptionsStoreTest, WhatTheDialogShowsWhenNothingIsStored) {
   EXPECT_THAT(Names(own_), testing::IsEmpty());
 }
 
-TEST_F(OptionsStoreTest, TheDialogShowsThePartnerIDOfTheSuite) {
+TEST_F(OptionsStoreTest, LoadsThePartnerIDOfTheSuite) {
   folder_.Write("inst/Faultlog.ini", "[PlaceInfo]\nPartnerID=AB12\n");
   EXPECT_EQ(store_.LoadOptions(inst_).settings.PartnerID, "AB12");
 }
 
-TEST_F(OptionsStoreTest, WhatTheDialogShowsOfWhatIsStored) {
+TEST_F(OptionsStoreTest, LoadsTheStoredOptions) {
   settings_ = Shown().settings;
   latest_ = {"/x/"};
   SetRecipient(FaultlogRecipientKey, "f@x.example");
@@ -106,9 +106,9 @@ TEST_F(OptionsStoreTest, WhatTheDialogShowsOfWhatIsStored) {
   EXPECT_EQ(shown.latestFolders, latest_);
 }
 
-TEST_F(OptionsStoreTest, SavingReachesEveryPlace) {
+TEST_F(OptionsStoreTest, SavesToEveryPlace) {
   folder_.Write("inst/FaultLog.ini", "; suite\r\n[Directories]\r\nFaultLog=D:\\x\r\n");
-  EXPECT_TRUE(store_.SaveOptions(Shown(), inst_));
+  EXPECT_THAT(store_.SaveOptions(Shown(), inst_), testing::IsEmpty());
 
   EXPECT_EQ(settings_, Shown().settings);
   EXPECT_EQ(MailSettingsStore(files_, own_).Load(), Shown().settings);
@@ -121,27 +121,27 @@ TEST_F(OptionsStoreTest, SavingReachesEveryPlace) {
   EXPECT_EQ(fs::status(own_ / "Options.ini").permissions(), fs::perms::owner_read | fs::perms::owner_write);
 }
 
-TEST_F(OptionsStoreTest, AnEmptyPartnerIDLeavesBothFilesAlone) {
-  ASSERT_TRUE(store_.SaveOptions(Shown(), inst_));
+TEST_F(OptionsStoreTest, KeepsTheStoredPartnerIDWhenEmpty) {
+  ASSERT_THAT(store_.SaveOptions(Shown(), inst_), testing::IsEmpty());
   const std::string own = ReadFile(own_ / "Options.ini");
   const std::string suite = ReadFile(inst_ / "faultlog.ini");
   OptionsValues values = Shown();
   values.settings.PartnerID = "";
-  EXPECT_TRUE(store_.SaveOptions(values, inst_));
+  EXPECT_THAT(store_.SaveOptions(values, inst_), testing::IsEmpty());
   EXPECT_EQ(ReadFile(own_ / "Options.ini"), own);
   EXPECT_EQ(ReadFile(inst_ / "faultlog.ini"), suite);
   EXPECT_EQ(settings_.PartnerID, "") << "this run has none";
 }
 
-TEST_F(OptionsStoreTest, EmptyBoxesAreStoredEmpty) {
-  ASSERT_TRUE(store_.SaveOptions(Shown(), inst_));
+TEST_F(OptionsStoreTest, SavesEmptyTexts) {
+  ASSERT_THAT(store_.SaveOptions(Shown(), inst_), testing::IsEmpty());
   OptionsValues values = Shown();
   values.settings.ArchiveFolder = "";
   values.settings.ProcessFolder = "";
   values.settings.MailPassword = "";
   values.ppcRecipient = "";
   values.latestFolders = {};
-  EXPECT_TRUE(store_.SaveOptions(values, inst_));
+  EXPECT_THAT(store_.SaveOptions(values, inst_), testing::IsEmpty());
   const MailSettings stored = MailSettingsStore(files_, own_).Load();
   EXPECT_EQ(stored.ArchiveFolder, "");
   EXPECT_EQ(stored.ProcessFolder, "");
@@ -155,10 +155,9 @@ TEST_F(OptionsStoreTest, EmptyBoxesAreStoredEmpty) {
   EXPECT_EQ(data, (KeyData{KeyTypeText, ""}));
 }
 
-TEST_F(OptionsStoreTest, APlaceThatFailsDoesNotKeepTheOthersFromBeingSaved) {
+TEST_F(OptionsStoreTest, AFailingPlaceDoesNotBlockTheOthers) {
   folder_.Folder("inst/faultlog.ini");
-  EXPECT_FALSE(store_.SaveOptions(Shown(), inst_));
-  EXPECT_THAT(store_.UnsavedPlaces(), testing::ElementsAre((inst_ / "faultlog.ini").string()));
+  EXPECT_THAT(store_.SaveOptions(Shown(), inst_), testing::ElementsAre((inst_ / "faultlog.ini").string()));
   EXPECT_EQ(OwnPartnerID(), "NEW1");
   EXPECT_EQ(Recipient(PpcRecipientKey), "ppc@site.example");
   EXPECT_EQ(ReadFile(own_ / "LatestList.dat"), "/srv/b/\n/srv/a/\n");
@@ -166,19 +165,18 @@ TEST_F(OptionsStoreTest, APlaceThatFailsDoesNotKeepTheOthersFromBeingSaved) {
   OptionsValues values = Shown();
   values.settings.Organization = "two\nlines";
   values.faultlogRecipient = "other@site.example";
-  EXPECT_FALSE(store_.SaveOptions(values, folder_.Path()));
-  EXPECT_THAT(store_.UnsavedPlaces(), testing::ElementsAre((own_ / "Options.ini").string()));
+  EXPECT_THAT(store_.SaveOptions(values, folder_.Path()),
+              testing::ElementsAre((own_ / "Options.ini").string()));
   EXPECT_EQ(Recipient(FaultlogRecipientKey), "other@site.example");
 }
 
-TEST_F(OptionsStoreTest, TheUnsavedPlacesAreThoseOfTheLastSaveInItsOrder) {
+TEST_F(OptionsStoreTest, ReturnsTheUnsavedPlacesInTheOrderOfSaving) {
   folder_.Folder("own/Options.ini");
   folder_.Folder("inst/faultlog.ini");
   folder_.Folder("own/registry.sqlite");
   folder_.Folder("own/LatestList.dat");
-  EXPECT_FALSE(store_.SaveOptions(Shown(), inst_));
   EXPECT_THAT(
-      store_.UnsavedPlaces(),
+      store_.SaveOptions(Shown(), inst_),
       testing::ElementsAre((own_ / "Options.ini").string(), (inst_ / "faultlog.ini").string(),
                            "HKLM\\" + std::string(FaultlogRecipientKey),
                            "HKLM\\" + std::string(PpcRecipientKey), (own_ / "LatestList.dat").string()));
@@ -186,8 +184,7 @@ TEST_F(OptionsStoreTest, TheUnsavedPlacesAreThoseOfTheLastSaveInItsOrder) {
        {"own/Options.ini", "inst/faultlog.ini", "own/registry.sqlite", "own/LatestList.dat"}) {
     fs::remove(folder_.Path() / name);
   }
-  EXPECT_TRUE(store_.SaveOptions(Shown(), inst_));
-  EXPECT_THAT(store_.UnsavedPlaces(), testing::IsEmpty());
+  EXPECT_THAT(store_.SaveOptions(Shown(), inst_), testing::IsEmpty());
 }
 
 TEST(DefaultRecipientsTest, TheyAreAddresses) {

@@ -48,17 +48,17 @@ OptionsRefusal AtRow(std::string text, std::size_t row) {
   return {std::move(text), MessageIcon::Exclamation, "", OptionsPage::Folders, OptionsControl::LVPath, row};
 }
 
-TEST_F(OptionsValidationTest, WhatIsInOrderPasses) {
+TEST_F(OptionsValidationTest, AcceptsValidOptions) {
   EXPECT_EQ(Refusal(), std::nullopt);
 }
 
-TEST_F(OptionsValidationTest, EmptyArchiveAndProcessBoxesPass) {
+TEST_F(OptionsValidationTest, AcceptsEmptyArchiveAndProcessFolders) {
   shown_.settings.ArchiveFolder = "";
   shown_.settings.ProcessFolder = "";
   EXPECT_EQ(Refusal(), std::nullopt);
 }
 
-TEST_F(OptionsValidationTest, TheFirstFaultInTheOrderOfTheChecksIsTheOneTold) {
+TEST_F(OptionsValidationTest, ReportsTheFirstFaultInTheOrderOfTheChecks) {
   shown_.settings.ProcessFolder = missing_;
   shown_.settings.ArchiveFolder = missing_;
   shown_.settings.SMTPServer = "";
@@ -79,7 +79,7 @@ TEST_F(OptionsValidationTest, TheFirstFaultInTheOrderOfTheChecksIsTheOneTold) {
   EXPECT_EQ(Refusal(), std::nullopt);
 }
 
-TEST_F(OptionsValidationTest, ALatestFolderIsComparedWithTheProcessFolderAsWritten) {
+TEST_F(OptionsValidationTest, ComparesLatestAndProcessFoldersAsTexts) {
   const std::string other = Folder("pROCESS");
   for (const auto& [process, latest, expected] :
        std::vector<std::tuple<std::string, std::string, std::optional<OptionsRefusal>>>{
@@ -93,7 +93,7 @@ TEST_F(OptionsValidationTest, ALatestFolderIsComparedWithTheProcessFolderAsWritt
   }
 }
 
-TEST_F(OptionsValidationTest, AFileIsNoFolder) {
+TEST_F(OptionsValidationTest, RefusesAFileAsAFolder) {
   const std::string file = Utf8FromPath(folder_.Write("file.xml", ""));
   shown_.settings.ProcessFolder = file;
   EXPECT_EQ(Refusal(), NoProcessFolder);
@@ -102,11 +102,11 @@ TEST_F(OptionsValidationTest, AFileIsNoFolder) {
   EXPECT_EQ(Refusal(), AtRow("Folder not found: " + file, 0));
 }
 
-TEST_F(OptionsValidationTest, ConflictsOfTheFolderButtons) {
+TEST_F(OptionsValidationTest, FindsTheConflictsOfTheFolderButtons) {
   struct Row {
     FolderButton button;
     std::string chosen;
-    std::string message;  // empty: taken
+    std::string message;  // empty: accepted
   };
   const std::string free = Folder("free");
   for (const Row& row : {
@@ -129,7 +129,7 @@ TEST_F(OptionsValidationTest, ConflictsOfTheFolderButtons) {
   }
 }
 
-TEST_F(OptionsValidationTest, TheConflictsOfAButtonComeInTheirOrder) {
+TEST_F(OptionsValidationTest, FindsTheConflictsOfAButtonInOrder) {
   shown_.settings.ArchiveFolder = latest_;
   shown_.settings.ProcessFolder = latest_;
   for (const auto& [button, message] : std::vector<std::pair<FolderButton, std::string>>{
@@ -140,13 +140,13 @@ TEST_F(OptionsValidationTest, TheConflictsOfAButtonComeInTheirOrder) {
   }
 }
 
-TEST_F(OptionsValidationTest, AnEmptyBoxIsInConflictWithNothing) {
+TEST_F(OptionsValidationTest, FindsNoConflictWithAnEmptyFolder) {
   shown_.settings.ArchiveFolder = "";
   shown_.settings.ProcessFolder = "";
   EXPECT_EQ(FindFolderConflict(FolderButton::cmdBrowserAdd, Folder("free"), shown_), std::nullopt);
 }
 
-TEST_F(OptionsValidationTest, TypedFolders) {
+TEST_F(OptionsValidationTest, RefusesTypedFoldersThatCannotBeAdded) {
   const std::string file = Utf8FromPath(folder_.Write("file.xml", ""));
   const std::string filename = "Path not found! (Make sure you not insert filename)";
   const std::string incorrect = "Folder not found or path is incorrect";
@@ -169,7 +169,7 @@ TEST_F(OptionsValidationTest, TypedFolders) {
   }
 }
 
-TEST(AcceptedPartnerIDTest, OnlyTheLastCharacterIsLookedAt) {
+TEST(AcceptedPartnerIDTest, ChecksOnlyTheLastCharacter) {
   for (const auto& [typed, expected] : std::vector<std::pair<std::string, std::string>>{
            {"", ""},       {"A", "A"},           {"Z9", "Z9"}, {"az0", "az0"}, {"AB-", "AB"},
            {"A-B", "A-B"}, {"AB--", "AB-"},      {"-", ""},    {"A/", "A"},    {"A:", "A"},

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -69,42 +68,43 @@ struct PingSite {
   FakeEcho echo{steps};
   StepDisplay display{steps};
   modMailServerPing ping{hosts, echo, display};
-  std::string message = "before";
 };
 
-TEST(ModMailServerPingTest, AllStepsComeInOrder) {
+TEST(modMailServerPing, TakesItsStepsInOrder) {
   PingSite site;
-  EXPECT_TRUE(site.ping.PingMailServer("mail.partner.example", site.message));
+  EXPECT_TRUE(site.ping.PingMailServer("mail.partner.example").isReached);
   EXPECT_EQ(site.steps,
             (Steps{"start", "events", "resolve 'mail.partner.example'", "events", "echo", "events"}));
 }
 
-TEST(ModMailServerPingTest, TheEchoIsAsGiven) {
+TEST(modMailServerPing, SendsTheGivenEcho) {
   PingSite site;
-  site.ping.PingMailServer("mail.partner.example", site.message);
+  static_cast<void>(site.ping.PingMailServer("mail.partner.example"));
   EXPECT_EQ(site.echo.requests,
             (std::vector<EchoRequest>{{Address("192.0.2.7"), 32, 128, std::chrono::milliseconds(1000)}}));
 }
 
-TEST(ModMailServerPingTest, SocketsThatDoNotStartEndIt) {
+TEST(modMailServerPing, FailsWhenTheSocketsDoNotStart) {
   PingSite site;
   site.hosts.starts = false;
-  EXPECT_FALSE(site.ping.PingMailServer("mail.partner.example", site.message));
-  EXPECT_EQ(site.message, "WSock32.dll is Not responding!");
+  const PingResult result = site.ping.PingMailServer("mail.partner.example");
+  EXPECT_FALSE(result.isReached);
+  EXPECT_EQ(result.message, "WSock32.dll is Not responding!");
   EXPECT_EQ(site.steps, Steps{"start"});
-  EXPECT_EQ(site.ping.LastStatus(), 10091U);
+  EXPECT_EQ(result.status, 10091U);
 }
 
-TEST(ModMailServerPingTest, ANameWithoutAddressEndsItAndStopsTheSockets) {
+TEST(modMailServerPing, StopsTheSocketsWhenTheNameHasNoAddress) {
   PingSite site;
   site.hosts.addresses.clear();
-  EXPECT_FALSE(site.ping.PingMailServer("nowhere.example", site.message));
-  EXPECT_EQ(site.message, "Unable To Resolve Host");
+  const PingResult result = site.ping.PingMailServer("nowhere.example");
+  EXPECT_FALSE(result.isReached);
+  EXPECT_EQ(result.message, "Unable To Resolve Host");
   EXPECT_EQ(site.steps, (Steps{"start", "events", "resolve 'nowhere.example'", "stop"}));
-  EXPECT_EQ(site.ping.LastStatus(), 11001U);
+  EXPECT_EQ(result.status, 11001U);
 }
 
-TEST(ModMailServerPingTest, BlanksRoundTheNameDoNotCount) {
+TEST(modMailServerPing, TrimsBlanksFromTheName) {
   for (const auto& [given, looked] :
        std::vector<std::pair<std::string, std::string>>{{"  mail.example", "mail.example"},
                                                         {"mail.example   ", "mail.example"},
@@ -114,27 +114,27 @@ TEST(ModMailServerPingTest, BlanksRoundTheNameDoNotCount) {
                                                         {"   ", ""},
                                                         {"", ""}}) {
     PingSite site;
-    site.ping.PingMailServer(given, site.message);
+    static_cast<void>(site.ping.PingMailServer(given));
     EXPECT_EQ(site.steps.at(2), "resolve '" + looked + "'") << "'" << given << "'";
   }
 }
 
-TEST(ModMailServerPingTest, OfSeveralAddressesTheFirstIsAsked) {
+TEST(modMailServerPing, PingsTheFirstOfSeveralAddresses) {
   PingSite site;
   site.hosts.addresses = {Address("192.0.2.9"), Address("192.0.2.1"), Address("127.0.0.1")};
   site.echo.status = 11010;
-  EXPECT_FALSE(site.ping.PingMailServer("many.example", site.message));
+  EXPECT_FALSE(site.ping.PingMailServer("many.example").isReached);
   ASSERT_EQ(site.echo.requests.size(), 1U);
   EXPECT_EQ(site.echo.requests.front().address, Address("192.0.2.9"));
 }
 
 struct StatusCase {
   std::uint32_t status;
-  std::optional<std::string> words;
-  bool answered = false;
+  std::string words;
+  bool isReached = false;
 };
 
-TEST(ModMailServerPingTest, EachStatusHasItsWordsOrLeavesTheMessage) {
+TEST(modMailServerPing, NamesEachStatusThatHasWords) {
   const std::vector<StatusCase> cases{
       {0, "Success", true},
       {11001, "Buffer too Small"},
@@ -149,7 +149,7 @@ TEST(ModMailServerPingTest, EachStatusHasItsWordsOrLeavesTheMessage) {
       {11010, "Reqested Timed Out"},
       {11011, "Bad Request"},
       {11012, "Bad Route"},
-      {11013, std::nullopt},
+      {11013, ""},
       {11014, "TTL Exprd Reassemb"},
       {11015, "Parameter Problem"},
       {11016, "Source Quench"},
@@ -159,46 +159,47 @@ TEST(ModMailServerPingTest, EachStatusHasItsWordsOrLeavesTheMessage) {
       {11020, "Spec MTU Change"},
       {11021, "MTU Change"},
       {11022, "Unload"},
-      {11023, std::nullopt},
+      {11023, ""},
       {11050, "General Failure"},
-      {11000, std::nullopt},
-      {1, std::nullopt},
-      {0x7FFFFFFFU, std::nullopt},
-      // Below zero as a signed number.
-      {0x80000000U, std::nullopt, true},
-      {0xFFFFFFFFU, std::nullopt, true},
+      {11000, ""},
+      {1, ""},
+      {0x7FFFFFFFU, ""},
+      // Negative as a signed number.
+      {0x80000000U, "", true},
+      {0xFFFFFFFFU, "", true},
   };
   for (const StatusCase& given : cases) {
     PingSite site;
     site.echo.status = given.status;
-    EXPECT_EQ(site.ping.PingMailServer("mail.example", site.message), given.answered) << given.status;
-    EXPECT_EQ(site.message, given.words.value_or("before")) << given.status;
-    EXPECT_EQ(site.ping.LastStatus(), given.status);
+    const PingResult result = site.ping.PingMailServer("mail.example");
+    EXPECT_EQ(result.isReached, given.isReached) << given.status;
+    EXPECT_EQ(result.message, given.words) << given.status;
+    EXPECT_EQ(result.status, given.status);
     EXPECT_EQ(site.steps.back(), "events") << given.status;
   }
 }
 
-TEST(ModMailServerPingTest, SendIcmpEchoTakesAnySizeAndReturnsTheStatus) {
+TEST(modMailServerPing, SendIcmpEchoTakesAnySizeAndReturnsTheStatus) {
   PingSite site;
   site.echo.status = 11013;
   EXPECT_EQ(site.ping.SendIcmpEcho(Address("192.0.2.5"), "192.0.2.5", 7), 11013U);
   EXPECT_EQ(site.echo.requests,
             (std::vector<EchoRequest>{{Address("192.0.2.5"), 7, 128, std::chrono::milliseconds(1000)}}));
-  EXPECT_EQ(site.ping.LastStatus(), 11013U);
 }
 
-/// The outcome of a check with the real resolver and real echoes: result, status and message.
+/// Checks with the real resolver and real echoes. Returns whether the machine was reached, status and
+/// message.
 std::string RealPing(std::string_view hostName) {
   SystemHostLookup hosts;
   SystemIcmpEcho echo;
   StatusDisplay display;
   modMailServerPing ping(hosts, echo, display);
-  std::string message = "before";
-  const bool answered = ping.PingMailServer(hostName, message);
-  return std::string(answered ? "yes " : "no ") + std::to_string(ping.LastStatus()) + " " + message;
+  const PingResult result = ping.PingMailServer(hostName);
+  return std::string(result.isReached ? "yes " : "no ") + std::to_string(result.status) + " " +
+         result.message;
 }
 
-TEST(ModMailServerPingTest, OnTheRealNetwork) {
+TEST(modMailServerPing, WorksOnARealNetwork) {
   for (const auto& [hostName, outcome] : std::vector<std::pair<std::string, std::string>>{
            {"localhost", "yes 0 Success"},
            {"  127.0.0.1 ", "yes 0 Success"},
@@ -209,7 +210,7 @@ TEST(ModMailServerPingTest, OnTheRealNetwork) {
   }
 }
 
-TEST(ModMailServerPingTest, AMachineThatDoesNotAnswerTimesOut) {
+TEST(modMailServerPing, TimesOutWhenTheMachineDoesNotAnswer) {
   EXPECT_EQ(InOwnNetwork({.answersEchoes = false}, [] { return RealPing("127.0.0.1"); }),
             "no 11010 Reqested Timed Out");
 }

@@ -1,5 +1,5 @@
-// Takes a picture of every window, as it looks in use: take_pictures FOLDER light|dark. Prints a line for
-// each: its name, width and height in pixels, brightness (0 to 255), and how many colours it has.
+// Saves a picture of every window in use: take_pictures FOLDER light|dark. Prints one line for each: its
+// name, width and height in pixels, mean brightness (0 to 255), and number of colours.
 #include <fmt/format.h>
 
 #include <QAction>
@@ -14,6 +14,7 @@
 #include <set>
 
 #include "archive/forms/frmArchive.h"
+#include "options/forms/WidgetNetworkDrives.h"
 #include "shell/forms/MDIFieldpost.h"
 #include "shell/forms/WidgetProgramIcon.h"
 #include "support/WindowSite.h"
@@ -32,7 +33,7 @@ QPalette DarkPalette() {
   return palette;
 }
 
-/// A site with something in it, and the main window on it.
+/// A site with some data, and the main window.
 class Pictures {
  public:
   explicit Pictures(std::filesystem::path folder) : folder_(std::move(folder)) {
@@ -41,7 +42,7 @@ class Pictures {
     FillSettings();
   }
 
-  /// Whether every picture could be taken.
+  /// Returns whether every picture could be saved.
   bool TakeAll() {
     window_.Load();
     window_.resize(1000, 680);
@@ -93,11 +94,11 @@ class Pictures {
   }
 
   void Save(QWidget& widget, const std::string& name) {
-    QTest::qWait(100);  // what is drawn later, such as a search index or a list, is there by then
+    QTest::qWait(100);  // until lists and the search index are complete
     const QImage picture = widget.grab().toImage();
     const QString file = PathToQt(folder_ / (name + ".png"));
     if (!picture.save(file)) {
-      fmt::print(stderr, "{}: cannot be saved\n", FromQt(file));
+      fmt::print(stderr, "cannot save {}\n", FromQt(file));
       taken_ = false;
     }
     Describe(name, picture);
@@ -124,7 +125,7 @@ class Pictures {
     return *window_.findChild<Form*>();
   }
 
-  /// The list of files, with the keyboard in it.
+  /// Activates the archive. Returns its list of files, which has the focus.
   QTreeView* ArchiveList() {
     Command("mnuArchive");
     window_.activateWindow();
@@ -199,7 +200,7 @@ class Pictures {
     QTest::keyClick(files, Qt::Key_Delete);
   }
 
-  /// The message boxes of a send with nothing to send but the three files, one after the other.
+  /// Takes the dialogs and message boxes of a send.
   void TakeSend() {
     QTimer timer;
     int number = 0;
@@ -233,7 +234,7 @@ class Pictures {
   std::unique_ptr<TopLevelWindows> desktop_ = SessionTopLevelWindows(true, "Fieldpost");
   SystemHostLookup hosts_;
   SystemIcmpEcho echo_;
-  DesktopNetworkDrives drives_;
+  WidgetNetworkDrives drives_;
   MDIFieldpost window_{site_.program,
                        {site_.prompt, site_.display, site_.memory, *desktop_, hosts_, echo_, drives_}};
   bool taken_ = true;

@@ -1,4 +1,4 @@
-// Files in the Archive folder of a test's site.
+// A fixture with files in the Archive folder.
 #pragma once
 
 #include <fmt/format.h>
@@ -11,12 +11,13 @@
 
 namespace fieldpost::test {
 
+/// A site whose Archive folder the test fills.
 struct ArchiveSite : WindowSite {
   [[nodiscard]] std::filesystem::path Archive(std::string_view name) const {
     return Tree("Archive") / PathFromUtf8(name);
   }
 
-  /// Writes an archived file with a mode letter, filled up to a size in bytes.
+  /// Writes an archived file with a mode indicator, padded to a size in bytes.
   std::filesystem::path Archived(std::string_view name, std::string_view mode = "P",
                                  std::size_t size = 0) const {
     std::string xml = fmt::format("<FLFILE><MODEIND>{}</MODEIND></FLFILE>", mode);
@@ -24,7 +25,7 @@ struct ArchiveSite : WindowSite {
     return folder.Write("home/Faultlog/Archive/" + std::string(name), xml);
   }
 
-  /// Gives an archived file further names, "000000.xml" and so on, in a product code.
+  /// Creates hard links to an archived file, "000000.xml" and so on, in a product code.
   void Multiply(const std::filesystem::path& file, std::string_view productCode, std::size_t count) const {
     const std::filesystem::path product = folder.Folder("home/Faultlog/Archive/" + std::string(productCode));
     for (std::size_t i = 0; i < count; ++i) {
@@ -32,7 +33,7 @@ struct ArchiveSite : WindowSite {
     }
   }
 
-  /// Every file and empty folder that is left in the Archive.
+  /// Returns every file and empty folder in the Archive, as sorted relative paths.
   [[nodiscard]] std::vector<std::string> Left() const {
     std::vector<std::string> left;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(Tree("Archive"))) {

@@ -3,7 +3,6 @@
 #include <dirent.h>
 #include <ifaddrs.h>
 #include <pwd.h>
-#include <spawn.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -64,8 +63,6 @@ passwd* __real_getpwuid(uid_t user);
 int __real_mkdir(const char* path, mode_t mode);
 int __real_open(const char* path, int flags, mode_t mode);
 int __real_openat(int folder, const char* name, int flags, mode_t mode);
-int __real_posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
-                       const posix_spawnattr_t* attributes, char* const* arguments, char* const* variables);
 ssize_t __real_read(int number, void* buffer, size_t size);
 dirent* __real_readdir(DIR* folder);
 ssize_t __real_recvfrom(int number, void* buffer, size_t size, int flags, sockaddr* from, socklen_t* length);
@@ -76,7 +73,6 @@ int __real_stat(const char* path, struct stat* state);
 int __real_syncfs(int number);
 int __real_unlink(const char* path);
 int __real_unlinkat(int folder, const char* name, int flags);
-pid_t __real_waitpid(pid_t child, int* status, int options);
 ssize_t __real_write(int number, const void* bytes, size_t size);
 
 int __wrap_access(const char* path, int rights) {
@@ -140,13 +136,6 @@ int __wrap_openat(int folder, const char* name, int flags, mode_t mode) {
   return CallFails("openat") ? -1 : __real_openat(folder, name, flags, mode);
 }
 
-int __wrap_posix_spawn(pid_t* child, const char* path, const posix_spawn_file_actions_t* actions,
-                       const posix_spawnattr_t* attributes, char* const* arguments, char* const* variables) {
-  return CallFails("posix_spawn")
-             ? errno
-             : __real_posix_spawn(child, path, actions, attributes, arguments, variables);
-}
-
 ssize_t __wrap_read(int number, void* buffer, size_t size) {
   return CallFails("read") ? -1 : __real_read(number, buffer, size);
 }
@@ -189,10 +178,6 @@ int __wrap_unlink(const char* path) {
 
 int __wrap_unlinkat(int folder, const char* name, int flags) {
   return CallFails("unlinkat") ? -1 : __real_unlinkat(folder, name, flags);
-}
-
-pid_t __wrap_waitpid(pid_t child, int* status, int options) {
-  return CallFails("waitpid") ? -1 : __real_waitpid(child, status, options);
 }
 
 ssize_t __wrap_write(int number, const void* bytes, size_t size) {

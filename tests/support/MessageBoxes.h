@@ -1,4 +1,4 @@
-// Answers the message boxes that come up while a test drives a window, and writes down what they said.
+// Answers and records message boxes while a test drives a window.
 #pragma once
 
 #include <QAbstractButton>
@@ -17,7 +17,7 @@
 
 namespace fieldpost::test {
 
-/// A message box as the user saw it.
+/// A message box as the user sees it.
 struct SeenBox {
   std::string text;
   QMessageBox::Icon icon;
@@ -31,8 +31,8 @@ struct SeenBox {
   }
 };
 
-/// From construction to destruction, every message box is answered by a real key as soon as it is up: the
-/// n-th with the n-th key, any further one with Enter. Other modal dialogs are handed to `onDialog`.
+/// For its lifetime, answers every message box with a real key as soon as it is visible: the n-th box with
+/// the n-th key, further boxes with Enter. Other modal dialogs are passed to `onDialog`.
 class MessageBoxes {
  public:
   explicit MessageBoxes(std::vector<Qt::Key> keys = {}) : keys_(std::move(keys)) {
@@ -46,8 +46,8 @@ class MessageBoxes {
 
   std::vector<SeenBox> seen;
 
-  /// What to do with a modal dialog that is no message box. Called once for each; it must see to it that the
-  /// dialog ends. Without it such dialogs are left alone.
+  /// Called once for each modal dialog that is not a message box; it must make the dialog close. Without it,
+  /// such dialogs are ignored.
   std::function<void(QDialog&)> onDialog;
 
  private:
@@ -76,7 +76,7 @@ class MessageBoxes {
 
   std::vector<Qt::Key> keys_;
   QTimer timer_;
-  QPointer<QDialog> handled_;  // one that is up and was answered
+  QPointer<QDialog> handled_;  // the visible dialog that was answered already
 };
 
 }  // namespace fieldpost::test

@@ -1,4 +1,4 @@
-// The options dialog on a site of its own, with a network and drives that the test sees.
+// A fixture of the options dialog, with a fake network and fake drives.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -44,19 +44,18 @@ class ReplyingEcho final : public IcmpEcho {
   }
 };
 
-class AskedDrives final : public NetworkDrives {
+class FakeDrives final : public NetworkDrives {
  public:
-  std::vector<std::string> asked;
-  std::string failure;
+  std::vector<std::string> calls;
+  std::string problem;
 
-  bool Connect(std::string& problem) override { return Ask("connect", problem); }
-  bool Disconnect(std::string& problem) override { return Ask("disconnect", problem); }
+  std::string Connect() override { return Record("connect"); }
+  std::string Disconnect() override { return Record("disconnect"); }
 
  private:
-  bool Ask(std::string what, std::string& problem) {
-    asked.push_back(std::move(what));
-    problem = failure;
-    return failure.empty();
+  std::string Record(std::string call) {
+    calls.push_back(std::move(call));
+    return problem;
   }
 };
 
@@ -67,7 +66,7 @@ T& Part(const QWidget& form, const char* name) {
   return *part;
 }
 
-class OptionsForm : public testing::Test {
+class frmOptionsTest : public testing::Test {
  protected:
   [[nodiscard]] std::string Tree(std::string_view name) const {
     return WithSeparator(Utf8FromPath(site_.Tree(name)));
@@ -79,10 +78,13 @@ class OptionsForm : public testing::Test {
     return program_.registry.QueryText(HKEY_LOCAL_MACHINE, key, "");
   }
 
-  /// The dialog, on the screen but not waited for.
+  [[nodiscard]] OptionsContext Context() {
+    return {store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory};
+  }
+
+  /// Shows a new dialog, and returns while it is open.
   frmOptions& Shown() {
-    form_ = std::make_unique<frmOptions>(store_, site_.files, program_.paths, site_.prompt, ping_, drives_,
-                                         site_.memory);
+    form_ = std::make_unique<frmOptions>(Context());
     form_->show();
     EXPECT_TRUE(QTest::qWaitForWindowActive(form_.get()));
     return *form_;
@@ -123,8 +125,8 @@ class OptionsForm : public testing::Test {
       program_.lists.LatestFolderList.push_back(PathFromUtf8(folder));
     }
   }
-  /// Presses a button, chooses a folder (or a file) in the dialog that it brings up, and answers the message
-  /// boxes after it.
+  /// Clicks a button, chooses a folder or a file in the dialog that it opens, and answers the message boxes
+  /// after it. Returns these boxes.
   std::vector<SeenBox> Choose(const char* button, const std::string& path,
                               Qt::Key key = Qt::Key_Return) const {
     MessageBoxes boxes;
@@ -145,7 +147,7 @@ class OptionsForm : public testing::Test {
   ReachableHosts hosts_;
   ReplyingEcho echo_;
   modMailServerPing ping_{hosts_, echo_, site_.display};
-  AskedDrives drives_;
+  FakeDrives drives_;
   std::unique_ptr<frmOptions> form_;
 };
 

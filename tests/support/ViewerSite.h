@@ -1,4 +1,4 @@
-// The XML viewer on a site of its own.
+// A fixture of the XML viewer.
 #pragma once
 
 #include <QAction>
@@ -15,7 +15,7 @@
 
 namespace fieldpost::test {
 
-/// A viewer on a site of its own.
+/// An XML viewer on a site of its own.
 struct ViewerSite : WindowSite {
   std::unique_ptr<frmXMLfile> form = std::make_unique<frmXMLfile>(files, program.log, prompt);
 
@@ -28,7 +28,7 @@ struct ViewerSite : WindowSite {
   WidgetXmlTree& Tree() const { return Find<WidgetXmlTree>("TWXML"); }
   void Trigger(const char* action) const { Find<QAction>(action).trigger(); }
 
-  /// Loads a file, and shows it until it is read.
+  /// Shows the viewer with a file, and waits until the file is read.
   void Open(const std::filesystem::path& path) {
     form->SetPath(path);
     form->resize(600, 400);
@@ -41,7 +41,7 @@ struct ViewerSite : WindowSite {
   }
   void OpenText(std::string_view xml) { Open(folder.Write("x.xml", xml)); }
 
-  /// The labels of the rows, each with a dot before it for each level.
+  /// Returns the labels of the rows, each after one dot for each level.
   std::vector<std::string> Rows() const {
     std::vector<std::string> rows;
     for (int row = 0; row < Tree().PrintedRows(); ++row) {
@@ -57,7 +57,7 @@ struct ViewerSite : WindowSite {
   std::string Title() const { return FromQt(form->windowTitle()); }
 };
 
-/// Writes a file of that many elements.
+/// Writes an XML file with this number of elements.
 inline std::filesystem::path WriteMany(const TempFolder& folder, int elements) {
   const std::filesystem::path path = folder / "many.xml";
   std::ofstream file(path, std::ios::binary);

@@ -1,4 +1,4 @@
-// A whole program on a folder of its own, with real message boxes and widgets.
+// A fixture of the whole program with real message boxes and widgets.
 #pragma once
 
 #include "common/forms/MessageBoxPrompt.h"

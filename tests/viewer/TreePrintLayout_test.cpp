@@ -16,12 +16,12 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
 
-// An A4 page of 96 pixels an inch on the screen; a text of 225 twips makes lines of 240.
+// An A4 page and a screen of 96 pixels per inch; a text of 225 twips makes lines of 240.
 constexpr PrintMeasures A4{
     .pageWidth = 11'000, .pageHeight = 16'000, .indentation = 20, .screenPixelX = 15, .screenPixelY = 15};
 constexpr Twips Text = 225;
 
-TEST(TreePrintLayout, ASingleRootIsOneLineWithoutConnectors) {
+TEST(TreePrintLayout, PlacesASingleRootWithoutConnectors) {
   const PrintedNode root = TreePrintLayout(A4, {}).Place(0, false, Text);
   EXPECT_EQ(root.page, 0U);
   EXPECT_EQ(root.top, 100);
@@ -32,7 +32,7 @@ TEST(TreePrintLayout, ASingleRootIsOneLineWithoutConnectors) {
   EXPECT_THAT(root.verticals, IsEmpty());
 }
 
-TEST(TreePrintLayout, RootsHaveNoConnectorsHoweverMany) {
+TEST(TreePrintLayout, PlacesRootsWithoutConnectors) {
   TreePrintLayout layout(A4, {});
   for (const bool more : {true, true, false}) {
     const PrintedNode root = layout.Place(0, more, Text);
@@ -41,7 +41,7 @@ TEST(TreePrintLayout, RootsHaveNoConnectorsHoweverMany) {
   }
 }
 
-TEST(TreePrintLayout, ConnectorsAreAsTheTableSays) {
+TEST(TreePrintLayout, DrawsConnectorsAsGiven) {
   // root
   // |- child
   // |  |- first
@@ -66,14 +66,14 @@ TEST(TreePrintLayout, ConnectorsAreAsTheTableSays) {
   EXPECT_THAT(sibling.verticals, ElementsAre(PrintedLine{150, 1060, 150, 1180}));
 }
 
-TEST(TreePrintLayout, TheLastChildsLineEndsAtTheMiddle) {
+TEST(TreePrintLayout, EndsTheLineOfTheLastChildAtItsMiddle) {
   TreePrintLayout layout(A4, {});
   layout.Place(0, false, Text);
   const PrintedNode last = layout.Place(1, false, Text);
   EXPECT_THAT(last.verticals, ElementsAre(PrintedLine{10, last.top, 10, last.top + last.height / 2}));
 }
 
-TEST(TreePrintLayout, BranchesThatEndedAreNotDrawnOn) {
+TEST(TreePrintLayout, DoesNotContinueBranchesThatEnded) {
   TreePrintLayout layout(A4, {});
   for (const bool more : {false, true, false, true}) layout.Place(more ? 1 : 0, more, Text);
   layout.Place(1, false, Text);
@@ -81,7 +81,7 @@ TEST(TreePrintLayout, BranchesThatEndedAreNotDrawnOn) {
   EXPECT_EQ(layout.Place(3, false, Text).verticals.size(), 1U);
 }
 
-TEST(TreePrintLayout, AFullPageAndOneLineMoreBreaksOnce) {
+TEST(TreePrintLayout, BreaksThePageOnceForOneLineTooMany) {
   struct Row {
     const char* what;
     Twips pageHeight;
@@ -104,7 +104,7 @@ TEST(TreePrintLayout, AFullPageAndOneLineMoreBreaksOnce) {
   }
 }
 
-TEST(TreePrintLayout, OpenBranchesGoOnOnTheNextPage) {
+TEST(TreePrintLayout, ContinuesOpenBranchesOnTheNextPage) {
   PrintMeasures measures = A4;
   measures.pageHeight = 100 + 2 * 240 + 100;
   TreePrintLayout layout(measures, {});
@@ -115,7 +115,7 @@ TEST(TreePrintLayout, OpenBranchesGoOnOnTheNextPage) {
   EXPECT_THAT(below.verticals, ElementsAre(PrintedLine{30, 100, 30, 220}, PrintedLine{10, 100, 10, 340}));
 }
 
-TEST(TreePrintLayout, WhatIsRightOfThePageIsLeftOut) {
+TEST(TreePrintLayout, OmitsLinesToTheRightOfThePage) {
   constexpr std::uint32_t depth = 100'000;
   TreePrintLayout layout(A4, {});
   std::size_t lines = 0;
@@ -133,7 +133,7 @@ TEST(TreePrintLayout, WhatIsRightOfThePageIsLeftOut) {
   std::cout << "100,000 levels with open branches: " << seconds << " s, " << lines << " lines\n";
 }
 
-TEST(TreePrintLayout, AViewWithoutIndentationPrintsAtTheLeftEdge) {
+TEST(TreePrintLayout, PlacesLabelsAtTheLeftEdgeWithoutIndentation) {
   PrintMeasures flat = A4;
   flat.indentation = 0;
   TreePrintLayout layout(flat, {});

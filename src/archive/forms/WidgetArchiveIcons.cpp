@@ -10,7 +10,7 @@
 namespace fieldpost {
 namespace {
 
-/// All signs are drawn on a sheet of so many units a side.
+/// The icons are drawn in a square of this many units a side.
 constexpr qreal Side = 16;
 
 void DrawFile(QPainter& painter) {

@@ -1,13 +1,14 @@
-// The archive list's icons, drawn in the colours of the user's palette and sharp at any scale.
+// The icons of the archive list.
 #pragma once
 
 #include <QIcon>
 
 namespace fieldpost {
 
-/// What an icon shows.
+/// The subject of an icon.
 enum class ArchiveSign { File, LargeIcons, SmallIcons, List, Details, Delete };
 
+/// Returns an icon that is drawn in the colours of the palette, sharp at any scale.
 QIcon ArchiveIcon(ArchiveSign sign);
 
 }  // namespace fieldpost

@@ -1,4 +1,4 @@
-// The archive list as its views see it: the rows, and the order that a click on a column asks for.
+// The item models of the archive list: its rows, and their sort order.
 #pragma once
 
 #include <QAbstractTableModel>
@@ -9,7 +9,7 @@
 
 namespace fieldpost {
 
-/// The columns of the archive list, by their place.
+/// The columns of the archive list, by their index.
 struct ArchiveColumn {
   static constexpr int Filename = 0;
   static constexpr int Size = 1;
@@ -18,19 +18,19 @@ struct ArchiveColumn {
   static constexpr int Count = 4;
 };
 
-/// The rows of an ArchiveList. Texts are made when a view asks for them, so that a row costs no more than its
-/// place in the list.
+/// Shows the rows of an ArchiveList. Texts are formatted when a view requests them, so that a row that is not
+/// visible costs nothing.
 class WidgetArchiveModel final : public QAbstractTableModel {
   Q_OBJECT
 
  public:
-  /// Shows nothing yet. `list` outlives the model.
+  /// Creates an empty model. `list` outlives it.
   WidgetArchiveModel(const ArchiveList& list, QObject* parent);
 
-  /// Shows the rows as they stand; they must not change while they are shown.
+  /// Shows the rows of the list, which must not change until HideRows.
   void ShowRows();
 
-  /// Shows no row, so that the list may change.
+  /// Empties the model, so that the list may change.
   void HideRows();
 
   [[nodiscard]] const ArchiveRow& Row(int row) const { return list_.Rows()[static_cast<std::size_t>(row)]; }
@@ -48,8 +48,8 @@ class WidgetArchiveModel final : public QAbstractTableModel {
   bool shown_ = false;
 };
 
-/// The rows in the order of a column: names and words without regard to case, sizes as numbers, times as
-/// times; rows that are alike in it by their place in the list.
+/// Sorts the rows by a column: names and modes without regard to the case of ASCII letters, sizes as numbers,
+/// dates by time. Rows that are equal in the column keep the order of the list.
 class WidgetArchiveOrder final : public QSortFilterProxyModel {
   Q_OBJECT
 

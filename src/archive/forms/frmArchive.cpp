@@ -27,12 +27,12 @@ namespace {
 
 const QString ViewKey = QStringLiteral("view");
 
-/// Characters; what is longer is shown with its middle left out.
+/// Longest and shortest texts, in characters; a longer one is shown with an ellipsis in its middle.
 constexpr int LongestTextBelowIcon = 20;
 constexpr int LongestTextBesideIcon = 36;
 constexpr int ShortestText = 8;
 
-/// Keeps each file's icon and name in its cell, whatever the length of the name.
+/// Gives each item the size of a cell, whatever the length of its name.
 class CellDelegate final : public QStyledItemDelegate {
  public:
   explicit CellDelegate(QListView& view) : QStyledItemDelegate(&view), view_(view) {}
@@ -68,7 +68,7 @@ frmArchive::frmArchive(const FileSystem& files, const MailSettings& settings, Mo
   connect(ui_->CmbProdcode, &QComboBox::currentIndexChanged, this, &frmArchive::Refresh);
 }
 
-/// The views go before the rows that they show.
+/// The views are destroyed before the models that they show.
 frmArchive::~frmArchive() {
   delete ui_->views;
 }
@@ -86,7 +86,7 @@ void frmArchive::SetUpViews() {
   columns.resizeSection(ArchiveColumn::Size, 16 * character);
   columns.resizeSection(ArchiveColumn::Modified, 16 * character);
   memory_.RestoreColumns(*this, columns);
-  // A fresh list is in the order of its names, whatever the last one was sorted by.
+  // The sort order is not restored: a new list is in the order of its names.
   columns.setSortIndicator(-1, Qt::AscendingOrder);
   columns.setSortIndicatorClearable(true);
   ui_->LVFileList->setSortingEnabled(true);
@@ -122,7 +122,7 @@ void frmArchive::SetUpToolbar() {
   ui_->Delete->setIcon(ArchiveIcon(ArchiveSign::Delete));
   for (QAction* const action : ui_->Toolbar1->actions()) {
     action->setData(action->objectName());
-    // A toolbar's buttons take no focus on their own, and so would not be in reach of the keyboard.
+    // By default the buttons of a toolbar take no focus, and the keyboard could not reach them.
     ui_->Toolbar1->widgetForAction(action)->setFocusPolicy(action->isSeparator() ? Qt::NoFocus
                                                                                  : Qt::TabFocus);
   }
@@ -151,7 +151,7 @@ void frmArchive::ShowIcons(const QAction& action) {
   FitIcons();
 }
 
-/// One size for all, so that the view need not lay fifty thousand names out by their own.
+/// Gives all cells one size, so that the view need not measure fifty thousand names.
 void frmArchive::FitIcons() {
   QListView& view = *ui_->LVFileListIcons;
   const bool large = view.viewMode() == QListView::IconMode;
@@ -169,7 +169,7 @@ void frmArchive::FitIcons() {
 
 void frmArchive::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
-  if (std::exchange(loaded_, true)) return;
+  if (std::exchange(isLoaded_, true)) return;
   const auto load = [this] {
     bool firstTime = true;
     UpdateList(firstTime);
@@ -177,11 +177,11 @@ void frmArchive::showEvent(QShowEvent* event) {
   QMetaObject::invokeMethod(this, load, Qt::QueuedConnection);
 }
 
-/// While a list is being filled the form is in use further down the stack and cannot go yet.
+/// While the list is being filled, UpdateList is on the stack; it closes the form when it has ended.
 void frmArchive::closeEvent(QCloseEvent* event) {
   memory_.SaveColumns(*this, *ui_->LVFileList->header());
-  if (!filling_) return QWidget::closeEvent(event);
-  closing_ = true;
+  if (!isFilling_) return QWidget::closeEvent(event);
+  isClosing_ = true;
   display_.RequestStop(true);
   event->ignore();
 }
@@ -192,19 +192,19 @@ void frmArchive::Refresh() {
 }
 
 void frmArchive::UpdateList(bool& firstTime) {
-  wanted_ = true;
-  if (std::exchange(firstTime, false)) wantedFirst_ = true;
-  if (filling_) return display_.RequestStop(true);
-  filling_ = true;
+  isRequested_ = true;
+  if (std::exchange(firstTime, false)) isFirstRequested_ = true;
+  if (isFilling_) return display_.RequestStop(true);
+  isFilling_ = true;
   KeepSelection();
-  while (wanted_ && !closing_) {
-    wanted_ = false;
+  while (isRequested_ && !isClosing_) {
+    isRequested_ = false;
     display_.RequestStop(false);
-    UpdateOnce(std::exchange(wantedFirst_, false));
+    UpdateOnce(std::exchange(isFirstRequested_, false));
   }
   RestoreSelection();
-  filling_ = false;
-  if (!std::exchange(closing_, false)) return;
+  isFilling_ = false;
+  if (!std::exchange(isClosing_, false)) return;
   auto* const frame = qobject_cast<QMdiSubWindow*>(parentWidget());
   QMetaObject::invokeMethod(frame == nullptr ? this : static_cast<QWidget*>(frame), &QWidget::close,
                             Qt::QueuedConnection);
@@ -243,7 +243,7 @@ void frmArchive::ShowProductCodes() {
   combo.addItems(codes);
 }
 
-/// Where the number of product codes has become smaller, the last one takes the place of one beyond.
+/// Selects the last product code when `place` is beyond it.
 void frmArchive::SelectProductCode(int place) {
   const QSignalBlocker blocker(ui_->CmbProdcode);
   const int last = ui_->CmbProdcode->count() - 1;

@@ -1,4 +1,4 @@
-// The archive browser: the filed faultlogger files of one product code, a child of the main window.
+// The archive browser.
 #pragma once
 
 #include <QWidget>
@@ -27,29 +27,29 @@ class frmArchive;
 
 namespace fieldpost {
 
-/// Lists a product code's files, opens them and has them deleted. It fills itself soon after it is shown
-/// first. While a list is being filled the window answers; a wish for another list ends the one in hand, and
-/// so does closing the window.
+/// A child window of the main window that lists the archived files of one product code. It fills its list
+/// when it is shown for the first time. Events are processed while the list is filled; a request for another
+/// list, or closing the window, cancels the filling.
 class frmArchive final : public QWidget {
   Q_OBJECT
 
  public:
-  /// Everything handed over outlives the form.
+  /// All arguments outlive the form.
   frmArchive(const FileSystem& files, const MailSettings& settings, ModWriteLogFile& log,
              WidgetMemory& memory, QWidget* parent = nullptr);
   ~frmArchive() override;
 
-  /// Lists anew. With `firstTime` the first product code is shown and the flag is cleared, else the one that
-  /// was. A failure goes to the log. Called while a list is being filled, it only leaves word for when that
-  /// one has ended, and returns at once.
+  /// Refills the list. With `firstTime` the first product code is shown and the flag is cleared; otherwise
+  /// the shown one stays. A failure is logged. While a list is being filled, the call cancels that, requests
+  /// another filling after it, and returns at once.
   void UpdateList(bool& firstTime);
 
  Q_SIGNALS:
-  /// The user wants to see a file. It was there when the list was filled, and may be gone.
+  /// The user opens a file, which may have been removed since the list was filled.
   void OpenFileRequested(const std::filesystem::path& file);
 
-  /// The user wants to delete. `files` are the selected ones, never none; `productCode` is the folder that
-  /// they are in.
+  /// The user requests a deletion. `files` are the selected ones, at least one; `productCode` is their
+  /// folder.
   void DeleteRequested(const fieldpost::PathList& files, const std::string& productCode);
 
  protected:
@@ -57,7 +57,7 @@ class frmArchive final : public QWidget {
   void closeEvent(QCloseEvent* event) override;
 
  private:
-  /// What is selected, by names, so that it can be found again in another list.
+  /// The selection by names, so that it can be restored after the list was refilled.
   struct Selection {
     std::string productCode;
     std::unordered_set<std::string> names;
@@ -95,14 +95,14 @@ class frmArchive final : public QWidget {
   WidgetArchiveModel model_;
   WidgetArchiveOrder order_;
   WidgetStatusDisplay display_;
-  std::vector<std::string> productCodes_;  // those in the combo box, in its order
-  std::string shownCode_;                  // of the rows that are shown
+  std::vector<std::string> productCodes_;  // the entries of the combo box, in its order
+  std::string shownCode_;                  // the product code of the rows that are shown
   Selection kept_;
-  bool loaded_ = false;
-  bool filling_ = false;
-  bool wanted_ = false;  // another list, once the one in hand has ended
-  bool wantedFirst_ = false;
-  bool closing_ = false;
+  bool isLoaded_ = false;
+  bool isFilling_ = false;
+  bool isRequested_ = false;  // another filling was requested meanwhile
+  bool isFirstRequested_ = false;
+  bool isClosing_ = false;
 };
 
 }  // namespace fieldpost

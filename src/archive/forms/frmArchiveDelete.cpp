@@ -18,16 +18,15 @@ std::string FoundOr(const DeletionResult& result, std::string found, std::string
 
 }  // namespace
 
-frmArchiveDelete::frmArchiveDelete(FileSystem& files, const MailSettings& settings, ModWriteLogFile& log,
-                                   UserPrompt& prompt, std::string productCode, QWidget* parent)
+frmArchiveDelete::frmArchiveDelete(const RunContext& run, UserPrompt& prompt, std::string productCode,
+                                   QWidget* parent)
     : QDialog(parent),
       ui_(std::make_unique<Ui::frmArchiveDelete>()),
-      files_(files),
-      log_(log),
+      run_(run),
       prompt_(prompt),
-      archive_(PathFromUtf8(WithSeparator(settings.ArchiveFolder))),
+      archive_(PathFromUtf8(WithSeparator(run.settings.ArchiveFolder))),
       productCode_(std::move(productCode)),
-      deletion_(files, archive_) {
+      deletion_(run.files, archive_) {
   ui_->setupUi(this);
   display_.ShowIn({.label = {}, .bar = ui_->ProBarDelete, .lines = {}});
   connect(ui_->cmdDelete, &QPushButton::clicked, this, &frmArchiveDelete::Delete);
@@ -43,19 +42,19 @@ void frmArchiveDelete::DeleteItems(PathList paths) {
 
 void frmArchiveDelete::showEvent(QShowEvent* event) {
   QDialog::showEvent(event);
-  if (!std::exchange(looked_, true)) LookAtArchive();
+  if (!std::exchange(isChecked_, true)) CheckArchive();
 }
 
-/// The box comes up when the dialog is on the screen.
-void frmArchiveDelete::LookAtArchive() {
+/// The message is posted, so that it appears over the visible dialog.
+void frmArchiveDelete::CheckArchive() {
   if (!deletion_.ProductCodes().empty()) return;
   ui_->cmdDelete->setEnabled(false);
-  const auto tell = [this] { prompt_.ShowMessage("Archive folder is empty", MessageIcon::Information, {}); };
-  QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+  const auto show = [this] { prompt_.ShowMessage("Archive folder is empty", MessageIcon::Information, {}); };
+  QMetaObject::invokeMethod(this, show, Qt::QueuedConnection);
 }
 
 void frmArchiveDelete::Delete() {
-  if (running_ || ui_->rules->checkedButton() == nullptr) return;
+  if (isRunning_ || ui_->rules->checkedButton() == nullptr) return;
   if (!prompt_.AskYesNo("Are you sure you want to Delete", MessageIcon::Information, "File Delete")) return;
   Outcome outcome;
   {
@@ -65,7 +64,7 @@ void frmArchiveDelete::Delete() {
     SetRunning(true);
     outcome = RunRule();
   }
-  Tell(outcome);
+  ShowOutcome(outcome);
   ui_->ProBarDelete->setValue(0);
   RemoveEmptyFolders();
   SetRunning(false);
@@ -73,19 +72,19 @@ void frmArchiveDelete::Delete() {
 }
 
 bool frmArchiveDelete::TakeLock(RunLock& lock) {
-  const std::string problem = lock.Acquire(files_, {archive_});
+  const std::string problem = lock.Acquire(run_.files, {archive_});
   if (!problem.empty()) prompt_.ShowMessage(problem, MessageIcon::Exclamation, {});
   return problem.empty();
 }
 
-void frmArchiveDelete::SetRunning(bool running) {
-  running_ = running;
+void frmArchiveDelete::SetRunning(bool isRunning) {
+  isRunning_ = isRunning;
   for (QWidget* const part :
        {static_cast<QWidget*>(ui_->freAllProdcode), static_cast<QWidget*>(ui_->freThisProdcode),
         static_cast<QWidget*>(ui_->cmdDelete)}) {
-    part->setEnabled(!running);
+    part->setEnabled(!isRunning);
   }
-  ui_->ProBarDelete->setVisible(running);
+  ui_->ProBarDelete->setVisible(isRunning);
 }
 
 frmArchiveDelete::Outcome frmArchiveDelete::RunRule() {
@@ -105,23 +104,24 @@ frmArchiveDelete::Outcome frmArchiveDelete::RunRule() {
   return outcome;
 }
 
-void frmArchiveDelete::Tell(const Outcome& outcome) {
+void frmArchiveDelete::ShowOutcome(const Outcome& outcome) {
   if (outcome.result.failed > 0) {
-    log_.WriteLog(fmt::format("{} archived files could not be deleted; the first: {}", outcome.result.failed,
-                              outcome.result.firstFailure),
-                  LogCategory::Error);
+    run_.log.WriteLog(fmt::format("{} archived files could not be deleted; the first: {}",
+                                  outcome.result.failed, outcome.result.firstFailure),
+                      LogCategory::Error);
   }
   if (!display_.IsCancelled()) prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
 }
 
-/// While the box was up another run may have begun; it may be about to file into such a folder.
+/// Another run may have started while the message box was open, and may be about to file into an empty
+/// folder.
 void frmArchiveDelete::RemoveEmptyFolders() {
   RunLock lock;
-  if (lock.Acquire(files_, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
+  if (lock.Acquire(run_.files, {archive_}).empty()) deletion_.RemoveEmptyProductFolders(display_);
 }
 
 void frmArchiveDelete::reject() {
-  if (running_) return display_.RequestStop(true);
+  if (isRunning_) return display_.RequestStop(true);
   QDialog::reject();
 }
 

@@ -9,8 +9,7 @@
 #include "common/RunLists.h"
 #include "common/UserPrompt.h"
 #include "common/forms/WidgetStatusDisplay.h"
-#include "environment/MailSettings.h"
-#include "environment/ModWriteLogFile.h"
+#include "environment/RunContext.h"
 #include "environment/RunLock.h"
 
 namespace Ui {
@@ -19,55 +18,55 @@ class frmArchiveDelete;
 
 namespace fieldpost {
 
-/// Asks for a rule, deletes, tells what came of it, removes the product-code folders that are empty then, and
-/// closes. Nothing is deleted while another run works on the Archive folder. Closing it while it deletes ends
-/// that after the file in hand; nothing is told then. What could not be deleted is told by one line of the
-/// log.
+/// Lets the user choose a rule, deletes, shows the result, removes the product-code folders that are now
+/// empty, and closes. Deletes nothing while another run works on the Archive folder. Closing the dialog
+/// during the deletion cancels it after the current file, without showing a result. Files that could not be
+/// deleted are counted in one line of the log.
 class frmArchiveDelete final : public QDialog {
   Q_OBJECT
 
  public:
-  /// `productCode` is the folder that the archive list shows. Everything handed over by reference outlives
-  /// the dialog.
-  frmArchiveDelete(FileSystem& files, const MailSettings& settings, ModWriteLogFile& log, UserPrompt& prompt,
-                   std::string productCode, QWidget* parent = nullptr);
+  /// `productCode` is the folder that the archive list shows. What `run` and `prompt` refer to outlives the
+  /// dialog.
+  frmArchiveDelete(const RunContext& run, UserPrompt& prompt, std::string productCode,
+                   QWidget* parent = nullptr);
   ~frmArchiveDelete() override;
 
-  /// Hands over the full paths of the files that are selected in the archive list.
+  /// Sets the full paths of the files that the rule "Delete selected items" deletes, and chooses that rule
+  /// unless there are none.
   void DeleteItems(PathList paths);
 
-  /// Closes, or has the deletion end, which closes.
+  /// Closes the dialog; during a deletion, cancels that instead, which closes the dialog when it has ended.
   void reject() override;
 
  protected:
   void showEvent(QShowEvent* event) override;
 
  private:
-  /// What the user is told in the end.
+  /// The result that is shown to the user.
   struct Outcome {
     DeletionResult result;
     std::string message;
   };
 
-  void LookAtArchive();
+  void CheckArchive();
   void Delete();
   bool TakeLock(RunLock& lock);
-  void SetRunning(bool running);
+  void SetRunning(bool isRunning);
   Outcome RunRule();
-  void Tell(const Outcome& outcome);
+  void ShowOutcome(const Outcome& outcome);
   void RemoveEmptyFolders();
 
   std::unique_ptr<Ui::frmArchiveDelete> ui_;
-  FileSystem& files_;
-  ModWriteLogFile& log_;
+  RunContext run_;
   UserPrompt& prompt_;
   std::filesystem::path archive_;
   std::string productCode_;
   ArchiveDeletion deletion_;
   WidgetStatusDisplay display_;
   PathList paths_;
-  bool looked_ = false;
-  bool running_ = false;
+  bool isChecked_ = false;
+  bool isRunning_ = false;
 };
 
 }  // namespace fieldpost

@@ -27,7 +27,7 @@ bool PointerIsBusy() {
   return QApplication::overrideCursor() != nullptr;
 }
 
-/// Shows the normal pointer while a dialog waits for the user.
+/// Shows the normal pointer for its lifetime, because the user is to act.
 class NormalPointer {
  public:
   NormalPointer() {
@@ -43,20 +43,20 @@ class NormalPointer {
   bool wasBusy_ = PointerIsBusy();
 };
 
-/// Returns the parent of a box: never a window that is deleted when it is closed, as the help is, because the
-/// box would be deleted with it while it is open.
-QWidget* BoxParent() {
+/// Returns the parent window of the box. A window that is deleted when it is closed, such as the help, is not
+/// used: the box would be deleted with it while its answer is awaited.
+QWidget* Owner() {
   if (QWidget* const modal = QApplication::activeModalWidget()) return modal;
   QWidget* const active = QApplication::activeWindow();
   return active == nullptr || active->testAttribute(Qt::WA_DeleteOnClose) ? nullptr : active;
 }
 
-/// Shows a box and returns the button that was pressed. The text is shown as plain text, never as markup.
+/// Returns the pressed button. The text is shown as plain text, never as markup.
 int ShowBox(std::string_view text, MessageIcon icon, std::string_view title,
             QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) {
   const NormalPointer pointer;
   QMessageBox box(BoxIcon(icon), title.empty() ? QStringLiteral("Fieldpost") : ToQt(title), ToQt(text),
-                  buttons, BoxParent());
+                  buttons, Owner());
   box.setTextFormat(Qt::PlainText);
   box.setDefaultButton(defaultButton);
   return box.exec();

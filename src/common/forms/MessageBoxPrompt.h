@@ -1,4 +1,4 @@
-// The program's message boxes.
+// Message boxes as the user prompt.
 #pragma once
 
 #include <functional>
@@ -8,11 +8,12 @@
 
 namespace fieldpost {
 
-/// Shows all message boxes of the program. The parent of a box is the open modal dialog, otherwise the active
+/// Shows every message box of the program. A box belongs to the open modal dialog, or else to the active
 /// window.
 class MessageBoxPrompt final : public UserPrompt {
  public:
-  /// Sets what ShowOptions does, because the options dialog belongs to a module above this one.
+  /// Sets the function that ShowOptions calls, because the dialog belongs to a module above this one. An
+  /// empty function makes ShowOptions do nothing.
   void SetOptionsDialog(std::function<void(OptionsPage)> show) { showOptions_ = std::move(show); }
 
   void ShowMessage(std::string_view text, MessageIcon icon, std::string_view title) override;

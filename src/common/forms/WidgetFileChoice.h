@@ -1,4 +1,4 @@
-// Dialogs in which the user chooses a file or a folder.
+// Dialogs to choose a file or a folder.
 #pragma once
 
 #include <QString>
@@ -7,13 +7,12 @@ class QWidget;
 
 namespace fieldpost {
 
-/// Shows the platform's dialog for a folder, which begins at the folder `start`, or at the home folder when
-/// `start` is empty. Returns the path with the platform's separators; empty when the dialog was cancelled.
+/// Shows the platform's dialog to choose a folder, starting in the folder `start`. Returns the path with the
+/// platform's separators; empty when the user cancelled.
 QString ChooseFolder(QWidget& parent, const QString& start);
 
-/// Shows the platform's dialog for an existing file, which begins at the folder of the file `start`, or at
-/// the home folder when `start` is empty. Returns the path with the platform's separators; empty when the
-/// dialog was cancelled.
+/// Shows the platform's dialog to choose an existing file, starting in the folder of the file `start`.
+/// Returns the path with the platform's separators; empty when the user cancelled.
 QString ChooseFile(QWidget& parent, const QString& start);
 
 }  // namespace fieldpost

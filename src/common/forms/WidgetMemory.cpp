@@ -25,15 +25,14 @@ QString MaximisedKey(const QWidget& form) {
   return Key(form, QStringLiteral("maximised"));
 }
 
-/// Returns the area for a child window. Before a maximised main window is shown, its frame still has another
-/// size.
-QRect AreaFor(const QMdiSubWindow& child) {
+/// Returns the area inside the frame of a child window. A frame that is about to be maximised has not its
+/// final size yet; the area of the screen stands for it.
+QRect AreaOf(const QMdiSubWindow& child) {
   if (child.window()->isMaximized()) return {QPoint(), child.screen()->availableSize()};
   return child.parentWidget()->rect();
 }
 
-/// Returns `place`, moved and made smaller so that it is inside `area`.
-QRect Inside(const QRect& area, QRect place) {
+QRect MovedInside(const QRect& area, QRect place) {
   place.setSize(place.size().boundedTo(area.size()));
   place.moveLeft(std::clamp(place.left(), area.left(), area.right() - place.width() + 1));
   place.moveTop(std::clamp(place.top(), area.top(), area.bottom() - place.height() + 1));
@@ -63,7 +62,7 @@ void WidgetMemory::RestoreChild(QMdiSubWindow& child) {
   const QRect kept = file_.value(GeometryKey(*child.widget())).toRect();
   QRect place = kept.isEmpty() ? child.geometry() : kept;
   place.setSize(place.size().expandedTo(child.minimumSizeHint()));
-  child.setGeometry(Inside(AreaFor(child), place));
+  child.setGeometry(MovedInside(AreaOf(child), place));
   if (file_.value(MaximisedKey(*child.widget())).toBool()) child.showMaximized();
 }
 

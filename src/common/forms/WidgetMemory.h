@@ -1,4 +1,4 @@
-// Stores sizes of windows and columns between runs of the program.
+// Stores sizes of windows and columns between starts.
 #pragma once
 
 #include <QSettings>
@@ -10,33 +10,38 @@ class QWidget;
 
 namespace fieldpost {
 
-/// The settings in "Windows.ini" in the program's own folder, by the object names of the windows. When the
-/// file cannot be read or written, the windows have their default sizes.
+/// Stores geometries in "Windows.ini" in the program's own folder, under the object name of the window. When
+/// the file is unreadable or cannot be written, windows open in their default sizes.
 class WidgetMemory {
  public:
   /// `ownFolder` is the program's own folder.
   explicit WidgetMemory(const std::filesystem::path& ownFolder);
 
-  /// Restores the size and position of a window. Where none is stored, a window that is larger than the
-  /// screen is made smaller.
+  /// Restores size and place of a top-level window. Without a stored geometry, shrinks the window to fit the
+  /// screen.
   void RestoreGeometry(QWidget& window);
-  /// Stores the size and position of a window.
+
+  /// Stores size and place of a top-level window.
   void SaveGeometry(const QWidget& window);
 
-  /// Restores the geometry of a visible child window of a multiple-document frame, by the object name of the
-  /// form in it. The child is moved and resized so that it is inside the frame.
+  /// Restores size and place of a visible child window of a multiple-document frame, stored under the object
+  /// name of the form in it. Afterwards the child is wholly inside the frame.
   void RestoreChild(QMdiSubWindow& child);
-  /// Stores the geometry of a child window, and whether it is maximised.
+
+  /// Stores size and place of a child window, and whether it is maximised.
   void SaveChild(const QMdiSubWindow& child);
 
-  /// Restores the widths and the order of a list's columns; `owner` is the window of the list.
+  /// Restores widths and order of the columns of a list in the window `owner`.
   void RestoreColumns(const QWidget& owner, QHeaderView& columns);
-  /// Stores the widths and the order of a list's columns; `owner` is the window of the list.
+
+  /// Stores widths and order of the columns of a list in the window `owner`.
   void SaveColumns(const QWidget& owner, const QHeaderView& columns);
 
-  /// Returns another setting of a window, e.g. the view of a list; empty when it is not stored.
+  /// Returns a text that the window `owner` stored under `name`, such as the view of a list; empty without
+  /// one.
   [[nodiscard]] QString Text(const QWidget& owner, const QString& name) const;
-  /// Stores another setting of a window.
+
+  /// Stores a text of the window `owner` under `name`.
   void SaveText(const QWidget& owner, const QString& name, const QString& text);
 
  private:

@@ -1,4 +1,4 @@
-// Restricts the input of a text box to the integers of a range.
+// Restricts a text box to whole numbers of a range.
 #pragma once
 
 #include <QValidator>
@@ -9,8 +9,8 @@
 
 namespace fieldpost {
 
-/// Accepts only integers of the range, and an empty box. The range must begin with a number from 1 to 9, so
-/// that every number can be typed digit by digit.
+/// Rejects everything but numbers of the range and the empty text. The range starts at a number of one digit
+/// above 0, so that each number can be typed digit by digit.
 class WidgetNumberValidator final : public QValidator {
  public:
   WidgetNumberValidator(std::int32_t least, std::int32_t most, QObject* parent)

@@ -1,4 +1,4 @@
-// Shows the progress of a long step in the widgets of a window.
+// Shows the progress of a long step in widgets.
 #pragma once
 
 #include <QElapsedTimer>
@@ -14,28 +14,28 @@ class QProgressBar;
 
 namespace fieldpost {
 
-/// The widgets of a window that show the progress of a step. Each may be missing.
+/// The widgets of a window that show the progress of a step; each may be null.
 struct StatusWidgets {
-  QPointer<QLabel> label;          ///< shows the text of SetLabel
-  QPointer<QProgressBar> bar;      ///< shows range and position
-  QPointer<QPlainTextEdit> lines;  ///< shows the status lines
-  QPointer<QLabel> step{};         ///< shows the text of SetStep
+  QPointer<QLabel> label;          ///< what SetLabel sets
+  QPointer<QProgressBar> bar;      ///< range and position
+  QPointer<QPlainTextEdit> lines;  ///< status lines, one below the other
+  QPointer<QLabel> step{};         ///< what SetStep sets
 };
 
-/// A status display on widgets. It processes events at most every 50 ms, however often ProcessEvents is
-/// called, and does not redraw in between. Changes are visible after 50 ms at the latest, also while a
-/// message box is open.
+/// A status display in widgets. It processes events, and redraws, at most every 50 ms, however often it is
+/// called. The value that was set last is visible after 50 ms at the latest, also while a message box is
+/// open.
 class WidgetStatusDisplay final : public StatusDisplay {
  public:
   WidgetStatusDisplay();
 
-  /// Sets the widgets in which the next steps are shown. Widgets that are missing or deleted are ignored.
+  /// Shows progress in these widgets from now on. A widget that was destroyed is ignored.
   void ShowIn(StatusWidgets widgets);
 
-  /// Returns the current widgets.
+  /// The widgets that show the progress.
   [[nodiscard]] const StatusWidgets& Shown() const { return widgets_; }
 
-  /// Cancels the current step (`stop` is true), or resets that before another step begins.
+  /// Cancels the running step; with false, clears the request before another step starts.
   void RequestStop(bool stop) { stopRequested_ = stop; }
 
   void ShowStatusLine(std::string_view text) override;

@@ -1,4 +1,4 @@
-// Conversions between UTF-8 text or paths and the texts of widgets.
+// Conversion of UTF-8 texts and paths to and from QString.
 #pragma once
 
 #include <QString>
@@ -10,22 +10,22 @@
 
 namespace fieldpost {
 
-/// Converts UTF-8 to the text of a widget. Bytes that are not UTF-8 become U+FFFD.
+/// Converts a UTF-8 text; each malformed sequence becomes U+FFFD.
 inline QString ToQt(std::string_view utf8) {
   return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
 }
 
-/// Converts a path to the text of a widget.
+/// Converts a path.
 inline QString PathToQt(const std::filesystem::path& path) {
   return ToQt(Utf8FromPath(path));
 }
 
-/// Converts the text of a widget to a path.
+/// Converts a text to the path that it names.
 inline std::filesystem::path PathFromQt(const QString& text) {
   return PathFromUtf8(text.toStdString());
 }
 
-/// Converts the text of a widget to UTF-8.
+/// Converts a text to UTF-8.
 inline std::string FromQt(const QString& text) {
   return text.toStdString();
 }

@@ -6,7 +6,7 @@
 namespace fieldpost {
 namespace {
 
-/// The bytes of a row's path, which its text need not hold: names of files may be no UTF-8.
+/// The role of the bytes of a path, because the name of a folder need not be UTF-8.
 constexpr int PathRole = Qt::UserRole;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A list of folders, one a row.
+// The list of Latest folders.
 #pragma once
 
 #include <QTreeWidget>
@@ -8,27 +8,27 @@
 
 namespace fieldpost {
 
-/// Rows may be selected and taken out; the person at the screen does not edit them. A folder whose name is no
-/// UTF-8 stays what it is, whatever its row shows.
+/// A list of folders, one in each row, that the user cannot edit. A folder whose name is not UTF-8 keeps its
+/// bytes, whatever its row shows.
 class WidgetFolderList final : public QTreeWidget {
   Q_OBJECT
 
  public:
   using QTreeWidget::QTreeWidget;
 
-  /// Shows these folders instead of those before.
+  /// Replaces all rows by these folders.
   void Show(const PathList& folders);
 
-  /// The folders of all rows, in their order.
+  /// Returns the folders of all rows, in their order.
   [[nodiscard]] PathList Folders() const;
 
-  /// Appends a folder and selects its row; one that is in the list already is only selected.
+  /// Appends a folder and selects its row. A folder that is in the list already is only selected.
   void Add(const std::string& folder);
 
-  /// Selects a row alone, and makes it visible.
+  /// Selects only this row, counted from 0, and scrolls to it.
   void Select(int row);
 
-  /// Takes the selected rows out, and selects the one that is there next.
+  /// Removes the selected rows, and selects the row that becomes the current one.
   void DeleteSelected();
 
  private:

@@ -17,10 +17,10 @@
 namespace fieldpost {
 namespace {
 
-/// What TlsMode says for each entry of its box.
+/// The values of TlsMode, in the order of the entries of its box.
 constexpr std::array<std::string_view, 3> TlsModes{"auto", "required", "none"};
 
-/// While it lives, the dialog takes no input and the pointer is the hourglass.
+/// Disables the dialog and shows the busy pointer for its lifetime.
 class BusyDialog {
  public:
   BusyDialog(QWidget& dialog, UserPrompt& prompt)
@@ -42,17 +42,17 @@ class BusyDialog {
   QWidget* focus_;
 };
 
-/// Line breaks come in by pasting, and no setting can hold them.
+/// Removes line breaks, which come in by pasting and which no setting can hold.
 std::string OneLine(QString text) {
   return FromQt(text.remove(u'\r').remove(u'\n').remove(QChar::Null));
 }
 
-/// What a box says now. One that nobody touched gives back what it was loaded with, byte for byte.
+/// Returns the text of a box; of one that was not edited, the loaded setting, byte for byte.
 std::string TextOf(const QLineEdit& box, const std::string& loaded) {
   return box.text() == ToQt(loaded) ? loaded : OneLine(box.text());
 }
 
-/// Enter in a box that holds something is for this box; otherwise it is for the dialog.
+/// Makes Enter in a box with text act on the box; with an empty box, Enter is the dialog's.
 void ConnectEnter(QLineEdit& box, QWidget& receiver, const std::function<void()>& act) {
   for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
     auto* const enter = new QShortcut(key, &box, nullptr, nullptr, Qt::WidgetShortcut);
@@ -65,31 +65,21 @@ void ConnectEnter(QLineEdit& box, QWidget& receiver, const std::function<void()>
 
 }  // namespace
 
-frmOptions::frmOptions(OptionsStore& store, const FileSystem& files, const InstallPaths& paths,
-                       UserPrompt& prompt, modMailServerPing& ping, NetworkDrives& drives,
-                       WidgetMemory& memory, QWidget* parent)
-    : QDialog(parent),
-      store_(store),
-      files_(files),
-      paths_(paths),
-      prompt_(prompt),
-      ping_(ping),
-      drives_(drives),
-      memory_(memory),
-      ui_(std::make_unique<Ui::frmOptions>()) {
+frmOptions::frmOptions(const OptionsContext& context, QWidget* parent)
+    : QDialog(parent), context_(context), ui_(std::make_unique<Ui::frmOptions>()) {
   ui_->setupUi(this);
   SetUpBoxes();
   ConnectFolders();
   ConnectMail();
   ConnectButtons();
   resize(FirstSize());
-  memory_.RestoreGeometry(*this);
+  context_.memory.RestoreGeometry(*this);
   Load();
 }
 
 frmOptions::~frmOptions() = default;
 
-/// Room for a path of usual length and a few more Latest folders, whatever the font.
+/// Large enough for a path of usual length and five more rows of Latest folders, in any font.
 QSize frmOptions::FirstSize() const {
   const QFontMetrics font = fontMetrics();
   return {90 * font.averageCharWidth(), minimumSizeHint().height() + 5 * font.lineSpacing()};
@@ -135,10 +125,11 @@ void frmOptions::ConnectFolders() {
   connect(deleteKey, &QShortcut::activated, ui_->LVPath, &WidgetFolderList::DeleteSelected);
   connect(ui_->LVPath, &QTreeWidget::itemSelectionChanged, this, &frmOptions::EnableDelete);
   for (QPushButton* map : {ui_->cmdLMapNetDriver, ui_->cmdAMapNetDriver, ui_->cmdPMapNetDriver}) {
-    connect(map, &QPushButton::clicked, this, &frmOptions::MapDrive);
+    connect(map, &QPushButton::clicked, this, [this] { ShowDriveProblem(context_.drives.Connect()); });
   }
   for (QPushButton* disconnect : {ui_->cmdADisconnect, ui_->cmdPDisconnect}) {
-    connect(disconnect, &QPushButton::clicked, this, &frmOptions::DisconnectDrive);
+    connect(disconnect, &QPushButton::clicked, this,
+            [this] { ShowDriveProblem(context_.drives.Disconnect()); });
   }
 }
 
@@ -175,12 +166,12 @@ void frmOptions::reject() {
 }
 
 void frmOptions::done(int result) {
-  memory_.SaveGeometry(*this);
+  context_.memory.SaveGeometry(*this);
   QDialog::done(result);
 }
 
 void frmOptions::Load() {
-  loaded_ = store_.LoadOptions(paths_.GetInstallPath());
+  loaded_ = context_.store.LoadOptions(context_.paths.GetInstallPath());
   ShowValues();
   ui_->LVPath->Show(loaded_.latestFolders);
   ui_->txtInputFolder->clear();
@@ -223,33 +214,31 @@ OptionsValues frmOptions::ShownValues() const {
 }
 
 bool frmOptions::ValidateOptions(const OptionsValues& shown) {
-  const std::optional<OptionsRefusal> refusal = FindOptionsRefusal(shown, files_);
-  if (refusal) Tell(*refusal);
+  const std::optional<OptionsRefusal> refusal = FindOptionsRefusal(shown, context_.files);
+  if (refusal) ShowRefusal(*refusal);
   return !refusal;
 }
 
 void frmOptions::Save() {
   const OptionsValues shown = ShownValues();
   if (!ValidateOptions(shown)) return;
-  if (store_.SaveOptions(shown, paths_.GetInstallPath())) {
-    accept();
-  } else {
-    TellUnsaved();
-  }
+  const std::vector<std::string> unsaved = context_.store.SaveOptions(shown, context_.paths.GetInstallPath());
+  if (!unsaved.empty()) return ShowUnsaved(unsaved);
+  accept();
 }
 
-void frmOptions::TellUnsaved() {
-  prompt_.ShowMessage(fmt::format("Not everything was saved. This could not be written:\n{}\n"
-                                  "Check the disk and your permissions there, then press OK again.",
-                                  fmt::join(store_.UnsavedPlaces(), "\n")),
-                      MessageIcon::Critical, "");
+void frmOptions::ShowUnsaved(const std::vector<std::string>& places) {
+  context_.prompt.ShowMessage(fmt::format("Not everything was saved. This could not be written:\n{}\n"
+                                          "Check the disk and your permissions there, then press OK again.",
+                                          fmt::join(places, "\n")),
+                              MessageIcon::Critical, "");
 }
 
 void frmOptions::ChooseFolderFor(QLineEdit& box, FolderButton button) {
   const std::string folder = WithSeparator(FromQt(ChooseFolder(*this, box.text())));
   if (folder.empty()) return;
   if (const std::optional<OptionsRefusal> refusal = FindFolderConflict(button, folder, ShownValues())) {
-    Tell(*refusal);
+    ShowRefusal(*refusal);
   } else {
     box.setText(ToQt(folder));
   }
@@ -259,7 +248,7 @@ void frmOptions::ChooseLatestFolder() {
   const std::string folder = WithSeparator(FromQt(ChooseFolder(*this, ui_->txtInputFolder->text())));
   if (folder.empty()) return;
   if (const auto refusal = FindFolderConflict(FolderButton::cmdBrowserAdd, folder, ShownValues())) {
-    Tell(*refusal);
+    ShowRefusal(*refusal);
   } else {
     ui_->LVPath->Add(folder);
   }
@@ -272,8 +261,8 @@ void frmOptions::ChooseCertificates() {
 
 void frmOptions::AddTypedFolder() {
   const std::string typed = OneLine(ui_->txtInputFolder->text());
-  if (const auto refusal = FindTypedFolderRefusal(typed, ShownValues(), files_)) {
-    Tell(*refusal);
+  if (const auto refusal = FindTypedFolderRefusal(typed, ShownValues(), context_.files)) {
+    ShowRefusal(*refusal);
     return;
   }
   ui_->LVPath->Add(WithSeparator(typed));
@@ -284,17 +273,11 @@ void frmOptions::EnableDelete() {
   ui_->cmdDeletePath->setEnabled(!ui_->LVPath->selectedItems().isEmpty());
 }
 
-void frmOptions::MapDrive() {
-  std::string problem;
-  if (!drives_.Connect(problem)) prompt_.ShowMessage(problem, MessageIcon::Exclamation, "");
+void frmOptions::ShowDriveProblem(const std::string& problem) {
+  if (!problem.empty()) context_.prompt.ShowMessage(problem, MessageIcon::Exclamation, "");
 }
 
-void frmOptions::DisconnectDrive() {
-  std::string problem;
-  if (!drives_.Disconnect(problem)) prompt_.ShowMessage(problem, MessageIcon::Exclamation, "");
-}
-
-/// The numbers that were there before come back when the defaults are no longer wanted.
+/// Shows the defaults, or the user's own numbers again when the defaults are no longer chosen.
 void frmOptions::UseDefaultNumbers(bool byDefault) {
   for (NumberBox& number : numberBoxes_) {
     if (byDefault) number.own = number.box->text();
@@ -317,24 +300,22 @@ void frmOptions::KeepPartnerIDClean() {
 
 void frmOptions::TestServer() {
   const std::string server = OneLine(ui_->txtSMTPserver->text());
-  if (ReachServer(server)) {
-    prompt_.ShowMessage("Connection Ok", MessageIcon::Information, "");
-    return;
-  }
-  prompt_.ShowMessage(fmt::format("{}: SMTP mail server not response\nError({})\n"
-                                  "Check the spelling of the SMTP server  and check internet connection",
-                                  server, ping_.LastStatus()),
-                      MessageIcon::Critical, "");
+  const PingResult result = PingServer(server);
+  if (result.isReached) return context_.prompt.ShowMessage("Connection Ok", MessageIcon::Information, "");
+  context_.prompt.ShowMessage(
+      fmt::format("{}: SMTP mail server not response\nError({})\n"
+                  "Check the spelling of the SMTP server  and check internet connection",
+                  server, result.status),
+      MessageIcon::Critical, "");
 }
 
-bool frmOptions::ReachServer(std::string_view server) {
-  const BusyDialog busy(*this, prompt_);
-  std::string message;
-  return ping_.PingMailServer(server, message);
+PingResult frmOptions::PingServer(std::string_view server) {
+  const BusyDialog busy(*this, context_.prompt);
+  return context_.ping.PingMailServer(server);
 }
 
-void frmOptions::Tell(const OptionsRefusal& refusal) {
-  prompt_.ShowMessage(refusal.text, refusal.icon, refusal.title);
+void frmOptions::ShowRefusal(const OptionsRefusal& refusal) {
+  context_.prompt.ShowMessage(refusal.text, refusal.icon, refusal.title);
   if (!refusal.focus) return;
   ui_->SSTab1->setCurrentIndex(static_cast<int>(refusal.page));
   if (refusal.row) ui_->LVPath->Select(static_cast<int>(*refusal.row));

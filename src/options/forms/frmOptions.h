@@ -1,4 +1,4 @@
-// The options dialog: the one place where the settings are edited.
+// The options dialog.
 #pragma once
 
 #include <QDialog>
@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/UserPrompt.h"
 #include "common/forms/WidgetMemory.h"
@@ -25,27 +26,38 @@ class frmOptions;
 
 namespace fieldpost {
 
-/// Shows all options on five pages, and stores them when they are in order and OK is pressed. Until then
-/// nothing of the program's settings changes, but for a partner ID that the service suite has set.
+/// What the options dialog works with; all of it outlives the dialog.
+struct OptionsContext {
+  OptionsStore& store;
+  const FileSystem& files;
+  const InstallPaths& paths;
+  UserPrompt& prompt;
+  modMailServerPing& ping;
+  NetworkDrives& drives;
+  WidgetMemory& memory;
+};
+
+/// Shows all options on five pages, and saves them when OK is pressed and they are valid. Until then the
+/// program's settings do not change, except for a partner ID that the service suite has set.
 class frmOptions final : public QDialog {
   Q_OBJECT
 
  public:
   /// Loads the options, whether the dialog is shown later or never.
-  frmOptions(OptionsStore& store, const FileSystem& files, const InstallPaths& paths, UserPrompt& prompt,
-             modMailServerPing& ping, NetworkDrives& drives, WidgetMemory& memory, QWidget* parent = nullptr);
+  explicit frmOptions(const OptionsContext& context, QWidget* parent = nullptr);
   ~frmOptions() override;
 
-  /// Shows the dialog on a page, with the options as they are stored now, and returns when it was closed. One
-  /// that is on the screen already only turns to the page, keeps what was typed, and this returns at once.
+  /// Shows the dialog on a page, with the options as they are stored now, and returns when the user has
+  /// closed it. A dialog that is visible already only turns to the page and keeps what was typed; the call
+  /// then returns at once.
   void ShowPage(OptionsPage page);
 
-  /// Closes without saving; not while the server is being tested.
+  /// Closes without saving. Does nothing while the server is being tested.
   void reject() override;
   void done(int result) override;
 
  private:
-  /// A box, and the setting that it shows.
+  /// A text box and the setting that it shows.
   struct SettingBox {
     QLineEdit* box;
     std::string MailSettings::*setting;
@@ -54,7 +66,7 @@ class frmOptions final : public QDialog {
     QCheckBox* box;
     std::string MailSettings::*setting;
   };
-  /// A number that has a default, and what its box shows while the default is not wanted.
+  /// A number with a default, and the user's own number, which its box shows while the default is not chosen.
   struct NumberBox {
     QLineEdit* box;
     std::string_view byDefault;
@@ -73,32 +85,25 @@ class frmOptions final : public QDialog {
   [[nodiscard]] OptionsValues ShownValues() const;
   [[nodiscard]] bool ValidateOptions(const OptionsValues& shown);
   void Save();
-  void TellUnsaved();
+  void ShowUnsaved(const std::vector<std::string>& places);
 
   void ChooseFolderFor(QLineEdit& box, FolderButton button);
   void ChooseLatestFolder();
   void ChooseCertificates();
   void AddTypedFolder();
   void EnableDelete();
-  void MapDrive();
-  void DisconnectDrive();
 
   void UseDefaultNumbers(bool byDefault);
   void KeepPasswordMasked();
   void KeepPartnerIDClean();
   void TestServer();
-  [[nodiscard]] bool ReachServer(std::string_view server);
+  [[nodiscard]] PingResult PingServer(std::string_view server);
 
-  void Tell(const OptionsRefusal& refusal);
+  void ShowRefusal(const OptionsRefusal& refusal);
+  void ShowDriveProblem(const std::string& problem);
   [[nodiscard]] QWidget& Control(OptionsControl control) const;
 
-  OptionsStore& store_;
-  const FileSystem& files_;
-  const InstallPaths& paths_;
-  UserPrompt& prompt_;
-  modMailServerPing& ping_;
-  NetworkDrives& drives_;
-  WidgetMemory& memory_;
+  OptionsContext context_;
   std::unique_ptr<Ui::frmOptions> ui_;
   std::array<SettingBox, 13> settingBoxes_{};
   std::array<SettingCheck, 4> settingChecks_{};

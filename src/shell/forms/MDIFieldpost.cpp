@@ -43,7 +43,7 @@ MDIFieldpost::MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports)
 }
 
 MDIFieldpost::~MDIFieldpost() {
-  delete help_;  // a window of its own, unless it belongs to a dialog
+  delete help_;  // a top-level window without a parent, unless it belongs to a dialog
   ports_.prompt.SetOptionsDialog({});
 }
 
@@ -60,7 +60,7 @@ bool MDIFieldpost::Load() {
   RefreshArchiveAfter([&] { before = startUp_.CreateFolderTree(); });
   startUp_.OpenDailyLogHeader(before, [this] { Options(); });
   startUp_.RegisterProgramFolder();
-  // Whoever closed it meanwhile wants the program to end, and no loop runs yet that would notice.
+  // The user may have closed the window meanwhile; no event loop runs yet that would end the program.
   return isVisible();
 }
 
@@ -74,7 +74,7 @@ void MDIFieldpost::ConnectMenu() {
   connect(ui_->mnuAboutFP, &QAction::triggered, this, &MDIFieldpost::ShowAbout);
 }
 
-/// A maximised child window would put its own title behind the frame's.
+/// A maximised child window would append its own title to the frame's.
 void MDIFieldpost::KeepTitle() {
   connect(this, &QWidget::windowTitleChanged, this, [this](const QString& title) {
     if (title != Caption) setWindowTitle(Caption);
@@ -110,11 +110,13 @@ void MDIFieldpost::SendData() {
   RefreshArchive(false);
 }
 
-/// The dialog loads what it shows when it is made, seen or not.
+/// The dialog loads the options when it is created, shown or not.
 frmOptions& MDIFieldpost::Options() {
   if (!options_) {
-    options_ = std::make_unique<frmOptions>(program_.optionsStore, program_.ports.files, program_.paths,
-                                            ports_.prompt, ping_, ports_.drives, ports_.memory, this);
+    const OptionsContext context{
+        program_.optionsStore, program_.ports.files, program_.paths, ports_.prompt, ping_,
+        ports_.drives,         ports_.memory};
+    options_ = std::make_unique<frmOptions>(context, this);
   }
   return *options_;
 }
@@ -147,7 +149,7 @@ void MDIFieldpost::RefreshArchive(bool firstTime) {
   if (child != nullptr) qobject_cast<frmArchive*>(child->widget())->UpdateList(firstTime);
 }
 
-/// One viewer at a time: a further file takes the place of the one that is shown.
+/// There is one viewer at a time: the next file replaces the shown one.
 void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
   CloseChild<frmXMLfile>();
   if (!program_.ports.files.IsFile(file)) return;
@@ -159,21 +161,22 @@ void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
 }
 
 void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& productCode) {
-  frmArchiveDelete dialog(program_.ports.files, program_.settings, program_.log, ports_.prompt, productCode,
-                          this);
+  const RunContext run{program_.ports.files, program_.ports.clock, program_.paths, program_.settings,
+                       program_.log};
+  frmArchiveDelete dialog(run, ports_.prompt, productCode, this);
   dialog.DeleteItems(files);
   dialog.exec();
   ports_.display.ProcessEvents();
   RefreshArchive(true);
 }
 
-/// The viewer shows the log as it was when it opened, so that a further one takes the place of the first.
+/// The viewer shows the log as it was when it was opened; a new viewer with later lines replaces it.
 void MDIFieldpost::ShowLogFile() {
   CloseChild<FrmLogFile>();
   ShowChild(std::make_unique<FrmLogFile>(program_.ports.files, program_.paths, program_.log, ports_.display));
 }
 
-/// The help can be read beside everything, a modal dialog too: it then belongs to the dialog.
+/// Over a modal dialog, the help becomes a child of the dialog, so that it can be used beside it.
 void MDIFieldpost::ShowHelp() {
   QWidget* const owner = QApplication::activeModalWidget();
   if (help_ && (help_->parentWidget() != owner || !help_->isVisible())) {
@@ -193,8 +196,8 @@ void MDIFieldpost::ShowHelp() {
   help_->activateWindow();
 }
 
-/// Notes the place of a child window that closes; and F1 in a modal dialog, where the menu's own key is out
-/// of reach.
+/// Stores the place of a child window that closes. Handles F1 in a modal dialog, which blocks the shortcut of
+/// the menu.
 bool MDIFieldpost::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::Close) {
     if (const auto* const child = qobject_cast<QMdiSubWindow*>(watched)) ports_.memory.SaveChild(*child);

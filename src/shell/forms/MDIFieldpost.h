@@ -1,4 +1,4 @@
-// The main window: a frame that holds the program's other windows, and their menu.
+// The main window.
 #pragma once
 
 #include <QMainWindow>
@@ -28,7 +28,7 @@ class MDIFieldpost;
 
 namespace fieldpost {
 
-/// What the windows are given of the world, beside what the program has of it.
+/// The seams that the windows use besides those of the program; all of them outlive the windows.
 struct WindowPorts {
   MessageBoxPrompt& prompt;
   WidgetStatusDisplay& display;
@@ -39,22 +39,23 @@ struct WindowPorts {
   NetworkDrives& drives;
 };
 
-/// The frame with its menu. It keeps its title "Fieldpost" whatever happens inside it, because a second start
-/// of the program looks for a window of that title.
+/// The multiple-document frame with the menu. It keeps its title "Fieldpost" whatever child window is
+/// maximised, because a second start of the program searches for a window with that title.
 class MDIFieldpost final : public QMainWindow {
   Q_OBJECT
 
  public:
-  /// Tries the components; shows nothing yet. Everything handed over outlives the window.
+  /// Checks the components; shows nothing yet. The program outlives the window.
   MDIFieldpost(FieldpostProgram& program, const WindowPorts& ports);
   ~MDIFieldpost() override;
 
-  /// The start: shows the window with the archive in it, makes the folder tree, begins the day's log. When
-  /// another copy of the program runs it shows nothing but says so; false then, and when the window was
-  /// closed before the start was over: the program is to end.
+  /// Shows the window with the archive in it, creates the folder tree, and writes the first line of the day's
+  /// log. When another copy of the program is running, shows only a message that says so. Returns whether the
+  /// program continues: false after that message, and when the user closed the window before the start was
+  /// complete.
   bool Load();
 
-  /// Closes every window of the program, which ends it.
+  /// Closes every window of the program, which ends the program.
   void UnloadAllForms();
 
  protected:
@@ -69,7 +70,7 @@ class MDIFieldpost final : public QMainWindow {
   void ShowOptions(OptionsPage page);
   void ShowArchive();
   void RefreshArchive(bool firstTime);
-  /// Lists anew when another folder is the Archive after the change.
+  /// Runs `change`, and refills the archive list when the Archive folder is another one then.
   void RefreshArchiveAfter(const std::function<void()>& change);
   void OpenFile(const std::filesystem::path& file);
   void ShowDeletion(const PathList& files, const std::string& productCode);

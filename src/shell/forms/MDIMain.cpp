@@ -1,4 +1,4 @@
-// Where the library of the windows begins: the program as somebody at the screen has it.
+// The entry point of the library that holds the windows.
 #include <fmt/format.h>
 
 #include <QApplication>
@@ -8,6 +8,7 @@
 #include "common/forms/MessageBoxPrompt.h"
 #include "common/forms/WidgetMemory.h"
 #include "common/forms/WidgetStatusDisplay.h"
+#include "options/forms/WidgetNetworkDrives.h"
 #include "platform/Clock.h"
 #include "platform/Display.h"
 #include "platform/FileSystem.h"
@@ -44,15 +45,15 @@ int ShowWindow(int& argc, char** argv) {
       SessionTopLevelWindows(QGuiApplication::platformName() == QStringLiteral("xcb"), "Fieldpost");
   SystemHostLookup hosts;
   SystemIcmpEcho echo;
-  DesktopNetworkDrives drives;
+  WidgetNetworkDrives drives;
   MDIFieldpost window(program, {prompt, display, memory, *desktop, hosts, echo, drives});
   return window.Load() ? QApplication::exec() : 0;
 }
 
 }  // namespace
 
-/// Shows the main window; returns the program's exit status when it was closed. No exception passes the
-/// library's border.
+/// Shows the main window, and returns the program's exit status when it was closed. No exception leaves the
+/// library.
 extern "C" Q_DECL_EXPORT int FieldpostWindow(int argc, char** argv) {
   try {
     const std::string problem = DisplayProblem();

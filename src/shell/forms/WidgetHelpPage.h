@@ -1,4 +1,4 @@
-// Shows a page of the help.
+// The page view of the help window.
 #pragma once
 
 #include <QTextBrowser>
@@ -7,18 +7,20 @@ class QHelpEngineCore;
 
 namespace fieldpost {
 
-/// A browser whose pages come from a help book; nothing is ever fetched from elsewhere.
+/// A text browser that loads its pages from the help book, and nothing from elsewhere.
 class WidgetHelpPage final : public QTextBrowser {
   Q_OBJECT
 
  public:
   explicit WidgetHelpPage(QWidget* parent = nullptr) : QTextBrowser(parent) {}
 
-  /// `engine` outlives the pages; without one every page is empty.
+  /// Sets the engine that reads the book, which outlives the view; with a null engine every page is empty.
   void SetEngine(const QHelpEngineCore* engine) { engine_ = engine; }
 
-  /// Gives the letters the size that they had at first.
+  /// Resets the size of the letters.
   void ZoomToNormal();
+
+  /// Enlarges the letters by some steps, or shrinks them by negative steps.
   void Zoom(int steps);
 
   QVariant loadResource(int type, const QUrl& name) override;

@@ -6,7 +6,7 @@
 namespace fieldpost {
 namespace {
 
-/// The sign is drawn on a sheet of so many units a side.
+/// The icon is drawn in a square of this many units a side.
 constexpr qreal Side = 32;
 
 QPixmap Draw(int pixels) {

@@ -1,11 +1,11 @@
-// The program's sign: what desktops show in title bars and lists of windows.
+// The program's icon.
 #pragma once
 
 #include <QIcon>
 
 namespace fieldpost {
 
-/// An envelope on a coloured ground, in the sizes that desktops ask for.
+/// Returns the icon of the program, an envelope on a coloured ground, in the sizes that desktops use.
 QIcon ProgramIcon();
 
 }  // namespace fieldpost

@@ -16,7 +16,7 @@ class frmAboutFP final : public QDialog {
   Q_OBJECT
 
  public:
-  /// `version` is the text shown, UTF-8.
+  /// `version` is the text to show, in UTF-8.
   explicit frmAboutFP(std::string_view version, QWidget* parent = nullptr);
   frmAboutFP(const frmAboutFP&) = delete;
   frmAboutFP& operator=(const frmAboutFP&) = delete;

@@ -24,14 +24,14 @@ QUrl HomePage() {
   return QUrl(QStringLiteral("qthelp://fieldpost.help/doc/index.html"));
 }
 
-/// The book that was built into the program.
+/// Returns the help book that is built into the program; empty when it cannot be read.
 std::string BuiltInBook() {
   QFile book(QStringLiteral(":/FPhelp.hlp"));
   if (!book.open(QIODevice::ReadOnly)) return {};
   return book.readAll().toStdString();
 }
 
-/// Every word of what was typed; signs have a meaning of their own for the search engine.
+/// Returns the words of the typed text in quotes, because punctuation is syntax to the search engine.
 QString WordsOf(const QString& typed) {
   static const QRegularExpression sign(QStringLiteral("[^\\w]+"),
                                        QRegularExpression::UseUnicodePropertiesOption);
@@ -73,7 +73,7 @@ bool frmHelp::OpenBook() {
   return true;
 }
 
-/// Returns what went wrong.
+/// Returns one line that says what failed; empty on success.
 std::string frmHelp::RegisterBook() {
   const std::string problem = ProvideHelpFile(files_, ownFolder_, BuiltInBook());
   if (!problem.empty()) return problem;
@@ -89,7 +89,7 @@ void frmHelp::ConnectEngine() {
   ui_->txtPage->SetEngine(engine_.get());
   QHelpSearchEngine* const search = engine_->searchEngine();
   connect(search, &QHelpSearchEngine::searchingFinished, this, &frmHelp::ShowFound);
-  // What is typed before the book has been read through is searched for as soon as it has.
+  // A text that is typed before the index is complete is searched for as soon as it is.
   connect(search, &QHelpSearchEngine::indexingFinished, this, [this] {
     isIndexed_ = true;
     Search();

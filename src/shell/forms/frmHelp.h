@@ -26,14 +26,15 @@ class frmHelp final : public QWidget {
   Q_OBJECT
 
  public:
+  /// `ownFolder` is the program's own folder, which holds the help file. The references outlive the window.
   frmHelp(FileSystem& files, const std::filesystem::path& ownFolder, UserPrompt& prompt, WidgetMemory& memory,
           QWidget* parent = nullptr);
   frmHelp(const frmHelp&) = delete;
   frmHelp& operator=(const frmHelp&) = delete;
   ~frmHelp() override;
 
-  /// Opens the help file, which is written first where it is missing or of another version, and shows its
-  /// first page. On failure a message says why, and the window is not fit to be shown.
+  /// Opens the help file, and shows its first page. A file that is missing or of another version is written
+  /// first. On failure shows a message with the reason and returns false; the window must not be shown then.
   [[nodiscard]] bool OpenBook();
 
  protected:
@@ -53,10 +54,10 @@ class frmHelp final : public QWidget {
   std::filesystem::path ownFolder_;
   UserPrompt& prompt_;
   WidgetMemory& memory_;
-  QTemporaryDir scratch_;  // the engine's own files: nothing in them outlives the window
+  QTemporaryDir scratch_;  // the files of the engine, removed with the window
   std::unique_ptr<Ui::frmHelp> ui_;
   std::unique_ptr<QHelpEngine> engine_;
-  bool isIndexed_ = false;  // the search engine has read the book through
+  bool isIndexed_ = false;  // the search engine has indexed the book
 };
 
 }  // namespace fieldpost

@@ -26,7 +26,7 @@ CPrintTreeJob::Outcome CPrintTreeJob::Print() {
   dialog.setObjectName(QStringLiteral("CDPrinter"));
   dialog.setOption(QAbstractPrintDialog::PrintPageRange, false);
   if (dialog.exec() != QDialog::Accepted) return Outcome::Cancelled;
-  return PrintAsSet(printer);
+  return PrintWithSettings(printer);
 }
 
 void CPrintTreeJob::Preview() {
@@ -39,7 +39,7 @@ void CPrintTreeJob::Preview() {
   dialog.exec();
 }
 
-CPrintTreeJob::Outcome CPrintTreeJob::PrintAsSet(QPrinter& printer) {
+CPrintTreeJob::Outcome CPrintTreeJob::PrintWithSettings(QPrinter& printer) {
   if (printer.outputFormat() == QPrinter::PdfFormat) {
     if (printer.outputFileName().isEmpty()) return Outcome::Failed;
     return PrintToFile(printer, PathFromQt(printer.outputFileName()));
@@ -50,8 +50,8 @@ CPrintTreeJob::Outcome CPrintTreeJob::PrintAsSet(QPrinter& printer) {
   return outcome;
 }
 
-/// The pages are written once they are all there: a full disk leaves no half of a file, and an older one as
-/// it was.
+/// The file is written when all pages are complete: a full disk leaves no partial file, and an existing file
+/// as it was.
 CPrintTreeJob::Outcome CPrintTreeJob::PrintToFile(const QPrinter& settings,
                                                   const std::filesystem::path& file) {
   QByteArray bytes;

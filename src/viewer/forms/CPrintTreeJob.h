@@ -1,4 +1,4 @@
-// The dialogs around the printing of a tree.
+// The dialogs for printing a tree.
 #pragma once
 
 #include <QString>
@@ -13,28 +13,29 @@ class QWidget;
 
 namespace fieldpost {
 
-/// Asks where to print, and prints there: on a printer, or into a PDF file, for which no printer is needed.
+/// Lets the user choose where to print, and prints there: on a printer, or into a PDF file, which needs no
+/// printer.
 class CPrintTreeJob {
  public:
   enum class Outcome {
     Printed,
-    Cancelled,  ///< by the person at the screen
-    Failed,     ///< no printer, nothing to print, or the printing failed; a file's reason is in the log
+    Cancelled,  ///< by the user
+    Failed,     ///< no printer, nothing to print, or a device error; the reason of a file's failure is logged
   };
 
-  /// What prints, and what the dialogs stand over. All outlive the job. `title` names the document.
+  /// The dialogs belong to `window`; `title` names the document. The references outlive the job.
   CPrintTreeJob(const PrintableTree& tree, QWidget& window, FileSystem& files, ModWriteLogFile& log,
                 QString title)
       : tree_(tree), window_(window), files_(files), log_(log), title_(std::move(title)) {}
 
-  /// Shows the printer dialog `CDPrinter`, and prints as it was set.
+  /// Shows the printer dialog `CDPrinter`, and prints with its settings.
   [[nodiscard]] Outcome Print();
 
-  /// Shows the pages; printing is offered there too.
+  /// Shows the preview of the pages, which can print too.
   void Preview();
 
  private:
-  Outcome PrintAsSet(QPrinter& printer);
+  Outcome PrintWithSettings(QPrinter& printer);
   Outcome PrintToFile(const QPrinter& settings, const std::filesystem::path& file);
   Outcome PrintOn(QPagedPaintDevice& device);
 

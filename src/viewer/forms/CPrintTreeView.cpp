@@ -12,9 +12,9 @@ namespace {
 
 constexpr double TwipsAnInch = 1440;
 constexpr double TwipsAPoint = 20;
-constexpr double LineWidth = 5;  // twips: fine, but to be seen on any printer
+constexpr double LineWidth = 5;  // twips: thin, but visible on any printer
 
-/// A font of the size in twips: on a painter whose unit is the twip, a "pixel" is one.
+/// Converts the size of a font to twips, for a painter whose unit is the twip.
 QFont FontInTwips(const QFont& font) {
   QFont result(font);
   result.setPixelSize(qMax(1, qRound(QFontInfo(font).pointSizeF() * TwipsAPoint)));

@@ -1,4 +1,4 @@
-// Prints the visible part of a tree view as it looks on the screen.
+// Prints a tree view as it looks on the screen.
 #pragma once
 
 #include <QFont>
@@ -13,14 +13,14 @@ class QPagedPaintDevice;
 
 namespace fieldpost {
 
-/// A tree view that can be printed: its visible nodes in the order in which they stand, from 0.
+/// A tree view that can be printed: its visible nodes in order, numbered from 0.
 class PrintableTree {
  public:
   /// One visible node.
   struct Row {
     std::uint32_t level;  ///< the number of its ancestors
     bool hasNextSibling;
-    QString label;  ///< as shown
+    QString label;  ///< as it is shown
   };
 
   PrintableTree() = default;
@@ -28,7 +28,10 @@ class PrintableTree {
   PrintableTree& operator=(const PrintableTree&) = delete;
   virtual ~PrintableTree() = default;
 
+  /// The number of visible nodes.
   [[nodiscard]] virtual int PrintedRows() const = 0;
+
+  /// One visible node; `row` is from 0 to PrintedRows() - 1.
   [[nodiscard]] virtual Row PrintedRow(int row) const = 0;
 
   /// The font of the labels.
@@ -37,31 +40,31 @@ class PrintableTree {
   /// The view's indentation for each level, in its own units.
   [[nodiscard]] virtual int PrintedIndentation() const = 0;
 
-  /// Dots an inch of the screen that the view is on.
+  /// The resolution of the screen that shows the view, in dots per inch.
   [[nodiscard]] virtual QSizeF ScreenDots() const = 0;
 };
 
-/// Prints on a device that is given to it. Coordinates are twips (1440 to the inch) from the top left of what
-/// can be printed on.
+/// Prints on a device. Coordinates are twips (1440 to the inch) from the top left of the printable area.
 class CPrintTreeView final : public QObject {
   Q_OBJECT
 
  public:
-  /// The device outlives the object.
+  /// The device outlives this object.
   explicit CPrintTreeView(QPagedPaintDevice& printer) : printer_(printer) {}
 
-  /// The tree view to print; it outlives the object.
+  /// Sets the tree view to print, which outlives this object.
   void SetControl(const PrintableTree& tree) { control_ = &tree; }
 
-  /// What is asked after each node, with how many are printed of how many: whether to go on.
+  /// Sets a function that is called after each node with the number of printed nodes and of all; it returns
+  /// whether to continue.
   void SetProgress(std::function<bool(int done, int all)> progress) { progress_ = std::move(progress); }
 
-  /// Prints the tree as one document. False when there is nothing to print, when the device fails, or when
-  /// printing was to end; what was printed by then may come out.
+  /// Prints the tree as one document. Returns false when there is nothing to print, when the device fails, or
+  /// when the progress function stopped it; pages printed until then may come out of the printer.
   [[nodiscard]] bool PrintControl();
 
  Q_SIGNALS:
-  /// A page is about to end; it is still the current one.
+  /// A page is full; it is still the current page of the device.
   void BeforeNewPage();
 
  private:

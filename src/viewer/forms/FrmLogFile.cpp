@@ -1,8 +1,7 @@
 #include "viewer/forms/FrmLogFile.h"
 
 #include <QShortcut>
-#include <new>
-#include <span>
+#include <utility>
 
 #include "common/Limits.h"
 #include "common/forms/WidgetText.h"
@@ -12,10 +11,11 @@ namespace fieldpost {
 
 FrmLogFile::FrmLogFile(const FileSystem& files, const InstallPaths& paths, ModWriteLogFile& log,
                        StatusDisplay& display, QWidget* parent)
-    : QWidget(parent), files_(files), ui_(std::make_unique<Ui::FrmLogFile>()) {
+    : QWidget(parent), ui_(std::make_unique<Ui::FrmLogFile>()) {
   ui_->setupUi(this);
+  search_ = std::make_unique<WidgetLogSearch>(*ui_->txtLogFile->document());
   Connect();
-  LoadLog(paths, log);
+  LoadLog(files, paths, log);
   display.ProcessEvents();
 }
 
@@ -29,63 +29,87 @@ void FrmLogFile::Connect() {
   shortcut(QKeySequence(Qt::CTRL | Qt::Key_F), [this] { OpenFindBar(); });
   shortcut(QKeySequence(Qt::Key_F3), [this] { Find(SearchDirection::Forward, false); });
   shortcut(QKeySequence(Qt::SHIFT | Qt::Key_F3), [this] { Find(SearchDirection::Backward, false); });
-  connect(ui_->fraFind, &WidgetFindBar::FindWanted, this, &FrmLogFile::Find);
+  connect(ui_->fraFind, &WidgetFindBar::FindRequested, this, &FrmLogFile::Find);
   connect(ui_->fraFind, &WidgetFindBar::Closed, ui_->txtLogFile,
           [this] { ui_->txtLogFile->setFocus(Qt::OtherFocusReason); });
-  connect(ui_->txtLogFile, &WidgetLogText::FindEnded, this, &FrmLogFile::ShowFindResult);
+  connect(search_.get(), &WidgetLogSearch::Ended, this, &FrmLogFile::ShowFindResult);
+  connect(&loadTimer_, &QTimer::timeout, this, &FrmLogFile::ShowPiece);
 }
 
-void FrmLogFile::LoadLog(const InstallPaths& paths, ModWriteLogFile& log) {
-  if (!files_.IsFolder(paths.FaultlogFolder("Log"))) return;
+void FrmLogFile::LoadLog(const FileSystem& files, const InstallPaths& paths, ModWriteLogFile& log) {
+  if (!files.IsFolder(paths.FaultlogFolder("Log"))) return;
   // The clock is read at each step: around midnight the caption may name one day and the text be of the next.
-  if (!files_.Exists(log.TodaysFile())) log.WriteLog("----", LogCategory::LogFile);
+  if (!files.Exists(log.TodaysFile())) log.WriteLog("----", LogCategory::LogFile);
   setWindowTitle(QStringLiteral("Log File    ") + PathToQt(log.TodaysFile().filename()));
-  ui_->txtLogFile->SetText(ReadLog(log.TodaysFile()));
+  try {
+    reader_ = std::make_unique<LogReader>(files, log.TodaysFile());
+  } catch (const FileError& error) {
+    return Append(error.what());
+  }
+  ShowPiece();
+  ui_->txtLogFile->moveCursor(QTextCursor::Start);
+  if (IsLoading()) loadTimer_.start(0);
 }
 
-/// The whole file, or one line that says why it cannot be shown.
-std::string FrmLogFile::ReadLog(const std::filesystem::path& file) const {
-  constexpr std::size_t pieceBytes = std::size_t{1} << 20U;
+void FrmLogFile::ShowPiece() {
   try {
-    const std::uint64_t size = files_.Stamp(file).size;
-    if (size > MaxShownLogBytes) throw FileTooLarge(file, MaxShownLogBytes);
-    std::string text(size + pieceBytes, '\0');  // it may grow while it is read
-    const std::unique_ptr<FileReader> reader = files_.OpenForReading(file);
-    std::size_t end = 0;
-    while (end < text.size()) {
-      const std::size_t got = reader->Read(std::span(text).subspan(end));
-      if (got == 0) break;
-      end += got;
-    }
-    text.resize(end);
-    return text;
+    const std::optional<std::string> piece = reader_->Next();
+    if (piece) return Append(*piece);
   } catch (const FileError& error) {
-    return error.what();
-  } catch (const std::bad_alloc&) {
-    return FileError("cannot show", file, "not enough memory").what();
+    Append(error.what());
   }
+  EndLoading();
+}
+
+void FrmLogFile::EndLoading() {
+  reader_.reset();
+  loadTimer_.stop();
+  if (waiting_) StartSearch(*std::exchange(waiting_, std::nullopt));
+}
+
+void FrmLogFile::Append(std::string_view text) {
+  QString shown = ToQt(text);
+  // The document would take these two, which no text uses, for the borders of a frame, and break the row.
+  shown.replace(QChar(0xFDD0), QStringLiteral("\\xEF\\xB7\\x90"));
+  shown.replace(QChar(0xFDD1), QStringLiteral("\\xEF\\xB7\\x91"));
+  QTextCursor end(ui_->txtLogFile->document());
+  end.movePosition(QTextCursor::End);
+  end.insertText(shown);
 }
 
 void FrmLogFile::OpenFindBar() {
-  const QString selected = ui_->txtLogFile->SelectedText();
-  constexpr qsizetype longestTaken = 200;
-  const bool isFit = selected.size() <= longestTaken && !selected.contains(u'\n');
-  ui_->fraFind->Open(isFit ? selected : QString());
+  const QString selected = ui_->txtLogFile->textCursor().selectedText();
+  constexpr qsizetype longestProposed = 200;
+  const bool isUsable = selected.size() <= longestProposed && !selected.contains(QChar::ParagraphSeparator);
+  ui_->fraFind->Open(isUsable ? selected : QString());
 }
 
-void FrmLogFile::Find(SearchDirection direction, bool stay) {
-  const QString text = ui_->fraFind->Text();
-  if (text.isEmpty()) {
-    if (!stay) OpenFindBar();
-    return ui_->fraFind->Tell({});
+void FrmLogFile::Find(SearchDirection direction, bool mayStay) {
+  if (ui_->fraFind->Text().isEmpty()) {
+    if (!mayStay) OpenFindBar();
+    return ui_->fraFind->ShowResult({});
   }
-  ui_->fraFind->Tell(tr("Searching..."));
-  ui_->txtLogFile->Find(text, direction, stay);
+  ui_->fraFind->ShowResult(tr("Searching..."));
+  if (IsLoading()) {
+    waiting_ = Request{direction, mayStay};
+  } else {
+    StartSearch({direction, mayStay});
+  }
 }
 
-void FrmLogFile::ShowFindResult(bool found) {
-  if (!found) ui_->fraFind->show();
-  ui_->fraFind->Tell(found ? QString() : tr("Not found"));
+void FrmLogFile::StartSearch(const Request& request) {
+  const QTextCursor selection = ui_->txtLogFile->textCursor();
+  const bool isAfter = request.direction == SearchDirection::Forward && !request.mayStay;
+  search_->Start(ui_->fraFind->Text(), request.direction,
+                 isAfter ? selection.selectionEnd() : selection.selectionStart());
+}
+
+void FrmLogFile::ShowFindResult(const QTextCursor& match) {
+  const bool isFound = !match.isNull();
+  if (isFound) ui_->txtLogFile->setTextCursor(match);
+  if (!isFound) ui_->fraFind->show();
+  ui_->fraFind->ShowResult(isFound ? QString() : tr("Not found"));
+  Q_EMIT FindEnded(isFound);
 }
 
 }  // namespace fieldpost

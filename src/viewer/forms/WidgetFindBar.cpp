@@ -9,8 +9,8 @@ namespace fieldpost {
 WidgetFindBar::WidgetFindBar(QWidget* parent) : QWidget(parent), ui_(std::make_unique<Ui::WidgetFindBar>()) {
   ui_->setupUi(this);
   hide();
-  const auto find = [this](SearchDirection direction, bool stay) {
-    return [this, direction, stay] { Q_EMIT FindWanted(direction, stay); };
+  const auto find = [this](SearchDirection direction, bool mayStay) {
+    return [this, direction, mayStay] { Q_EMIT FindRequested(direction, mayStay); };
   };
   connect(ui_->cmdFindNext, &QPushButton::clicked, this, find(SearchDirection::Forward, false));
   connect(ui_->cmdFindPrevious, &QPushButton::clicked, this, find(SearchDirection::Backward, false));
@@ -32,8 +32,8 @@ QString WidgetFindBar::Text() const {
   return ui_->txtFind->text();
 }
 
-void WidgetFindBar::Tell(const QString& outcome) {
-  ui_->lblFound->setText(outcome);
+void WidgetFindBar::ShowResult(const QString& result) {
+  ui_->lblFound->setText(result);
 }
 
 void WidgetFindBar::Close() {
@@ -46,14 +46,14 @@ void WidgetFindBar::keyPressEvent(QKeyEvent* event) {
   Close();
 }
 
-/// Enter in the box of the text; everything else goes its way.
+/// Handles Enter in the text box; other events pass.
 bool WidgetFindBar::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
   const auto& key = static_cast<const QKeyEvent&>(*event);
-  const bool enter = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
-  if (!enter) return QWidget::eventFilter(watched, event);
-  const bool back = key.modifiers().testFlag(Qt::ShiftModifier);
-  Q_EMIT FindWanted(back ? SearchDirection::Backward : SearchDirection::Forward, false);
+  const bool isEnter = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+  if (!isEnter) return QWidget::eventFilter(watched, event);
+  const bool isBackward = key.modifiers().testFlag(Qt::ShiftModifier);
+  Q_EMIT FindRequested(isBackward ? SearchDirection::Backward : SearchDirection::Forward, false);
   return true;
 }
 

@@ -1,4 +1,4 @@
-// The bar in which a viewer is asked for a text, and says what came of it.
+// The find bar of the viewers.
 #pragma once
 
 #include <QString>
@@ -13,8 +13,9 @@ class WidgetFindBar;
 
 namespace fieldpost {
 
-/// A line of controls at a viewer's lower edge, hidden until it is opened. Enter looks on, Shift+Enter looks
-/// back, Esc closes it.
+/// A line of controls at a viewer's lower edge, in which the user types the text to find and reads the
+/// result. It is hidden until it is opened. Enter requests the next match, Shift+Enter the previous one, Esc
+/// closes.
 class WidgetFindBar final : public QWidget {
   Q_OBJECT
 
@@ -24,20 +25,21 @@ class WidgetFindBar final : public QWidget {
   WidgetFindBar& operator=(const WidgetFindBar&) = delete;
   ~WidgetFindBar() override;
 
-  /// Shows it for typing. `proposed` becomes the text that is looked for, unless it is empty.
+  /// Shows the bar, ready for typing. `proposed` replaces the text to find, unless it is empty.
   void Open(const QString& proposed = {});
 
-  /// What is looked for.
+  /// The text to find.
   [[nodiscard]] QString Text() const;
 
-  /// Shows what came of the search, or nothing.
-  void Tell(const QString& outcome);
+  /// Shows the result of a search beside the buttons; an empty text clears it.
+  void ShowResult(const QString& result);
 
  Q_SIGNALS:
-  /// The text is to be looked for. `stay`: the match at hand will do, as while the text is being typed.
-  void FindWanted(SearchDirection direction, bool stay);
+  /// The user requests a search. With `mayStay`, as while the text is being typed, the match that is selected
+  /// already may be the result.
+  void FindRequested(SearchDirection direction, bool mayStay);
 
-  /// It was closed, and is hidden already.
+  /// The user has closed the bar; it is hidden.
   void Closed();
 
  protected:

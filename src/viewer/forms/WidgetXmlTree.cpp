@@ -12,12 +12,12 @@
 namespace fieldpost {
 namespace {
 
-// A wider view than this could not be scrolled: widgets count pixels in 32 bits.
+// The widest row, in pixels: widgets count pixels in 32 bits.
 constexpr std::int64_t MaxWidth = 1'000'000'000;
 
 }  // namespace
 
-/// Draws a row: the signs and lines of the tree, then the label as any list does.
+/// Draws the lines and the expansion sign of a row, then its label like any list.
 class WidgetXmlTree::Delegate final : public QStyledItemDelegate {
  public:
   explicit Delegate(WidgetXmlTree& view) : QStyledItemDelegate(&view), view_(view) {}
@@ -33,14 +33,15 @@ class WidgetXmlTree::Delegate final : public QStyledItemDelegate {
     QStyledItemDelegate::paint(painter, label, index);
   }
 
-  /// All rows are as wide as the widest.
+  /// Gives all rows the width of the widest.
   QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override {
     const int margin = view_.style()->pixelMetric(QStyle::PM_FocusFrameVMargin, &option, &view_) + 1;
     return {view_.widest_, QStyledItemDelegate::sizeHint(option, index).height() + 2 * margin};
   }
 
  private:
-  /// From the node outwards, as far as the columns are in sight. A line runs on where a sibling follows.
+  /// Draws the lines of the visible columns, from the node towards the root. A line continues where a sibling
+  /// follows.
   void DrawBranches(QPainter& painter, const QStyleOptionViewItem& option, XmlTree::Node node) const {
     const XmlTree& tree = view_.rows_->Tree();
     QStyleOptionViewItem branch(option);
@@ -92,8 +93,8 @@ void WidgetXmlTree::changeEvent(QEvent* event) {
   }
 }
 
-/// Measuring a million labels takes seconds; counting their bytes does not. Labels that turn out to be wider
-/// are noted as they are drawn.
+/// Estimates the width of labels from their bytes, because measuring a million labels takes seconds. Labels
+/// that are wider than estimated are noted when they are drawn.
 void WidgetXmlTree::MeasureNewNodes() {
   if (rows_ == nullptr) return;
   const XmlTree& tree = rows_->Tree();
@@ -154,7 +155,7 @@ QSizeF WidgetXmlTree::ScreenDots() const {
   return {screen()->logicalDotsPerInchX(), screen()->logicalDotsPerInchY()};
 }
 
-/// Rows are as wide as the widest; what must be in sight is the label's beginning.
+/// Scrolls to the start of the label, not of the row, because all rows are as wide as the widest.
 void WidgetXmlTree::scrollTo(const QModelIndex& index, ScrollHint hint) {
   if (!index.isValid()) return;
   const int before = horizontalScrollBar()->value();
@@ -165,7 +166,7 @@ void WidgetXmlTree::scrollTo(const QModelIndex& index, ScrollHint hint) {
   horizontalScrollBar()->setValue(inSight ? before : std::max(0, left - width / 4));
 }
 
-/// Where the sign stands that opens and closes a node.
+/// Returns the area of the sign that expands and collapses a node.
 QRect WidgetXmlTree::SignRect(const QRect& row, std::uint32_t level) const {
   return {row.left() + static_cast<int>(level) * indentation_, row.top(), indentation_, row.height()};
 }

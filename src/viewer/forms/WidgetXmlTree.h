@@ -9,9 +9,9 @@
 
 namespace fieldpost {
 
-/// Shows a tree as a list of rows with their indentation, signs and connecting lines drawn by itself, so that
-/// neither a million elements nor a hundred thousand levels hold the window up. Keys are those of a tree
-/// view: Left and Right, plus, minus and asterisk.
+/// Shows a tree as a list of rows, and draws indentation, expansion signs and connecting lines itself, so
+/// that the window stays responsive with a million elements or a hundred thousand levels. The keys are those
+/// of a tree view: Left and Right, plus, minus and asterisk.
 class WidgetXmlTree final : public QListView, public PrintableTree {
   Q_OBJECT
 
@@ -21,13 +21,14 @@ class WidgetXmlTree final : public QListView, public PrintableTree {
   /// Shows the rows of a model, which outlives the view.
   void Show(WidgetXmlTreeModel& rows);
 
-  /// To be told after the model was, so that the view can be scrolled as far as the new labels reach.
+  /// Extends the horizontal scroll range to the labels of new nodes; to be called after the model was
+  /// updated.
   void MeasureNewNodes();
 
-  /// The node of the current row.
+  /// The node of the current row; nothing without one.
   [[nodiscard]] std::optional<XmlTree::Node> CurrentNode() const;
 
-  /// Makes a node the current one, and expands what hides it.
+  /// Makes a node the current one, and expands its collapsed ancestors.
   void GoTo(XmlTree::Node node);
 
   void ExpandAll();

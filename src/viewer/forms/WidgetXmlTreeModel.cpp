@@ -83,7 +83,8 @@ void WidgetXmlTreeModel::CollapseAll() {
   });
 }
 
-/// Does a change to what is collapsed; what was selected stays so, or its nearest visible ancestor is.
+/// Changes which nodes are collapsed. The selection moves to the nearest visible ancestor of a node that is
+/// hidden.
 void WidgetXmlTreeModel::Change(const std::function<void()>& change) {
   Q_EMIT layoutAboutToBeChanged();
   const QModelIndexList before = persistentIndexList();
@@ -131,7 +132,7 @@ QVariant WidgetXmlTreeModel::data(const QModelIndex& index, int role) const {
   return {};
 }
 
-/// What the indentation and the sign before a label say, in words.
+/// Describes the level and the expansion state of a node in words.
 QString WidgetXmlTreeModel::Position(XmlTree::Node node) const {
   const QString level = QStringLiteral("Level %1").arg(tree_.Level(node) + 1);
   if (!tree_.HasChildren(node)) return level;

@@ -1,4 +1,4 @@
-// The rows of an XML tree that its view shows: every node but those below a collapsed one.
+// The item model of the XML viewer.
 #pragma once
 
 #include <QAbstractListModel>
@@ -9,47 +9,48 @@
 
 namespace fieldpost {
 
-/// A list, not a tree: a tree view works its way down by recursion, which a deep document would break. All
-/// nodes are expanded to begin with; as long as they are, rows and nodes have the same numbers.
+/// The visible nodes of an XML tree as the rows of a list. A tree model is not used, because tree views
+/// recurse, and a deep document would overflow the stack. At first all nodes are expanded; then rows and
+/// nodes have the same numbers.
 class WidgetXmlTreeModel final : public QAbstractListModel {
   Q_OBJECT
 
  public:
-  /// Longest part of a label that is shown, in bytes. Copying gives all of it.
+  /// Bytes of a label that are shown at most. Copying copies the whole label.
   static constexpr std::size_t MaxShownBytes = 1000;
 
-  /// `tree` outlives the model and is told of by ShowNewNodes and ShowNothing.
+  /// `tree` outlives the model. ShowNewNodes and ShowNothing are to be called after each change of it.
   WidgetXmlTreeModel(const XmlTree& tree, QObject* parent) : QAbstractListModel(parent), tree_(tree) {}
 
-  /// The tree has grown.
+  /// Shows the nodes that were added to the tree.
   void ShowNewNodes();
 
-  /// The tree was emptied.
+  /// Removes all rows, after the tree was cleared.
   void ShowNothing();
 
-  /// How many nodes of the tree the rows are of, those below collapsed ones included.
+  /// The number of nodes that the model knows, including those below collapsed nodes.
   [[nodiscard]] XmlTree::Node ShownNodes() const { return shown_; }
 
   [[nodiscard]] const XmlTree& Tree() const { return tree_; }
   [[nodiscard]] XmlTree::Node NodeAt(int row) const;
 
-  /// The row of a node; of one that is hidden, that of the ancestor which hides it.
+  /// The row of a node; of a hidden node, the row of its collapsed ancestor.
   [[nodiscard]] int RowOf(XmlTree::Node node) const;
 
   [[nodiscard]] bool IsExpanded(XmlTree::Node node) const;
   void SetExpanded(XmlTree::Node node, bool expanded);
 
-  /// Expands a node and all below it.
+  /// Expands a node and all nodes below it.
   void ExpandBelow(XmlTree::Node node);
 
-  /// Expands what hides a node.
+  /// Expands the collapsed ancestors of a node.
   void Reveal(XmlTree::Node node);
 
   void ExpandAll();
   void CollapseAll();
 
-  /// A label as it is shown: what would break the line is a blank, other control characters have pictures,
-  /// and a long one ends in an ellipsis.
+  /// Returns a label as it is shown: line breaks and tabs are blanks, other control characters have their
+  /// Unicode pictures, and a long label ends in an ellipsis.
   [[nodiscard]] QString ShownLabel(XmlTree::Node node) const;
 
   [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
@@ -61,8 +62,8 @@ class WidgetXmlTreeModel final : public QAbstractListModel {
   [[nodiscard]] QString Position(XmlTree::Node node) const;
 
   const XmlTree& tree_;
-  XmlTree::Node shown_ = 0;             // how many nodes of the tree the rows are of
-  bool allExpanded_ = true;             // then the rows are the nodes, and what follows is empty
+  XmlTree::Node shown_ = 0;             // the number of nodes that the model knows
+  bool allExpanded_ = true;             // then rows and nodes are the same, and the members below are empty
   std::vector<bool> collapsed_;         // by node
   std::vector<XmlTree::Node> visible_;  // by row
 };

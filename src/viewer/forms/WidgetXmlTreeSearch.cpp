@@ -7,18 +7,18 @@
 namespace fieldpost {
 
 WidgetXmlTreeSearch::State WidgetXmlTreeSearch::SearchFor(int milliseconds) {
-  constexpr int partsBetweenLooksAtTheClock = 64;
+  constexpr int partsBetweenClockReads = 64;
   QElapsedTimer time;
   time.start();
   for (int parts = 1; left_ > 0; ++parts) {
     if (MatchesPart()) return State::Found;
     if (partAt_ == 0 && --left_ > 0) Step();
-    if (parts % partsBetweenLooksAtTheClock == 0 && time.elapsed() >= milliseconds) break;
+    if (parts % partsBetweenClockReads == 0 && time.elapsed() >= milliseconds) break;
   }
   return left_ > 0 ? State::Searching : State::NotFound;
 }
 
-/// Parts overlap, so that what lies across the end of one is in the next.
+/// The parts overlap, so that a match across the end of a part is found in the next part.
 bool WidgetXmlTreeSearch::MatchesPart() {
   constexpr std::size_t partBytes = 32'768;
   constexpr std::size_t maxBytesACharacter = 4;
@@ -36,7 +36,7 @@ void WidgetXmlTreeSearch::Step() {
     node_ = forward ? node_ + 1 : node_ - 1;
   } else {
     node_ = forward ? 0 : size_ - 1;
-    wentRound_ = true;
+    hasWrapped_ = true;
   }
 }
 

@@ -1,4 +1,4 @@
-// Looks for a text in the labels of an XML tree, a slice at a time.
+// The search of the XML viewer.
 #pragma once
 
 #include <QString>
@@ -9,13 +9,13 @@
 
 namespace fieldpost {
 
-/// One search, once round the tree. Upper and lower case letters are the same.
+/// Searches the labels of a tree once around for a text, without regard to case, in slices.
 class WidgetXmlTreeSearch {
  public:
   enum class State { Searching, Found, NotFound };
 
-  /// Begins at `from`, and goes on at the other end when it comes to one. The tree outlives the search, and
-  /// may grow meanwhile; what is added is not looked at.
+  /// Starts at the node `from`, and continues at the other end of the tree after the last or first node. The
+  /// tree outlives the search, and may grow meanwhile; new nodes are not searched.
   WidgetXmlTreeSearch(const XmlTree& tree, const QString& text, XmlTree::Node from, SearchDirection direction)
       : tree_(tree),
         matcher_(text, Qt::CaseInsensitive),
@@ -24,17 +24,17 @@ class WidgetXmlTreeSearch {
         size_(tree.Size()),
         left_(tree.Size()) {}
 
-  /// Leaves `from` to the end: the next match is wanted, not the one at hand.
+  /// Searches `from` last, to find the next match instead of the current one.
   void SkipFirst() { Step(); }
 
-  /// Looks at labels, long ones in parts, for some milliseconds.
+  /// Searches for some milliseconds; a long label is searched in parts.
   State SearchFor(int milliseconds);
 
-  /// The node that was found.
+  /// The node of the match, once found.
   [[nodiscard]] XmlTree::Node Node() const { return node_; }
 
-  /// Whether the search went on at the other end.
-  [[nodiscard]] bool WentRound() const { return wentRound_; }
+  /// Whether the search has continued at the other end.
+  [[nodiscard]] bool HasWrapped() const { return hasWrapped_; }
 
  private:
   bool MatchesPart();
@@ -45,9 +45,9 @@ class WidgetXmlTreeSearch {
   SearchDirection direction_;
   XmlTree::Node node_;
   XmlTree::Node size_;
-  XmlTree::Node left_;      // how many are still to be looked at
-  std::size_t partAt_ = 0;  // what comes before this in the node's label was looked at
-  bool wentRound_ = false;
+  XmlTree::Node left_;      // the number of nodes that are still to be searched
+  std::size_t partAt_ = 0;  // the part of the node's label before this offset was searched
+  bool hasWrapped_ = false;
 };
 
 }  // namespace fieldpost

@@ -11,7 +11,7 @@
 namespace fieldpost {
 namespace {
 
-// Between two slices the window answers; a person does not notice so short a time.
+// Window events are processed between two slices; a user does not notice so short a delay.
 constexpr int SliceMilliseconds = 15;
 
 }  // namespace
@@ -33,7 +33,7 @@ frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prom
 frmXMLfile::~frmXMLfile() = default;
 
 void frmXMLfile::Connect() {
-  // Two of these windows may be open: each answers to its own keys alone.
+  // The keys of a viewer must not act on another viewer that is open in the same frame.
   for (QAction* action : {ui_->mnuPrint, ui_->mnuCopy, ui_->mnuFind, ui_->mnuFindNext, ui_->mnuFindPrevious,
                           ui_->mnuExpandAll, ui_->mnuCollapseAll}) {
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
@@ -55,7 +55,7 @@ void frmXMLfile::ConnectFind() {
   connect(ui_->mnuFindNext, &QAction::triggered, this, [this] { Find(SearchDirection::Forward, false); });
   connect(ui_->mnuFindPrevious, &QAction::triggered, this,
           [this] { Find(SearchDirection::Backward, false); });
-  connect(ui_->fraFind, &WidgetFindBar::FindWanted, this, &frmXMLfile::Find);
+  connect(ui_->fraFind, &WidgetFindBar::FindRequested, this, &frmXMLfile::Find);
   connect(ui_->fraFind, &WidgetFindBar::Closed, this, &frmXMLfile::LeaveFindBar);
 }
 
@@ -100,8 +100,8 @@ void frmXMLfile::ReadOn() {
   ShowProgress();
 }
 
-/// The list lays all its rows out anew when some are added: that is done for the first, and then each time
-/// that they are a quarter more.
+/// The list lays out all its rows again whenever rows are added. Therefore new nodes are shown at first, and
+/// then each time that their number has grown by a quarter.
 void frmXMLfile::ShowRead(bool all) {
   if (rows_.rowCount() == 0 && tree_.Size() > 0) {
     setWindowTitle(Title());
@@ -152,34 +152,34 @@ void frmXMLfile::NoPrinter() {
   prompt_.ShowMessage("Default printer not found", MessageIcon::Exclamation, "");
 }
 
-/// The whole label, however little of it is shown.
+/// Copies the whole label, also of a node that shows only a part of it.
 void frmXMLfile::CopyLabel() {
   if (const auto node = ui_->TWXML->CurrentNode())
     QGuiApplication::clipboard()->setText(ToQt(tree_.Label(*node)));
 }
 
 void frmXMLfile::LeaveFindBar() {
-  ui_->fraFind->Tell({});
+  ui_->fraFind->ShowResult({});
   searching_.stop();
   search_.reset();
   ui_->TWXML->setFocus(Qt::OtherFocusReason);
 }
 
-/// `stay`: the current node may be the one that is found, as while the text is being typed.
-void frmXMLfile::Find(SearchDirection direction, bool stay) {
+/// With `mayStay`, as while the text is being typed, the current node itself may be the match.
+void frmXMLfile::Find(SearchDirection direction, bool mayStay) {
   searching_.stop();
   search_.reset();
-  ui_->fraFind->Tell({});
+  ui_->fraFind->ShowResult({});
   const QString text = ui_->fraFind->Text();
   if (text.isEmpty()) {
-    if (!stay) ui_->fraFind->Open();
+    if (!mayStay) ui_->fraFind->Open();
     return;
   }
-  if (tree_.Size() == 0) return ui_->fraFind->Tell(tr("Not found"));
+  if (tree_.Size() == 0) return ui_->fraFind->ShowResult(tr("Not found"));
   const XmlTree::Node from = ui_->TWXML->CurrentNode().value_or(0);
   search_.emplace(tree_, text, from, direction);
-  if (!stay) search_->SkipFirst();
-  ui_->fraFind->Tell(tr("Searching..."));
+  if (!mayStay) search_->SkipFirst();
+  ui_->fraFind->ShowResult(tr("Searching..."));
   searching_.start();
   SearchOn();
 }
@@ -189,14 +189,14 @@ void frmXMLfile::SearchOn() {
   if (state == WidgetXmlTreeSearch::State::Searching) return;
   searching_.stop();
   if (state == WidgetXmlTreeSearch::State::Found) return ShowFound();
-  ui_->fraFind->Tell(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
+  ui_->fraFind->ShowResult(IsLoading() ? tr("Not found in what has been read so far") : tr("Not found"));
   ui_->fraFind->show();
 }
 
 void frmXMLfile::ShowFound() {
   rows_.ShowNewNodes();
   ui_->TWXML->GoTo(search_->Node());
-  ui_->fraFind->Tell(search_->WentRound() ? tr("Continued at the other end") : QString());
+  ui_->fraFind->ShowResult(search_->HasWrapped() ? tr("Continued at the other end") : QString());
 }
 
 }  // namespace fieldpost

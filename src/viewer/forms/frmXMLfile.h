@@ -1,4 +1,4 @@
-// Shows one XML file as a tree.
+// The XML viewer.
 #pragma once
 
 #include <QMainWindow>
@@ -21,30 +21,31 @@ class frmXMLfile;
 
 namespace fieldpost {
 
-/// A child window of the main window. The file is read in slices between the window's events, so that a large
-/// one is on the screen at once and the window can be used, and closed, while the rest comes.
+/// A child window of the main window that shows one XML file as a tree. The file is read in slices between
+/// window events, so that the start of a large file is visible at once, and the window can be used, and
+/// closed, while the rest is read.
 class frmXMLfile final : public QMainWindow {
   Q_OBJECT
 
  public:
-  /// What is handed over outlives the window.
+  /// The references outlive the window.
   frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent = nullptr);
   ~frmXMLfile() override;
 
-  /// The full path of the file; to be set before Load.
+  /// Sets the full path of the file; to be called before Load.
   void SetPath(std::filesystem::path path) { path_ = std::move(path); }
 
-  /// Begins to read the file, and returns after the first slice; a small file is mostly read by then. A file
-  /// that is missing, or is not well-formed, leaves the tree empty and a line in the log.
+  /// Starts to read the file, and returns after the first slice, which is the whole of a small file. A file
+  /// that is missing, or is not well-formed, leaves the tree empty and is logged.
   void Load();
 
   /// Whether the file is being read.
   [[nodiscard]] bool IsLoading() const { return reader_ != nullptr; }
 
-  /// Room for some thirty lines of a usual file.
+  /// Large enough for some thirty lines of a usual file.
   [[nodiscard]] QSize sizeHint() const override;
 
-  /// What was read so far.
+  /// The tree of the part of the file that was read so far.
   [[nodiscard]] const XmlTree& Tree() const { return tree_; }
 
  private:
@@ -58,7 +59,7 @@ class frmXMLfile final : public QMainWindow {
   void Preview();
   void CopyLabel();
   void LeaveFindBar();
-  void Find(SearchDirection direction, bool stay);
+  void Find(SearchDirection direction, bool mayStay);
   void SearchOn();
   void ShowFound();
   void NoPrinter();

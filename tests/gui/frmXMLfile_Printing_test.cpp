@@ -13,8 +13,6 @@ namespace {
 
 using testing::IsEmpty;
 
-// The printer dialog, as a machine without a printer shows it.
-
 TEST(frmXMLfile, PrintsToAPdfWithoutAnyPrinter) {
   ASSERT_THAT(QPrinterInfo::availablePrinters(), IsEmpty()) << "this test is for machines without printers";
   test::ViewerSite viewer;
@@ -41,7 +39,7 @@ TEST(frmXMLfile, PrintsToAPdfWithoutAnyPrinter) {
   EXPECT_THAT(text, testing::Not(testing::HasSubstr("hidden")));
 }
 
-TEST(frmXMLfile, ACancelledDialogPrintsNothingAndSaysNothing) {
+TEST(frmXMLfile, PrintsNothingWhenTheDialogIsCancelled) {
   test::ViewerSite viewer;
   viewer.OpenText("<a/>");
   test::MessageBoxes boxes;
@@ -57,7 +55,7 @@ TEST(frmXMLfile, ACancelledDialogPrintsNothingAndSaysNothing) {
 
 const test::SeenBox NoPrinter{"Default printer not found", QMessageBox::Warning, "Fieldpost"};
 
-TEST(frmXMLfile, EveryFailureOfPrintingIsOneBox) {
+TEST(frmXMLfile, ShowsOneMessageForEveryPrintingFailure) {
   struct Row {
     const char* what;
     std::string xml;

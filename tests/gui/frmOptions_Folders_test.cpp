@@ -3,12 +3,12 @@
 namespace fieldpost {
 namespace {
 
-using test::OptionsForm;
+using test::frmOptionsTest;
 using test::Part;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(OptionsForm, ChecksInTheirOrder) {
+TEST_F(frmOptionsTest, RefusesInTheGivenOrder) {
   struct Row {
     const char* name;
     std::string process, archive;
@@ -98,7 +98,7 @@ TEST_F(OptionsForm, ChecksInTheirOrder) {
   }
 }
 
-TEST_F(OptionsForm, WhatPassesTheChecks) {
+TEST_F(frmOptionsTest, AcceptsEmptyFoldersAndAnotherCase) {
   const std::string other = Folder("home/Faultlog/pROCESS");
   for (const std::string& row : {Tree("Latest"), other}) {
     SetRows({row});
@@ -116,7 +116,7 @@ TEST_F(OptionsForm, WhatPassesTheChecks) {
   EXPECT_EQ(settings_.ArchiveFolder, "");
 }
 
-TEST_F(OptionsForm, FoldersThatServeForOtherFilesAreRefused) {
+TEST_F(frmOptionsTest, RefusesFoldersThatHoldOtherFiles) {
   struct Row {
     const char* button;
     std::string chosen, message;
@@ -140,7 +140,7 @@ TEST_F(OptionsForm, FoldersThatServeForOtherFilesAreRefused) {
   }
 }
 
-TEST_F(OptionsForm, ChosenFoldersAreTakenWithTheirSeparator) {
+TEST_F(frmOptionsTest, AddsTheSeparatorToChosenFolders) {
   Shown();
   const std::string folder = Folder("Größe & more");
   EXPECT_THAT(Choose("cmdArchiveFolder", folder.substr(0, folder.size() - 1)), IsEmpty());
@@ -155,7 +155,7 @@ TEST_F(OptionsForm, ChosenFoldersAreTakenWithTheirSeparator) {
   EXPECT_THAT(SelectedRows(), ElementsAre(0));
 }
 
-TEST_F(OptionsForm, AClosedFolderDialogChangesNothing) {
+TEST_F(frmOptionsTest, ChangesNothingWhenAFileDialogIsCancelled) {
   for (const char* button : {"cmdArchiveFolder", "cmdProcessPath", "cmdBrowserAdd", "cmdTlsCaFile"}) {
     Shown();
     if (std::string_view(button) == "cmdTlsCaFile") Turn(OptionsPage::MailServer);
@@ -167,7 +167,7 @@ TEST_F(OptionsForm, AClosedFolderDialogChangesNothing) {
   }
 }
 
-TEST_F(OptionsForm, TypedFoldersAreAddedOrRefused) {
+TEST_F(frmOptionsTest, RefusesTypedFoldersThatCannotBeAdded) {
   const std::string file = Utf8FromPath(site_.folder.Write("f.xml", ""));
   const auto warning = QMessageBox::Warning;
   const test::SeenBox filename{"Path not found! (Make sure you not insert filename)", warning, "Fieldpost"};
@@ -189,7 +189,7 @@ TEST_F(OptionsForm, TypedFoldersAreAddedOrRefused) {
   }
 }
 
-TEST_F(OptionsForm, ATypedFolderIsAddedByButtonOrEnter) {
+TEST_F(frmOptionsTest, AddsATypedFolderByButtonAndEnter) {
   Shown();
   const test::MessageBoxes boxes;
   const std::string folder = Folder("new");
@@ -211,7 +211,7 @@ TEST_F(OptionsForm, ATypedFolderIsAddedByButtonOrEnter) {
   EXPECT_THAT(boxes.seen, IsEmpty());
 }
 
-TEST_F(OptionsForm, DeletesTheSelectedRows) {
+TEST_F(frmOptionsTest, DeletesTheSelectedRows) {
   SetRows({"/1/", "/2/", "/3/", "/4/"});
   Shown();
   EXPECT_FALSE(Part<QPushButton>(*form_, "cmdDeletePath").isEnabled());
@@ -230,7 +230,7 @@ TEST_F(OptionsForm, DeletesTheSelectedRows) {
   EXPECT_EQ(program_.lists.LatestFolderList.size(), 4U) << "nothing is saved yet";
 }
 
-TEST_F(OptionsForm, NetworkDrives) {
+TEST_F(frmOptionsTest, MapsAndDisconnectsNetworkDrives) {
   for (const auto& [button, expected] :
        std::vector<std::pair<const char*, std::string>>{{"cmdLMapNetDriver", "connect"},
                                                         {"cmdAMapNetDriver", "connect"},
@@ -238,13 +238,13 @@ TEST_F(OptionsForm, NetworkDrives) {
                                                         {"cmdADisconnect", "disconnect"},
                                                         {"cmdPDisconnect", "disconnect"}}) {
     Shown();
-    drives_.asked.clear();
-    drives_.failure = "";
+    drives_.calls.clear();
+    drives_.problem = "";
     test::MessageBoxes boxes;
     Press(button);
-    EXPECT_THAT(drives_.asked, ElementsAre(expected)) << button;
+    EXPECT_THAT(drives_.calls, ElementsAre(expected)) << button;
     EXPECT_THAT(boxes.seen, IsEmpty());
-    drives_.failure = "No <file> manager.";
+    drives_.problem = "No <file> manager.";
     Press(button);
     EXPECT_THAT(boxes.seen,
                 ElementsAre(test::SeenBox{"No <file> manager.", QMessageBox::Warning, "Fieldpost"}));

@@ -16,7 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// The longest time for which a timer of 10 ms had to wait.
+/// Measures the longest delay of a timer of 10 ms.
 class Gaps {
  public:
   Gaps() {
@@ -35,7 +35,7 @@ class Gaps {
   QElapsedTimer since_;
 };
 
-/// Shows a window, and waits until a row of the tree is drawn. Milliseconds.
+/// Shows a window, and waits until a row of the tree is drawn. Returns the milliseconds that it took.
 qint64 FirstScreen(test::ViewerSite& viewer, const std::filesystem::path& path) {
   QElapsedTimer time;
   time.start();
@@ -49,7 +49,7 @@ qint64 FirstScreen(test::ViewerSite& viewer, const std::filesystem::path& path) 
   return time.elapsed();
 }
 
-TEST(frmXMLfile, AMillionElementsLeaveTheWindowAnswering) {
+TEST(frmXMLfile, StaysResponsiveWithAMillionElements) {
   test::ViewerSite viewer;
   const std::filesystem::path path = test::WriteMany(viewer.folder, 1'000'000);
   QElapsedTimer time;
@@ -80,7 +80,7 @@ TEST(frmXMLfile, AMillionElementsLeaveTheWindowAnswering) {
   EXPECT_LT(std::max({reading, folding, gaps.longest}), 1'000);
 }
 
-TEST(frmXMLfile, AHundredThousandLevelsLeaveTheWindowAnswering) {
+TEST(frmXMLfile, StaysResponsiveWithAHundredThousandLevels) {
   constexpr int depth = 100'000;
   test::ViewerSite viewer;
   std::string text;
@@ -119,7 +119,7 @@ TEST(frmXMLfile, AHundredThousandLevelsLeaveTheWindowAnswering) {
   EXPECT_LT(gaps.longest, 1'000);
 }
 
-TEST(frmXMLfile, ClosingWhileItReadsEndsTheReading) {
+TEST(frmXMLfile, StopsReadingWhenClosed) {
   test::ViewerSite viewer;
   viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
   viewer.form->Load();
@@ -135,7 +135,7 @@ TEST(frmXMLfile, ClosingWhileItReadsEndsTheReading) {
   EXPECT_THAT(viewer.Log(), IsEmpty());
 }
 
-TEST(frmXMLfile, AnotherLoadTakesTheFirstOnesPlace) {
+TEST(frmXMLfile, ReplacesTheFirstLoadByTheSecond) {
   test::ViewerSite viewer;
   viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
   viewer.form->Load();

@@ -6,11 +6,11 @@
 namespace fieldpost {
 namespace {
 
-using test::OptionsForm;
+using test::frmOptionsTest;
 using test::Part;
 using testing::ElementsAre;
 
-TEST_F(OptionsForm, TheMailCheckOpensThePagesThatNeedFillingIn) {
+TEST_F(frmOptionsTest, OpensOnEachPageThatTheMailCheckRequests) {
   settings_.SenderAddress = "";
   settings_.PartnerID = "";
   settings_.SMTPPort = "";
@@ -21,10 +21,7 @@ TEST_F(OptionsForm, TheMailCheckOpensThePagesThatNeedFillingIn) {
                         FromQt(dialog.focusWidget()->objectName()));
     dialog.close();
   };
-  site_.prompt.SetOptionsDialog([&](OptionsPage page) {
-    frmOptions shown(store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory);
-    shown.ShowPage(page);
-  });
+  site_.prompt.SetOptionsDialog([&](OptionsPage page) { frmOptions(Context()).ShowPage(page); });
   EXPECT_TRUE(program_.check.CheckMailOptions().requiredMissing);
   EXPECT_THAT(opened, ElementsAre(std::pair(3, std::string("txtSMTPserver")),
                                   std::pair(4, std::string("txtPartnerID"))));
@@ -37,7 +34,7 @@ TEST_F(OptionsForm, TheMailCheckOpensThePagesThatNeedFillingIn) {
   EXPECT_EQ(settings_.SMTPPort, "25");
 }
 
-TEST_F(OptionsForm, OneThatIsOpenOnlyTurnsToThePage) {
+TEST_F(frmOptionsTest, OnlyTurnsThePageWhenOpen) {
   Shown();
   SetText("txtSMTPserver", "typed");
   form_->ShowPage(OptionsPage::Partner);
@@ -46,14 +43,13 @@ TEST_F(OptionsForm, OneThatIsOpenOnlyTurnsToThePage) {
   EXPECT_TRUE(form_->isVisible());
 }
 
-TEST_F(OptionsForm, KeepsItsSize) {
+TEST_F(frmOptionsTest, KeepsItsSize) {
   Shown().resize(700, 600);
   Press("cmdClose");
   EXPECT_EQ(Shown().size(), QSize(700, 600));
 }
 
-/// Every control that the keyboard can reach on the page that is shown.
-TEST_F(OptionsForm, EnterIsOKFromEveryBox) {
+TEST_F(frmOptionsTest, EnterSavesFromEveryBox) {
   for (const char* name : {"txtOutputFolder", "txtFaultMailAddress", "txtSMTPport", "txtSMTPserver",
                            "txtMailPassword", "txtPartnerID", "LVPath", "CmbNumAttachments", "chkFault"}) {
     Shown();
@@ -67,6 +63,7 @@ TEST_F(OptionsForm, EnterIsOKFromEveryBox) {
   }
 }
 
+/// Returns the names of the controls on the shown page that the Tab key reaches.
 std::set<std::string> Reachable(const QWidget& form) {
   std::set<std::string> names;
   for (const QWidget* part : form.findChildren<QWidget*>()) {
@@ -76,7 +73,7 @@ std::set<std::string> Reachable(const QWidget& form) {
   return names;
 }
 
-TEST_F(OptionsForm, TabWalksOverEveryControlOfAPageInOrder) {
+TEST_F(frmOptionsTest, TabReachesEveryControlInOrder) {
   const std::vector<std::vector<std::string>> pages{
       {"LVPath", "cmdDeletePath", "cmdLMapNetDriver", "txtInputFolder", "cmdBrowserAdd", "cmdAddPath",
        "txtOutputFolder", "cmdArchiveFolder", "cmdAMapNetDriver", "cmdADisconnect", "txtProcessFolder",
@@ -108,7 +105,7 @@ TEST_F(OptionsForm, TabWalksOverEveryControlOfAPageInOrder) {
   }
 }
 
-TEST_F(OptionsForm, KeysTurnThePages) {
+TEST_F(frmOptionsTest, TurnsThePagesByKeys) {
   Shown();
   for (int page = 1; page <= 5; ++page) {
     QTest::keyClick(form_->focusWidget(), Qt::Key_Tab, Qt::ControlModifier);
@@ -116,7 +113,7 @@ TEST_F(OptionsForm, KeysTurnThePages) {
   }
 }
 
-TEST_F(OptionsForm, EveryControlHasAnAccessibleName) {
+TEST_F(frmOptionsTest, HasAnAccessibleNameForEveryControl) {
   Shown();
   const auto nameOf = [](QWidget* part) {
     return FromQt(QAccessible::queryAccessibleInterface(part)->text(QAccessible::Name));

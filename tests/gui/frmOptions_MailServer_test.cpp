@@ -8,12 +8,12 @@ namespace fieldpost {
 namespace {
 
 namespace fs = std::filesystem;
-using test::OptionsForm;
+using test::frmOptionsTest;
 using test::Part;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST_F(OptionsForm, NumbersTakeDigitsUpToTheirHighest) {
+TEST_F(frmOptionsTest, RestrictsNumbersToTheirRange) {
   struct Row {
     const char* box;
     QString typed, shown;
@@ -29,7 +29,7 @@ TEST_F(OptionsForm, NumbersTakeDigitsUpToTheirHighest) {
   }
 }
 
-TEST_F(OptionsForm, UseDefaultSettingsShowsTheDefaults) {
+TEST_F(frmOptionsTest, UseDefaultSettingsShowsTheDefaults) {
   settings_.SMTPPort = "2525";
   settings_.TryCount = "3";
   settings_.Timeout = "20";
@@ -55,7 +55,7 @@ TEST_F(OptionsForm, UseDefaultSettingsShowsTheDefaults) {
   EXPECT_FALSE(Box("txtSMTPport").isEnabled());
 }
 
-TEST_F(OptionsForm, EncryptionSettings) {
+TEST_F(frmOptionsTest, LoadsAndSavesEncryptionSettings) {
   const fs::path file = site_.folder.Write("ca.pem", "");
   for (const auto& [stored, index, saved] :
        std::vector<std::tuple<std::string, int, std::string>>{{"", 0, "auto"},
@@ -74,7 +74,7 @@ TEST_F(OptionsForm, EncryptionSettings) {
   }
 }
 
-TEST_F(OptionsForm, TestingTheServer) {
+TEST_F(frmOptionsTest, ReportsTheResultOfTheServerTest) {
   struct Row {
     std::vector<std::uint32_t> addresses;
     std::uint32_t status;
@@ -102,7 +102,7 @@ TEST_F(OptionsForm, TestingTheServer) {
   EXPECT_THAT(hosts_.asked, testing::Each("mail.example"));
 }
 
-TEST_F(OptionsForm, TestingTheServerTypedNow) {
+TEST_F(frmOptionsTest, TestsTheServerThatIsTyped) {
   Shown();
   Turn(OptionsPage::MailServer);
   SetText("txtSMTPserver", " typed.example ");
@@ -112,7 +112,7 @@ TEST_F(OptionsForm, TestingTheServerTypedNow) {
   EXPECT_EQ(settings_.SMTPServer, "mail.example");
 }
 
-TEST_F(OptionsForm, WhileTheServerIsTestedNothingElseCanBeDone) {
+TEST_F(frmOptionsTest, IsDisabledWhileTheServerIsTested) {
   Shown();
   Turn(OptionsPage::MailServer);
   bool asked = false;
@@ -133,14 +133,13 @@ TEST_F(OptionsForm, WhileTheServerIsTestedNothingElseCanBeDone) {
   EXPECT_TRUE(form_->isVisible());
 }
 
-TEST_F(OptionsForm, ARealEchoToThisMachine) {
+TEST_F(frmOptionsTest, SendsARealEchoToThisMachine) {
   SystemHostLookup hosts;
   SystemIcmpEcho echo;
   modMailServerPing ping(hosts, echo, site_.display);
-  std::string ignored;
-  const bool answers = ping.PingMailServer("127.0.0.1", ignored);
-  form_ = std::make_unique<frmOptions>(store_, site_.files, program_.paths, site_.prompt, ping, drives_,
-                                       site_.memory);
+  const bool answers = ping.PingMailServer("127.0.0.1").isReached;
+  form_ = std::make_unique<frmOptions>(
+      OptionsContext{store_, site_.files, program_.paths, site_.prompt, ping, drives_, site_.memory});
   form_->show();
   Turn(OptionsPage::MailServer);
   SetText("txtSMTPserver", "127.0.0.1");
