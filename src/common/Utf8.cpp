@@ -76,8 +76,8 @@ std::string_view WithoutLastCharacter(std::string_view text) {
 }
 
 std::size_t CountCharacters(std::string_view text) {
-  // The compiler vectorises blocks of a fixed size, small enough for their count to fit into a byte. Measured,
-  // utf8cpp's own functions take ten times as long.
+  // The compiler vectorises blocks of a fixed size, small enough for their count to fit into a byte.
+  // Measured, utf8cpp's own functions take ten times as long.
   constexpr std::size_t block = 240;
   std::size_t count = 0;
   for (; text.size() >= block; text.remove_prefix(block)) {

@@ -21,7 +21,8 @@ bool IsShown(const Utf8Character& character) {
   return character.codePoint == '\t' || KindOf(character.codePoint) == CharacterKind::Visible;
 }
 
-/// Returns how a character, encoded as `bytes`, is displayed: invisible and malformed ones as escape sequences.
+/// Returns how a character, encoded as `bytes`, is displayed: invisible and malformed ones as escape
+/// sequences.
 std::u16string Shown(const Utf8Character& character, std::string_view bytes) {
   if (IsShown(character)) return Utf16FromUtf8(bytes);
   const auto number = static_cast<unsigned>(character.codePoint);

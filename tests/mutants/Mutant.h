@@ -17,7 +17,8 @@ inline const int Chosen = [] {
   return number == nullptr ? -1 : std::atoi(number);
 }();
 
-/// Appends the numbers of the points that a process reached, one per line, to the file that MUTANT_RECORD names.
+/// Appends the numbers of the points that a process reached, one per line, to the file that MUTANT_RECORD
+/// names.
 class Record {
  public:
   Record() {
