@@ -181,6 +181,13 @@ TEST_F(FileSystemTest, LocksAFolderUntilTheLockIsReleased) {
   EXPECT_THROW((void)files.TryLock(folder.Path() / "none"), FileError);
 }
 
+TEST_F(FileSystemTest, MayRemoveFromAsksTheSystemForTheRight) {
+  EXPECT_TRUE(files.MayRemoveFrom(folder.Path()));
+  EXPECT_FALSE(files.MayRemoveFrom(folder.Path() / "none"));
+  const test::FailingCall failing("access", EACCES);
+  EXPECT_FALSE(files.MayRemoveFrom(folder.Path()));
+}
+
 TEST_F(FileSystemTest, EscapesControlCharactersOfThePathInErrors) {
   EXPECT_THAT(FailureOf([&] { (void)files.ReadWhole(folder.Path() / "a\nb", 1); }), HasSubstr("a\\x0Ab: "));
 }

@@ -158,6 +158,16 @@ TEST_F(SaveAtomicallyOnDiskTest, KeepsTheOldFileWhicheverCallFails) {
   EXPECT_EQ(test::ReadFile(file), "new");
 }
 
+TEST_F(SaveAtomicallyOnDiskTest, ThrowsTheFirstFailureWhenTheTemporaryFileCannotBeRemoved) {
+  const fs::path file = folder.Write("file", "old");
+  const test::FailingCall rename("rename", EIO);
+  const test::FailingCall unlink("unlink", EACCES, 1);
+  EXPECT_THAT([&] { files.SaveAtomically(file, "new"); },
+              testing::ThrowsMessage<FileError>(HasSubstr("cannot replace " + Utf8FromPath(file))));
+  EXPECT_EQ(unlink.Failures(), 1);
+  EXPECT_EQ(test::ReadFile(file), "old");
+}
+
 TEST(TemporaryNameForTest, ReturnsNamesThatAreNoDocuments) {
   EXPECT_EQ(TemporaryNameFor("/a/x.xml"), "/a/.x.xml.fieldpost-new");
   EXPECT_EQ(TemporaryNameFor("/a/" + std::string(255, 'x')).filename().native().size(), 255U);
