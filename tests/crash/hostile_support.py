@@ -8,7 +8,7 @@ import subprocess
 import threading
 import time
 
-from loss_support import LossTest
+from crash_support import CrashTest
 from support import Site
 
 # What a run may cost at most, whatever it is fed. A program that is built to watch itself needs more.
@@ -41,7 +41,7 @@ class Run:
         self.trace = trace
 
 
-class HostileTest(LossTest):
+class HostileTest(CrashTest):
     """Runs of the program that may not cost much, open what is not theirs, or write a line that breaks."""
 
     def make_site(self, *arguments, **options):

@@ -78,7 +78,7 @@ class PoisonInTheProcessFolder(HostileTest):
     def test_a_document_of_poison_waits_and_the_next_is_sent(self):
         for name, (content, says) in self.DOCUMENTS.items():
             with self.subTest(name):
-                sink = self.start_sink()
+                sink = self.start_server()
                 site = self.make_site(sink.port)
                 site.queue("FLog.4711.202611210702.xml", [Entry()])
                 (site.process / "FLog.4711.202611210701.xml").write_bytes(content)
@@ -90,7 +90,7 @@ class PoisonInTheProcessFolder(HostileTest):
                 self.assertEqual([says] if says else [], [line.split(": ")[-1] for line in lines])
 
     def test_a_document_of_two_gigabytes_waits_and_the_next_is_sent(self):
-        sink = self.start_sink()
+        sink = self.start_server()
         site = self.make_site(sink.port)
         site.queue("FLog.4711.202611210702.xml", [Entry()])
         huge = site.process / "FLog.4711.202611210701.xml"
@@ -116,7 +116,7 @@ class PoisonInTheProcessFolder(HostileTest):
         for journal in ("FLog.journal", "FLog.sent"):
             for name, make in self.JOURNALS.items():
                 with self.subTest(journal=journal, name=name):
-                    sink = self.start_sink()
+                    sink = self.start_server()
                     site = self.make_site(sink.port, latest=("depot",))
                     site.process.mkdir(parents=True)
                     make(site.process / journal)
