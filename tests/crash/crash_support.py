@@ -1,4 +1,4 @@
-"""What the crash tests share: sites in memory, and the tracer that stops the program at each call that changes a file."""
+"""What the crash tests share: sites in memory, and the tracer of the calls that change files."""
 
 import os
 import pathlib

@@ -1,4 +1,4 @@
-"""Scenarios of fault injection: a site, a command, what must hold whatever fails, and what must hold when all is done."""
+"""Scenarios of fault injection: a site, a command, and what must hold whatever fails and when all is done."""
 
 import json
 import pathlib
@@ -9,7 +9,6 @@ from crash_support import BUILD, CALL_TRACER
 from support import PARTNER, SENDER, Entry, fault_file
 from sweep_support import SweptSite, Tree, names_in, read_all, uids_in, unequal
 
-LOCAL_MACHINE = 3  # the row of the root in the registry's store
 KEY = r"HKLM\SOFTWARE\Kestrel\Fieldpost\Common"
 DELETE_ARCHIVE = str(BUILD / "tests" / "delete_archive")
 

@@ -65,7 +65,7 @@ class SiteCount:
     def mailed(self, mails):
         """Returns how often each entry was mailed, PPC entries too."""
         found = collections.Counter()
-        for name, content in (one for mail in mails for one in mail.files()):
+        for name, content in (one for mail in mails for one in mail.files):
             found.update((self.ppc if name.startswith("PPC.") else self.faultlogs).of(content) or ["unreadable"])
         return found
 

@@ -45,7 +45,7 @@ class Tree:
 
 def uids_in_mails(mails):
     """Returns how often each entry is in the attached files of these mails."""
-    return uids_in(content for mail in mails for _, content in mail.files())
+    return uids_in(content for mail in mails for _, content in mail.files)
 
 
 def uids_in(contents):

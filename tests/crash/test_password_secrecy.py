@@ -1,4 +1,4 @@
-"""The password is in no list of processes, output, file or core dump, during a session and when the program dies in one.
+"""The password is in no list of processes, output, file or core dump, also when the program dies in a session.
 
 The tests of misbehaving servers check the log and the site's files after each kind of failure.
 """

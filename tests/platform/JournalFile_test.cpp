@@ -48,13 +48,12 @@ TEST_F(JournalFileTest, ThatCannotBeReadIsAFailureAndNotMissing) {
   EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot read")));
 }
 
-/// Only root can give a file to another user, so what an ordinary user sees here is that nobody can.
 TEST_F(JournalFileTest, OfAnotherUserIsNotFollowed) {
   constexpr uid_t somebody = 54321;
   folder.Write("journal", "content");
   if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
     EXPECT_EQ(errno, EPERM);
-    return;
+    GTEST_SKIP() << "this machine lets only root give a file to another user";
   }
   EXPECT_THAT([this] { static_cast<void>(Read()); },
               ThrowsMessage<FileError>("cannot follow " + journal.string() +
@@ -71,7 +70,7 @@ TEST_F(JournalFileTest, IsNotFollowedWhereItsFolderCannotBeAsked) {
   const test::FailingCall failing("stat", EACCES, whetherItIsAFolder);
   if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
     EXPECT_EQ(Read(), "content") << "the user's own needs no folder";
-    return;
+    GTEST_SKIP() << "this machine lets only root give a file to another user";
   }
   EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot look at")));
 }

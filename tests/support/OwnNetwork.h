@@ -24,7 +24,7 @@ namespace fieldpost::test {
 
 struct OwnNetworkOptions {
   bool answersEchoes = true;          ///< Whether its addresses (127.0.0.0/8) answer echoes.
-  bool grantsEchoSockets = false;     ///< Whether sockets for echoes alone may be opened by anyone.
+  bool grantsEchoSockets = false;     ///< Whether anyone may open a socket for echoes alone.
   bool grantsRawSockets = true;       ///< Whether the test keeps the right to raw sockets.
   std::uint32_t rejectedAddress = 0;  ///< An address (network order) that its routes call unreachable.
 };
@@ -69,7 +69,8 @@ inline bool DropRights() {
   return ::syscall(SYS_capset, &header, none.data()) == 0;
 }
 
-/// A network namespace; one without root's rights becomes root of a user namespace of its own for that.
+/// Moves this process into a new network namespace; without root's rights into a new user namespace, too, as
+/// the root of that. Returns whether the machine granted it.
 inline bool EnterNamespace() {
   if (::unshare(CLONE_NEWNET) == 0) return true;
   const std::string user = "0 " + std::to_string(::geteuid()) + " 1";
@@ -79,26 +80,25 @@ inline bool EnterNamespace() {
          WriteSetting("/proc/self/gid_map", group.c_str());
 }
 
-/// What was refused; empty when all was granted.
+/// Moves this process into such a network. Returns what the machine refused; empty when it granted all.
 inline std::string Enter(const OwnNetworkOptions& options) {
-  if (!EnterNamespace()) return "refused: a network namespace";
-  if (!StartLoopback()) return "refused: to start the loopback interface";
+  if (!EnterNamespace()) return "this machine refuses a network namespace";
+  if (!StartLoopback()) return "this machine refuses to start the loopback interface";
   if (!options.answersEchoes && !WriteSetting("/proc/sys/net/ipv4/icmp_echo_ignore_all", "1")) {
-    return "refused: to leave echoes without answer";
+    return "this machine refuses to leave echoes without answer";
   }
   // A new network grants such sockets to nobody.
   if (options.grantsEchoSockets && !WriteSetting("/proc/sys/net/ipv4/ping_group_range", "0 0")) {
-    return "refused: to grant sockets for echoes";
+    return "this machine refuses to grant sockets for echoes";
   }
-  if (!Reject(options.rejectedAddress)) return "refused: to add a route";
-  return options.grantsRawSockets || DropRights() ? "" : "refused: to drop rights";
+  if (!Reject(options.rejectedAddress)) return "this machine refuses to add a route";
+  return options.grantsRawSockets || DropRights() ? "" : "this machine refuses to drop rights";
 }
 
 }  // namespace own_network
 
-/// Runs `body` in a process with a network of its own and returns the text that it returns. That needs the
-/// right to make one: root has it, and so has everybody where user namespaces are allowed; else the text says
-/// what was refused.
+/// Runs `body` in a process with a network of its own, and returns the text that it returns. A test asks for
+/// `OwnNetworkRefusal` before; where the machine refuses the network, the text says what was refused.
 template <typename Body>
 std::string InOwnNetwork(const OwnNetworkOptions& options, Body body) {
   std::array<int, 2> result{};
@@ -121,6 +121,16 @@ std::string InOwnNetwork(const OwnNetworkOptions& options, Body body) {
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
   return text;
+}
+
+/// Why this machine grants no network of its own to a test, for GTEST_SKIP; empty when it does. Root may make
+/// one, and so may everybody where user namespaces are allowed.
+inline const std::string& OwnNetworkRefusal() {
+  constexpr std::uint32_t testNet = 0xC0000200;  // 192.0.2.0 (RFC 5737)
+  static const std::string refusal =
+      InOwnNetwork({.answersEchoes = false, .grantsEchoSockets = true, .rejectedAddress = ::htonl(testNet)},
+                   [] { return std::string(); });
+  return refusal;
 }
 
 }  // namespace fieldpost::test

@@ -1,4 +1,4 @@
-"""Takes pictures of every window on a real X server: light and dark, at 100 % and 200 %; they stay in build/pictures."""
+"""Takes pictures of every window on a real X server, light and dark, at 100 % and 200 %, for build/pictures."""
 
 import os
 import pathlib

@@ -72,9 +72,8 @@ class MailSink:
         self.settle()
         self.mails.clear()
 
-    def accepts(self, login):
-        """Whether this user with this password may log in."""
-        del login
+    def accepts(self, _):
+        """Whether the user with the password, given as a pair, may log in."""
         return True
 
     def note(self, line):

@@ -2,6 +2,7 @@
 
 import base64
 import dataclasses
+import functools
 import io
 import re
 import zipfile
@@ -37,8 +38,9 @@ class ReceivedMail:
                 found.append((name[1].decode(), base64.b64decode(body)))
         return found
 
+    @functools.cached_property
     def files(self):
-        """Returns (name, bytes) of each attached file; instead of a zip, of the files packed in it."""
+        """(name, bytes) of each attached file; instead of a zip, of the files packed in it."""
         found = []
         for name, content in self.attachments():
             if name.endswith(".zip"):

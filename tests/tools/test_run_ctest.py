@@ -37,7 +37,7 @@ class OutcomeTest(unittest.TestCase):
         for said, expected in [
                 ("Skipped test_a (t.T.test_a): refused: EPERM\nSkipped test_b (t.T.test_b): refused: EPERM\n",
                  ["refused: EPERM"]),
-                ("[ RUN      ] A.B\na_test.cpp:5: Skipped\nno namespace\n\n[  SKIPPED ] A.B (0 ms)\n", ["no namespace"]),
+                ("[ RUN      ] A.B\na.cpp:5: Skipped\nno namespace\n\n[  SKIPPED ] A.B (0 ms)\n", ["no namespace"]),
                 ("", ["SKIP_RETURN_CODE=77"])]:
             with self.subTest(said=said):
                 self.assertEqual(expected, outcome("a", said, "notrun", SKIP).reasons())
