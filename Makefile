@@ -1,5 +1,5 @@
 # A thin face for the CMake presets: `make` builds, `make run` shows the program at work on a sample site,
-# `make window` opens its window there, `make test` passes every test.
+# `make window` opens its window there, `make test` runs every test.
 
 BUILD := build
 PYTHON := /usr/bin/python3 -B

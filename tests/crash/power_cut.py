@@ -24,7 +24,7 @@ class Scenario(typing.NamedTuple):
 
 
 class Recording(typing.NamedTuple):
-    """What a run did, and to what."""
+    """What a run did, and the tree that it began on."""
 
     start: dict  # the tree that it began on
     calls: list
@@ -63,7 +63,7 @@ class Result:
 
 
 class PowerCuts:
-    """A site, and a recorded run on it, in a folder of their own."""
+    """Cuts the power in a run that was recorded on a site."""
 
     def __init__(self, folder, scenario, sink):
         self.scenario = scenario
@@ -78,7 +78,7 @@ class PowerCuts:
         self.count = SiteCount(self.root, self.holdings, read_tree(self.root))
 
     def sweep(self, name, change_calls=list):
-        """Cuts the power in the recorded run. `change_calls` turns its calls into those that the disk is told of."""
+        """Cuts the power in the recorded run. `change_calls` returns those of its calls that reach the disk."""
         result = Result(name)
         self._sweep(self.run._replace(calls=change_calls(self.run.calls)), result)
         return result

@@ -129,7 +129,7 @@ class SweptSite:
     # Each check of the site after a run returns a list of faults.
 
     def misfiled(self, filed):
-        """`filed`: the entries that came from the Latest folders."""
+        """Finds entries that are not once in archive and documents. filed: those that came from the Latest folders."""
         return (unequal("archived", self.old | filed, uids_in(read_all(self.site.archived())))
                 + unequal("in documents", self.queued | filed, uids_in(read_all(self.site.documents()))))
 

@@ -22,7 +22,7 @@ class PermissionsTest(HostileTest):
         self.addCleanup(os.umask, before)
 
     def whole_run(self, umask):
-        """A run that writes everything: settings, registry, both journals, documents, PPC data, zip, log."""
+        """Runs so that everything is written: settings, registry, both journals, documents, PPC data, zip, log."""
         self.under(umask)
         sink = self.start_server()
         site = self.make_site(sink.port, UseZip="True", SMTPPort=str(sink.port))

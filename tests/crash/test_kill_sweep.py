@@ -16,7 +16,7 @@ NOTE_OF_SENT = "FLog.sent"  # from when this is written, no faultlogger data are
 
 @dataclasses.dataclass(frozen=True)
 class Scenario:
-    """A switch, and the site that it meets."""
+    """A run of the program on a site. waiting: how many unsent documents there are."""
 
     switch: str
     zipped: bool = False

@@ -87,7 +87,7 @@ class ProgramsAtOnce(CrashTest):
         return site
 
     def run_round(self, together, programs, switch="-fcs"):
-        """Starts all at once, then those that were refused one by one."""
+        """Starts all programs at once, then the refused ones one by one."""
         before = {site: len(site.log()) for site in together.sites}
         running = [(site, site.start(switch, under=site.under)) for site in programs]
         again = []
@@ -122,7 +122,7 @@ class ProgramsAtOnce(CrashTest):
         self.assertEqual(once, mailed)
 
     def clear(self, together):
-        """Makes room for the next round."""
+        """Removes what the last round left."""
         for site in together.sites:
             for path in archive_of(site).iterdir():
                 shutil.rmtree(path)
@@ -132,7 +132,7 @@ class ProgramsAtOnce(CrashTest):
         self.sink.mails.clear()
 
     def rounds(self, sites, times=1):
-        """Each site started `times` times at once, with new files each round."""
+        """Starts the program `times` times on each site at once, with new files each round."""
         together, begin = Together(sites), time.monotonic()
         for _ in range(ROUNDS):
             together.drop(FILES)

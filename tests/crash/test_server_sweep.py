@@ -122,7 +122,7 @@ def awaits_last_answer(step, fault):
 
 
 def run_first(step, fault, server, site):
-    """The run that meets the fault. Returns its exit status."""
+    """Runs the program against the fault. Returns its exit status."""
     if fault.how == "stall" and awaits_last_answer(step, fault):
         return run_through_time(site, "-fs", begin=server.struck)
     return site.run("-fs")
