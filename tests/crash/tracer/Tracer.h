@@ -17,8 +17,7 @@ struct user_regs_struct;
 namespace fieldpost::tracer {
 
 /// How the tracer ends, beside the status of the program itself.
-inline constexpr int EndedBefore =
-    100;  ///< added to the program's status when it ended before the requested call
+inline constexpr int EndedBefore = 100;  ///< plus the program's status when the requested call never came
 inline constexpr int CannotTrace = 125;  ///< the tracer itself failed
 inline constexpr int Killed = 137;       ///< the program was killed at the requested call
 
