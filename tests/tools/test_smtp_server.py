@@ -6,7 +6,7 @@ import socket
 import tempfile
 import unittest
 
-from mail_sink import MailSink
+from mail_sink import DiscardingSink, MailSink
 from misbehaviour import as_usual, hang_up, record, reset, say, take
 from smtp_server import Fault, SmtpServer
 from smtp_session import is_malformed
@@ -86,6 +86,11 @@ class Sink(ServerTest):
         self.assertEqual("220 250 334 235 250 250 354 250",
                          Client(sink.port).talk([TALK[0], b"AUTH PLAIN\r\n", b"AHUAcA==\r\n", *TALK[1:5]]))
         self.assertEqual(("u", "p"), sink.mails[0].login)
+
+    def test_discards(self):
+        sink = self.start(DiscardingSink())
+        self.assertEqual("220 250 250 250 354 250 221", Client(sink.port).talk(TALK))
+        self.assertEqual([], sink.mails)
 
     def test_malformed_mails(self):
         for content, expected in [(b"a\r\n", False), (b"", False), (b"a\rb\r\n", True), (b"a\nb\r\n", True),
