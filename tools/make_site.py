@@ -1,7 +1,8 @@
-"""Makes Fieldpost sites, faultlogger files and PPC databases: for the sample run, the tests and the benchmarks."""
+"""Makes sites, faultlogger files and PPC databases: for the sample run, the tests and the benchmarks."""
 
 import dataclasses
 import datetime
+import functools
 import os
 import pathlib
 import re
@@ -24,7 +25,7 @@ SPECIMENS = {
 
 @dataclasses.dataclass
 class Entry:
-    """One fault log entry. `uid` tells it from every other one."""
+    """A fault log entry. uid: unique among all entries."""
 
     condate: str = "20040305"
     mode: str = "A"
@@ -45,7 +46,7 @@ def entry_xml(number, entry):
 
 
 def fault_file(entries, prodcode="4711", encoding="UTF-8", size=0):
-    """The bytes of a faultlogger file; filled up to `size` bytes (of UTF-8) when it would be smaller."""
+    """Returns the bytes of a faultlogger file, filled up to `size` bytes (of UTF-8) when it would be smaller."""
     head = (f'<?xml version="1.0" encoding="{encoding}"?>\n<FLFILE>\n'
             f"  <PRODCODE>{escape(prodcode)}</PRODCODE>\n")
     body = "".join(entry_xml(number, entry) for number, entry in enumerate(entries, 1))
@@ -55,29 +56,35 @@ def fault_file(entries, prodcode="4711", encoding="UTF-8", size=0):
 
 
 def ppc_entry(uid, text="Travel 120 m"):
-    """An entry of the PPC database, as text."""
+    """Returns an entry of the PPC database, as text."""
     return f'<PPCentry UID="{uid}">\n    <TEXT>{escape(text)}</TEXT>\n  </PPCentry>'
 
 
 def ppc_file(entries, encoding="UTF-8", archive_date="20040315"):
-    """The bytes of a file of the PPC database. entries: texts of entries."""
+    """Returns the bytes of a file of the PPC database. entries: texts of entries."""
     date = f"  <ArchiveDate>{archive_date}</ArchiveDate>\n" if archive_date else ""
     body = "".join(f"  {entry}\n" for entry in entries)
     return f'<?xml version="1.0" encoding="{encoding}"?>\n<PPC>\n{date}{body}</PPC>\n'.encode(encoding)
 
 
 def filling(length):
-    """Text that is as easy to compress as the memory dumps of devices are: lines of hexadecimal digits."""
+    """Returns text that is as easy to compress as the memory dumps of devices are: lines of hexadecimal digits."""
+    return _digits(max(length, 1).bit_length())[:length]
+
+
+@functools.cache
+def _digits(bits):
+    """Returns such text with 2 ** bits characters; a longer one begins with each shorter one."""
     words = []
     state = 12345
-    while len(words) * 9 < length:
+    while len(words) * 9 < 2 ** bits:
         state = (state * 1103515245 + 12345) & 0xFFFFFFFF
         words.append(f"{state & 0xFF00FFFF:08X}")
-    return " ".join(words)[:length]
+    return " ".join(words)[:2 ** bits]
 
 
 class Site:
-    """A whole site in a folder: the program's own folder, the suite's folder, the Latest folders."""
+    """A site in a folder: the program's own folder, the suite's folder, the Latest folders."""
 
     def __init__(self, root, bin_folder=None):
         self.root = pathlib.Path(root)
@@ -116,7 +123,7 @@ class Site:
         return self.suite / "PPCdb"
 
     def set_up(self, options, latest=None, recipient=None):
-        """Makes the site anew.
+        """Makes the site; removes what was there.
 
         options: keys and values of Options.ini. latest: names of the Latest folders below the site's own
         folder; None leaves the list to the program. recipient: mailbox for faultlogger data.
@@ -137,7 +144,7 @@ class Site:
             folder.mkdir(parents=True)
 
     def set_options(self, **changed):
-        """Changes settings in Options.ini; None takes a key out."""
+        """Changes settings in Options.ini; None removes a key."""
         self.options.update(changed)
         lines = [f"{key}={value}\n" for key, value in self.options.items() if value is not None]
         path = self.home / "Options.ini"
@@ -145,7 +152,7 @@ class Site:
         path.chmod(0o600)
 
     def environment(self):
-        """What the program finds around it: this site, no display, nothing of the user's own."""
+        """Returns the program's environment: this site, no display, nothing of the user's own."""
         result = {key: value for key, value in os.environ.items()
                   if not key.startswith(("FIELDPOST_", "XDG_", "LD_PRELOAD", "FAKETIME", "DISPLAY", "WAYLAND_"))}
         result.update(FIELDPOST_HOME=str(self.home), HOME=str(self.root), **self.more_environment)
@@ -186,7 +193,7 @@ class Site:
         return process.returncode
 
     def drop(self, name, content, folder=0):
-        """Leaves a file in a Latest folder the way a device does: whole, and closed."""
+        """Leaves a file in a Latest folder as a device does: whole, and closed."""
         path = self.latest[folder] / name
         path.write_bytes(content)
         return path
@@ -199,11 +206,11 @@ class Site:
         return path
 
     def ppc_documents(self):
-        """What lies in the PPCTemp folder, in name order."""
+        """Returns the files of the PPCTemp folder, in name order."""
         return sorted(self.ppc_temp.iterdir()) if self.ppc_temp.exists() else []
 
     def queue(self, name, entries, mode="Not Sent", size=0):
-        """Puts a combined document into the Process folder, as an earlier run would have left it."""
+        """Puts a combined document into the Process folder, as an earlier run would."""
         self.process.mkdir(parents=True, exist_ok=True)
         text = fault_file(entries, size=size).decode()
         text = text.replace('<?xml version="1.0" encoding="UTF-8"?>', '<?xml version="1.0"?>')
@@ -213,14 +220,14 @@ class Site:
         return path
 
     def documents(self):
-        """The combined documents, in name order."""
+        """Returns the combined documents, in name order."""
         return sorted(path for path in self.process.glob("*.xml") if path.is_file())
 
     def archived(self):
         return sorted(path for path in self.archive.glob("*/*") if path.is_file())
 
     def waiting(self):
-        """What still lies in the Latest folders, in name order."""
+        """Returns the files of the Latest folders, in name order."""
         return sorted(path for folder in self.latest for path in folder.iterdir())
 
     def log_files(self):
@@ -229,7 +236,7 @@ class Site:
         return sorted((self.faultlog / "Log").glob("FPProg_*.log"), key=day)
 
     def log(self):
-        """The log's lines without date and time: tag and text. A line of another form is an error."""
+        """Returns the log's lines without date and time: tag and text. A line of another form is a ValueError."""
         lines = []
         for path in self.log_files():
             for line in path.read_bytes().decode("utf-8").split("\r\n")[:-1]:
@@ -241,14 +248,14 @@ class Site:
 
 
 def parse(source):
-    """The root element of an XML file or text."""
+    """Returns the root element of an XML file or text."""
     if isinstance(source, (str, bytes)):
         return ElementTree.fromstring(source)
     return ElementTree.fromstring(source.read_bytes())
 
 
 def entries_of(source):
-    """The entries of a document as {uid: text}; one that is there twice is an error."""
+    """Returns the entries of a document as {uid: text}; a duplicate is a ValueError."""
     result = {}
     for element in parse(source).iter("FAULTLOG"):
         uid = element.get("UID")
@@ -259,7 +266,7 @@ def entries_of(source):
 
 
 def ppc_entries_of(source):
-    """The entries of a PPC document as {uid: text}; one that is there twice is an error."""
+    """Returns the entries of a PPC document as {uid: text}; a duplicate is a ValueError."""
     result = {}
     for element in parse(source).iter("PPCentry"):
         uid = element.get("UID")

@@ -1,4 +1,4 @@
-"""A sample site under build/site: what devices left, a PPC database, and a mail server of its own."""
+"""Makes a sample site under build/site: files of devices, a PPC database, and a mail server of its own."""
 
 import contextlib
 import subprocess
@@ -11,7 +11,7 @@ RECIPIENT = "faults@maker.example"
 
 
 def sample_files():
-    """What devices left: (Latest folder, file name, content)."""
+    """Yields the files of devices: (number of the Latest folder, name, content)."""
     old = Entry(condate="20040304", mode="A", text="Fuse F2 blown")
     yield 0, "lift-01.xml", fault_file([old, Entry(mode="F", text="Door sensor dirty")], "LIFT-A")
     yield 1, "lift-01.xml", fault_file([Entry(text="Door sensor replaced")], "LIFT-A")
@@ -28,7 +28,7 @@ def sample_files():
 
 
 def sample_database():
-    """The PPC database: (file name, content)."""
+    """Yields the files of the PPC database: (name, content)."""
     for year, encoding in ((2003, "ISO-8859-1"), (2004, "UTF-8")):
         text = SPECIMENS[encoding]
         yield f"ppc{year}.xml", ppc_file([ppc_entry(f"{year}-{number}", text) for number in range(40)], encoding,
@@ -52,7 +52,7 @@ def make_site(port):
 
 @contextlib.contextmanager
 def sample_site():
-    """The site, and the folder into which its mail server puts what it receives until the block ends."""
+    """Yields the site, and the folder where its mail server writes what it receives until the block ends."""
     mails = SITE / "mails"
     sink = subprocess.Popen([sys.executable, "-B", str(ROOT / "tests" / "tools" / "mail_sink.py"), str(mails)],
                             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)

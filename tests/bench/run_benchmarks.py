@@ -36,12 +36,12 @@ class Cost:
 
 
 def measure(command, environment=None):
-    """Runs a command to its end and says what it cost. A failure ends the measurements."""
+    """Runs a command to its end. Returns what it cost. A failure ends the measurements."""
     return measure_and_read(command, environment)[0]
 
 
 def measure_and_read(command, environment=None):
-    """The same, with the words that the command printed."""
+    """Runs a command to its end. Returns what it cost, and the words that it printed."""
     os.sync()
     done = subprocess.run([str(TOOLS / "run_measured"), *command], env=environment, stdin=subprocess.DEVNULL,
                           stdout=subprocess.PIPE, check=False)
@@ -342,7 +342,8 @@ def main():
     work = folder / "fieldpost-bench"
     work.mkdir(parents=True, exist_ok=True)
     benchmarks = Benchmarks(work, given.repetitions)
-    server = subprocess.Popen([str(TOOLS / "discard_server")], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+    server = subprocess.Popen(["/usr/bin/python3", "-B", str(ROOT / "tests" / "tools" / "mail_sink.py"), "--discard"],
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE)
     try:
         port = int(server.stdout.readline())
         print(f"Files of {FILE_SIZE:,} bytes in {work}; medians of up to {given.repetitions} pairs")

@@ -1,16 +1,18 @@
-"""Records the file-changing system calls of a run of the program."""
+"""Records the system calls with which a run of the program changes files."""
 
 import base64
 import json
 import os
 
-from loss_support import CALL_TRACER
-from quick_sink import KEPT
+from crash_support import CALL_TRACER
+from smtp_session import ACCEPTED
 
 
 def traced_run(site, file, *switches):
-    """Runs the program to its end, which must be a good one. Returns its calls, as the tracer writes them; with
-    "accepted" in those that read of a mail that the server has accepted."""
+    """Runs the program, which must succeed. Returns its calls as the tracer writes them.
+
+    The calls that read from a socket have "accepted": how many mails the server says there to have accepted.
+    """
     process = site.start(*switches, under=[CALL_TRACER, "--record", str(file), "--socket-marks", "--"])
     printed = "".join(process.communicate(timeout=100))
     if process.returncode != 0:
@@ -18,12 +20,12 @@ def traced_run(site, file, *switches):
     calls = [json.loads(line) for line in file.read_text().splitlines()]
     for call in calls:
         if call["call"] == "recv":
-            call["accepted"] = len(KEPT.findall(base64.b64decode(call["data"])))
+            call["accepted"] = base64.b64decode(call["data"]).count(ACCEPTED.encode())
     return calls
 
 
 def calls_that_drop(before, after):
-    """Calls that make of one tree the other, which has more files. What devices write is durable."""
+    """Returns the calls that add to one tree the files that only the other has. What devices write is durable."""
     calls = []
     for path in after.keys() - before.keys():
         calls += [{"call": "create", "path": path, "mode": after[path].mode},

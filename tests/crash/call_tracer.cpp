@@ -8,24 +8,25 @@
 // The calls of the program, its threads and all that it starts are counted together, from 1, as they begin,
 // whether they succeed or not. So a number means the same call in every run on the same files.
 //
-// Counted: opening for writing, emptying or creating; writing, cutting and growing plain files; copying into
-// them; renaming, linking and removing names; making folders; permissions; flushes; closing what was open for
-// writing. Not counted: sockets, pipes, devices, /proc, /sys, and the files that are the tracer's own
-// standard output and error. Not seen: what is written through a mapping.
+// Counted: opening for writing, emptying or creating; writing, truncating and growing regular files; copying
+// into them; renaming, linking and removing names; making folders; permissions; flushes; closing what was
+// open for writing. Not counted: sockets, pipes, devices, /proc, /sys, and the tracer's own standard output
+// and error. Not seen: what is written through a mapping.
 //
 // --record writes a line of JSON for each call that succeeded: "n" and "call", with "path" and
 //   create (mode truncated existed; any open for writing), write (offset data), rename, link, symlink
 //   (to existed), unlink, rmdir, mkdir (mode), truncate (size), chmod (mode), fsync (folder), syncfs, close.
-//   Data are in base64. With --attempts those that failed are there too, with "error", and each line has in
-//   "faults" the kinds that the call could have. With --socket-marks there are lines without a number,
-//   send and recv (data), for what went through sockets.
-// --count writes how many calls there were, and can be had together with anything else.
-// --kill kills everything just before call N is made.
-// --fault has call N fail: ENOSPC EIO EACCES EROFS EMFILE EINTR EXDEV; short (half of the bytes are written);
+//   Data is in base64. With --attempts failed calls are recorded, too, with "error", and each line lists in
+//   "faults" the kinds that the call can have. With --socket-marks there are lines without a number, send and
+//   recv (data), for what went through sockets.
+// --count writes how many calls there were; it combines with any other option.
+// --kill kills the program and its children just before call N is made.
+// --fault makes call N fail: ENOSPC EIO EACCES EROFS EMFILE EINTR EXDEV; short (half of the bytes are
+// written);
 //   torn (half are written and the call fails with EIO); close (the close is done and fails with EIO). A call
-//   that cannot fail that way goes through. With --from-then-on all later ones fail like that too. What is
-//   interrupted goes through when it is tried again, and with too many open files nothing is opened for
-//   reading either.
+//   that cannot fail that way succeeds. With --from-then-on all later calls fail that way, too. An
+//   interrupted call succeeds when it is tried again, and with too many open files opening for reading fails
+//   as well.
 //
 // Exit status: the program's own (128 and the signal's number when it died by one); 137 killed at call N;
 // 100 more than the program's own when it ended before call N; 125 the tracer itself failed; 2 wrong use.

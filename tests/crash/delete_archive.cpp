@@ -1,4 +1,4 @@
-// Deletes from an archive by one of the three rules, as the window does, for the sweep of what can fail:
+// Deletes from an archive by one of the three rules, as the window does, for the fault sweep:
 //
 //   delete_archive ARCHIVE all
 //   delete_archive ARCHIVE process PRODUCTCODE

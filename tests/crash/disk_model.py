@@ -57,7 +57,7 @@ class NameChange:
 
 
 class DiskModel:
-    """The disk under a run: what it holds for the program, and what of that is durable."""
+    """The disk under a run: what the program sees of it, and what of that is durable."""
 
     def __init__(self, root, tree):
         self.root = str(root)
@@ -78,11 +78,11 @@ class DiskModel:
         return True
 
     def durable_tree(self):
-        """What is left when all that was not flushed is lost."""
+        """Returns the tree that is left when all that was not flushed is lost."""
         return self._tree([], {inode: inode.durable for inode in self.unflushed})
 
     def states(self):
-        """The trees that a power cut can leave now, some of them more than once."""
+        """Yields the trees that a power cut can leave now, some of them more than once."""
         contents = list(self.unflushed)
         whole = {inode: inode.content for inode in contents}
         lost = {inode: inode.durable for inode in contents}
@@ -111,7 +111,7 @@ class DiskModel:
         return self._within_reach(tree) if folders_change else tree
 
     def _within_reach(self, tree):
-        """Without what lies in a folder that is not there."""
+        """Returns the tree without what lies in a missing folder."""
         reached = {}
         for path in sorted(tree):
             parent = posixpath.dirname(path)
@@ -135,7 +135,7 @@ class DiskModel:
             self.unflushed[inode] = None
 
     def _settle(self):
-        """The oldest changes of names, as far as they are durable, are no changes any more."""
+        """Makes the oldest changes of names final, as far as they are durable."""
         while self.pending and not self.pending[0].unflushed:
             for path, inode in self.pending.pop(0).names.items():
                 if inode is None:
@@ -205,7 +205,7 @@ class DiskModel:
 
 
 def some_of(items):
-    """All, none, all but one, one alone."""
+    """Yields all items, none, all but each one, and each one alone."""
     yield items
     yield []
     for item in items:
@@ -214,7 +214,7 @@ def some_of(items):
 
 
 class TreeHashes:
-    """Tells trees apart. `ignored(path)`: a file whose content makes no difference."""
+    """Hashes trees. ignored(path): whether the content of a file makes no difference."""
 
     def __init__(self, ignored):
         self.ignored = ignored
@@ -236,8 +236,10 @@ class TreeHashes:
 
 
 def distinct_states(root, tree, calls, ignored=lambda path: False, since=0):
-    """Each (number of calls done, tree) that a power cut can leave once `since` calls are done. Each tree comes
-    but once: where it comes up first."""
+    """Yields each (number of calls done, tree) that a power cut can leave after at least `since` calls.
+
+    Each tree comes once, with the first number of calls that can leave it.
+    """
     disk = DiskModel(root, tree)
     hashes = TreeHashes(ignored)
     made = set()
@@ -252,12 +254,12 @@ def distinct_states(root, tree, calls, ignored=lambda path: False, since=0):
 
 
 def without_flushes(calls):
-    """The same run on a disk that was told of no flush."""
+    """Returns the calls of a run without its flushes."""
     return [call for call in calls if call["call"] not in ("fsync", "syncfs")]
 
 
 def durable_trees(root, tree, calls):
-    """Each (number of calls done, tree) of what is durable right after a flush."""
+    """Yields (number of calls done, durable tree) right after each flush."""
     disk = DiskModel(root, tree)
     for done, call in enumerate(calls, 1):
         disk.apply(call)

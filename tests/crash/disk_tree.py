@@ -1,4 +1,4 @@
-"""Trees of files and folders between memory and disk."""
+"""Reads and writes trees of files and folders."""
 
 import os
 import pathlib
@@ -10,7 +10,7 @@ LARGE = 64 * 1024
 
 
 def read_tree(root):
-    """What lies below a folder, as the disk model has it. Anything but files and folders is an error."""
+    """Returns the tree below a folder, as the disk model has it. Anything but files and folders is a ValueError."""
     tree = {}
     for folder, folders, files in os.walk(root):
         for name in folders + files:
@@ -26,10 +26,10 @@ def read_tree(root):
 
 
 class TreeWriter:
-    """Makes a folder's content what a tree says, again and again.
+    """Replaces a folder's content by a tree, again and again.
 
-    Large files are links to one copy each: nothing that the program keeps is ever written in place, but for
-    the log and the registry, and those are small.
+    Large files are hard links to one copy each: the program never writes in place, except to the log and the registry,
+    which are small.
     """
 
     def __init__(self, root, store):

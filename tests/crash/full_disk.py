@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Runs Fieldpost on a disk that is full: a small file system in memory, with room for one block more each time.
+"""Runs the program on a full disk: a small file system in memory, with room for one block more each time.
 
-    unshare -Urm full_disk.py FOLDER
+    full_disk.py FOLDER
 
-mounts it at FOLDER, which only this process then sees, and prints as JSON what was wrong, how many sizes were
-tried, and how many of them had room for all.
+Mounts the file system at FOLDER; started in a mount namespace of its own, no other process sees it. Prints as JSON what
+was wrong, how many sizes were tried, and how many of them had room for all.
 """
 
 import json
@@ -13,7 +13,7 @@ import pathlib
 import subprocess
 import sys
 
-from fault_roads import Collecting, FirstStart, Mailing, Ppc
+from fault_scenarios import Collecting, FirstStart, Mailing, Ppc
 
 BLOCK = 4096
 DISK = 8 * 1024 * 1024
@@ -22,30 +22,30 @@ MOST_BLOCKS = 400
 
 
 def fill(path, blocks):
-    """Takes all room on the disk but this many blocks."""
+    """Fills the disk up to this many blocks."""
     state = os.statvfs(path.parent)
     with open(path, "wb") as file:
         os.posix_fallocate(file.fileno(), 0, max(1, state.f_bavail - blocks) * BLOCK)
 
 
-def wrong(road, disk, blocks):
-    """What is wrong with so little room, and afterwards with enough; whether there was room for all."""
-    road.swept.put_back()
+def wrong(scenario, disk, blocks):
+    """Runs with so little room, and then with enough. Returns what is wrong, and whether the little was enough."""
+    scenario.swept.restore()
     filler = disk / "filler"
     fill(filler, blocks)
-    status, lines = road.run()
+    status, lines = scenario.run()
     enough = status == 0
-    found = [f"damaged: {one}" for one in road.damaged()]
+    found = [f"damaged: {one}" for one in scenario.damaged()]
     if enough:
-        found += [one for one in road.undone() if "STemp.tmp" not in one]
-    elif not any(FULL in line and str(road.site.root) in line for line in lines):
+        found += [one for one in scenario.undone() if "STemp.tmp" not in one]
+    elif not any(FULL in line and str(scenario.site.root) in line for line in lines):
         found.append(f"not told: {status} {lines[-3:]}")
     filler.unlink()
-    status, lines = road.run()
-    after = road.damaged() + road.undone()
+    status, lines = scenario.run()
+    after = scenario.damaged() + scenario.undone()
     if status or after:
         found.append(f"afterwards: {status} {after} {lines[-3:]}")
-    return [f"{road.name}, {blocks} blocks: {one}" for one in found], enough
+    return [f"{scenario.name}, {blocks} blocks: {one}" for one in found], enough
 
 
 def main():
@@ -53,11 +53,11 @@ def main():
     subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={DISK}", "none", disk], check=True)
     found, tried, enough = [], 0, 0
     for number, kind in enumerate((Collecting, Mailing, Ppc, FirstStart)):
-        road = kind(disk / str(number))
+        scenario = kind(disk / str(number))
         all_fits = False
         blocks = 0
         while not all_fits and blocks < MOST_BLOCKS:
-            faults, all_fits = wrong(road, disk, blocks)
+            faults, all_fits = wrong(scenario, disk, blocks)
             found += faults
             tried += 1
             enough += all_fits

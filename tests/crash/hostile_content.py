@@ -1,4 +1,4 @@
-"""What poison is made of."""
+"""Building blocks of hostile XML files."""
 
 import os
 
@@ -7,7 +7,7 @@ ENTRY = b'<FAULTLOG NR="1"><CONDATE>20040305</CONDATE><MODEIND>A</MODEIND></FAUL
 
 
 def whole(inside=b"", doctype=b"", head=HEAD, root=b"FLFILE", product=b"4711"):
-    """A file with everything that it must have, and something more."""
+    """Returns a faultlogger file with everything that it must have, and something more."""
     name = root.split()[0]
     return (head + doctype + b"<" + root + b"><PRODCODE>" + product + b"</PRODCODE>" + ENTRY + inside +
             b"</" + name + b">")
@@ -18,7 +18,7 @@ def doctype(*declarations):
 
 
 def laughs(first, levels, times):
-    """Entities each of which stands for the one before it many times."""
+    """Returns entities each of which expands to many times the one before it."""
     result = b'<!ENTITY e0 "%s">' % first
     for level in range(1, levels + 1):
         result += b'<!ENTITY e%d "%s">' % (level, b"&e%d;" % (level - 1) * times)

@@ -1,4 +1,4 @@
-"""What the tests of poison share: runs of the program that are watched for what they open, take and say."""
+"""What the tests of hostile input share: runs of the program that are watched for what they open, cost and log."""
 
 import os
 import pathlib
@@ -8,7 +8,8 @@ import subprocess
 import threading
 import time
 
-from loss_support import LossTest
+from crash_support import CrashTest
+from capabilities import require_tracing
 from support import Site
 
 # What a run may cost at most, whatever it is fed. A program that is built to watch itself needs more.
@@ -16,7 +17,7 @@ MEGABYTES = 256
 SECONDS = 10
 INSTRUMENTED_FACTOR = 6
 
-# What every program of the system opens, and nothing that a file of the site could name with profit.
+# What every program of the system opens; naming one of these in a file gains nothing.
 SYSTEM = ("/usr/", "/lib", "/proc/self/", "/dev/null", "/dev/urandom", "/etc/ld.so.cache", "/etc/ld.so.preload",
           "/etc/localtime", "/etc/ssl/", "/sys/devices/system/cpu", "/sys/fs/cgroup", "/proc/sys/vm/",
           "/proc/meminfo", "/proc/stat", "/proc/cpuinfo")
@@ -41,18 +42,23 @@ class Run:
         self.trace = trace
 
 
-class HostileTest(LossTest):
-    """Runs of the program that may not cost much, open what is not theirs, or write a line that breaks."""
+class HostileTest(CrashTest):
+    """Its runs may cost only so much, open only files of the site, and log only readable lines."""
+
+    @classmethod
+    def setUpClass(cls):
+        require_tracing("strace", "-o", "/dev/null")
 
     def make_site(self, *arguments, **options):
-        """As always, but nothing is left of the site before."""
+        """Makes a site from which nothing of the one before is left."""
         self.site = Site(self.folder / "site")
         return super().make_site(*arguments, **options)
 
     def watched(self, *switches, limit=SECONDS, port=None):
-        """Runs the program under a tracer. The time and memory that it may take are held to.
+        """Runs the program under a tracer. Fails when it takes too much time or memory, or opens what it may not.
 
-        port: the only port of this machine that it may connect to."""
+        port: the only port that it may connect to.
+        """
         trace = self.folder / "trace"
         under = ("strace", "-f", "-qq", "-s", "4096", "-e", f"trace={CALLS}", "-e", "signal=none",
                  "-o", str(trace))
@@ -76,7 +82,7 @@ class HostileTest(LossTest):
 
     @staticmethod
     def end_group(process):
-        """Ends the tracer and, with it, what it traces."""
+        """Kills the tracer and what it traces."""
         children = subprocess.run(["ps", "--ppid", str(process.pid), "-o", "pid="], capture_output=True,
                                   text=True, check=False).stdout.split()
         for pid in [*map(int, children), process.pid]:
@@ -86,7 +92,7 @@ class HostileTest(LossTest):
                 pass
 
     def assert_opens_its_own_alone(self, run, port=None):
-        """Nothing outside the site and the system's own files was touched, and no connection was made."""
+        """Fails when a run opened a file beside the site's and the system's, or connected to another port."""
         program = pathlib.Path(self.site.program).resolve().parent.parent
         own = (str(self.site.root) + "/", str(program) + "/")
         seen = 0
@@ -104,11 +110,11 @@ class HostileTest(LossTest):
         self.assertGreater(seen, 0, "the tracer saw nothing")
 
     def errors_about(self, log, name):
-        """The lines under "[Error]:" that name a file."""
+        """Returns the "[Error]:" lines that name a file."""
         return [line for line in log if line.startswith("[Error]:") and name in line]
 
     def assert_readable(self, log):
-        """No line holds a character that a terminal or an editor acts upon."""
+        """No line holds a control character or is too long to read."""
         for line in log:
             self.assertEqual([], [c for c in line if ord(c) < 32 or 127 <= ord(c) < 160], line)
             self.assertLess(len(line), 5000)

@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Runs a program and writes how much memory it had at its most, in megabytes.
+"""Runs a program and writes its peak memory, in megabytes, to a file.
 
     measure.py FILE COMMAND...
 
-A process starts with the mark of the one that starts it, so that a large test cannot measure a small program itself.
+A process inherits the peak of the process that starts it, so that a large test cannot measure a small program itself.
 """
 
 import os

@@ -1,27 +1,27 @@
-// Loaded before a program, has it flush nothing: each call for it succeeds and does nothing. When the program
-// ends, how many there were is written to the file that NO_FLUSH_COUNT names.
+// Loaded before a program, makes each of its flushes succeed and do nothing. When the program ends, writes
+// their number to the file that NO_FLUSH_COUNT names.
 #include <atomic>
 #include <cstdlib>
 #include <fstream>
 
 namespace {
 
-std::atomic<int> leftOut{0};
+std::atomic<int> skipped{0};
 
-/// Destroyed when the program ends.
+/// Writes the number of skipped flushes when it is destroyed, at the end of the program.
 struct Count {
   Count() = default;
   Count(const Count&) = delete;
   Count& operator=(const Count&) = delete;
   ~Count() {
-    if (const char* const path = std::getenv("NO_FLUSH_COUNT")) std::ofstream(path) << leftOut << '\n';
+    if (const char* const path = std::getenv("NO_FLUSH_COUNT")) std::ofstream(path) << skipped << '\n';
   }
 };
 
 const Count count;
 
-int LeaveOut() {
-  ++leftOut;
+int Skip() {
+  ++skipped;
   return 0;
 }
 
@@ -30,18 +30,18 @@ int LeaveOut() {
 extern "C" {
 
 int fsync(int) {
-  return LeaveOut();
+  return Skip();
 }
 
 int fdatasync(int) {
-  return LeaveOut();
+  return Skip();
 }
 
 int syncfs(int) {
-  return LeaveOut();
+  return Skip();
 }
 
 void sync() {
-  LeaveOut();
+  Skip();
 }
 }

@@ -1,4 +1,4 @@
-"""Sweeps the power cuts of a run: each state of the disk that it can leave gets one more run, and is counted."""
+"""Simulates power cuts: on each state that a cut can leave on the disk, the program runs once more."""
 
 import collections
 import dataclasses
@@ -12,8 +12,11 @@ from support import Site
 
 
 class Scenario(typing.NamedTuple):
-    """A run on a site. `prepare(site, port)` makes the site, and returns its Holdings. `more(site, holdings)`,
-    if there is one, drops more files when the run is over; then it is run once more, and that is swept."""
+    """A run on a site. `prepare(site, port)` makes the site and returns its Holdings.
+
+    `more(site, holdings)`, if given, adds files after the run; then the program runs once more, and power is cut in
+    that run instead.
+    """
 
     switches: tuple
     prepare: typing.Callable
@@ -21,18 +24,18 @@ class Scenario(typing.NamedTuple):
 
 
 class Recording(typing.NamedTuple):
-    """What a run did, and to what."""
+    """What a run did, and the tree that it began on."""
 
     start: dict  # the tree that it began on
     calls: list
-    since: int  # the calls before this one are not to be swept
-    mails: list  # what the server accepted, in all the run
-    earlier_mails: list  # what the server accepted before it
+    since: int  # power is cut after this call at the earliest
+    mails: list  # those that the server accepted in the run
+    earlier_mails: list  # those that it accepted before the run
 
 
 @dataclasses.dataclass
 class Result:
-    """What a sweep saw."""
+    """What came of the power cuts in a run."""
 
     name: str
     calls: int = 0
@@ -60,7 +63,7 @@ class Result:
 
 
 class PowerCuts:
-    """A site, and a recorded run on it, in a folder of their own."""
+    """Cuts the power in a run that was recorded on a site."""
 
     def __init__(self, folder, scenario, sink):
         self.scenario = scenario
@@ -75,13 +78,13 @@ class PowerCuts:
         self.count = SiteCount(self.root, self.holdings, read_tree(self.root))
 
     def sweep(self, name, change_calls=list):
-        """The run. `change_calls` makes of its calls those that the disk is told of."""
+        """Cuts the power in the recorded run. `change_calls` returns those of its calls that reach the disk."""
         result = Result(name)
         self._sweep(self.run._replace(calls=change_calls(self.run.calls)), result)
         return result
 
     def sweep_recoveries(self, name):
-        """The runs that find the work of this one as each of its flushes left it."""
+        """Cuts the power in the runs that find what each flush of the recorded run had made durable."""
         result = Result(name)
         for done, tree in durable_trees(self.root, self.run.start, self.run.calls):
             self.writer.write(tree)
@@ -90,7 +93,7 @@ class PowerCuts:
 
     def _record(self, more=None, earlier_mails=()):
         start = read_tree(self.root)
-        self.sink.mails.clear()
+        self.sink.clear()
         calls = traced_run(self.site, self.trace, *self.scenario.switches)
         since = 0
         if more is not None:
@@ -110,7 +113,7 @@ class PowerCuts:
         real = {path: node.content for path, node in read_tree(self.root).items()}
         wrong = [path for path in {**model, **real} if model.get(path, 0) != real.get(path, 0)]
         if wrong:
-            raise AssertionError(f"the record of the run says otherwise than the disk: {wrong}")
+            raise AssertionError(f"the record of the run differs from the disk: {wrong}")
 
     @staticmethod
     def _accepted(run, done):
@@ -128,7 +131,7 @@ class PowerCuts:
         return path.startswith(f"{self.site.faultlog}/Log/")
 
     def _faults_after_another_run(self, mails, result):
-        self.sink.mails.clear()
+        self.sink.clear()
         status = self.site.run(*self.scenario.switches)
         if status != 0:
             yield "exit status", f"{status} {self.site.printed} {self.site.log()[-3:]}"

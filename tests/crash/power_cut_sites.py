@@ -1,4 +1,4 @@
-"""The sites on which runs are swept for power cuts, and the runs. Nothing in them is left to chance."""
+"""The sites and runs in which power is cut. They are the same in every run of the tests."""
 
 import datetime
 
@@ -11,7 +11,7 @@ WHOLE_DOCUMENT = "0" * 1_310_000
 
 
 class Devices:
-    """Leave files at a site, and remember what is in them. `holdings` grows with them."""
+    """The devices of a site: they leave files and note in `holdings` what these hold."""
 
     def __init__(self, site, holdings=None):
         self.site = site
@@ -41,7 +41,7 @@ def run(site, *switches):
 
 
 def two_documents(site, port, **options):
-    """Namesakes in both Latest folders, some of them archived before, and a file that cannot be read."""
+    """Makes files of the same names in both Latest folders, some of them archived before, and an unreadable file."""
     devices = make(site, port, **options)
     devices.drop("unit0.xml", "P0", 0)
     devices.drop("unit1.xml", "P1", 0)
@@ -58,7 +58,7 @@ def two_documents(site, port, **options):
 
 
 def next_delivery(site, holdings):
-    """As the first: the same names for other entries."""
+    """Leaves more files under the same names."""
     devices = Devices(site, holdings)
     devices.drop("unit0.xml", "P1", 0)
     devices.drop("unit2.xml", "P0", 0, count=2)
@@ -75,7 +75,7 @@ def two_documents_to_mail(site, port, **options):
 
 
 def number_99_taken(site, port):
-    """The last number of the hour, and of the next one, is that of a document that waits."""
+    """Makes a site where the last number of this hour and of the next is that of an unsent document."""
     holdings = two_documents(site, port)
     for hours in (0, 1):
         hour = (datetime.datetime.now() + datetime.timedelta(hours=hours)).strftime("%Y%m%d%H")
@@ -86,7 +86,7 @@ def number_99_taken(site, port):
 
 
 def never_run(site, port):
-    """What the program needs is not there yet."""
+    """Makes a site where the program has not run yet."""
     devices = make(site, port, latest=None)
     devices.drop("unit0.xml", "P0", 0)
     devices.drop("unit1.xml", "P1", 0)
@@ -102,7 +102,7 @@ def three_waiting(site, port, **options):
 
 
 def fill_ppc_database(site, holdings):
-    """Two documents' worth of entries."""
+    """Fills the PPC database with entries for two documents."""
     site.store_ppc("one.xml", ppc_file([ppc_entry("a1"), ppc_entry("a2", WHOLE_DOCUMENT)]))
     site.store_ppc("two.xml", ppc_file([ppc_entry("b1")]))
     holdings.ppc_mailed = {"a1", "a2", "b1"}
@@ -123,7 +123,7 @@ def zipped(prepare):
     return lambda site, port: prepare(site, port, UseZip="True")
 
 
-# Packed documents of "-fcs" are in the last one, whose first half that is.
+# A zipped "-fcs" is the first half of the last one.
 SCENARIOS = {
     "-fc": Scenario(("-fc",), two_documents),
     "-fc, a second run": Scenario(("-fc",), two_documents, next_delivery),

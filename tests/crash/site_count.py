@@ -1,10 +1,9 @@
-"""Counts a site's entries after its last run: what is lost, what is there twice, what was left lying about."""
+"""Counts a site's entries after its last run: which are lost, duplicated, or where they should not be."""
 
 import collections
 import dataclasses
 import re
 
-from quick_sink import attachments_of
 from support import entries_of, ppc_entries_of
 
 DOCUMENT = re.compile(r"site/suite/Faultlog/Process/FLog\.[0-9A-Za-z]+\.\d{12}\.xml(\.\d+\.displaced)?")
@@ -14,7 +13,7 @@ LOG = re.compile(r"site/(suite/Faultlog/Log/FPProg_\d{8}\.log|home/STemp\.tmp)")
 
 @dataclasses.dataclass
 class Holdings:
-    """What a site must have after its last run, or have mailed: entries by their UIDs."""
+    """What a site must hold or have mailed after its last run: the UIDs of entries."""
 
     archived: set = dataclasses.field(default_factory=set)
     in_documents: set = dataclasses.field(default_factory=set)
@@ -30,7 +29,7 @@ class Entries:
         self.known = {}
 
     def of(self, content):
-        """Nothing when it cannot be read as what it should be."""
+        """Returns the UIDs in a file's content; None when it cannot be read as what it should be."""
         if content not in self.known:
             try:
                 self.known[content] = list(self.read(content))
@@ -40,7 +39,7 @@ class Entries:
 
 
 class SiteCount:
-    """Says what is wrong with a site. `root` is the folder that it lies in; `end` what an undisturbed run left."""
+    """Finds what is wrong with a site. root: the folder that holds it. end: the tree that an undisturbed run left."""
 
     def __init__(self, root, holdings, end):
         self.root = str(root)
@@ -50,7 +49,7 @@ class SiteCount:
         self.ppc = Entries(ppc_entries_of)
 
     def faults(self, tree, mails):
-        """(kind, text) of each fault; kinds are "lost", "doubled", "unreadable", "left over", "changed"."""
+        """Yields (kind, text) of each fault; kinds are "lost", "doubled", "unreadable", "left over", "changed"."""
         files = self._by_place(tree)
         archive = [place for place in files if place.startswith("site/suite/Faultlog/Archive/")]
         documents = [place for place in files if DOCUMENT.fullmatch(place)]
@@ -64,9 +63,9 @@ class SiteCount:
                 yield "changed", place
 
     def mailed(self, mails):
-        """How often each entry was mailed, PPC entries too."""
+        """Returns how often each entry was mailed, PPC entries too."""
         found = collections.Counter()
-        for name, content in (one for mail in mails for one in attachments_of(mail)):
+        for name, content in (one for mail in mails for one in mail.files):
             found.update((self.ppc if name.startswith("PPC.") else self.faultlogs).of(content) or ["unreadable"])
         return found
 
@@ -75,7 +74,7 @@ class SiteCount:
 
     @staticmethod
     def _fixed(files):
-        """The names that do not depend on the hour."""
+        """Returns the names that do not depend on the hour of the run."""
         return {place for place in files if not DOCUMENT.fullmatch(place) and not LOG.fullmatch(place)}
 
     def _not_once(self, files, places, expected, where):

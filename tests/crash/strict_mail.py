@@ -1,4 +1,4 @@
-"""Reads a mail by its bytes alone, and takes nothing that is not as it should be."""
+"""A strict parser of mails, which works on the bytes alone."""
 
 import base64
 import binascii
@@ -7,13 +7,13 @@ import urllib.parse
 
 
 class StrictMail:
-    """The headers of a mail, and its parts: headers and body as they came. Anything that is wrong is a ValueError."""
+    """The headers of a mail, and its parts as (headers, body). Any deviation from the standards is a ValueError."""
 
     def __init__(self, content):
         if not content.isascii() or not content.endswith(b"\r\n"):
             raise ValueError("not ASCII, or no end of the last line")
         if re.search(rb"\r(?!\n)|(?<!\r)\n|\x00", content):
-            raise ValueError("a line end that is none")
+            raise ValueError("a bare CR or LF, or a NUL")
         if max(map(len, content.split(b"\r\n"))) > 998:
             raise ValueError("a line that is too long")
         self.headers, body = self.split(content)

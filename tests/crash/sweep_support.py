@@ -1,31 +1,25 @@
-"""What the sweeps share: a site that can be put back as it was in a millisecond, a mail server that takes
-megabytes in one, and the count of what became of each entry."""
+"""What the sweeps share: a site that is restored in a millisecond, and checks of what became of each entry."""
 
-import binascii
 import collections
 import concurrent.futures
-import io
 import json
 import os
 import pathlib
 import re
 import shutil
-import socket
 import tempfile
-import threading
-import zipfile
 
-from loss_support import CALL_TRACER, MEMORY
+from crash_support import CALL_TRACER, MEMORY
+from mail_sink import MailSink
 from support import PARTNER, SENDER, Entry, Site, fault_file, parse, ppc_entry, ppc_file
 
 WORKERS = 2
 LOG_SCRATCH = "STemp.tmp"  # goes when the next line is logged; a run that has nothing to say leaves it
 UID = re.compile(rb'UID="([0-9a-f]{32})"')
-ATTACHMENT = re.compile(rb'filename="([^"]*)".*?\r\n\r\n(.*?)\r\n--', re.DOTALL)
 
 
 class Tree:
-    """A folder's content in memory, to be put back."""
+    """A folder's content, kept in memory to restore it."""
 
     def __init__(self, root):
         self.root = root
@@ -38,7 +32,7 @@ class Tree:
                 with open(path, "rb") as file:
                     self.files.append((path, file.read(), os.stat(path).st_mode & 0o7777))
 
-    def put_back(self):
+    def restore(self):
         shutil.rmtree(self.root)
         for path, mode in self.folders:
             os.mkdir(path)
@@ -49,82 +43,26 @@ class Tree:
             os.chmod(path, mode)
 
 
-class SwiftSink:
-    """Takes every mail, one connection after the other, in as few steps as can be."""
-
-    def __init__(self):
-        self.mails = []
-        self._socket = socket.create_server(("127.0.0.1", 0))
-        self.port = self._socket.getsockname()[1]
-        threading.Thread(target=self._serve, daemon=True).start()
-
-    def _serve(self):
-        while True:
-            connection, _ = self._socket.accept()
-            with connection:
-                try:
-                    self._talk(connection)
-                except OSError:
-                    pass  # the program was killed
-
-    def _talk(self, connection):
-        connection.sendall(b"220 sink.example\r\n")
-        for command in self._commands(connection):
-            verb = command[:4].upper()
-            if verb == b"DATA":
-                connection.sendall(b"354 go ahead\r\n")
-                if not self._take_mail(connection):
-                    return
-            connection.sendall(b"221 bye\r\n" if verb == b"QUIT" else b"250 ok\r\n")
-
-    @staticmethod
-    def _commands(connection):
-        """The client waits for each answer, so that nothing stands behind a line's end."""
-        line = b""
-        while more := connection.recv(4096):
-            line += more
-            if line.endswith(b"\r\n"):
-                yield line
-                line = b""
-
-    def _take_mail(self, connection):
-        parts, end = [], b""
-        while not end.endswith(b"\r\n.\r\n"):
-            part = connection.recv(1 << 20)
-            if not part:
-                return False
-            parts.append(part)
-            end = (end + part)[-5:]
-        self.mails.append(b"".join(parts))
-        return True
-
-
-def contents_of(mail):
-    """What is attached to a mail, out of the zip where there is one."""
-    for name, text in ATTACHMENT.findall(mail):
-        content = binascii.a2b_base64(text)
-        if not name.endswith(b".zip"):
-            yield content
-            continue
-        with zipfile.ZipFile(io.BytesIO(content)) as packed:
-            yield from (packed.read(member) for member in packed.namelist())
+def uids_in_mails(mails):
+    """Returns how often each entry is in the attached files of these mails."""
+    return uids_in(content for mail in mails for _, content in mail.files)
 
 
 def uids_in(contents):
-    """How often each entry is in the contents."""
+    """Returns how often each entry is in these files."""
     return collections.Counter(uid.decode() for content in contents for uid in UID.findall(content))
 
 
 class SweptSite:
-    """A site with everything that a run can meet, small enough to be run thousands of times.
+    """A site with everything that a run can meet, small enough for thousands of runs.
 
-    Its entries: `old` are in the archive and were mailed long ago, `queued` wait in documents of earlier runs,
-    `new` lie in the Latest folders, `ppc` are in the PPC database.
+    Its entries: `old` are in the archive and were mailed long ago, `queued` are in unsent documents of earlier runs,
+    `new` are in the Latest folders, `ppc` in the PPC database.
     """
 
     def __init__(self, folder, *, zipped=False, waiting=0, new=True, large=True):
         self.folder = pathlib.Path(folder)
-        self.sink = SwiftSink()
+        self.sink = MailSink().start()
         self.site = Site(self.folder / "site")
         self.old, self.queued, self.new, self.ppc = set(), set(), set(), set()
         self.site.set_up({"SMTPServer": "127.0.0.1", "SMTPPort": str(self.sink.port), "SenderAddress": SENDER,
@@ -140,7 +78,7 @@ class SweptSite:
         self.tree = Tree(self.site.root)
 
     def _archive_some(self):
-        """What was collected and mailed long ago."""
+        """Makes the site hold what was collected and mailed long ago."""
         for name in ("unit0.xml", "unit1.xml"):
             self.site.drop(name, fault_file([new_entry(self.old)], "P0"))
         if self.site.run("-fc") != 0:
@@ -149,7 +87,7 @@ class SweptSite:
             path.unlink()
 
     def _leave_files(self, large):
-        """Namesakes in both folders and in the archive, a file for Error, and two documents' worth of text."""
+        """Leaves files of the same names in both folders and the archive, a broken file, and text for two documents."""
         for name, folder, code, size in [("unit0.xml", 0, "P0", 0), ("unit0.xml", 1, "P0", 0),
                                          ("first.xml", 0, "P1", 700_000 if large else 0),
                                          ("second.xml", 0, "P1", 650_000 if large else 0),
@@ -159,9 +97,10 @@ class SweptSite:
             self.site.drop(name, content, folder)
         self.site.drop("broken.xml", b"<FLFILE>")
 
-    def put_back(self):
-        self.tree.put_back()
-        self.sink.mails.clear()
+    def restore(self):
+        """Brings back files and server as they were before the first run."""
+        self.tree.restore()
+        self.sink.clear()
 
     def trace(self, switch, *options):
         """Runs the program under the tracer. Returns the tracer's status and what the program printed."""
@@ -187,15 +126,15 @@ class SweptSite:
         self.site.drop(f"later{number}.xml", fault_file([new_entry(later)], "P0"))
         return later
 
-    # What can be said against the site after a run, each as a list of lines.
+    # Each check of the site after a run returns a list of faults.
 
     def misfiled(self, filed):
-        """`filed`: the entries that came from the Latest folders."""
+        """Finds entries that are not once in archive and documents. filed: those that came from the Latest folders."""
         return (unequal("archived", self.old | filed, uids_in(read_all(self.site.archived())))
                 + unequal("in documents", self.queued | filed, uids_in(read_all(self.site.documents()))))
 
     def unmailed(self, expected, exactly_once=False):
-        mailed = uids_in(content for mail in self.sink.mails for content in contents_of(mail))
+        mailed = uids_in_mails(self.sink.mails)
         faults = unequal("mailed", expected, {uid: mailed[uid] for uid in expected & set(mailed)})
         return faults if exactly_once else [fault for fault in faults if " 0 lost" not in fault]
 
@@ -204,7 +143,7 @@ class SweptSite:
         return [f"modes {modes}"] if set(modes) - {b"Sent"} else []
 
     def left_over(self, error=()):
-        """Whatever should not be there when nothing is left to be done. `error`: what is in the Error folder."""
+        """Finds what should not be there when all is done. error: the names expected in the Error folder."""
         site = self.site
         odd = names_in(*site.latest, site.ppc_temp)
         odd += [name for name in names_in(site.process) if not re.fullmatch(r"FLog\.\w+\.\d+\.xml", name)]
@@ -217,7 +156,7 @@ class SweptSite:
         return faults + ([f"in Error: {in_error}"] if in_error != list(error) else [])
 
     def malformed(self):
-        """Files that their readers would not take."""
+        """Finds archived files, documents and logs that cannot be read."""
         faults = []
         for path in [*self.site.archived(), *self.site.documents()]:
             try:
@@ -242,7 +181,7 @@ def read_all(paths):
 
 
 def unequal(what, expected, counted):
-    """`counted`: how often each entry was found; each of the expected should be there once, and no other."""
+    """Compares how often each entry was found with what is expected: each of these once, and no other."""
     lost = expected - set(counted)
     doubled = [uid for uid, number in counted.items() if number > 1]
     strange = set(counted) - expected
@@ -256,8 +195,7 @@ def names_in(*folders):
 
 
 def spread(work, tasks):
-    """Has `work` done by several processes. Each is given a folder of its own and every so-manyth of the tasks,
-    and returns a list; all of them together are returned."""
+    """Distributes tasks over processes. Returns the concatenated results of `work(folder, tasks)` of each process."""
     parts = [tasks[i::WORKERS] for i in range(WORKERS)]
     with concurrent.futures.ProcessPoolExecutor(WORKERS) as pool:
         results = [pool.submit(in_a_folder, work, part) for part in parts if part]

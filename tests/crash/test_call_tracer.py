@@ -1,4 +1,4 @@
-"""The call tracer itself: which calls it counts, and that it kills and breaks the one it is told to."""
+"""The call tracer: which calls it counts, and that it kills or fails the one that it is told to."""
 
 import base64
 import errno
@@ -11,7 +11,7 @@ import subprocess
 import threading
 import unittest
 
-from loss_support import CALL_TRACER, ENDED_BEFORE, KILLED, LossTest
+from crash_support import CALL_TRACER, ENDED_BEFORE, KILLED, CrashTest, require_call_tracer
 
 PROLOGUE = """
 import os, sys
@@ -23,7 +23,7 @@ def make(name, text=b"old"):
     os.close(file)
 """
 
-# What a program does, and the calls that are counted: their names, the paths in the folder, more of the line.
+# What a program does, and the calls that are recorded: some fields of each.
 CALLS = {
     "nothing": ("os.read(os.open('/etc/passwd', os.O_RDONLY), 10)", []),
     "a new file": ("make('a')", [
@@ -63,7 +63,7 @@ CALLS = {
                 "os.fsync(g); os.sync()", [
         {"call": "fsync", "path": "there", "folder": False}, {"call": "fsync", "path": "there"},
         {"call": "fsync", "path": ".", "folder": True}, {"call": "syncfs", "path": pathlib.Path("/")}]),
-    "a link that leads elsewhere": ("os.symlink('there', 'd'); os.unlink('d')", [
+    "a link to another name": ("os.symlink('there', 'd'); os.unlink('d')", [
         {"call": "symlink", "path": "d"}, {"call": "unlink", "path": "d"}]),
     "none on a disk": ("r, w = os.pipe(); os.write(w, b'x'); os.write(1, b'x'); os.write(2, b'x');"
                        "n = os.open('/dev/null', os.O_WRONLY); os.write(n, b'x'); os.close(n);"
@@ -80,14 +80,18 @@ CALLS = {
 STEPS = "make('a'); os.rename('a', 'b'); os.unlink('there')"  # five calls
 
 
-class CallTracer(LossTest):
+class CallTracer(CrashTest):
+    @classmethod
+    def setUpClass(cls):
+        require_call_tracer()
+
     def setUp(self):
         super().setUp()
         self.record = self.folder / "record"
         self.work = self.folder / "work"
 
     def trace(self, program, *options):
-        """The tracer's exit status and what the program printed, in a folder that has one file."""
+        """Runs a program under the tracer, in a folder with one file. Returns the tracer's exit status."""
         subprocess.run(["rm", "-rf", self.work], check=True)
         self.work.mkdir()
         (self.work / "there").write_bytes(b"there\n")
@@ -108,7 +112,7 @@ class CallTracer(LossTest):
         return lines
 
     def whole(self, expected):
-        """Expected fields; a plain text as a path means one in the folder."""
+        """Returns expected fields with whole paths: those given as text are relative to the folder."""
         return {key: os.path.normpath(self.work / value) if key in ("path", "to") and isinstance(value, str)
                 else str(value) if isinstance(value, pathlib.Path) else value for key, value in expected.items()}
 
@@ -134,7 +138,7 @@ class CallTracer(LossTest):
                 self.trace(program, "--count", count)
                 self.assertEqual(calls, int(count.read_text()))
 
-    def test_the_same_number_is_the_same_call_in_every_run(self):
+    def test_a_number_means_the_same_call_in_every_run(self):
         for name, (program, _) in CALLS.items():
             with self.subTest(name):
                 self.trace(program, "--record", self.record)
@@ -142,7 +146,7 @@ class CallTracer(LossTest):
                 self.trace(program, "--record", self.record)
                 self.assertEqual(first, self.lines())
 
-    def test_what_goes_through_sockets_is_marked_and_not_counted(self):
+    def test_socket_calls_are_recorded_and_not_counted(self):
         with socket.create_server(("127.0.0.1", 0)) as server:
             def serve():
                 connection, _ = server.accept()
@@ -168,7 +172,7 @@ class CallTracer(LossTest):
         self.assertEqual(ENDED_BEFORE, self.trace(STEPS, "--kill", "6"))
         self.assertEqual({"b"}, self.names())
 
-    def test_the_status_tells_how_it_ended(self):
+    def test_exit_status(self):
         for program, options, status in [
                 ("sys.exit(3)", ["--record", self.record], 3),
                 ("os.mkdir('a'); sys.exit(3)", ["--kill", "2"], ENDED_BEFORE + 3),
@@ -204,7 +208,7 @@ class CallTracer(LossTest):
                 written = 4 if fault in ("short", "torn") and at == 5 else 0 if fault == "ENOSPC" else 8
                 self.assertEqual(b"12345678"[:written] or b"old", (self.work / "a").read_bytes())
 
-    def test_a_list_of_buffers_is_written_by_half_too(self):
+    def test_half_of_a_list_of_buffers_is_written(self):
         self.trace("f = os.open('a', os.O_RDWR | os.O_CREAT); print(os.writev(f, [b'1234', b'56']))",
                    "--fault", "short", "--at", "2")
         self.assertEqual("2", self.printed.strip())
@@ -219,7 +223,7 @@ class CallTracer(LossTest):
                 self.trace(steps, "--fault", fault, "--at", str(at), "--from-then-on")
                 self.assertEqual(expected, self.printed.strip())
 
-    def test_what_is_interrupted_goes_through_the_next_time(self):
+    def test_interrupted_call_succeeds_the_next_time(self):
         self.trace("make('a')", "--attempts", "--record", self.record, "--fault", "EINTR", "--at", "1",
                    "--from-then-on")
         self.assertEqual([("create", errno.EINTR), ("create", None), ("write", errno.EINTR), ("write", None),

@@ -1,4 +1,4 @@
-"""The disk model leaves of a run what a disk that keeps its few promises can leave, and nothing else."""
+"""The disk model: the states that it leaves of a run."""
 
 import base64
 import unittest
@@ -9,7 +9,7 @@ ROOT = "/d"
 
 
 def calls_of(text):
-    """Calls written as words: "create a", "write a xy", "write a xy 3" (at offset 3), "rename a b", ..."""
+    """Returns calls given as text: "create a, write a xy, write a xy 3" (at offset 3), "rename a b", ..."""
     calls = []
     for line in text.split(","):
         name, *words = line.split()
@@ -28,7 +28,7 @@ def calls_of(text):
 
 
 def tree_of(text):
-    """A tree written as "f/ f/a=content b="."""
+    """Returns a tree given as text: "f/ f/a=content b="."""
     tree = {}
     for word in text.split():
         path, is_file, content = word.partition("=")
@@ -64,7 +64,7 @@ class StatesAtTheEnd(unittest.TestCase):
         ("emptied and written", "a=12", "empty a, write a xy", {"a=12", "a=x", "a=xy"}),
         ("cut off", "a=1234", "truncate a 2", {"a=1234", "a=1", "a=12"}),
         ("made longer", "a=1", "truncate a 2", {"a=1", "a=1\0"}),
-        ("written behind its end", "a=1", "write a x 2, fsync a", {"a=1\0x"}),
+        ("written beyond its end", "a=1", "write a x 2, fsync a", {"a=1\0x"}),
         ("opened and left as it was", "a=1", "create a", {"a=1"}),
         ("removed", "a=1", "unlink a", {"a=1", ""}),
         ("removed for good", "a=1", "unlink a, fsync", {""}),
@@ -92,8 +92,8 @@ class StatesAtTheEnd(unittest.TestCase):
           "b=2 c=3 d=4", "a=1 c=3 d=4", "a=1 b=2 d=4", "a=1 b=2 c=3"}),
         ("two contents", "a=1 b=2", "write a x, write b y", {"a=1 b=2", "a=x b=y", "a=x b=2", "a=1 b=y",
                                                              "a= b=y", "a=x b="}),
-        ("a file that went while it was written", "a=1", "unlink a, write a x, fsync", {""}),
-        ("what lies elsewhere", "a=1", "create ../e/x, write ../e/x y, unlink ../e/x", {"a=1"}),
+        ("a file removed while it was written", "a=1", "unlink a, write a x, fsync", {""}),
+        ("calls outside the root", "a=1", "create ../e/x, write ../e/x y, unlink ../e/x", {"a=1"}),
     ]
 
     def test_table(self):
@@ -101,7 +101,7 @@ class StatesAtTheEnd(unittest.TestCase):
             with self.subTest(name):
                 self.assertEqual(expected, states_at_end(start, trace))
 
-    def test_what_cannot_be_told(self):
+    def test_unknown_changes_are_refused(self):
         for name, start, trace in [("a name from elsewhere", "", "rename ../e/a b"),
                                    ("a folder's new name", "f/", "rename f g"),
                                    ("a link to a name", "", "symlink a")]:
@@ -119,11 +119,11 @@ class DistinctStates(unittest.TestCase):
         return [(done, text_of(tree))
                 for done, tree in distinct_states(ROOT, tree_of(start), calls_of(trace), **how)]
 
-    def test_each_once_and_where_it_comes_up_first(self):
+    def test_each_once_with_the_first_number_of_calls(self):
         self.assertEqual([(0, "a=1"), (1, "a=1 b="), (2, "a=1 b=x"), (4, "b=x"), (4, "b="), (4, "")],
                          self.states("a=1", "create b, write b x, close b, unlink a"))
 
-    def test_what_is_ignored_makes_no_state(self):
+    def test_ignored_content_makes_no_state(self):
         self.assertEqual([(0, "a=1 log=")], self.states("a=1 log=", "write log x, write log y 1",
                                                         ignored=lambda path: path.endswith("log")))
 

@@ -1,4 +1,4 @@
-"""Poison in the Latest folders: each costs little, says what it is, harms nothing, and the next file goes on."""
+"""Hostile files in the Latest folders: each costs little, is logged with its reason, and does not block the others."""
 
 import os
 import socket
@@ -12,7 +12,7 @@ KIB = 1024
 MIB = 1024 * KIB
 
 # name: (what makes the content, what the reason must say). None: a good file, which is filed.
-XML_POISON = {
+HOSTILE_CONTENTS = {
     "laughs": (lambda: whole(b"&e9;", doctype(laughs(b"a" * 20, 9, 20))), "entities"),
     "laughs of elements": (lambda: whole(b"&e5;", doctype(laughs(b"<a/>", 5, 20))), "entities|more than"),
     "laughs in an attribute": (lambda: whole(b'<x a="&e9;"/>', doctype(laughs(b"a" * 20, 9, 20))), "entities"),
@@ -127,7 +127,7 @@ XML_POISON = {
     "unknown references": (lambda: whole(b"&nix;" * 1_000_000), "."),
 }
 
-PRODUCT_POISON = {
+PRODUCT_CODES = {
     "climbs": (b"../x", "holds a separator"),
     "above": (b"..", "is no folder name"),
     "here": (b".", "is no folder name"),
@@ -152,9 +152,9 @@ PRODUCT_POISON = {
 }
 
 
-class PoisonInLatest(HostileTest):
+class HostileFiles(HostileTest):
     def check(self, name, content, reason):
-        """One file of poison between two good ones."""
+        """Collects a hostile file between two good ones."""
         secret = self.folder / "secret"
         secret.write_text("<!ELEMENT a ANY>TOP-SECRET")
         site = self.make_site(latest=("depot",))
@@ -182,20 +182,21 @@ class PoisonInLatest(HostileTest):
             self.assertNotIn(b"TOP-SECRET", path.read_bytes())
         return run
 
-    def check_all(self, poison):
+    def check_all(self, table):
         peak, slowest = (0, ""), (0, "")
-        for name, (content, reason) in poison.items():
+        for name, (content, reason) in table.items():
             with self.subTest(name):
                 run = self.check(name, content, reason)
                 peak, slowest = max(peak, (run.megabytes, name)), max(slowest, (run.seconds, name))
-        print(f"{len(poison)} files; most memory {peak[0]:.0f} MB ({peak[1]}), "
+        print(f"{len(table)} files; most memory {peak[0]:.0f} MB ({peak[1]}), "
               f"longest {slowest[0]:.1f} s ({slowest[1]})")
 
     def test_contents(self):
-        self.check_all(XML_POISON)
+        self.check_all(HOSTILE_CONTENTS)
 
     def test_product_codes(self):
-        self.check_all({name: (lambda code=code: whole(product=code), reason) for name, (code, reason) in PRODUCT_POISON.items()})
+        self.check_all({name: (lambda code=code: whole(product=code), reason)
+                        for name, (code, reason) in PRODUCT_CODES.items()})
 
 
 def listening(path):
@@ -207,7 +208,7 @@ def listening(path):
             os.close(here)
 
 
-NO_FILES = {
+IRREGULAR_FILES = {
     "pipe": pipe,
     "socket": listening,
     "folder": lambda path: path.mkdir(),
@@ -238,9 +239,9 @@ NAMES = {
 }
 
 
-class NoFilesInLatest(HostileTest):
-    def test_what_is_no_plain_file_is_not_touched(self):
-        for name, make in NO_FILES.items():
+class IrregularFiles(HostileTest):
+    def test_irregular_file_is_not_touched(self):
+        for name, make in IRREGULAR_FILES.items():
             with self.subTest(name):
                 site = self.make_site(latest=("depot",))
                 (self.folder / "outside.xml").write_bytes(fault_file([Entry()]))
@@ -252,17 +253,17 @@ class NoFilesInLatest(HostileTest):
                 self.assertTrue((self.folder / "outside.xml").exists())
                 self.assertNotIn("m.xml", run.trace)
 
-    def test_a_link_in_the_way_is_not_followed_out_of_the_error_folder(self):
+    def test_link_in_the_error_folder_is_not_followed(self):
         site = self.make_site(latest=("depot",))
         outside = self.folder / "outside"
         outside.write_bytes(b"mine")
         site.error.mkdir(parents=True)
         (site.error / "m.xml").symlink_to(outside)
-        site.drop("m.xml", b"poison")
+        site.drop("m.xml", b"broken")
         self.assertEqual(0, self.watched("-fc").status)
-        self.assertEqual((b"mine", b"poison"), (outside.read_bytes(), (site.error / "m.xml").read_bytes()))
+        self.assertEqual((b"mine", b"broken"), (outside.read_bytes(), (site.error / "m.xml").read_bytes()))
 
-    def test_a_file_of_two_gigabytes_is_moved_by_its_name_alone(self):
+    def test_file_of_two_gigabytes_is_moved_unread(self):
         site = self.make_site(latest=("depot",))
         with open(site.latest[0] / "m.xml", "wb") as huge:
             huge.truncate(2 << 30)
@@ -274,14 +275,14 @@ class NoFilesInLatest(HostileTest):
         self.assertEqual(2 << 30, (site.error / "m.xml").stat().st_size)
 
 
-class NamesInLatest(HostileTest):
-    def test_every_name_is_filed_and_every_poison_named_in_one_line(self):
+class HostileNames(HostileTest):
+    def test_any_name_is_filed_and_a_rejected_file_is_logged_in_one_line(self):
         for title, name in NAMES.items():
             with self.subTest(title):
                 site = self.make_site(latest=("good", "bad"))
                 entry = Entry()
                 (site.latest[0] / os.fsdecode(name)).write_bytes(fault_file([entry]))
-                (site.latest[1] / os.fsdecode(name)).write_bytes(b"poison")
+                (site.latest[1] / os.fsdecode(name)).write_bytes(b"broken")
                 run = self.watched("-fc")
                 log = site.log()
                 self.assert_readable(log)

@@ -1,4 +1,4 @@
-"""Poison where the program keeps its own: it costs little, says what it is, harms nothing, and the rest goes on."""
+"""Hostile files in the program's own folders: each costs little, is logged with its reason, and blocks nothing else."""
 
 import os
 import unittest
@@ -8,10 +8,10 @@ from hostile_support import HostileTest
 from support import Entry, fault_file
 
 
-class PoisonInTheArchive(HostileTest):
-    """The archived file that a new one of its name should go into."""
+class HostileArchivedFiles(HostileTest):
+    """A new file of the same name should be merged into a hostile archived file."""
 
-    POISON = {
+    CONTENTS = {
         "text": lambda path: path.write_bytes(b"hello"),
         "empty": lambda path: path.write_bytes(b""),
         "cut off": lambda path: path.write_bytes(whole()[:-20]),
@@ -31,8 +31,8 @@ class PoisonInTheArchive(HostileTest):
         found = os.lstat(path)
         return found.st_ino, found.st_mode, found.st_size, found.st_mtime_ns
 
-    def test_the_new_file_stays_and_one_line_says_why(self):
-        for name, make in self.POISON.items():
+    def test_new_file_stays_and_one_line_says_why(self):
+        for name, make in self.CONTENTS.items():
             with self.subTest(name):
                 site = self.make_site(latest=("depot",))
                 folder = site.archive / "4711"
@@ -51,7 +51,7 @@ class PoisonInTheArchive(HostileTest):
                 self.assertEqual(before, self.state(folder / "m.xml"))
                 self.assertEqual(1, len(self.errors_about(log, "m.xml")), log)
 
-    def test_the_largest_that_is_merged_costs_what_it_may(self):
+    def test_cost_of_the_largest_merge(self):
         site = self.make_site(latest=("depot",))
         folder = site.archive / "4711"
         folder.mkdir(parents=True)
@@ -62,7 +62,7 @@ class PoisonInTheArchive(HostileTest):
         print(f"the largest merge took {run.megabytes:.0f} MB, {run.seconds:.1f} s")
 
 
-class PoisonInTheProcessFolder(HostileTest):
+class HostileDocuments(HostileTest):
     START = b'<?xml version="1.0"?>\r\n<FLFILE Mode="Not Sent"'
     CANNOT_MARK = "not well-formed; move it away, or every send mails it again"
     # content, or what makes the file; and what its line in the log says, where there is one to write
@@ -75,10 +75,10 @@ class PoisonInTheProcessFolder(HostileTest):
         "binary": (bytes(range(256)) * 4000, None),
     }
 
-    def test_a_document_of_poison_waits_and_the_next_is_sent(self):
+    def test_hostile_document_waits_and_the_next_is_sent(self):
         for name, (content, says) in self.DOCUMENTS.items():
             with self.subTest(name):
-                sink = self.start_sink()
+                sink = self.start_server()
                 site = self.make_site(sink.port)
                 site.queue("FLog.4711.202611210702.xml", [Entry()])
                 (site.process / "FLog.4711.202611210701.xml").write_bytes(content)
@@ -89,8 +89,8 @@ class PoisonInTheProcessFolder(HostileTest):
                 lines = self.errors_about(site.log(), "FLog.4711.202611210701.xml")
                 self.assertEqual([says] if says else [], [line.split(": ")[-1] for line in lines])
 
-    def test_a_document_of_two_gigabytes_waits_and_the_next_is_sent(self):
-        sink = self.start_sink()
+    def test_document_of_two_gigabytes_waits_and_the_next_is_sent(self):
+        sink = self.start_server()
         site = self.make_site(sink.port)
         site.queue("FLog.4711.202611210702.xml", [Entry()])
         huge = site.process / "FLog.4711.202611210701.xml"
@@ -112,11 +112,11 @@ class PoisonInTheProcessFolder(HostileTest):
         "link to nothing": lambda path: path.symlink_to("nothing"),
     }
 
-    def test_journals_of_poison_are_no_journals(self):
+    def test_hostile_journals_are_ignored(self):
         for journal in ("FLog.journal", "FLog.sent"):
             for name, make in self.JOURNALS.items():
                 with self.subTest(journal=journal, name=name):
-                    sink = self.start_sink()
+                    sink = self.start_server()
                     site = self.make_site(sink.port, latest=("depot",))
                     site.process.mkdir(parents=True)
                     make(site.process / journal)
@@ -126,8 +126,8 @@ class PoisonInTheProcessFolder(HostileTest):
                     self.assertEqual((1, False), (len(sink.mails), os.path.lexists(site.process / journal)))
 
 
-class PoisonInPpcData(HostileTest):
-    POISON = {
+class HostilePpcData(HostileTest):
+    CONTENTS = {
         "text": b"hello",
         "empty": b"",
         "laughs": b"<!DOCTYPE a [" + laughs(b"a" * 20, 9, 20) + b"]><a><PPCentry>&e9;</PPCentry></a>",
@@ -160,12 +160,12 @@ class PoisonInPpcData(HostileTest):
             self.assertRegex(line, r"PPC Error \(.*\S.*\)")
             return run
 
-    def test_a_database_of_poison(self):
-        for name, content in self.POISON.items():
+    def test_hostile_database(self):
+        for name, content in self.CONTENTS.items():
             self.check(name, lambda site, content=content: site.store_ppc("m.xml", content))
 
-    def test_an_export_of_poison(self):
-        for name, content in self.POISON.items():
+    def test_hostile_export(self):
+        for name, content in self.CONTENTS.items():
             def put(site, content=content):
                 site.registry("delete", r"HKLM\SOFTWARE\Kestrel\OrvikShared\Common\InstPath", "--ve")
                 (site.home / "PPCData.xml").write_bytes(content)

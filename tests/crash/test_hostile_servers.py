@@ -1,9 +1,9 @@
-"""Mail servers that lie, babble, drip or are somebody else.
+"""Hostile mail servers: malformed, endless and slow answers, and false certificates.
 
-What bounds a run here: no line of an answer is longer than 64 KB, and no answer has more than 200 lines or, before
-the login, 300 KB; a stretch without progress ends after the time-out, which is 2 seconds, and an answer that is not
-whole after three times that. The answer to a mail alone has ten minutes, as a whole; they pass in an instant here.
-So each of these servers costs at most 10 seconds, 256 MB and a line of the log, which never holds the password.
+The bounds of a run: a line of an answer has at most 64 KB, an answer 200 lines or, before the login, 300 KB. A stretch
+without progress ends after the timeout, here 2 seconds, and an answer that is not complete after three times that. The
+answer to a mail may take ten minutes, which the tests' clock makes short. So each of these servers costs at most 10
+seconds, 256 MB and one line of the log, which never holds the password.
 """
 
 import concurrent.futures
@@ -11,12 +11,15 @@ import dataclasses
 import pathlib
 import re
 import sys
-import threading
 import time
 import unittest
 
-from mail_support import (LOGIN, PASSWORD, USER, Certificates, MailLossTest, MailSite, SteppedServer, run_through_time,
-                          secrets_in, smtp_server)
+from crash_support import CrashTest
+from certificates import Certificates
+from mail_sink import MailSink
+from mail_site import LOGIN, PASSWORD, USER, MailSite, run_through_time, secrets_in
+from misbehaviour import MODES
+from smtp_server import SmtpServer
 from support import Entry, mode_of
 
 MOST_MEGABYTES = 256
@@ -33,11 +36,11 @@ LARGE = 20_000_000
 
 @dataclasses.dataclass(frozen=True)
 class Given:
-    """A server, and what the log must say of it: a pattern for the whole line behind "[Mail]:Error: "."""
+    """A server, and a pattern for the whole text after "[Mail]:Error: " in the log."""
 
     mode: str
     expected: str
-    arguments: tuple = ()
+    login: str = None  # that the server requires
     size: int = 0
     certificate: str = ""
     waits: bool = False  # for ten minutes
@@ -60,7 +63,7 @@ SERVERS = [
     Given("endless-hello-reply", "(56|8) the server's reply is too long"),
     Given("endless-line", "8 a line of the server's reply is too long"),
     Given("endless-reply", "8 the server's reply is too long"),
-    Given("endless-challenge", "67 334 YW5kPw==", ("--auth", LOGIN)),
+    Given("endless-challenge", "67 334 YW5kPw==", login=LOGIN),
     Given("endless-at-end", "8 a line of the server's reply is too long" + UNCLEAR),
     Given("endless-reply-at-end", "8 the server's reply is too long" + UNCLEAR),
     Given("drip-greeting", NO_ANSWER),
@@ -97,9 +100,9 @@ SERVERS = [
     Given("tls-garbage", NO_ENCRYPTION),
     Given("tls-injected", "8 the server continued unencrypted after it had agreed to encryption; "
                           "somebody may be intercepting the connection"),
-    Given("echo-login", r"67 535 5\.7\.8 wrong: \*\*\* is collector:\*\*\*", ("--auth", LOGIN)),
-    Given("busy-login", "67 454 4\\.7\\.0 try again later", ("--auth", LOGIN)),
-    Given("ok", "67 535 5\\.7\\.8 wrong user name or password", ("--auth", f"{USER}:another")),
+    Given("echo-login", r"67 535 5\.7\.8 wrong: \*\*\* is collector:\*\*\*", login=LOGIN),
+    Given("busy-login", "67 454 4\\.7\\.0 try again later", login=LOGIN),
+    Given("ok", "67 535 5\\.7\\.8 wrong user name or password", login=f"{USER}:another"),
 ]
 
 SUBJECT = r"60 the certificate of 127\.0\.0\.1 "
@@ -122,11 +125,11 @@ IMPOSTORS = [
 
 
 def make_certificates(folder):
-    """One that is right, "server", and those of the impostors."""
+    """Makes a right certificate, "server", and those of the impostors."""
     made = Certificates(folder)
-    made.authority("authority")
-    made.authority("stranger", "/CN=Another authority")
-    made.authority("namesake")
+    made.make_authority("authority")
+    made.make_authority("stranger", "/CN=Another authority")
+    made.make_authority("namesake")
     made.make("server")
     made.make("another name", "DNS:mail.other.example")
     made.make("another address", "IP:127.0.0.2,DNS:127.0.0.1.example,DNS:*")
@@ -138,31 +141,14 @@ def make_certificates(folder):
     return made
 
 
-class HostileServer(smtp_server.Server):
-    """The tests' mail server, which here says when it has the whole of a mail."""
-
-    def __init__(self, arguments):
-        super().__init__(smtp_server.parse(arguments))
-        self.transcript.close()
-        self.has_mail = threading.Event()
-
-    def note(self, text):
-        if "bytes of data" in text:
-            self.has_mail.set()
-
-
-class HostileServers(MailLossTest):
+class HostileServers(CrashTest):
     def setUp(self):
         super().setUp()
         self.certificates = make_certificates(self.folder)
 
     def server_for(self, given):
-        folder = self.folder / f"{given.name} server"
-        folder.mkdir()
-        server = HostileServer(["--folder", str(folder), "--mode", given.mode, "--delay", "1", *given.arguments])
-        if given.certificate:
-            server.options.tls, server.tls = "starttls", self.certificates.context(given.certificate)
-        return server
+        tls = self.certificates.context(given.certificate) if given.certificate else None
+        return SmtpServer(MODES[given.mode], tls=tls, login=given.login, delay=1).start()
 
     def site_for(self, given, port):
         site = MailSite(self.folder / given.name, port, Timeout="2", MailUserName=USER, MailPassword=PASSWORD,
@@ -171,7 +157,7 @@ class HostileServers(MailLossTest):
         return site
 
     def run_with_fault(self, given, server, site):
-        """Runs the program against the server. Returns its exit status, its seconds and its megabytes."""
+        """Runs the program against a server. Returns its exit status, its seconds and its megabytes."""
         begin = time.monotonic()
         if given.waits:
             return run_through_time(site, "-fs", begin=server.has_mail), time.monotonic() - begin, 0
@@ -181,11 +167,11 @@ class HostileServers(MailLossTest):
     def check(self, given):
         """Yields what is wrong."""
         server = self.server_for(given)
-        site = self.site_for(given, self.servers.listen(server))
+        site = self.site_for(given, server.port)
         document = site.documents()[0]
         before = document.read_bytes()
         status, seconds, megabytes = self.run_with_fault(given, server, site)
-        self.servers.close(server)
+        server.stop()
         yield from faults_of_run(given, site, status)
         if document.read_bytes() != before:
             yield "the document was touched"
@@ -194,11 +180,10 @@ class HostileServers(MailLossTest):
         yield from self.faults_of_next_run(site)
 
     def faults_of_next_run(self, site):
-        good = SteppedServer()
-        site.set_options(SMTPPort=str(self.servers.listen(good)), MailUserName="", Timeout="10")
-        if site.run("-fs") != 0 or len(good.kept) != 1 or mode_of(site.documents()[0]) != "Sent":
-            yield f"the next run did not send: {site.log()[-3:]}"
-        self.servers.close(good)
+        with MailSink() as good:
+            site.set_options(SMTPPort=str(good.port), MailUserName="", Timeout="10")
+            if site.run("-fs") != 0 or len(good.mails) != 1 or mode_of(site.documents()[0]) != "Sent":
+                yield f"the next run did not send: {site.log()[-3:]}"
 
     def try_all(self, table):
         begin = time.monotonic()

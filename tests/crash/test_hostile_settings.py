@@ -1,4 +1,4 @@
-"""Settings, lists and registry stores of poison: one clear line, no long wait, and nothing is overwritten."""
+"""Hostile settings, lists and registry stores: one clear line, no long wait, and nothing is overwritten."""
 
 import os
 import sqlite3
@@ -45,7 +45,7 @@ GARBAGE = {
 
 class SettingsTest(HostileTest):
     def refused(self, path):
-        """The run ends at once, with one line that names the file (in the log or, without one, on the screen)."""
+        """The run ends at once. One line names the file, in the log or, where there is none, on the screen."""
         content = fault_file([Entry()])
         self.site.drop("a.xml", content)
         run = self.watched("-fc")
@@ -56,7 +56,7 @@ class SettingsTest(HostileTest):
         self.assertEqual(1, len({line.split("]:", 1)[-1] for line in said if path.name in line}), said)
 
 
-class OptionsOfPoison(SettingsTest):
+class HostileOptions(SettingsTest):
     def test_garbage_ends_the_run_with_a_line(self):
         for name, make in GARBAGE.items():
             with self.subTest(name):
@@ -71,7 +71,7 @@ class OptionsOfPoison(SettingsTest):
                 said = " ".join([*self.errors_about(log, ""), run.printed])
                 self.assertRegex(said, r"Options\.ini|Partner ID missing")
 
-    def test_values_of_poison_cost_no_file(self):
+    def test_hostile_values_lose_no_file(self):
         for key in ("SMTPServer", "SenderAddress", "MailHostName", "Organization", "PartnerID", "Timeout",
                     "TryCount", "NumAttachments", "UseZip", "SMTPPort", "TlsCaFile", "TlsMode", "MailUserName"):
             for value in ("x" * MIB, "\x1b[2J\x07", "../../x%s%n", "-" + "9" * 400):
@@ -84,7 +84,7 @@ class OptionsOfPoison(SettingsTest):
                     kept = {**self.all_entries(site.archived()), **self.all_entries(site.waiting())}
                     self.assertEqual({entry.uid}, set(kept))
 
-    def test_folders_of_poison_cost_no_file(self):
+    def test_hostile_folders_lose_no_file(self):
         for key in ("ArchiveFolder", "ProcessFolder"):
             for value in ("/" + "x" * MIB, "\x1b[2J", "relative/", "/dev/null/"):
                 with self.subTest(key=key, value=value[:20]):
@@ -97,8 +97,8 @@ class OptionsOfPoison(SettingsTest):
                     self.assertEqual({entry.uid}, set(kept))
 
 
-class SuiteFileOfPoison(HostileTest):
-    def test_the_run_goes_on_without_it(self):
+class HostileSuiteFile(HostileTest):
+    def test_run_goes_on_without_it(self):
         for name, make in {**GARBAGE, "value": write(b"[Directories]\nFaultLog=" + b"/x" * MIB),
                            "zero": write(b"[Directories]\nFaultLog=/etc\0/x"),
                            "elsewhere": write(b"[Directories]\nFaultLog=/nowhere/faultlog\x1b[2J")}.items():
@@ -111,8 +111,8 @@ class SuiteFileOfPoison(HostileTest):
                 self.assertEqual(["a.xml"], [path.name for path in site.archived()])
 
 
-class LatestListOfPoison(SettingsTest):
-    def test_a_list_that_is_none_ends_the_run_with_a_line(self):
+class HostileLatestList(SettingsTest):
+    def test_unreadable_list_ends_the_run_with_a_line(self):
         for name, make in {**{name: GARBAGE[name] for name in ("bytes", "zeros", "UTF-16", "100 MB", "folder", "pipe")},
                            "too many": write(b"/x\n" * 20_000),
                            "a zero": lambda path: path.write_bytes(path.read_bytes() + b"/srv\0/x\n")}.items():
@@ -123,7 +123,7 @@ class LatestListOfPoison(SettingsTest):
                 self.refused(site.home / "LatestList.dat")
                 self.assertEqual(before.st_size, os.lstat(site.home / "LatestList.dat").st_size)
 
-    def test_folders_that_are_none_are_passed_over(self):
+    def test_missing_folders_are_passed_over(self):
         site = self.make_site()
         lists = site.home / "LatestList.dat"
         lists.write_bytes(b"\x1b[2J\n\xff\xfe\n" + b"x" * MIB + b"\n\n" * 1000 + b"/dev/null\n" + lists.read_bytes())
@@ -132,7 +132,7 @@ class LatestListOfPoison(SettingsTest):
         self.assertEqual(["a.xml"], [path.name for path in site.archived()])
 
 
-class RegistryOfPoison(SettingsTest):
+class HostileRegistry(SettingsTest):
     def flipped(self, path):
         content = bytearray(path.read_bytes())
         for at in range(100, len(content), 97):
@@ -144,7 +144,7 @@ class RegistryOfPoison(SettingsTest):
             database.execute("PRAGMA user_version = 99")
         database.close()
 
-    def test_a_store_that_is_none_ends_the_run_with_a_line(self):
+    def test_unreadable_store_ends_the_run_with_a_line(self):
         for name, make in {**{name: GARBAGE[name] for name in ("bytes", "zeros", "line breaks", "folder", "pipe")},
                            "flipped": self.flipped, "later": self.later,
                            "cut off": lambda path: os.truncate(path, path.stat().st_size // 2),
@@ -155,14 +155,14 @@ class RegistryOfPoison(SettingsTest):
                 make(site.home / "registry.sqlite")
                 self.refused(site.home / "registry.sqlite")
 
-    def test_a_store_that_is_locked_is_not_waited_for_long(self):
+    def test_locked_store_is_not_waited_for_long(self):
         site = self.make_site()
         database = sqlite3.connect(site.home / "registry.sqlite", isolation_level=None)
         self.addCleanup(database.close)
         database.execute("BEGIN EXCLUSIVE")
         self.refused(site.home / "registry.sqlite")
 
-    def test_values_of_a_megabyte_cost_no_file(self):
+    def test_values_of_a_megabyte_lose_no_file(self):
         site = self.make_site()
         database = sqlite3.connect(site.home / "registry.sqlite")
         database.execute("UPDATE key_values SET data = ?", (b"/x" * (MIB // 2) + b"\0",))

@@ -1,11 +1,13 @@
-"""The program killed at every call that changes a file, and again inside the run that recovers: one run more,
-and every entry is where it belongs, once."""
+"""The program is killed at every call that changes a file, and again in the run that recovers.
+
+After one more run every entry is where it belongs, once.
+"""
 
 import dataclasses
 import time
 import unittest
 
-from loss_support import KILLED
+from crash_support import KILLED, require_call_tracer
 from sweep_support import SweptSite, spread
 
 PAIRS = 200
@@ -14,7 +16,7 @@ NOTE_OF_SENT = "FLog.sent"  # from when this is written, no faultlogger data are
 
 @dataclasses.dataclass(frozen=True)
 class Scenario:
-    """A switch, and the site that it meets."""
+    """A run of the program on a site. waiting: how many unsent documents there are."""
 
     switch: str
     zipped: bool = False
@@ -44,7 +46,7 @@ SCENARIOS = [
 
 @dataclasses.dataclass(frozen=True)
 class Kill:
-    """Run after run of a scenario is killed at these calls. `sent`: by then all was noted as mailed."""
+    """Each run of a scenario is killed at the next of these calls. sent: by then all was noted as mailed."""
 
     scenario: Scenario
     numbers: tuple
@@ -62,7 +64,11 @@ class Outcome:
 
 
 def whole_run(folder, scenarios):
-    """For each scenario how many calls a run that nobody kills makes, and which one notes what was sent."""
+    """Runs each scenario to its end.
+
+    Returns for each the scenario, how many changing calls it makes, which of them notes what was sent (or None), how
+    many mails there were, and what is wrong.
+    """
     results = []
     for number, scenario in enumerate(scenarios):
         swept = scenario.make(folder / str(number))
@@ -74,7 +80,7 @@ def whole_run(folder, scenarios):
 
 
 def faults_after(scenario, swept, filed, sent_once):
-    """What is wrong when all should be done. `filed`: the entries that the Latest folders held."""
+    """Returns what is wrong when all should be done. filed: the entries that the Latest folders held."""
     found = swept.misfiled(filed)
     if scenario.sends_faults:
         found += swept.unmailed(swept.queued | filed) + swept.unmailed(swept.queued | swept.new, sent_once)
@@ -85,7 +91,7 @@ def faults_after(scenario, swept, filed, sent_once):
 
 
 def outcome_of(kill, swept):
-    swept.put_back()
+    swept.restore()
     filed = set(swept.new)
     for number in kill.numbers:
         status, printed = swept.trace(kill.scenario.switch, "--kill", str(number))
@@ -117,6 +123,10 @@ def evenly(things, number):
 
 class KillSweep(unittest.TestCase):
     maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        require_call_tracer()
 
     def assert_nothing_lost(self, found):
         faulty = [f"{outcome.kill}: {'; '.join(outcome.faults)}" for outcome in found if outcome.faults]

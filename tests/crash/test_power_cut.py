@@ -1,19 +1,19 @@
-"""Nothing is lost and nothing doubled, wherever in a run the power is cut, and whatever of it the disk then keeps."""
+"""No entry is lost or duplicated, wherever in a run the power is cut and whatever the disk has kept by then."""
 
 import concurrent.futures
 import pathlib
 import tempfile
 import unittest
 
+from crash_support import MEMORY, require_call_tracer
 from disk_model import without_flushes
-from loss_support import MEMORY
+from mail_sink import MailSink
 from power_cut import PowerCuts
 from power_cut_sites import SCENARIOS
-from quick_sink import QuickSink
 
 
 def in_its_own_folder(work, name):
-    with tempfile.TemporaryDirectory(prefix="fieldpost-cut-", dir=MEMORY) as folder, QuickSink() as sink:
+    with tempfile.TemporaryDirectory(prefix="fieldpost-cut-", dir=MEMORY) as folder, MailSink() as sink:
         return work(PowerCuts(pathlib.Path(folder), SCENARIOS[name], sink), name)
 
 
@@ -37,10 +37,11 @@ WORK = [(sweep, "-fcs -ps, zip"), (sweep_recoveries, "-fc"), (sweep_without_flus
 
 
 class PowerCut(unittest.TestCase):
-    """The sweeps run two at once, and each is asked for its result by a test of its own."""
+    """All sweeps are started at once, on two processes; each test takes the results of some."""
 
     @classmethod
     def setUpClass(cls):
+        require_call_tracer()
         cls.workers = concurrent.futures.ProcessPoolExecutor(2)
         cls.addClassCleanup(cls.workers.shutdown, cancel_futures=True)
         cls.results = {(work, name): cls.workers.submit(in_its_own_folder, work, name) for work, name in WORK}
@@ -67,7 +68,7 @@ class PowerCut(unittest.TestCase):
             with self.subTest(name):
                 self.assert_nothing_wrong(sweep_recoveries, name, at_least)
 
-    def test_flushes_are_what_it_hangs_on(self):
+    def test_entries_are_lost_without_flushes(self):
         for name, at_least in [("-fc", 100), ("-fs", 10)]:
             with self.subTest(name):
                 result = self.result(sweep_without_flushes, name)

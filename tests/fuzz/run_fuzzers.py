@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Runs every fuzz target for a while.
 
-Interesting inputs are kept in FOLDER/corpus, from which the next run continues. A failing input is kept in
-FOLDER/failed and reported, and the exit status is 1. The source tree is never written to.
+The inputs that reach new code stay in FOLDER/corpus for the next run. A failing input is kept in FOLDER/failed and
+named here, and the exit status is 1. The sources are never written to.
 """
 
 import argparse
@@ -15,14 +15,16 @@ import sys
 import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parent / "tools"))
+from capabilities import memory_folder  # noqa: E402
+
 AT_ONCE = 2
-# Limits for one input: 10 s, and 256 MB in one allocation, as the program guarantees. The sanitizers need a multiple
-# of the program's own memory.
+# Bounds for one input, as the program promises: 10 s, and 256 MB in one allocation. The sanitizers take a multiple of
+# the program's memory.
 BOUNDS = ["-timeout=10", "-malloc_limit_mb=256", "-rss_limit_mb=1024"]
 # Large enough for several elements, small enough for hundreds of inputs per second.
 LONGEST = 4096
 SAME_SEEDS = {"latest_scan": "faultlogger"}
-MEMORY = "/dev/shm"
 
 
 class Target:
@@ -42,10 +44,11 @@ class Target:
                 *BOUNDS, *([f"-dict={words}"] if words.exists() else [])]
 
     def run(self, seconds, seed):
-        """Runs the target and prints the result. Whether no input failed."""
+        """Fuzzes, and prints one line. Returns whether no input failed."""
         self.corpus.mkdir(parents=True, exist_ok=True)
         self.failed.mkdir(exist_ok=True)
-        with tempfile.TemporaryDirectory(prefix="fieldpost-fuzz-", dir=MEMORY) as scratch, open(self.log, "wb") as log:
+        with tempfile.TemporaryDirectory(prefix="fieldpost-fuzz-", dir=memory_folder()) as scratch, \
+                open(self.log, "wb") as log:
             done = subprocess.run([str(word) for word in self.command(seconds, seed)], stdout=log, stderr=log,
                                   env={**os.environ, "TMPDIR": scratch}, check=False)
         text = self.log.read_text(errors="replace")
@@ -56,7 +59,7 @@ class Target:
         if status == 0:
             runs = re.findall(r"number_of_executed_units:\s*(\d+)", text)
             covered = re.findall(r"cov: (\d+)", text)
-            return f"{self.name:16} {int(runs[-1]):>9,} inputs, {covered[-1] if covered else '?'} places covered"
+            return f"{self.name:16} {int(runs[-1]):>9,} inputs, {covered[-1] if covered else '?'} branches covered"
         inputs = re.findall(r"Test unit written to (\S+)", text)
         reason = re.search(r"This does not hold: .*|^.*(?:ERROR|SUMMARY|runtime error): .*", text, re.MULTILINE)
         return (f"{self.name:16} FAILED: {reason.group() if reason else f'exit status {status}'}\n"

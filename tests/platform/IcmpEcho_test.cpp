@@ -47,6 +47,10 @@ constexpr OwnNetworkOptions echoSockets{.grantsEchoSockets = true, .grantsRawSoc
 /// The two kinds of sockets that the system may permit.
 class IcmpEchoTest : public testing::TestWithParam<OwnNetworkOptions> {
  protected:
+  void SetUp() override {
+    if (!OwnNetworkRefusal().empty()) GTEST_SKIP() << OwnNetworkRefusal();
+  }
+
   static OwnNetworkOptions Silent() {
     OwnNetworkOptions options = GetParam();
     options.answersEchoes = false;
@@ -118,6 +122,7 @@ class LongestPause final : public StatusDisplay {
 };
 
 TEST(IcmpEchoNoiseTest, ProcessesEventsDuringUnrelatedTraffic) {
+  if (!OwnNetworkRefusal().empty()) GTEST_SKIP() << OwnNetworkRefusal();
   const std::string outcome = InOwnNetwork({.answersEchoes = false}, [] {
     std::jthread noise([](const std::stop_token& stop) {
       SystemIcmpEcho echo;
@@ -134,6 +139,7 @@ TEST(IcmpEchoNoiseTest, ProcessesEventsDuringUnrelatedTraffic) {
 }
 
 TEST(IcmpEchoRightsTest, ReportsAGeneralFailureWithoutASocket) {
+  if (!OwnNetworkRefusal().empty()) GTEST_SKIP() << OwnNetworkRefusal();
   const OwnNetworkOptions none{.grantsEchoSockets = false, .grantsRawSockets = false};
   EXPECT_EQ(InOwnNetwork(none, [] { return Status(Request("127.0.0.1")); }), "11050");
 }

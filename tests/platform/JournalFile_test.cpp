@@ -55,7 +55,7 @@ TEST_F(JournalFileTest, ThrowsWhenItBelongsToAnotherUser) {
   folder.Write("journal", "content");
   if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
     EXPECT_EQ(errno, EPERM);
-    return;
+    GTEST_SKIP() << "this machine lets only root give a file to another user";
   }
   EXPECT_THAT([this] { static_cast<void>(Read()); },
               ThrowsMessage<FileError>("cannot follow " + journal.string() +
@@ -72,7 +72,7 @@ TEST_F(JournalFileTest, ThrowsWhenTheOwnerOfItsFolderIsUnknown) {
   const test::FailingCall failing("stat", EACCES, whetherItIsAFolder);
   if (::chown(journal.c_str(), somebody, static_cast<gid_t>(-1)) != 0) {
     EXPECT_EQ(Read(), "content") << "the user's own file is read without its folder's owner";
-    return;
+    GTEST_SKIP() << "this machine lets only root give a file to another user";
   }
   EXPECT_THAT([this] { static_cast<void>(Read()); }, ThrowsMessage<FileError>(HasSubstr("cannot access")));
 }

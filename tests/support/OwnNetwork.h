@@ -23,10 +23,10 @@
 namespace fieldpost::test {
 
 struct OwnNetworkOptions {
-  bool answersEchoes = true;          ///< whether its addresses (127.0.0.0/8) answer echoes
-  bool grantsEchoSockets = false;     ///< whether any user may open echo sockets
-  bool grantsRawSockets = true;       ///< whether the test may open raw sockets
-  std::uint32_t rejectedAddress = 0;  ///< an address (network byte order) that its routes reject; 0 for none
+  bool answersEchoes = true;          ///< Whether its addresses (127.0.0.0/8) answer echoes.
+  bool grantsEchoSockets = false;     ///< Whether anyone may open a socket for echoes alone.
+  bool grantsRawSockets = true;       ///< Whether the test keeps the right to raw sockets.
+  std::uint32_t rejectedAddress = 0;  ///< An address (network order) that its routes call unreachable.
 };
 
 namespace own_network {
@@ -69,8 +69,8 @@ inline bool DropRights() {
   return ::syscall(SYS_capset, &header, none.data()) == 0;
 }
 
-/// Enters a new network namespace, without root's rights also a new user namespace. Returns false when that
-/// is refused.
+/// Moves this process into a new network namespace; without root's rights into a new user namespace, too, as
+/// the root of that. Returns whether the machine granted it.
 inline bool EnterNamespace() {
   if (::unshare(CLONE_NEWNET) == 0) return true;
   const std::string user = "0 " + std::to_string(::geteuid()) + " 1";
@@ -80,26 +80,25 @@ inline bool EnterNamespace() {
          WriteSetting("/proc/self/gid_map", group.c_str());
 }
 
-/// Sets up the network. Returns an empty text on success, otherwise what was refused.
+/// Moves this process into such a network. Returns what the machine refused; empty when it granted all.
 inline std::string Enter(const OwnNetworkOptions& options) {
-  if (!EnterNamespace()) return "refused: a network namespace";
-  if (!StartLoopback()) return "refused: to start the loopback interface";
+  if (!EnterNamespace()) return "this machine refuses a network namespace";
+  if (!StartLoopback()) return "this machine refuses to start the loopback interface";
   if (!options.answersEchoes && !WriteSetting("/proc/sys/net/ipv4/icmp_echo_ignore_all", "1")) {
-    return "refused: to ignore echoes";
+    return "this machine refuses to leave echoes without answer";
   }
   // In a new network namespace nobody may open echo sockets.
   if (options.grantsEchoSockets && !WriteSetting("/proc/sys/net/ipv4/ping_group_range", "0 0")) {
-    return "refused: to permit echo sockets";
+    return "this machine refuses to grant sockets for echoes";
   }
-  if (!Reject(options.rejectedAddress)) return "refused: to add a route";
-  return options.grantsRawSockets || DropRights() ? "" : "refused: to drop rights";
+  if (!Reject(options.rejectedAddress)) return "this machine refuses to add a route";
+  return options.grantsRawSockets || DropRights() ? "" : "this machine refuses to drop rights";
 }
 
 }  // namespace own_network
 
-/// Runs `body` in a process with a network of its own and returns the text that `body` returns. When the
-/// network cannot be set up, the text says what was refused: it requires root, or a system that permits user
-/// namespaces.
+/// Runs `body` in a process with a network of its own, and returns the text that it returns. A test asks for
+/// `OwnNetworkRefusal` before; where the machine refuses the network, the text says what was refused.
 template <typename Body>
 std::string InOwnNetwork(const OwnNetworkOptions& options, Body body) {
   std::array<int, 2> result{};
@@ -122,6 +121,16 @@ std::string InOwnNetwork(const OwnNetworkOptions& options, Body body) {
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
   return text;
+}
+
+/// Why this machine grants no network of its own to a test, for GTEST_SKIP; empty when it does. Root may make
+/// one, and so may everybody where user namespaces are allowed.
+inline const std::string& OwnNetworkRefusal() {
+  constexpr std::uint32_t testNet = 0xC0000200;  // 192.0.2.0 (RFC 5737)
+  static const std::string refusal =
+      InOwnNetwork({.answersEchoes = false, .grantsEchoSockets = true, .rejectedAddress = ::htonl(testNet)},
+                   [] { return std::string(); });
+  return refusal;
 }
 
 }  // namespace fieldpost::test

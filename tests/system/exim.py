@@ -9,6 +9,10 @@ import subprocess
 import tempfile
 import time
 
+import support  # noqa: F401  (makes tests/tools importable)
+from capabilities import require_user
+from certificates import Certificates
+
 CONFIGURATION = r"""
 exim_user = {user}
 exim_group = {group}
@@ -78,7 +82,7 @@ login:
 
 
 class Exim:
-    """Runs from `with` to the end of it. As root it runs as "nobody": Exim never delivers as root."""
+    """Runs from `with` to the end of it. Started by root it runs as "nobody": Exim never delivers as root."""
 
     name = "fieldpost"
     password = "s3cret-Kennwort"
@@ -89,10 +93,14 @@ class Exim:
         self.must_log_in = must_log_in
 
     def __enter__(self):
+        if os.getuid() == 0:
+            require_user("nobody")
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="fieldpost-exim-"))
         for name in ("spool", "log", "mail"):
             (self.folder / name).mkdir()
-        self._make_certificates()
+        certificates = Certificates(self.folder)
+        certificates.make_authority("authority")
+        certificates.make("server", names=self.certified)
         account = pwd.getpwnam("nobody") if os.getuid() == 0 else pwd.getpwuid(os.getuid())
         (self.folder / "exim.conf").write_text(CONFIGURATION.format(
             user=account.pw_uid, group=account.pw_gid, folder=self.folder, name=self.name,
@@ -121,11 +129,11 @@ class Exim:
 
     @property
     def authority(self):
-        """The certificate that a client has to trust."""
+        """The certificate file that a client has to trust."""
         return self.folder / "authority.pem"
 
     def mails(self, count, seconds=20):
-        """The bytes of the mails delivered, once there are `count` of them; in order of delivery."""
+        """Returns the delivered mails in order, as bytes, as soon as there are `count` of them or time is up."""
         deadline = time.monotonic() + seconds
         while True:
             found = sorted((self.folder / "mail" / "new").glob("*"), key=lambda path: path.stat().st_mtime_ns)
@@ -135,14 +143,3 @@ class Exim:
 
     def log(self):
         return "".join(path.read_text() for path in sorted((self.folder / "log").glob("*")))
-
-    def _make_certificates(self):
-        def openssl(*arguments):
-            subprocess.run(["openssl", *arguments], cwd=self.folder, check=True, capture_output=True)
-        curve = ("-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2")
-        openssl("req", "-x509", *curve, "-subj", "/CN=Test authority", "-keyout", "authority.key", "-out",
-                "authority.pem", "-addext", "basicConstraints=critical,CA:TRUE")
-        openssl("req", *curve[:-2], "-subj", "/CN=server", "-keyout", "server.key", "-out", "server.csr")
-        (self.folder / "names").write_text(f"subjectAltName={self.certified}\n")
-        openssl("x509", "-req", "-in", "server.csr", "-CA", "authority.pem", "-CAkey", "authority.key",
-                "-CAcreateserial", "-days", "2", "-extfile", "names", "-out", "server.pem")

@@ -1,10 +1,12 @@
-"""What the tests of the built program share: a site of its own for each, and the ways to look at it."""
+"""The fixture of the system tests: each runs the built program on a site of its own."""
 
+import contextlib
 import email
 import email.policy
 import os
 import pathlib
 import re
+import socket
 import sys
 import tempfile
 import unittest
@@ -22,31 +24,31 @@ DEFAULT_PPC_RECIPIENT = os.environ.get("FIELDPOST_DEFAULT_PPC_RECIPIENT", "ppc@f
 ALL_IN_ONE_MAIL = "9"
 
 
-class RoadTest(unittest.TestCase):
-    """Each test has a temporary folder with a site in it that can send to a port of this machine."""
+class SystemTest(unittest.TestCase):
+    """Has a temporary folder with a site in it that can send to a port of this machine."""
 
     maxDiff = None
-    scratch = None  # where the temporary folder is made; None is where the system has such
+    scratch = None  # where the temporary folder is made; None: in the system's own
 
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="fieldpost-road-", dir=self.scratch)
+        folder = tempfile.TemporaryDirectory(prefix="fieldpost-test-", dir=self.scratch)
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
         self.site = Site(self.folder / "site")
 
     def make_site(self, port=1, latest=("depot1", "depot2"), recipient=None, **options):
-        """A site whose settings are whole. `options` change or, with None, take out settings."""
+        """Makes a site with complete settings. `options` change settings or, with None, remove them."""
         settings = {"SMTPServer": "127.0.0.1", "SMTPPort": str(port), "SenderAddress": SENDER,
                     "PartnerID": PARTNER, "NumAttachments": "4", "UseZip": "False", "TryCount": "1",
                     "Timeout": "10", **options}
         self.site.set_up(settings, latest=latest, recipient=recipient)
         return self.site
 
-    def start_sink(self, sink=None):
-        sink = sink or MailSink()
-        sink.__enter__()
-        self.addCleanup(sink.__exit__)
-        return sink
+    def start_server(self, server=None):
+        """Starts a mail server, which is stopped with the test; one that accepts every mail when none is given."""
+        server = (server or MailSink()).start()
+        self.addCleanup(server.stop)
+        return server
 
     def run_program(self, *switches, expect=0, **how):
         status = self.site.run(*switches, **how)
@@ -54,13 +56,13 @@ class RoadTest(unittest.TestCase):
                                          f"log: {self.site.log()[-5:]}")
 
     def log_after(self, *switches, expect=0, **how):
-        """Runs the program; returns the lines that this run added to the log."""
+        """Runs the program. Returns the lines that the run added to the log."""
         before = len(self.site.log())
         self.run_program(*switches, expect=expect, **how)
         return self.site.log()[before:]
 
     def quiet_log_after(self, *switches, **how):
-        """As log_after, without the lines about folders that the first run of a site makes."""
+        """Returns what log_after does, without the lines about folders that the first run of a site makes."""
         return [line for line in self.log_after(*switches, **how)
                 if not line.startswith("[Create missing directory]:")]
 
@@ -68,7 +70,7 @@ class RoadTest(unittest.TestCase):
         return [mode_of(path) for path in self.site.documents()]
 
     def all_entries(self, paths):
-        """The entries of several documents together; an entry that is in two of them is an error."""
+        """Returns the entries of several documents; fails when an entry is in two of them."""
         result = {}
         for path in paths:
             for uid, text in entries_of(path).items():
@@ -77,7 +79,7 @@ class RoadTest(unittest.TestCase):
         return result
 
     def assert_one_failed_mail(self, log, pattern="."):
-        """The log says of one mail that it failed, with a number and a description that matches `pattern`."""
+        """The log holds one line: a mail failed, with a number and a description that matches `pattern`."""
         self.assertEqual(1, len(log), log)
         self.assertRegex(log[0], r"^\[Mail\]:Error: [1-9]\d* .*\S.*")
         self.assertRegex(log[0], pattern)
@@ -86,7 +88,7 @@ class RoadTest(unittest.TestCase):
         self.assertEqual([], [path.name for path in self.site.waiting()])
 
     def read_mail(self, content):
-        """The mail as its reader's program sees it; anything that is not as the standards say is an error."""
+        """Parses a mail; fails on any deviation from the standards that the parser knows."""
         message = email.message_from_bytes(content, policy=email.policy.default)
         for part in message.walk():
             self.assertEqual([], part.defects)
@@ -98,7 +100,7 @@ class RoadTest(unittest.TestCase):
         return message
 
     def assert_clean_lines(self, content):
-        """Every line ends in CR LF, none is too long, nothing but ASCII is in it."""
+        """Every line ends in CR LF and has at most 998 characters, all of them ASCII."""
         for line in content.split(b"\r\n"):
             self.assertNotIn(b"\n", line)
             self.assertNotIn(b"\r", line)
@@ -110,7 +112,7 @@ class RoadTest(unittest.TestCase):
         return text.rstrip("\r\n").splitlines()
 
     def attachments_of(self, message):
-        """Names and bytes of the attachments, in order."""
+        """Returns names and bytes of the attachments, in order."""
         return [(part.get_filename(), content_bytes(part)) for part in message.iter_attachments()]
 
     def assert_subject(self, message, number):
@@ -126,15 +128,23 @@ def content_bytes(part):
 
 
 def laid_out(length):
-    """A count of bytes as the summary shows it: a point three places from the right."""
+    """Returns a count of bytes as the summary shows it: with a point three places from the right."""
     return f"{str(length)[:-3]}.{str(length)[-3:]:>3}"
 
 
 def summary(number, names_and_bytes, kind="Faultlog"):
-    """The lines of a mail's body."""
+    """Returns the lines of a mail's body."""
     lines = [number, "", f"[{kind} Files]", f"Total={len(names_and_bytes)}"]
     lines += [f"FileNumber{i}={name}" for i, (name, _) in enumerate(names_and_bytes, 1)]
     lines += ["", f"[{kind} File Size]",
               "TotalFilesize=" + laid_out(sum(len(content) for _, content in names_and_bytes))]
     lines += [f"FileSize{i}={laid_out(len(content))}" for i, (_, content) in enumerate(names_and_bytes, 1)]
     return lines
+
+
+@contextlib.contextmanager
+def closed_port():
+    """A port that refuses connections, and that the system gives to nobody else meanwhile."""
+    with socket.socket() as holder:
+        holder.bind(("127.0.0.1", 0))
+        yield holder.getsockname()[1]

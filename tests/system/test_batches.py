@@ -1,16 +1,17 @@
-"""How many mails there are, what is in each, and when documents count as sent."""
+"""How documents are distributed over mails, and when they are marked as sent."""
 
 import io
 import unittest
 import zipfile
 
-from servers import FailingOnMail
-from support import ALL_IN_ONE_MAIL, Entry, RoadTest, entries_of, fault_file, summary
+from misbehaviour import say
+from smtp_server import SmtpServer
+from support import ALL_IN_ONE_MAIL, Entry, SystemTest, entries_of, fault_file, summary
 
 
-class Batches(RoadTest):
+class Batches(SystemTest):
     def queue_and_send(self, count, num_attachments):
-        self.sink = self.start_sink()
+        self.sink = self.start_server()
         self.make_site(self.sink.port, NumAttachments=num_attachments)
         self.queued = {}
         for number in range(1, count + 1):
@@ -55,9 +56,9 @@ class Batches(RoadTest):
         self.assertEqual(3, len(set(ids)), ids)
 
 
-class Zip(RoadTest):
-    def test_the_whole_list_goes_in_one_zip(self):
-        sink = self.start_sink()
+class Zip(SystemTest):
+    def test_all_documents_go_in_one_zip(self):
+        sink = self.start_server()
         site = self.make_site(sink.port, UseZip="True")
         stale = site.queue("FLog.4711.200001010000.zip", [Entry()])
         queued = {path.name: path.read_bytes()
@@ -78,8 +79,8 @@ class Zip(RoadTest):
         self.assertEqual([], list(site.process.glob("*.zip")))
         self.assertFalse(stale.exists())
 
-    def test_collecting_and_sending_with_zip(self):
-        sink = self.start_sink()
+    def test_collect_and_send_with_zip(self):
+        sink = self.start_server()
         site = self.make_site(sink.port, UseZip="True")
         entry = Entry()
         site.drop("unit.xml", fault_file([entry]))
@@ -92,9 +93,9 @@ class Zip(RoadTest):
         self.assertEqual(["Sent"], self.modes())
 
 
-class WholeSetOrNothing(RoadTest):
-    def test_when_the_second_of_three_mails_fails_nothing_is_marked_and_all_go_again(self):
-        sink = self.start_sink(FailingOnMail(2, "554 5.7.1 not today"))
+class WholeSetOrNothing(SystemTest):
+    def test_failure_of_one_mail_marks_nothing_and_all_are_sent_again(self):
+        sink = self.start_server(SmtpServer({("end", 2): [say("554 5.7.1 not today")]}))
         site = self.make_site(sink.port, NumAttachments="0")
         before = {}
         for number in (1, 2, 3):
@@ -104,7 +105,7 @@ class WholeSetOrNothing(RoadTest):
         self.assertEqual(2, len(log), log)
         self.assertEqual("[Mail]:Mail Sent", log[0])
         self.assertRegex(log[1], r"^\[Mail\]:Error: \d+ .*554 5\.7\.1 not today")
-        self.assertEqual(2, sink.offered)
+        self.assertEqual(2, sink.times("end"))
         self.assertEqual(before, {path: path.read_bytes() for path in site.documents()})
 
         self.assertEqual(["[Mail]:Mail Sent"] * 3, self.log_after("-fs"))
@@ -115,8 +116,8 @@ class WholeSetOrNothing(RoadTest):
         self.assertEqual(sorted(path.name for path in before),
                          [name for message in again for name, _ in self.attachments_of(message)])
 
-    def test_a_failure_of_a_zipped_mail_leaves_the_documents_and_no_zip_behind_for_long(self):
-        sink = self.start_sink(FailingOnMail(1))
+    def test_failed_zipped_mail_leaves_the_documents_and_its_zip_is_replaced(self):
+        sink = self.start_server(SmtpServer({("end", 1): [say("451 4.3.0 disk is full here")]}))
         site = self.make_site(sink.port, UseZip="True")
         site.queue("FLog.4711.200403151401.xml", [Entry()])
         self.quiet_log_after("-fs", expect=1)

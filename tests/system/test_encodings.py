@@ -1,13 +1,13 @@
-"""Characters of every encoding come through whole."""
+"""Text of every encoding reaches archive and mailbox unchanged."""
 
 import unittest
 
-from support import ALL_IN_ONE_MAIL, SPECIMENS, Entry, RoadTest, entries_of, fault_file, parse
+from support import ALL_IN_ONE_MAIL, SPECIMENS, Entry, SystemTest, entries_of, fault_file, parse
 
 
-class Encodings(RoadTest):
-    def test_texts_are_the_same_in_the_archive_and_in_the_mailbox(self):
-        sink = self.start_sink()
+class Encodings(SystemTest):
+    def test_text_is_unchanged_in_archive_and_mailbox(self):
+        sink = self.start_server()
         site = self.make_site(sink.port, NumAttachments=ALL_IN_ONE_MAIL)
         expected = {}
         for encoding, text in SPECIMENS.items():
@@ -22,7 +22,7 @@ class Encodings(RoadTest):
         self.assertEqual(expected, entries_of(content))
         self.assert_nothing_waits()
 
-    def test_files_of_different_encodings_are_merged_whole(self):
+    def test_files_of_different_encodings_are_merged(self):
         site = self.make_site()
         expected = {}
         for encoding, text in [*SPECIMENS.items(), *SPECIMENS.items()]:
@@ -43,7 +43,7 @@ class Encodings(RoadTest):
         self.assertEqual({entry.uid: "Müller€"}, self.all_entries(site.archived()))
         self.assertEqual({entry.uid: "Müller€"}, self.all_entries(site.documents()))
 
-    def test_namespaces_from_above_travel_with_the_entries(self):
+    def test_namespaces_declared_outside_an_entry_are_kept(self):
         site = self.make_site()
         content = fault_file([Entry()]).replace(b"<FLFILE>", b'<u:UNIT xmlns:u="urn:unit"><FLFILE>')
         content = content.replace(b"</FLFILE>", b"<u:SERIAL>77</u:SERIAL></FLFILE></u:UNIT>")
@@ -53,8 +53,8 @@ class Encodings(RoadTest):
         self.assertEqual("77", parse(document).findtext(".//{urn:unit}SERIAL"))
 
 
-class HostileFiles(RoadTest):
-    def test_they_go_to_error_with_a_reason_and_the_rest_is_filed(self):
+class HostileFiles(SystemTest):
+    def test_hostile_files_go_to_error_with_a_reason_and_the_rest_is_filed(self):
         site = self.make_site()
         secret = self.folder / "secret"
         secret.write_text("TOP-SECRET")
@@ -79,7 +79,7 @@ class HostileFiles(RoadTest):
             self.assertEqual(1, sum(line.startswith("[Error]:Reason: ") and line.endswith(f"\\{name}]")
                                     for line in log), (name, log))
 
-    def test_what_is_no_plain_file_is_not_touched(self):
+    def test_what_is_no_regular_file_is_not_touched(self):
         site = self.make_site()
         outside = self.folder / "outside.xml"
         outside.write_bytes(fault_file([Entry()]))
@@ -88,7 +88,7 @@ class HostileFiles(RoadTest):
         self.assertEqual(["[Search Latest]: 0 Files found in Latest folder(s)"], self.quiet_log_after("-fc"))
         self.assertEqual(["folder.xml", "link.xml"], [path.name for path in site.waiting()])
 
-    def test_a_file_that_is_still_being_written_waits_for_the_next_run(self):
+    def test_file_that_is_still_being_written_waits_for_the_next_run(self):
         site = self.make_site()
         content = fault_file([Entry()])
         path = site.latest[0] / "unit.xml"

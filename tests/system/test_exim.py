@@ -1,17 +1,14 @@
-"""Mail through a real server: encryption, passwords, and what the reader finds in the mailbox."""
+"""Mail through a real server: encryption, passwords, and what arrives in the mailbox."""
 
 import unittest
 
 from exim import Exim
-from support import Entry, RoadTest, SENDER, fault_file, parse, summary
+from support import Entry, SystemTest, SENDER, fault_file, parse, summary
 
 
-class ThroughExim(RoadTest):
+class ThroughExim(SystemTest):
     def start(self, **how):
-        exim = Exim(**how)
-        exim.__enter__()
-        self.addCleanup(exim.__exit__)
-        return exim
+        return self.enterContext(Exim(**how))
 
     def make_site_for(self, exim, **options):
         settings = {"SMTPServer": "localhost", "TlsCaFile": str(exim.authority), "MailUserName": exim.name,
@@ -24,7 +21,7 @@ class ThroughExim(RoadTest):
                 self.assertNotIn(exim.password.encode(), path.read_bytes(), path)
         self.assertNotIn(exim.password, self.site.printed)
 
-    def test_the_whole_road_encrypted_and_logged_in(self):
+    def test_collect_and_send_encrypted_and_logged_in(self):
         exim = self.start(must_log_in=True)
         site = self.make_site_for(exim, Organization="Elektro Müller & Söhne", UseZip="False",
                                   MailHostName="station7.partner.example")
@@ -62,7 +59,7 @@ class ThroughExim(RoadTest):
         self.assertEqual(["1/2", "2/2"], sorted(message["Subject"][:3] for message in mails))
         self.assertEqual(queued, dict(pair for message in mails for pair in self.attachments_of(message)))
 
-    def test_without_encryption_on_this_machine_the_password_may_go(self):
+    def test_password_is_sent_unencrypted_within_this_machine(self):
         exim = self.start(tls=False, must_log_in=True)
         site = self.make_site_for(exim, TlsCaFile=None)
         site.queue("FLog.4711.200403151401.xml", [Entry()])
@@ -78,22 +75,22 @@ class ThroughExim(RoadTest):
         self.assertEqual([], list((exim.folder / "mail").rglob("*.*")))
         self.assert_password_is_nowhere(exim)
 
-    def test_a_wrong_password_is_named_with_the_servers_answer(self):
+    def test_wrong_password_is_logged_with_the_servers_answer(self):
         exim = self.start(must_log_in=True)
         self.make_site_for(exim, MailPassword="wr0ng")
         self.assert_not_sent(exim, r"\b535\b")
 
-    def test_a_certificate_of_an_unknown_authority_is_not_trusted(self):
+    def test_certificate_of_an_unknown_authority_is_refused(self):
         exim = self.start()
         self.make_site_for(exim, TlsCaFile=None)
         self.assert_not_sent(exim)
 
-    def test_a_certificate_for_another_name_is_not_trusted(self):
+    def test_certificate_for_another_name_is_refused(self):
         exim = self.start(certified="DNS:elsewhere.example")
         self.make_site_for(exim)
         self.assert_not_sent(exim)
 
-    def test_required_encryption_is_insisted_on(self):
+    def test_required_encryption_is_enforced(self):
         exim = self.start(tls=False)
         self.make_site_for(exim, TlsMode="required")
         self.assert_not_sent(exim)

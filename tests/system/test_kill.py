@@ -1,19 +1,20 @@
-"""A run that is killed at any moment loses no entry and doubles none."""
+"""A run that is killed at any moment loses no entry and files none twice."""
 
 import signal
 import subprocess
 import time
 import unittest
 
-from support import ALL_IN_ONE_MAIL, Entry, RoadTest, entries_of, fault_file
+from capabilities import require_tracing
+from support import ALL_IN_ONE_MAIL, Entry, SystemTest, entries_of, fault_file
 
 FILES = 150
 MOMENTS = 24
 
 
-class Killed(RoadTest):
+class Killed(SystemTest):
     def fill(self, port=1):
-        """A site with namesakes in both Latest folders, and with some of the names archived before."""
+        """Makes a site with files of the same names in both Latest folders, and some of these names in the archive."""
         site = self.make_site(port, NumAttachments=ALL_IN_ONE_MAIL)
         self.expected = set()
         self.drop_files(range(0, FILES, 5), 0)
@@ -29,7 +30,7 @@ class Killed(RoadTest):
             self.site.drop(f"unit{number:03}.xml", fault_file(entries, f"P{number % 3}", size=12000), folder)
 
     def kill_after(self, switch, seconds):
-        """Whether the run was killed before its end."""
+        """Kills a run after some time. Returns False when it had ended before."""
         process = self.site.start(switch)
         try:
             process.wait(seconds)
@@ -60,13 +61,13 @@ class Killed(RoadTest):
             killed += self.kill_after("-fc", seconds)
             self.run_program("-fc")
             self.assert_each_entry_once(seconds)
-        self.assertGreater(killed, MOMENTS // 3, "most runs ended before they were to be killed")
+        self.assertGreater(killed, MOMENTS // 3, "most runs ended before they could be killed")
 
     def test_while_collecting_and_mailing(self):
-        whole = self.measure("-fcs", self.start_sink().port)
+        whole = self.measure("-fcs", self.start_server().port)
         killed = 0
         for step in range(MOMENTS // 2):
-            sink = self.start_sink()
+            sink = self.start_server()
             self.fill(sink.port)
             seconds = whole * step / (MOMENTS // 2)
             killed += self.kill_after("-fcs", seconds)
@@ -75,14 +76,14 @@ class Killed(RoadTest):
             self.assert_each_entry_once(seconds)
             self.assertEqual({"Sent"}, set(self.modes()))
             self.assertLessEqual(self.expected, self.mailed(sink))
-        self.assertGreater(killed, MOMENTS // 6, "most runs ended before they were to be killed")
+        self.assertGreater(killed, MOMENTS // 6, "most runs ended before they could be killed")
 
     def mailed(self, sink):
         return {uid for received in sink.mails
                 for _, content in self.attachments_of(self.read_mail(received.content))
                 for uid in entries_of(content)}
 
-    def test_killed_again_and_again(self):
+    def test_repeatedly(self):
         whole = self.measure("-fc")
         self.fill()
         for step in range(1, MOMENTS):
@@ -91,8 +92,12 @@ class Killed(RoadTest):
         self.assert_each_entry_once("many times")
 
 
-class KilledAtACall(RoadTest):
-    """As above, but at each of the calls with which a run changes the disk."""
+class KilledAtACall(SystemTest):
+    """The run is killed at each of the calls with which it changes the disk."""
+
+    @classmethod
+    def setUpClass(cls):
+        require_tracing("strace", "-o", "/dev/null")
 
     def fill(self):
         site = self.make_site()
@@ -105,7 +110,7 @@ class KilledAtACall(RoadTest):
         self.expected = {old.uid} | {entry.uid for entry in self.entries}
 
     def killed_at(self, call, number):
-        """Whether there is a call of that number; then the run ends with it."""
+        """Kills a run at its n-th call of that name. Returns False when it has fewer, and ended."""
         process = self.site.start("-fc", under=["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"trace={call}",
                                                 "-e", f"inject={call}:signal=KILL:when={number}"])
         _, complaint = process.communicate(timeout=60)
@@ -124,18 +129,18 @@ class KilledAtACall(RoadTest):
                 self.assertEqual(self.expected, set(self.all_entries(self.site.archived())))
                 self.assertEqual(self.expected, set(self.all_entries(self.site.documents())))
                 self.assertEqual(["broken.xml"], [path.name for path in self.site.error.iterdir()])
-        self.assertGreater(number, at_least, f"so few calls of {call}: it is not these that change the disk")
+        self.assertGreater(number, at_least, f"the disk is not changed by {call}")
 
-    def test_when_a_file_gets_its_name(self):
+    def test_at_each_rename(self):
         self.check("rename", 4)
 
-    def test_when_a_file_is_removed(self):
+    def test_at_each_removal(self):
         self.check("unlink", 4)
 
-    def test_when_a_file_is_written(self):
+    def test_at_each_write(self):
         self.check("write", 4)
 
-    def test_when_the_disk_is_flushed(self):
+    def test_at_each_flush(self):
         self.check("syncfs", 1)
 
 

@@ -1,4 +1,4 @@
-"""Every window on a real X server: light and dark, at 100 % and 200 %. The pictures stay in build/pictures."""
+"""Takes pictures of every window on a real X server, light and dark, at 100 % and 200 %, for build/pictures."""
 
 import os
 import pathlib
@@ -6,7 +6,7 @@ import shutil
 import subprocess
 import unittest
 
-import support  # noqa: F401  (finds the tools)
+import support  # noqa: F401  (makes tests/tools importable)
 from xserver import XServer
 
 PROGRAM = os.environ["FIELDPOST_TAKE_PICTURES"]
@@ -17,7 +17,7 @@ WINDOWS = {"main", "main-windows", "archive-LargeIcons", "archive-Smallcons", "a
 
 
 class Picture:
-    """What the program that took it says of it."""
+    """A line of the program that takes the pictures: name, width, height, mean brightness, number of colours."""
 
     def __init__(self, line):
         self.name, *numbers = line.split()

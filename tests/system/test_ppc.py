@@ -8,18 +8,20 @@ import time
 import unittest
 import zipfile
 
+from capabilities import require_tracing
 from exim import Exim
-from servers import FailingOnMail, closed_port
-from support import (ALL_IN_ONE_MAIL, DEFAULT_PPC_RECIPIENT, DEFAULT_RECIPIENT, SPECIMENS, Entry, RoadTest,
-                     entries_of, fault_file, ppc_entries_of, ppc_entry, ppc_file, summary)
+from misbehaviour import say
+from smtp_server import SmtpServer
+from support import (ALL_IN_ONE_MAIL, DEFAULT_PPC_RECIPIENT, DEFAULT_RECIPIENT, SPECIMENS, Entry, SystemTest,
+                     closed_port, entries_of, fault_file, ppc_entries_of, ppc_entry, ppc_file, summary)
 
 MOMENT = "2026-03-15 14:37:09"
 MISSING = "[Error]:PPCdata path not found or Quillon is not installed"
 
 
-class PpcTest(RoadTest):
+class PpcTest(SystemTest):
     def fill(self, port, **options):
-        """A site with two entries in its PPC database and one new faultlogger file."""
+        """Makes a site with two entries in its PPC database and one new faultlogger file."""
         site = self.make_site(port, **options)
         self.ppc = {"ppc-1": "Weg 120 m", "ppc-2": SPECIMENS["UTF-8"]}
         site.store_ppc("ppc.xml", ppc_file([ppc_entry(uid, text) for uid, text in self.ppc.items()]))
@@ -48,7 +50,7 @@ class PpcTest(RoadTest):
 
 class Switches(PpcTest):
     def check(self, *switches, kinds):
-        sink = self.start_sink()
+        sink = self.start_server()
         site = self.fill(sink.port)
         self.run_program(*switches)
         self.assertEqual(len(kinds), len(sink.mails), switches)
@@ -64,17 +66,17 @@ class Switches(PpcTest):
             with self.subTest(switches=switches):
                 self.check(*switches, kinds=kinds)
 
-    def test_those_that_mail_nothing(self):
+    def test_switches_that_send_no_ppc_data(self):
         for switch in ("-fc", "-FC", "-fs", "-FS"):
             with self.subTest(switch=switch):
-                sink = self.start_sink()
+                sink = self.start_server()
                 site = self.fill(sink.port)
                 self.run_program(switch)
                 self.assertEqual([], sink.mails)
                 self.assertEqual(switch.lower() == "-fs", bool(site.waiting()))
 
-    def test_lines_that_are_none(self):
-        sink = self.start_sink()
+    def test_lines_that_are_no_switches(self):
+        sink = self.start_server()
         site = self.fill(sink.port)
         for line in [("-ps", "-fc"), ("-fc", "-ps"), ("-fs", "-ps"), (" -ps",), ("-ps ",), ("-fcs  -ps",),
                      ("-ps  -fcs",), ("-ps", "", "-fcs"), ("-ps", "-ps"), ("ps",), ("-p",)]:
@@ -85,9 +87,9 @@ class Switches(PpcTest):
         self.assertFalse(site.faultlog.exists() and (site.faultlog / "Log").exists())
 
 
-class Road(PpcTest):
-    def test_a_document_byte_for_byte(self):
-        sink = self.start_sink()
+class Sending(PpcTest):
+    def test_document_byte_for_byte(self):
+        sink = self.start_server()
         self.fill(sink.port)
         self.assertEqual(["[Mail]:Mail Sent"], self.quiet_log_after("-ps"))
         entries = "".join(ppc_entry(uid, text) + "\r\n" for uid, text in self.ppc.items())
@@ -110,7 +112,7 @@ class Road(PpcTest):
             self.assert_fault_mail(by_box[DEFAULT_RECIPIENT])
 
     def test_zips_keep_the_kinds_apart(self):
-        sink = self.start_sink()
+        sink = self.start_server()
         site = self.fill(sink.port, UseZip="True")
         self.run_program("-ps", "-fcs", moment=MOMENT)
         names = []
@@ -123,8 +125,8 @@ class Road(PpcTest):
                           "FLog.4711.202603151400.zip", "FLog.4711.202603151401.xml"], names)
         self.assertEqual([], site.ppc_documents())
 
-    def test_large_data_go_in_several_documents_and_mails(self):
-        sink = self.start_sink()
+    def test_large_data_is_split_into_documents_and_mails(self):
+        sink = self.start_server()
         site = self.make_site(sink.port, NumAttachments="1")
         expected = {f"ppc-{number}": "ü" * 500_000 for number in range(10)}
         site.store_ppc("ppc.xml", ppc_file([ppc_entry(uid, text) for uid, text in expected.items()]))
@@ -136,7 +138,7 @@ class Road(PpcTest):
         self.assertEqual(expected, found)
 
     def test_databases_of_every_encoding(self):
-        sink = self.start_sink()
+        sink = self.start_server()
         site = self.make_site(sink.port)
         self.ppc = {}
         for encoding, text in SPECIMENS.items():
@@ -145,8 +147,8 @@ class Road(PpcTest):
         self.run_program("-ps")
         self.assert_ppc_mail(sink.mails[0].content)
 
-    def test_the_database_that_the_registry_names(self):
-        sink = self.start_sink()
+    def test_database_named_by_the_registry(self):
+        sink = self.start_server()
         site = self.fill(sink.port)
         site.ppc_database.rename(self.folder / "elsewhere")
         site.registry("add", r"HKLM\SOFTWARE\Kestrel\OrvikShared\PPCDb", "--value", "PpcFileName", "--data",
@@ -154,8 +156,8 @@ class Road(PpcTest):
         self.run_program("-ps")
         self.assert_ppc_mail(sink.mails[0].content)
 
-    def test_the_suites_library_is_called_where_it_is_there(self):
-        sink = self.start_sink()
+    def test_suite_library_is_called_where_it_exists(self):
+        sink = self.start_server()
         site = self.fill(sink.port)
         site.more_environment["FIELDPOST_PPC_LIBRARY"] = os.environ["FIELDPOST_FAKE_PPCDB"]
         self.run_program("-ps")
@@ -163,7 +165,7 @@ class Road(PpcTest):
         self.assertIn(f"<PATTERN>{site.ppc_database}/*.xml</PATTERN>", document.decode())
         self.assertTrue(document.startswith(b'<?xml version="1.0"?>\r\n<!-- ppcdb.dll -->\r\n<PPCentries>\r\n'))
 
-    def test_a_library_that_cannot_be_used_is_named(self):
+    def test_unusable_library_is_named(self):
         site = self.fill(1)
         site.more_environment["FIELDPOST_PPC_LIBRARY"] = str(self.folder / "no-such.so")
         (line,) = self.quiet_log_after("-ps", expect=1)
@@ -181,8 +183,8 @@ class WithoutData(PpcTest):
         self.assertEqual(["[PPC]:No PPC Data"], self.quiet_log_after("-ps"))
         self.assertEqual([], site.ppc_documents())
 
-    def test_a_broken_database_is_named_and_nothing_is_mailed(self):
-        sink = self.start_sink()
+    def test_broken_database_is_named_and_nothing_is_mailed(self):
+        sink = self.start_server()
         site = self.fill(sink.port)
         site.store_ppc("torn.xml", ppc_file([ppc_entry("x")])[:-20])
         (line,) = self.quiet_log_after("-ps", expect=1)
@@ -190,18 +192,18 @@ class WithoutData(PpcTest):
         self.assertEqual(([], []), (sink.mails, site.ppc_documents()))
         self.assertEqual([], list(site.home.glob("*PPCData*")))
 
-    def test_the_other_half_runs_all_the_same(self):
+    def test_failed_ppc_run_does_not_block_the_faultlogger_run(self):
         for switches in (("-ps", "-fcs"), ("-fcs", "-ps")):
             with self.subTest(switches=switches):
-                sink = self.start_sink()
+                sink = self.start_server()
                 site = self.fill(sink.port)
                 site.store_ppc("torn.xml", b"<PPC>")
                 self.run_program(*switches, expect=1)
                 (received,) = sink.mails
                 self.assert_fault_mail(received.content)
 
-    def test_yesterdays_export_is_never_mailed(self):
-        sink = self.start_sink()
+    def test_old_export_is_never_mailed(self):
+        sink = self.start_server()
         site = self.make_site(sink.port)
         (site.home / "PPCData.xml").write_bytes(ppc_file([ppc_entry("old")]))
         self.assertEqual([MISSING], self.quiet_log_after("-ps", expect=1))
@@ -209,21 +211,21 @@ class WithoutData(PpcTest):
 
 
 class FailedMail(PpcTest):
-    def test_the_documents_stay_until_a_mail_went_out(self):
+    def test_documents_stay_until_they_were_mailed(self):
         with closed_port() as port:
             site = self.fill(port)
             self.assert_one_failed_mail(self.quiet_log_after("-ps", expect=1, moment=MOMENT))
         self.assertEqual(["PPC.4711.202603151401.xml"], [path.name for path in site.ppc_documents()])
-        sink = self.start_sink()
+        sink = self.start_server()
         site.set_options(SMTPPort=str(sink.port))
         self.run_program("-ps", moment=MOMENT)
         self.assert_ppc_mail(sink.mails[0].content)
         self.assertEqual([], site.ppc_documents())
 
-    def test_a_failed_half_hands_nothing_to_the_other(self):
+    def test_failed_mail_of_one_kind_leaves_the_other_alone(self):
         for switches, failing in ((("-fcs", "-ps"), "F"), (("-ps", "-fcs"), "P")):
             with self.subTest(switches=switches):
-                sink = self.start_sink(FailingOnMail(1))
+                sink = self.start_server(SmtpServer({("end", 1): [say("451 4.3.0 disk is full here")]}))
                 site = self.fill(sink.port)
                 self.run_program(*switches, expect=1)
                 (received,) = sink.mails
@@ -259,7 +261,7 @@ class Killed(PpcTest):
         self.assertEqual([], list(self.site.home.glob("*PPCData*")))
 
     def test_at_any_moment(self):
-        self.sink = self.start_sink()
+        self.sink = self.start_server()
         self.fill_large(self.sink.port)
         begin = time.monotonic()
         self.run_program("-ps")
@@ -277,10 +279,11 @@ class Killed(PpcTest):
                 killed += process.returncode == -signal.SIGKILL
                 self.assert_whole_documents()
                 self.assert_next_run_is_whole()
-        self.assertGreater(killed, 4, "most runs ended before they were to be killed")
+        self.assertGreater(killed, 4, "most runs ended before they could be killed")
 
     def test_at_each_call_that_changes_the_disk(self):
-        self.sink = self.start_sink()
+        require_tracing("strace", "-o", "/dev/null")
+        self.sink = self.start_server()
         for call, at_least in (("rename", 3), ("unlink", 3), ("syncfs", 2)):
             number, returncode = 0, -signal.SIGKILL
             while returncode == -signal.SIGKILL:
@@ -296,7 +299,7 @@ class Killed(PpcTest):
                     self.assertIn(returncode, (0, -signal.SIGKILL), complaint)
                     self.assert_whole_documents()
                     self.assert_next_run_is_whole()
-            self.assertGreater(number, at_least, f"so few calls of {call}")
+            self.assertGreater(number, at_least, f"the disk is not changed by {call}")
 
 
 if __name__ == "__main__":

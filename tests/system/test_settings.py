@@ -1,15 +1,15 @@
-"""What a run says and does when settings are missing or odd."""
+"""Runs with missing and malformed settings."""
 
 import configparser
 import unittest
 
-from support import ALL_IN_ONE_MAIL, Entry, RoadTest, fault_file
+from support import ALL_IN_ONE_MAIL, Entry, SystemTest, fault_file
 
 NO_SERVER = "[Error]:You have to setup mail options (SMTP Server or Sender address box is empty)"
 NO_PARTNER = "[Error]:You have to setup mail options (PartnerID is empty)"
 
 
-class MissingSettings(RoadTest):
+class MissingSettings(SystemTest):
     def check(self, switch, missing, expected):
         with self.subTest(switch=switch, missing=missing):
             site = self.make_site(**dict.fromkeys(missing))
@@ -18,14 +18,14 @@ class MissingSettings(RoadTest):
             self.assertTrue(file.exists())
             self.assertEqual([], site.documents())
 
-    def test_a_run_that_would_mail_names_what_is_missing_and_collects_nothing(self):
+    def test_run_that_would_mail_names_what_is_missing_and_collects_nothing(self):
         for switch in ("-fcs", "-fs"):
             self.check(switch, ["SMTPServer"], [NO_SERVER])
             self.check(switch, ["SenderAddress"], [NO_SERVER])
             self.check(switch, ["PartnerID"], [NO_PARTNER])
             self.check(switch, ["SMTPServer", "PartnerID"], [NO_SERVER, NO_PARTNER])
 
-    def test_collecting_alone_names_the_first_that_is_missing(self):
+    def test_collecting_names_the_first_missing_setting(self):
         partner = "[Error]:Partner ID missing in FP mail options"
         sender = "[Error]:Senders address missing in FP mail options"
         server = "[Error]:SMTP Server name missing in FP mail options"
@@ -33,13 +33,13 @@ class MissingSettings(RoadTest):
         self.check("-fc", ["SenderAddress", "SMTPServer"], [sender])
         self.check("-fc", ["SMTPServer"], [server])
 
-    def test_a_partner_id_without_letter_or_digit_counts_as_missing(self):
+    def test_partner_id_without_letter_or_digit_counts_as_missing(self):
         self.make_site(PartnerID="../..")
         self.assertEqual([NO_PARTNER], self.quiet_log_after("-fs", expect=1))
 
 
-class Defaults(RoadTest):
-    def test_empty_port_tries_and_time_out_are_written_back(self):
+class Defaults(SystemTest):
+    def test_defaults_of_port_tries_and_timeout_are_written_back(self):
         site = self.make_site(SMTPPort=None, TryCount="", Timeout=None)
         self.run_program("-fs")
         parser = configparser.ConfigParser(interpolation=None)
@@ -49,15 +49,15 @@ class Defaults(RoadTest):
         self.assertEqual("127.0.0.1", options["SMTPServer"])
         self.assertEqual(0o600, (site.home / "Options.ini").stat().st_mode & 0o777)
 
-    def test_settings_that_are_no_numbers_do_not_stop_a_run(self):
-        sink = self.start_sink()
+    def test_settings_that_are_no_numbers_have_their_defaults(self):
+        sink = self.start_server()
         site = self.make_site(sink.port, NumAttachments="many", TryCount="-3", Timeout="soon")
         for number in (1, 2):
             site.queue(f"FLog.4711.20040315140{number}.xml", [Entry()])
         self.assertEqual(["[Mail]:Mail Sent"] * 2, self.quiet_log_after("-fs"))
 
-    def test_line_breaks_cannot_be_smuggled_into_headers(self):
-        sink = self.start_sink()
+    def test_line_break_in_an_address_is_refused(self):
+        sink = self.start_server()
         site = self.make_site(sink.port, recipient="box@maker.example\r\nBcc: thief@elsewhere.example")
         site.queue("FLog.4711.200403151401.xml", [Entry()])
         log = self.quiet_log_after("-fs", expect=1)
@@ -67,9 +67,9 @@ class Defaults(RoadTest):
         self.assertEqual(["Not Sent"], self.modes())
 
 
-class Organization(RoadTest):
-    def test_any_text_reaches_the_mailbox_whole(self):
-        sink = self.start_sink()
+class Organization(SystemTest):
+    def test_any_text_reaches_the_mailbox_unchanged(self):
+        sink = self.start_server()
         name = "Elektro Müller & Söhne, Київ " + "測試" * 30
         site = self.make_site(sink.port, Organization=name, NumAttachments=ALL_IN_ONE_MAIL)
         site.queue("FLog.4711.200403151401.xml", [Entry()])

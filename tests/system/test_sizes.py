@@ -1,12 +1,12 @@
-"""Many files, long documents, and hours in which all numbers are used."""
+"""Limits of size: many files, long documents, and hours in which all document numbers are used."""
 
 import unittest
 
-from support import Entry, RoadTest, entries_of, fault_file, mode_of, parse
+from support import Entry, SystemTest, entries_of, fault_file, mode_of, parse
 
 
-class ManyFiles(RoadTest):
-    def test_ten_thousand_in_one_run(self):
+class ManyFiles(SystemTest):
+    def test_ten_thousand_files_in_one_run(self):
         site = self.make_site()
         expected = set()
         for number in range(10000):
@@ -21,8 +21,8 @@ class ManyFiles(RoadTest):
         self.assertEqual(expected, set(self.all_entries(site.documents())))
 
 
-class LongDocuments(RoadTest):
-    def test_a_document_is_cut_after_the_file_that_crossed_the_limit(self):
+class LongDocuments(SystemTest):
+    def test_document_ends_after_the_file_that_exceeds_the_limit(self):
         site = self.make_site()
         for number in range(11):
             site.drop(f"unit{number:02}.xml", fault_file([Entry(text="ä" * 300000)]))
@@ -30,7 +30,7 @@ class LongDocuments(RoadTest):
         self.assertEqual([5, 5, 1], [len(entries_of(path)) for path in site.documents()])
         self.assertEqual(["01", "02", "03"], [path.stem[-2:] for path in site.documents()])
 
-    def test_one_file_beyond_the_limit_is_a_document_of_its_own(self):
+    def test_file_over_the_limit_has_a_document_of_its_own(self):
         site = self.make_site()
         site.drop("big.xml", fault_file([Entry(text="x" * 1400000)]))
         site.drop("small.xml", fault_file([Entry()]))
@@ -39,7 +39,7 @@ class LongDocuments(RoadTest):
         self.assertEqual(["FLFILE", "FLFILE"], [parse(path).tag for path in site.documents()])
 
 
-class FullHour(RoadTest):
+class FullHour(SystemTest):
     HOUR = "2026030514"
 
     def fill_hour(self, last_mode):
@@ -59,19 +59,19 @@ class FullHour(RoadTest):
         self.assertEqual({self.new.uid}, set(entries_of(self.document)))
         self.assertEqual("Not Sent", mode_of(self.document))
 
-    def check_that_the_replaced_one_comes_back(self):
+    def check_that_the_replaced_entry_is_in_a_later_document(self):
         self.run_program("-fc", moment="2026-03-05 15:01:00")
         found = self.all_entries(path for path in self.site.documents() if mode_of(path) == "Not Sent")
         self.assertLessEqual({self.last.uid, self.new.uid}, set(found))
 
-    def test_what_was_not_sent_yet_comes_back_in_a_later_hour_that_has_new_files(self):
+    def test_unsent_entry_is_in_a_later_document_with_new_files(self):
         self.fill_hour("Not Sent")
         self.site.drop("later.xml", fault_file([Entry()]))
-        self.check_that_the_replaced_one_comes_back()
+        self.check_that_the_replaced_entry_is_in_a_later_document()
 
-    def test_and_in_one_that_has_none(self):
+    def test_unsent_entry_is_in_a_later_document_without_new_files(self):
         self.fill_hour("Not Sent")
-        self.check_that_the_replaced_one_comes_back()
+        self.check_that_the_replaced_entry_is_in_a_later_document()
 
     def test_each_day_has_its_own_log(self):
         site = self.make_site()

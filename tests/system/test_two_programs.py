@@ -2,20 +2,20 @@
 
 import unittest
 
-from servers import StallingInData
-from support import Entry, RoadTest, fault_file
+from misbehaviour import as_usual, hold
+from smtp_server import SmtpServer
+from support import Entry, SystemTest, fault_file
 
 
-class TwoPrograms(RoadTest):
-    def test_the_second_says_so_and_touches_nothing(self):
-        sink = self.start_sink(StallingInData())
-        self.addCleanup(sink.release.set)
+class TwoPrograms(SystemTest):
+    def test_second_run_says_so_and_touches_nothing(self):
+        sink = self.start_server(SmtpServer({"end": [hold, as_usual]}))
         site = self.make_site(sink.port)
         site.drop("first.xml", fault_file([Entry()]))
         first = site.start("-fcs")
         self.addCleanup(first.communicate)
         self.addCleanup(first.kill)
-        self.assertTrue(sink.reached.wait(30))
+        self.assertTrue(sink.has_mail.wait(30))
 
         late = site.drop("late.xml", fault_file([Entry()]))
         for switch in ("-fc", "-fs", "-fcs"):
@@ -26,7 +26,7 @@ class TwoPrograms(RoadTest):
         self.assertTrue(late.exists())
         self.assertEqual(["Not Sent"], self.modes())
 
-        sink.release.set()
+        sink.released.set()
         first.communicate(timeout=30)
         self.assertEqual(0, first.returncode)
         self.assertEqual(["Sent"], self.modes())
@@ -34,23 +34,22 @@ class TwoPrograms(RoadTest):
         self.run_program("-fc")
         self.assert_nothing_waits()
 
-    def test_a_run_that_was_killed_is_no_obstacle(self):
-        sink = self.start_sink(StallingInData())
-        self.addCleanup(sink.release.set)
+    def test_killed_run_does_not_block_the_next_one(self):
+        sink = self.start_server(SmtpServer({"end": [hold, as_usual]}))
         site = self.make_site(sink.port)
         site.drop("first.xml", fault_file([Entry()]))
         first = site.start("-fcs")
         self.addCleanup(first.communicate)
         self.addCleanup(first.kill)
-        self.assertTrue(sink.reached.wait(30))
+        self.assertTrue(sink.has_mail.wait(30))
         first.kill()
         first.wait(30)
-        good = self.start_sink()
+        good = self.start_server()
         site.set_options(SMTPPort=str(good.port))
         self.assertEqual(["[Mail]:Mail Sent"], self.log_after("-fs"))
         self.assertEqual(1, len(good.mails))
 
-    def test_started_together_they_file_everything_once(self):
+    def test_runs_started_together_file_everything_once(self):
         site = self.make_site()
         expected = set()
         for number in range(300):

@@ -4,17 +4,18 @@ import subprocess
 import time
 import unittest
 
-from support import RoadTest
+from capabilities import require_tracing
+from support import SystemTest
 from xserver import XServer
 
 
-class WindowTest(RoadTest):
+class WindowTest(SystemTest):
     def setUp(self):
         super().setUp()
         self.make_site()
 
     def start_window(self, server, **more):
-        """Starts the program without a switch; it is ended with the test."""
+        """Starts the program without a switch. It is killed at the end of the test."""
         environment = {**self.site.environment(), **server.environment(), **more}
         process = subprocess.Popen([self.site.program], env=environment, cwd=self.site.root,
                                    stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
@@ -25,7 +26,7 @@ class WindowTest(RoadTest):
     def wait_for_log(self, line, timeout=20):
         until = time.monotonic() + timeout
         while line not in self.site.log():
-            self.assertLess(time.monotonic(), until, f"{line} did not come: {self.site.log()}")
+            self.assertLess(time.monotonic(), until, f"the log lacks {line}: {self.site.log()}")
             time.sleep(0.02)
 
     def assert_ends_well(self, process):
@@ -40,16 +41,17 @@ class WindowTest(RoadTest):
             process.communicate()
 
     def start_x(self, **how):
-        server = XServer(**how)
-        server.__enter__()
-        self.addCleanup(server.__exit__)
-        return server
+        return self.enterContext(XServer(**how))
 
 
 class Libraries(WindowTest):
-    """What only windows need, only windows load."""
+    """An unattended run loads none of the libraries of the windows."""
 
     WINDOW_ONLY = ("libQt6", "libxcb", "libX11", "libfieldpost-window", "libGL", "libfontconfig")
+
+    @classmethod
+    def setUpClass(cls):
+        require_tracing("strace", "-o", "/dev/null")
 
     def opened_by(self, *switches):
         trace = self.folder / "trace"
@@ -57,7 +59,7 @@ class Libraries(WindowTest):
         process.communicate(timeout=60)
         return trace.read_text(errors="replace")
 
-    def test_an_unattended_run_loads_none_of_it(self):
+    def test_unattended_run_loads_none(self):
         for switch in ("-fc", "-fcs", "-fs", "-ps"):
             with self.subTest(switch=switch):
                 trace = self.opened_by(switch)
@@ -65,13 +67,13 @@ class Libraries(WindowTest):
                 for name in self.WINDOW_ONLY:
                     self.assertNotIn(name, trace)
 
-    def test_a_start_without_a_switch_does(self):
+    def test_start_without_a_switch_loads_them(self):
         self.site.more_environment["QT_QPA_PLATFORM"] = "xcb"
         self.assertIn("libQt6Widgets", self.opened_by())
 
 
 class NoDisplay(WindowTest):
-    def test_one_clear_line_and_status_2(self):
+    def test_says_so_in_one_line_and_exits_with_2(self):
         for name, environment in [("none", {}), ("dead", {"DISPLAY": ":4711"}),
                                   ("xcb asked for", {"QT_QPA_PLATFORM": "xcb"}),
                                   ("dead wayland", {"WAYLAND_DISPLAY": "wayland-9", "XDG_RUNTIME_DIR": "/nowhere"})]:
@@ -82,14 +84,14 @@ class NoDisplay(WindowTest):
                 self.assertRegex(done.stderr, r"^fieldpost: there is no display for its window\. .*-fcs.*\n$")
                 self.assertEqual("", done.stdout)
 
-    def test_nothing_was_touched(self):
+    def test_touches_nothing(self):
         before = sorted(self.site.root.rglob("*"))
         self.assertEqual(2, self.site.run())
         self.assertEqual(before, sorted(self.site.root.rglob("*")))
 
 
 class Guard(WindowTest):
-    """A second copy gives way; the first does not notice."""
+    """A second copy of the program says so and ends; the first one stays."""
 
     def assert_second_copy_refused(self, server, first):
         second = self.start_window(server)
@@ -101,10 +103,10 @@ class Guard(WindowTest):
         self.assertEqual(log, self.site.log())
 
     def windows_of(self, server, process):
-        """The visible windows of a process, as soon as there is one."""
+        """Waits until a process has a visible window. Returns all that it has."""
         return server.wait_for("Fieldpost", process=process.pid)
 
-    def test_a_second_copy_ends_and_the_first_stays(self):
+    def test_second_copy_ends_and_the_first_stays(self):
         for window_manager in (True, False):
             with self.subTest(window_manager=window_manager):
                 server = self.start_x(window_manager=window_manager)
@@ -116,7 +118,7 @@ class Guard(WindowTest):
                 self.assertEqual(windows, self.windows_of(server, first))
                 self.end(first)
 
-    def test_a_foreign_window_with_the_title_counts(self):
+    def test_other_program_with_the_title_counts(self):
         for title, refused in [("Fieldpost", True), ("Fieldpos", True), ("Fieldpost 2", False),
                                ("fieldpost", False)]:
             with self.subTest(title):
@@ -135,14 +137,14 @@ class Guard(WindowTest):
 
 
 class Closing(WindowTest):
-    def test_the_window_manager_can_close_it(self):
+    def test_by_the_window_manager(self):
         server = self.start_x()
         process = self.start_window(server)
         window, = server.wait_for("Fieldpost", process=process.pid)
         server.run("xdotool", "windowfocus", "--sync", window, "key", "alt+F4")
         self.assert_ends_well(process)
 
-    def test_so_can_its_menu(self):
+    def test_by_its_menu(self):
         server = self.start_x()
         process = self.start_window(server)
         window, = server.wait_for("Fieldpost", process=process.pid)

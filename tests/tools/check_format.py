@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""C++ files are as .clang-format says: check_format.py CLANG-FORMAT [--fix]."""
+"""Checks C++ files against .clang-format: check_format.py CLANG-FORMAT [--fix]"""
 
 import re
 import subprocess

@@ -1,6 +1,5 @@
 #!/usr/bin/python3
-"""The forms: every control under its name and with its caption, mnemonics that differ, layouts alone, and a class
-of the file's name."""
+"""Checks the forms: names and captions of controls, distinct mnemonics, layouts instead of pixels, class names."""
 
 import collections
 import re
@@ -61,7 +60,7 @@ NAMED = ("addaction", "action", "widget")
 
 
 def property_text(element, name):
-    """The text of a property; None when the element has none of that name."""
+    """Returns the text of a property; None when the element has none of that name."""
     for one in element.findall("property"):
         if one.get("name") == name:
             return "".join(one.itertext()).strip()
@@ -69,7 +68,7 @@ def property_text(element, name):
 
 
 def captions(element, buddies):
-    """Every caption of a control: its own, its title, its columns, and the label that is its buddy."""
+    """Returns every caption of a control: its own, its title, its columns, and the label that is its buddy."""
     own = [property_text(element, name) for name in ("text", "title", "windowTitle")]
     columns = [property_text(column, "text") for column in element.findall("column")]
     return [text for text in [*own, *columns, buddies.get(element.get("name"))] if text]
@@ -88,7 +87,7 @@ def control_faults(form, root):
 
 
 def scope_letters(element, letters):
-    """Adds the mnemonics below a widget, but for those of pages and menus, which have sets of their own."""
+    """Adds the mnemonics below a widget, except those of pages and menus, which have sets of their own."""
     for child in element:
         inner = child.tag == "widget" and (child.get("class") == "QMenu" or page_of_tabs(child))
         if child.tag in ("widget", "action") and not page_of_tabs(child):
@@ -154,7 +153,7 @@ def layout_faults(root):
 
 
 def faults_in(name, text):
-    """name: the file's, without its ending. Every fault of the form, as one line each."""
+    """Returns every fault of a form as one line. name: the file's, without its ending."""
     root = ElementTree.fromstring(text)
     faults = control_faults(name, root) + mnemonic_faults(name, root) + layout_faults(root)
     if root.findtext("class") != name or root.find("widget").get("name") != name:

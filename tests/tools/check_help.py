@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The help book holds every message of the program, its project names every page, and its links lead somewhere."""
+"""Checks that the help holds every message of the program, lists every page, and has no dead links."""
 
 import html.parser
 import re
@@ -37,7 +37,7 @@ def plain(page):
 
 
 def call_at(text, start):
-    """The arguments of the call whose opening bracket stands just before `start`."""
+    """Returns the arguments of the call whose opening bracket is just before `start`."""
     depth, i = 1, start
     while i < len(text) and depth:
         literal = LITERAL.match(text, i)
@@ -50,12 +50,12 @@ def call_at(text, start):
 
 
 def joined_literals(text):
-    """The texts of a piece of code; literals that stand side by side are one text."""
+    """Returns the texts of a piece of code; adjacent literals are one text."""
     return LITERAL.findall(re.sub(r'(?<!\\)"\s*\n\s*"', "", text))
 
 
 def messages(source):
-    """What a source file says to the user."""
+    """Returns what a source file says to the user."""
     source = re.sub(r'^\s*#.*$', "", source, flags=re.MULTILINE)
     named = {name: joined_literals(value) for name, value in NAMED.findall(source)}
     found = []
@@ -68,7 +68,7 @@ def messages(source):
 
 
 def message_faults(path, source, book):
-    """book: the text of all pages."""
+    """Returns the messages of a source file that the help lacks. book: the text of all pages."""
     faults = []
     for message in messages(source):
         for part in HOLE.split(message.replace('\\"', '"').replace("\\\\", "\\")):
@@ -79,7 +79,7 @@ def message_faults(path, source, book):
 
 
 def link_faults(pages):
-    """pages: by their names. Every link that leads nowhere."""
+    """Returns every dead link. pages: their texts by their names."""
     anchors = {name: set(ANCHOR.findall(text)) for name, text in pages.items()}
     faults = []
     for name, text in sorted(pages.items()):
@@ -92,7 +92,7 @@ def link_faults(pages):
 
 
 def project_faults(project, pages):
-    """project: the text of the .qhp file."""
+    """Returns the faults of the project file. project: the text of the .qhp file."""
     root = xml.etree.ElementTree.fromstring(project)
     listed = [file.text for file in root.iter("file")]
     faults = [f"{FOLDER}/{name}: not in {PROJECT}" for name in sorted(set(pages) - set(listed))]

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Includes run one way between the modules (src/modules.txt); operating-system headers stay in platform, Qt in forms/."""
+"""Checks includes: none upward between modules (src/modules.txt), system headers in platform alone, Qt in forms/."""
 
 import re
 import sys
@@ -15,7 +15,7 @@ INCLUDE = re.compile(r'^\s*#\s*include\s*(["<])([^">]+)[">]')
 
 
 def faults_in(path, text):
-    """path: below src, with "/". Every include that is not allowed, as one line each."""
+    """Returns every forbidden include of a source as one line. path: below src, with "/"."""
     module = path.partition("/")[0]
     if module not in modules.ALLOWED:
         return [f"src/{path}: no module of src/modules.txt"]

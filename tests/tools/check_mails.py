@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Reads mails back with another parser than the one that wrote them, and compares them with what was meant.
+"""Parses mails with Python's parser and compares them with what was meant.
 
     check_mails.py FOLDER
 
@@ -18,7 +18,7 @@ SINGLE_HEADERS = ["Date", "Message-ID", "From", "Reply-To", "To", "Subject", "MI
 
 
 def check_bytes(raw):
-    """What RFC 5322 and 7bit ask of every byte and line."""
+    """Yields where bytes and lines break RFC 5322 or 7bit encoding."""
     if any(byte > 126 or (byte < 32 and byte not in b"\r\n\t") for byte in raw):
         yield "a byte that is not printable ASCII"
     if not raw.endswith(b"\r\n"):

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Every test that is written is run: check_registered.py BUILD-FOLDER CTEST."""
+"""Checks that ctest knows every test of the sources: check_registered.py BUILD-FOLDER CTEST"""
 
 import json
 import pathlib
@@ -13,7 +13,7 @@ PYTHON_TEST = re.compile(r"^    def test_\w+\(self", re.MULTILINE)
 
 
 def cpp_faults(path, text, registered):
-    """registered: names of the tests as ctest knows them, without what their room puts before them."""
+    """Returns the tests of a source that ctest does not know. registered: the names of the tests in ctest."""
     tests = CPP_TEST.findall(text)
     faults = [] if tests else [f"{path}: there is no test in it"]
     for suite, name in tests:

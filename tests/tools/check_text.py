@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Text files are as .editorconfig says: UTF-8, LF, a line end at the end, no blanks at line ends."""
+"""Checks text files against .editorconfig: UTF-8, LF, a line end at the end, no blanks at line ends."""
 
 import sys
 

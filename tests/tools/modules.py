@@ -8,7 +8,7 @@ LINE = re.compile(r"^([a-z]+):((?: [a-z]+)*)$")
 
 
 def read(text):
-    """Module -> the set of modules that it may include, lowest module first."""
+    """Returns {module: modules that it may include}, lowest module first."""
     found = (LINE.match(line) for line in text.splitlines())
     return {match[1]: set(match[2].split()) for match in found if match}
 

@@ -1,4 +1,4 @@
-"""The files of this tree, for the checks that look at them."""
+"""The files of the source tree, for the checks."""
 
 import pathlib
 import subprocess
@@ -8,7 +8,7 @@ NOT_OURS = {"build", ".git", "__pycache__"}
 
 
 def files(*folders, root=ROOT):
-    """Every file below these folders (all when none is given), in name order, as a path below `root`."""
+    """Returns every file below these folders (or all), in name order, as a path below `root`."""
     found = []
     for folder in folders or (".",):
         for path in (root / folder).rglob("*"):
@@ -19,7 +19,7 @@ def files(*folders, root=ROOT):
 
 
 def report(faults):
-    """Prints the faults; returns the exit status that says whether there were any."""
+    """Prints the faults. Returns the exit status: 1 when there are any."""
     for fault in faults:
         print(fault)
     return 1 if faults else 0

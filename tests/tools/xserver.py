@@ -1,4 +1,4 @@
-"""An X server without a screen, on a display of its own, for windows that need a real one."""
+"""An X server in memory, for windows that need a real one."""
 
 import os
 import subprocess
@@ -7,7 +7,7 @@ import time
 
 
 class XServer:
-    """From `with` to the end of it; `display` is its name. window_manager: whether there is one, openbox."""
+    """Runs from `with` to the end of it. display: its name. window_manager: whether openbox runs on it."""
 
     def __init__(self, window_manager=True, screen="1600x1200x24"):
         self.window_manager = window_manager
@@ -18,7 +18,7 @@ class XServer:
     def __enter__(self):
         self._folder = tempfile.TemporaryDirectory(prefix="fieldpost-x-")
         read, write = os.pipe()
-        # Without -noreset it begins anew, and drops whoever comes just then, when its last client leaves.
+        # Without -noreset it restarts when its last client leaves, and drops a client that connects just then.
         self._start(["Xvfb", "-displayfd", str(write), "-screen", "0", self.screen, "-nolisten", "tcp",
                      "-dpi", "96", "-noreset"], pass_fds=[write])
         os.close(write)
@@ -38,7 +38,7 @@ class XServer:
         self._folder.cleanup()
 
     def start(self, *command):
-        """Starts a program on the display. Whoever asked for it ends it; else it ends with the server."""
+        """Starts a program on the display. It ends with the server at the latest."""
         return self._start(command)
 
     def _start(self, command, pass_fds=(), stdout=subprocess.DEVNULL):
@@ -48,14 +48,14 @@ class XServer:
         return process
 
     def _start_openbox(self):
-        """Returns when it manages windows: it runs its start-up command then."""
+        """Returns when openbox manages windows: then it runs its start-up command."""
         process = self._start(["openbox", "--sm-disable", "--startup", "echo ready"], stdout=subprocess.PIPE)
         with process.stdout:
             if b"ready\n" not in iter(process.stdout.readline, b""):  # it also tells what it misses
                 raise RuntimeError("openbox did not start")
 
     def environment(self):
-        """What a program with a window on this display finds around it."""
+        """Returns the environment of a program with a window on this display."""
         result = {"PATH": os.environ.get("PATH", "/usr/bin:/bin"), "HOME": self._folder.name,
                   "XDG_RUNTIME_DIR": self._folder.name, "QT_QPA_PLATFORM": "xcb", "LANG": "C.UTF-8"}
         if self.display:
@@ -63,18 +63,18 @@ class XServer:
         return result
 
     def run(self, *command):
-        """What a command prints that looks at the display."""
+        """Runs a command on the display. Returns what it prints."""
         done = subprocess.run([str(word) for word in command], env=self.environment(), text=True,
                               capture_output=True, timeout=60, check=False)
         return done.stdout
 
     def windows(self, title, process=None):
-        """The ids of the visible windows with exactly this title, of one process or of all."""
+        """Returns the ids of the visible windows with exactly this title, of one process or of all."""
         mine = ["--all", "--pid", str(process)] if process else []
         return self.run("xdotool", "search", "--onlyvisible", *mine, "--name", f"^{title}$").split()
 
     def wait_for(self, title, process=None, timeout=20):
-        """The ids of the visible windows with this title, as soon as there is one."""
+        """Returns the ids of the visible windows with this title, as soon as there is one."""
         until = time.monotonic() + timeout
         while not (found := self.windows(title, process)):
             if time.monotonic() > until:

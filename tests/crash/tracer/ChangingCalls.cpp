@@ -27,7 +27,7 @@ bool IsThere(const fs::path& path) {
   return ::lstat(path.c_str(), &state) == 0;
 }
 
-/// Reads what one call is about to do.
+/// Reads the arguments of a call that is about to be made.
 class Reading {
  public:
   Reading(const TracedProcess& process, const Call& call) : process_(process), call_(call) {}
@@ -136,7 +136,7 @@ class Reading {
 
   std::optional<ChangingCall> OfDescriptor(ChangingCall change, std::size_t place = 0) const {
     const std::optional<OpenFile> file = process_.FileOf(Descriptor(place));
-    if (!file || !file->plain) return std::nullopt;
+    if (!file || !file->regular) return std::nullopt;
     change.path = file->path;
     change.descriptor = Descriptor(place);
     return change;
@@ -186,7 +186,7 @@ class Reading {
 
   std::optional<ChangingCall> Flushing(Change change) const {
     const std::optional<OpenFile> file = process_.FileOf(Descriptor(0));
-    if (!file || (!file->plain && !file->folder)) return std::nullopt;
+    if (!file || (!file->regular && !file->folder)) return std::nullopt;
     return ChangingCall{
         .change = change, .path = file->path, .descriptor = Descriptor(0), .folder = file->folder};
   }
@@ -224,7 +224,7 @@ std::string_view NameOf(Change change) {
   return names.at(static_cast<std::size_t>(change));
 }
 
-/// What was written, as the file holds it now.
+/// Returns what was written, as the file holds it now.
 std::string Written(const ChangingCall& change, const TracedProcess& process, const Call& call,
                     std::int64_t result) {
   const bool cloned = call.number == SYS_ioctl;
@@ -241,7 +241,7 @@ std::string Truth(std::string_view name, bool value) {
   return ",\"" + std::string(name) + (value ? "\":true" : "\":false");
 }
 
-/// The permissions that a file has got in the end.
+/// Returns the permissions that a file has after the call.
 std::uint64_t ModeOf(const fs::path& path) {
   struct stat state {};
   return ::stat(path.c_str(), &state) == 0 ? state.st_mode & 07777U : 0;

@@ -1,4 +1,4 @@
-// The system calls that change files: which they are, what they do, and how each of them may fail.
+// The system calls that change files: which they are, what they do, and how each can fail.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace fieldpost::tracer {
 
-/// What a changing call does, in the words of the record.
+/// What a call does, by its name in the record.
 enum class Change {
   Create,
   Write,
@@ -30,7 +30,7 @@ enum class Change {
   Close
 };
 
-/// The ways in which a call can be made to fail. Those that bear a system's name fail with that error.
+/// The ways in which a call can be made to fail.
 enum class Fault {
   NoSpace,       ///< ENOSPC
   InputOutput,   ///< EIO
@@ -55,32 +55,35 @@ struct ChangingCall {
   int descriptor = -1;           ///< of the changed file, where it is open
   bool truncated = false;        ///< an open that empties the file
   bool existed = false;          ///< an open of a file that was there, a rename onto one
-  bool folder = false;           ///< a flush of a folder
+  bool folder = false;           ///< for a flush: of a folder
 };
 
-/// Numbers of the system calls that may change a file.
+/// Returns the numbers of the system calls that may change a file.
 std::span<const long> CallsThatMayChange();
 
-/// What `call` is about to change; empty when it changes no file on a disk.
+/// Returns what `call` is about to change; empty when it changes no file on a disk.
 std::optional<ChangingCall> Describe(const TracedProcess& process, const Call& call);
 
-/// The record's line, without its end, of a call that returned `result`.
+/// Returns the record's line, without its end, for a call that returned `result`.
 std::string Line(std::uint64_t number, const ChangingCall& change, const TracedProcess& process,
                  const Call& call, std::int64_t result);
 
-/// Names of the faults that such a call can have, as members of a JSON array.
+/// Returns the names of the faults that such a call can have, as members of a JSON array.
 std::string FaultNames(Change change);
 
+/// Whether a call that does this can fail that way.
 bool CanHave(Change change, Fault fault);
 
-/// The fault of that name; empty when there is none.
+/// Returns the fault of that name; empty when there is none.
 std::optional<Fault> FaultNamed(std::string_view name);
 
-/// The system's number of the error; 0 of a short write.
+/// Returns the errno of a fault; 0 for a short write.
 int ErrorOf(Fault fault);
 
-/// As members of an object of JSON.
+/// Returns a text as a JSON string.
 std::string JsonText(std::string_view text);
+
+/// Returns bytes as a JSON string, in base64.
 std::string JsonBytes(std::string_view bytes);
 
 }  // namespace fieldpost::tracer

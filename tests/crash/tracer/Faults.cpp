@@ -38,9 +38,9 @@ bool CanBeInterrupted(Change change) {
 
 }  // namespace
 
-// The table of what can go wrong where. A network's file system gives errors of permission and of space at
-// any call, one that copies on writing needs space even to remove a name, and one that met a fault is
-// read-only from one call to the next.
+// Which call can fail how. A network file system reports errors of permission and of space at any call, a
+// copy-on-write one needs space even to remove a name, and one that met a fault turns read-only between two
+// calls.
 bool CanHave(Change change, Fault fault) {
   switch (fault) {
     case Fault::NoSpace:

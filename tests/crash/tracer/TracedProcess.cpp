@@ -12,7 +12,7 @@ namespace fieldpost::tracer {
 namespace fs = std::filesystem;
 namespace {
 
-/// What can be read of a file from `offset` on, up to `count` bytes.
+/// Returns what can be read of a file from `offset` on, up to `count` bytes.
 std::string ReadAt(const fs::path& path, std::uint64_t offset, std::size_t count) {
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file < 0) return {};
@@ -29,7 +29,7 @@ std::string ReadAt(const fs::path& path, std::uint64_t offset, std::size_t count
   return bytes;
 }
 
-/// The file is one that the tracer was started with: standard input, output or error.
+/// Whether the file is standard input, output or error of the tracer.
 bool IsStandardStream(const struct stat& state) {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     struct stat own {};
@@ -38,7 +38,7 @@ bool IsStandardStream(const struct stat& state) {
   return false;
 }
 
-/// Where nothing lies on a disk.
+/// Whether a path lies in a file system that is on no disk.
 bool IsOfTheSystem(const fs::path& path) {
   const std::string& text = path.native();
   return text.starts_with("/memfd:") || text.starts_with("/proc/") || text.starts_with("/sys/") ||
@@ -56,7 +56,7 @@ std::string TracedProcess::Bytes(std::uint64_t address, std::size_t count) const
 }
 
 std::string TracedProcess::Text(std::uint64_t address) const {
-  constexpr std::uint64_t step = 256;  // a step never crosses a page that may not be there
+  constexpr std::uint64_t step = 256;  // a step never crosses into a page that may be missing
   std::string text;
   for (;;) {
     const std::string more = Bytes(address, step - address % step);
@@ -82,7 +82,7 @@ std::optional<OpenFile> TracedProcess::FileOf(int descriptor) const {
   if (failed || ::stat(link.c_str(), &state) != 0) return std::nullopt;
   file.folder = S_ISDIR(state.st_mode);
   file.socket = S_ISSOCK(state.st_mode);
-  file.plain = S_ISREG(state.st_mode) && !IsOfTheSystem(file.path) && !IsStandardStream(state);
+  file.regular = S_ISREG(state.st_mode) && !IsOfTheSystem(file.path) && !IsStandardStream(state);
   file.size = static_cast<std::uint64_t>(state.st_size);
   constexpr std::string_view removed = " (deleted)";
   std::string path = file.path.native();

@@ -42,7 +42,7 @@ void SetResult(pid_t thread, std::int64_t result) {
   ::ptrace(PTRACE_SETREGS, thread, nullptr, &registers);
 }
 
-/// The call is not made; the program sees that error.
+/// Prevents the call; the program sees the error as its result.
 void Skip(pid_t thread, int error) {
   user_regs_struct registers = Registers(thread);
   registers.orig_rax = static_cast<unsigned long long>(-1);
@@ -50,7 +50,7 @@ void Skip(pid_t thread, int error) {
   ::ptrace(PTRACE_SETREGS, thread, nullptr, &registers);
 }
 
-/// Has the call write half of its bytes. Of a list of buffers it is half of the first one.
+/// Makes the call write half of its bytes; of a list of buffers half of the first one.
 void Halve(pid_t thread) {
   user_regs_struct registers = Registers(thread);
   const bool list = registers.orig_rax != SYS_write && registers.orig_rax != SYS_pwrite64;
@@ -74,7 +74,7 @@ bool Sends(const Call& call) {
          call.number == SYS_writev;
 }
 
-/// The bytes that went through a socket; of a list of buffers those of the first ones that hold them.
+/// Returns the bytes that went through a socket; of a list of buffers those of the first ones that hold them.
 std::string SocketBytes(const TracedProcess& process, const Call& call, std::uint64_t count) {
   const bool message = call.number == SYS_sendmsg || call.number == SYS_recvmsg;
   const bool list = message || call.number == SYS_writev || call.number == SYS_readv;
@@ -110,7 +110,7 @@ int Tracer::Run() {
   return FinishFiles() ? Status() : CannotTrace;
 }
 
-/// False when one of the files asked for could not be written.
+/// Returns false when one of the requested files could not be written.
 bool Tracer::FinishFiles() {
   if (!options_.count.empty()) {
     std::ofstream count(options_.count);
@@ -120,7 +120,7 @@ bool Tracer::FinishFiles() {
   return options_.record.empty() || record_;
 }
 
-/// The program waits at a gate until the tracer has it in hand.
+/// The program waits at a gate until the tracer is attached.
 bool Tracer::Start() {
   std::array<int, 2> gate{};
   if (::pipe2(gate.data(), O_CLOEXEC) != 0) return false;
@@ -174,7 +174,7 @@ void Tracer::BeginChange(pid_t thread, const Call& call, ChangingCall change) {
   ::ptrace(PTRACE_SYSCALL, thread, nullptr, 0);
 }
 
-/// A call that changes nothing. Who has too many files open can open none for reading either.
+/// Handles a call that changes nothing. With too many open files, opening for reading fails, too.
 void Tracer::BeginOther(pid_t thread, const Call& call) {
   const bool tooMany = options_.fault == Fault::TooManyFiles && options_.fromThenOn && calls_ >= options_.at;
   if (tooMany && OpensAnything(call)) Skip(thread, EMFILE);
@@ -185,7 +185,7 @@ void Tracer::BeginOther(pid_t thread, const Call& call) {
   ::ptrace(file && file->socket ? PTRACE_SYSCALL : PTRACE_CONT, thread, nullptr, 0);
 }
 
-/// What was interrupted goes through when it is tried again at once: nothing is interrupted for ever.
+/// An interrupted call succeeds when it is tried again at once: nothing is interrupted for ever.
 bool Tracer::MustFail(pid_t thread, const Call& call, const ChangingCall& change) {
   if (!options_.fault || !CanHave(change.change, *options_.fault)) return false;
   if (calls_ < options_.at || (calls_ > options_.at && !options_.fromThenOn)) return false;
@@ -200,8 +200,8 @@ bool Tracer::MustFail(pid_t thread, const Call& call, const ChangingCall& change
   return !again;
 }
 
-/// The descriptor is gone after a close that failed, and half of the bytes are there after a torn write; any
-/// other call that fails is not made at all.
+/// A failing close has closed the descriptor, and a torn write has written half of its bytes; any other
+/// failing call is not made at all.
 void Tracer::Break(pid_t thread, Pending& pending) {
   const Fault fault = *options_.fault;
   if (fault == Fault::Short || fault == Fault::Torn) Halve(thread);
@@ -237,7 +237,7 @@ void Tracer::MarkSocket(pid_t thread, const Call& call, std::int64_t result) {
   record_ << "{\"call\":\"" << (Sends(call) ? "send" : "recv") << "\",\"data\":" << JsonBytes(bytes) << "}\n";
 }
 
-/// The call is taken back first, so that not a byte of it is done.
+/// The call is prevented first, so that not a byte of it is written.
 void Tracer::KillAll(pid_t thread) {
   killed_ = true;
   Skip(thread, EINTR);

@@ -1,5 +1,5 @@
-// Runs a program and stops it before each call that changes a file: to record it, to kill it, to have it
-// fail.
+// Runs a program and stops it before each call that changes a file: to record it, to kill the program, or to
+// make the call fail.
 #pragma once
 
 #include <sys/types.h>
@@ -17,9 +17,9 @@ struct user_regs_struct;
 namespace fieldpost::tracer {
 
 /// How the tracer ends, beside the status of the program itself.
-inline constexpr int EndedBefore = 100;  ///< added to the program's status when the call asked for never came
+inline constexpr int EndedBefore = 100;  ///< plus the program's status when the requested call never came
 inline constexpr int CannotTrace = 125;  ///< the tracer itself failed
-inline constexpr int Killed = 137;       ///< everything was killed at the call asked for
+inline constexpr int Killed = 137;       ///< the program was killed at the requested call
 
 class Tracer {
  public:
@@ -30,12 +30,12 @@ class Tracer {
   int Run();
 
  private:
-  /// What is known of one thread between the beginning and the end of a call.
+  /// A call that a thread has begun and not ended.
   struct Pending {
     Call call;
-    std::optional<ChangingCall> change{};  ///< empty of a call through a socket
+    std::optional<ChangingCall> change{};  ///< empty for a call through a socket
     std::uint64_t number = 0;
-    int error = 0;  ///< what the call shall return in the place of its result; 0 for that itself
+    int error = 0;  ///< what the call is made to return; 0 for its own result
   };
 
   bool Start();
@@ -59,7 +59,7 @@ class Tracer {
   bool killed_ = false;
   std::uint64_t calls_ = 0;
   std::map<pid_t, Pending> pending_;
-  std::map<pid_t, Call> interrupted_;  ///< what was interrupted last in each thread
+  std::map<pid_t, Call> interrupted_;  ///< the last interrupted call of each thread
 };
 
 }  // namespace fieldpost::tracer

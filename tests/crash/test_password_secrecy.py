@@ -1,6 +1,6 @@
-"""The password while a session goes on and when it dies: in no list of processes, no output, no file, no core.
+"""The password is in no list of processes, output, file or core dump, also when the program dies in a session.
 
-What the log and the site's files hold after each kind of failure is looked at where those failures are tried.
+The tests of misbehaving servers check the log and the site's files after each kind of failure.
 """
 
 import pathlib
@@ -9,22 +9,24 @@ import signal
 import sys
 import unittest
 
-from mail_support import (LOGIN, PASSWORD, SECRETS, USER, Certificates, Fault, MailLossTest, MailSite, SteppedServer,
-                          secrets_in)
+from crash_support import CrashTest
+from certificates import Certificates
+from mail_site import LOGIN, PASSWORD, SECRETS, USER, MailSite, secrets_in
+from smtp_server import Fault, SmtpServer
 from support import Entry, mode_of
 
 
 def raise_core_limit():
-    """Lets a program that is started now leave a core, unless it sees to that itself."""
+    """Allows programs that are started from now on to dump core."""
     hard = resource.getrlimit(resource.RLIMIT_CORE)[1]
     resource.setrlimit(resource.RLIMIT_CORE, (hard, hard))
 
 
-class MailSecrets(MailLossTest):
+class PasswordSecrecy(CrashTest):
     def setUp(self):
         super().setUp()
         certificates = Certificates(self.folder)
-        certificates.authority("authority")
+        certificates.make_authority("authority")
         certificates.make("server")
         self.authority, self.tls = certificates.path("authority.pem"), certificates.context("server")
         before = resource.getrlimit(resource.RLIMIT_CORE)
@@ -32,10 +34,10 @@ class MailSecrets(MailLossTest):
         raise_core_limit()
 
     def server_for(self, encrypted, fault=None):
-        return SteppedServer(fault, tls=self.tls if encrypted else None, auth=LOGIN)
+        return self.start_server(SmtpServer(fault=fault, tls=self.tls if encrypted else None, login=LOGIN))
 
     def site_for(self, name, server, use_zip="True"):
-        site = MailSite(self.folder / name, self.servers.listen(server), MailUserName=USER, MailPassword=PASSWORD,
+        site = MailSite(self.folder / name, server.port, MailUserName=USER, MailPassword=PASSWORD,
                         TlsCaFile=self.authority, UseZip=use_zip)
         # An instrumented program would take the signals for itself.
         site.more_environment["ASAN_OPTIONS"] = "handle_segv=0:handle_abort=0"
@@ -50,7 +52,7 @@ class MailSecrets(MailLossTest):
         return [number for number, step in enumerate(server.steps) if step.kind == "said"]
 
     def die(self, name, encrypted, step, end):
-        """Ends the program by the signal `end` while it waits for the server's line `step`."""
+        """Kills the program by the signal `end` while it waits for the server's line `step`."""
         server = self.server_for(encrypted, Fault(step, 0, "stall"))
         site = self.site_for(name, server)
         program = site.start("-fs")
@@ -66,7 +68,6 @@ class MailSecrets(MailLossTest):
         server.heal()
         self.assertEqual(0, site.run("-fs"), site.log())
         self.assertEqual("Sent", mode_of(site.documents()[0]))
-        self.servers.close(server)
 
     def assert_no_secret_in_process(self, pid):
         process = pathlib.Path("/proc") / str(pid)
@@ -77,14 +78,14 @@ class MailSecrets(MailLossTest):
                 self.assertNotIn(secret, content, name)
         self.assertRegex((process / "limits").read_text(), r"Max core file size +0 +0 ")
 
-    def test_a_program_that_dies_within_a_session(self):
+    def test_program_that_dies_in_a_session(self):
         count = 0
         for encrypted in (False, True):
             for step in self.steps_of(encrypted):
                 for end in (signal.SIGABRT, signal.SIGSEGV):
                     self.die(f"{encrypted} {step} {end.name}", encrypted, step, end)
                     count += 1
-        print(f"{count} programs ended within a session", file=sys.stderr)
+        print(f"{count} programs died in a session", file=sys.stderr)
 
 
 if __name__ == "__main__":

@@ -1,5 +1,4 @@
-"""Who may read what the program writes, from the moment it exists; and nothing is written through what others put
-in its way."""
+"""Who may read what the program writes, and that it writes through no link or pipe that others have planted."""
 
 import os
 import re
@@ -17,15 +16,15 @@ def mode_of(path):
     return stat.S_IMODE(os.lstat(path).st_mode)
 
 
-class RightsTest(HostileTest):
+class PermissionsTest(HostileTest):
     def under(self, umask):
         before = os.umask(umask)
         self.addCleanup(os.umask, before)
 
     def whole_run(self, umask):
-        """A run that writes everything: settings, registry, both journals, documents, PPC data, zip, log."""
+        """Runs so that everything is written: settings, registry, both journals, documents, PPC data, zip, log."""
         self.under(umask)
-        sink = self.start_sink()
+        sink = self.start_server()
         site = self.make_site(sink.port, UseZip="True", SMTPPort=str(sink.port))
         site.set_options(TryCount=None)
         site.drop("a.xml", fault_file([Entry()]))
@@ -35,8 +34,8 @@ class RightsTest(HostileTest):
         return run
 
 
-class Rights(RightsTest):
-    def test_secrets_are_their_owners_alone_from_the_moment_they_exist(self):
+class Permissions(PermissionsTest):
+    def test_secrets_are_readable_by_the_owner_alone_from_their_creation(self):
         for umask in (0, 0o022, 0o077):
             with self.subTest(umask=oct(umask)):
                 created = CREATED.findall(self.whole_run(umask).trace)
@@ -56,12 +55,12 @@ class Rights(RightsTest):
                 for path in (self.site.archive, self.site.process, self.site.error):
                     self.assertEqual(0o777 & ~umask, mode_of(path), path)
 
-    def test_a_registry_that_is_made_is_its_owners_alone(self):
+    def test_new_registry_is_readable_by_the_owner_alone(self):
         self.under(0)
         site = self.make_site()
         self.assertEqual(0o600, mode_of(site.home / "registry.sqlite"))
 
-    def test_what_was_opened_to_others_is_closed_again_with_one_line(self):
+    def test_access_of_others_is_removed_with_one_line(self):
         for name in ("Options.ini", "registry.sqlite"):
             with self.subTest(name):
                 site = self.make_site()
@@ -76,13 +75,13 @@ class Rights(RightsTest):
 
 
 class PlantedInTheWay(HostileTest):
-    """Names that the program writes to, taken by somebody else before."""
+    """Links and pipes under the names of files that the program writes."""
 
     def check(self, *places):
         for make in ("link", "pipe", "dangling link"):
             for place in places:
                 with self.subTest(make=make, place=place):
-                    sink = self.start_sink()
+                    sink = self.start_server()
                     site = self.make_site(sink.port, UseZip="True")
                     outside = self.folder / "outside"
                     outside.write_bytes(b"mine")

@@ -1,23 +1,20 @@
-"""The roads over which the faults are swept: each is a site, a command, and what must hold of the files before,
-when something failed, and when all is done."""
-
-import sqlite3
-
-from loss_support import BUILD, CALL_TRACER
-from support import PARTNER, SENDER, Entry, fault_file
-from sweep_support import SweptSite, Tree, names_in, read_all, uids_in, unequal
+"""Scenarios of fault injection: a site, a command, and what must hold whatever fails and when all is done."""
 
 import json
 import pathlib
+import sqlite3
 import subprocess
 
-LOCAL_MACHINE = 3  # the row of the root in the registry's store
+from crash_support import BUILD, CALL_TRACER
+from support import PARTNER, SENDER, Entry, fault_file
+from sweep_support import SweptSite, Tree, names_in, read_all, uids_in, unequal
+
 KEY = r"HKLM\SOFTWARE\Kestrel\Fieldpost\Common"
 DELETE_ARCHIVE = str(BUILD / "tests" / "delete_archive")
 
 
-class Road:
-    """Beside the site that it is made on."""
+class Scenario:
+    """A command on a site of its own. Derived classes say what must hold of the files."""
 
     name = ""
     switch = ""
@@ -30,14 +27,16 @@ class Road:
         self.swept.tree = Tree(self.site.root)
 
     def prepare(self):
-        """Changes the site before it is kept to be put back."""
+        """Changes the site before the first run."""
 
     def command(self):
         return [self.site.program, *self.switch.split()]
 
     def run(self, *tracer_options):
-        """Runs the command, under the tracer when it is given something to do. Returns the exit status, and
-        the lines that the command printed or that are in the log."""
+        """Runs the command, under the call tracer when there are options for it.
+
+        Returns the exit status, and the lines of the log and of the command's output.
+        """
         tracer = [CALL_TRACER, *tracer_options, "--"] if tracer_options else []
         done = subprocess.run([*tracer, *self.command()], env=self.site.environment(), cwd=self.site.root,
                               stdin=subprocess.DEVNULL, capture_output=True, timeout=60, check=False)
@@ -45,7 +44,7 @@ class Road:
         return done.returncode, (logged + done.stdout + done.stderr).decode(errors="replace").splitlines()
 
     def attempts(self):
-        """The changing calls of a run without faults."""
+        """Returns the calls with which a run without faults changes files."""
         record = self.swept.folder / "record"
         status, lines = self.run("--record", str(record), "--attempts")
         if status != 0:
@@ -53,15 +52,15 @@ class Road:
         return [json.loads(line) for line in record.read_text().splitlines()]
 
     def damaged(self):
-        """What must not be, whatever failed."""
+        """Returns what is damaged; nothing may be, whatever failed."""
         raise NotImplementedError
 
     def undone(self):
-        """What is missing when all is done."""
+        """Returns what is not done yet."""
         raise NotImplementedError
 
 
-class FaultlogRoad(Road):
+class FaultlogScenario(Scenario):
     """A run over faultlogger files."""
 
     def damaged(self):
@@ -76,7 +75,7 @@ class FaultlogRoad(Road):
                 + swept.malformed())
 
 
-class Collecting(FaultlogRoad):
+class Collecting(FaultlogScenario):
     """Scan, merges, the combined document, what goes to Error."""
 
     name = "collecting"
@@ -87,7 +86,7 @@ class Collecting(FaultlogRoad):
         return self.swept.misfiled(self.swept.new) + self.swept.left_over(("broken.xml",))
 
 
-class Mailing(FaultlogRoad):
+class Mailing(FaultlogScenario):
     """Packing, mailing, marking."""
 
     name = "mailing"
@@ -99,7 +98,7 @@ class Mailing(FaultlogRoad):
         return swept.misfiled(set()) + swept.unmailed(swept.queued) + swept.unmarked() + swept.left_over()
 
 
-class Ppc(Road):
+class Ppc(Scenario):
     """Export of the PPC database, its documents, their mail."""
 
     name = "PPC data"
@@ -117,8 +116,8 @@ class Ppc(Road):
         return self.swept.unmailed(self.swept.ppc) + self.swept.left_over()
 
 
-class FirstStart(Road):
-    """A site that has no folders yet, and settings that are to be repaired."""
+class FirstStart(Scenario):
+    """The first start on a site without folders, with incomplete settings."""
 
     name = "first start"
     switch = "-fs"
@@ -150,7 +149,7 @@ class FirstStart(Road):
         return faults + ([f"left over: {odd}"] if odd else [])
 
 
-class Registry(Road):
+class Registry(Scenario):
     """A value is written to a registry that has others."""
 
     name = "registry"
@@ -165,10 +164,10 @@ class Registry(Road):
         return [self.site.registry_tool, "add", KEY, "--value", "Changed", "--data", "new"]
 
     def values(self):
-        """The values of the key; an interrupted write is taken back by this."""
+        """Returns the values of the key. Rolls an interrupted write back."""
         with sqlite3.connect(self.store) as store:
-            found = store.execute("SELECT key_values.name, data FROM key_values JOIN keys ON key = id WHERE keys.name = 'Common'"
-                                  " AND key_values.name != ''").fetchall()
+            found = store.execute("SELECT key_values.name, data FROM key_values JOIN keys ON key = id"
+                                  " WHERE keys.name = 'Common' AND key_values.name != ''").fetchall()
         store.close()
         return {name: data.rstrip(b"\0").decode() for name, data in found}
 
@@ -201,7 +200,7 @@ class NewRegistry(Registry):
         return super().values() if tables else {}
 
 
-class Deleting(Road):
+class Deleting(Scenario):
     """Files of the archive are deleted by a rule."""
 
     rule = ()
@@ -248,5 +247,5 @@ class DeletingSelected(Deleting):
         return ("selected", str(self.site.archive / "B2" / "three.xml"))
 
 
-ROADS = [Collecting, Mailing, Ppc, FirstStart, Registry, NewRegistry, DeletingAll, DeletingProcess,
-         DeletingSelected]
+SCENARIOS = [Collecting, Mailing, Ppc, FirstStart, Registry, NewRegistry, DeletingAll, DeletingProcess,
+             DeletingSelected]

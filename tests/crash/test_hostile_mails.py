@@ -1,6 +1,6 @@
-"""Two hundred mails with naughty settings and names, read back by Python's parser and by a strict one of our own.
+"""Two hundred mails from hostile settings and names, read back by Python's parser and by a strict one of our own.
 
-What cannot be a part of a mail as it stands is refused with a line of the log, and nothing is sent.
+A setting that cannot be part of a mail is refused with a line of the log, and nothing is sent.
 """
 
 import dataclasses
@@ -13,11 +13,11 @@ import time
 import unittest
 import zipfile
 
-from aiosmtpd.smtp import SMTP, AuthResult
-from mail_support import MailLossTest, MailSite
-from naughty_values import HOSTS, NAMES, PARTNERS, RECIPIENTS, SENDERS, TEXTS, USERS
+from crash_support import CrashTest
+from mail_site import MailSite
+from hostile_values import HOSTS, NAMES, PARTNERS, RECIPIENTS, SENDERS, TEXTS, USERS
 from strict_mail import StrictMail
-from support import DEFAULT_RECIPIENT, Entry, MailSink, content_bytes, summary
+from support import DEFAULT_RECIPIENT, Entry, content_bytes, summary
 
 COUNT = 200
 SEED = 4711
@@ -39,7 +39,7 @@ class Given:
 
 
 def table():
-    """The two hundred: each text, name and address at least once, put together by chance that is always the same."""
+    """Yields the two hundred: each text, name and address at least once, combined by a fixed random sequence."""
     chance = random.Random(SEED)
     names = itertools.cycle(NAMES)
     for number in range(COUNT):
@@ -50,34 +50,13 @@ def table():
                     zipped=chance.random() < 0.2)
 
 
-class LoginSink(MailSink):
-    """Notes the greeting and the login of each mail; any login is right."""
-
-    def __init__(self):
-        super().__init__()
-        self.greetings = []
-        self.logins = []
-
-    def authenticate(self, server, session, envelope, mechanism, data):
-        return AuthResult(success=True, auth_data=(data.login.decode(), data.password.decode()))
-
-    def make_protocol(self):
-        return SMTP(self, hostname="sink.example", loop=self._loop, data_size_limit=None, auth_require_tls=False,
-                    authenticator=self.authenticate)
-
-    async def handle_DATA(self, server, session, envelope):
-        self.greetings.append(session.host_name)
-        self.logins.append(session.auth_data or ("", ""))
-        return await super().handle_DATA(server, session, envelope)
-
-
 def written(value):
-    """A value as it is written so that it means itself."""
+    """Returns a value as Options.ini has to hold it, in quotes where it needs them."""
     return f'"{value}"' if value != value.strip(" \t") or (value[:1] == '"' == value[-1:] and len(value) > 1) else value
 
 
 def well_formed(text):
-    """Bytes that are no UTF-8 become U+FFFD, one each."""
+    """Returns a text with U+FFFD for each byte that is not UTF-8."""
     raw, result = text.encode("utf-8", "surrogateescape"), ""
     while raw:
         for length in range(1, 5):
@@ -93,7 +72,7 @@ def well_formed(text):
 
 
 def header_text(text):
-    """What a reader of the mail sees of a setting: it ends at a NUL, and has no control characters nor outer blanks."""
+    """Returns what a mail's reader sees of a setting: cut at NUL, without control characters and outer blanks."""
     return well_formed(re.sub(r"[\x01-\x1f\x7f]", " ", text.split("\0")[0]).strip(" "))
 
 
@@ -107,7 +86,7 @@ def visible(name):
                       name)
 
 
-class NaughtyMails(MailLossTest):
+class HostileMails(CrashTest):
     def site_for(self, number, given, sink):
         user, password = given.user
         site = MailSite(self.folder / str(number), sink.port, Organization=written(given.organization),
@@ -124,11 +103,11 @@ class NaughtyMails(MailLossTest):
     def set_recipient(site, recipient):
         site.registry("add", r"HKLM\SOFTWARE\Kestrel\Fieldpost\Common\Mail\Faultlog", "--ve", "--data", recipient)
 
-    def check(self, given, site, documents, mail, sink):
+    def check(self, given, documents, mail):
         self.assertEqual((given.sender, [given.recipient or DEFAULT_RECIPIENT]), (mail.sender, mail.recipients))
-        self.assertEqual(given.user if all(given.user) else ("", ""), sink.logins[-1])
+        self.assertEqual(given.user if all(given.user) else None, mail.login)
         if given.host:
-            self.assertEqual(given.host, sink.greetings[-1])
+            self.assertEqual(given.host, mail.client)
         self.assert_clean_lines(mail.content)
         message, own = self.read_mail(mail.content), StrictMail(mail.content)
         organization = header_text(given.organization)
@@ -148,7 +127,7 @@ class NaughtyMails(MailLossTest):
         self.check_body(given, message, own, expected)
 
     def expected_files(self, given, documents, own):
-        """Names and bytes of what must be attached."""
+        """Returns names and bytes of what must be attached."""
         if not given.zipped:
             return [(travel_name(path.name), content) for path, content in documents]
         (headers, body), = own.parts[1:]
@@ -169,7 +148,7 @@ class NaughtyMails(MailLossTest):
         self.assertEqual(text, message.get_body(("plain",)).get_payload(decode=True).decode("utf-8"))
 
     def test_two_hundred(self):
-        sink = self.start_sink(LoginSink())
+        sink = self.start_server()
         begin, wrong = time.monotonic(), []
         for number, given in enumerate(table()):
             site = self.site_for(number, given, sink)
@@ -178,7 +157,7 @@ class NaughtyMails(MailLossTest):
             status = site.run("-fs")
             try:
                 self.assertEqual((0, number + 1), (status, len(sink.mails)), site.log()[-1])
-                self.check(given, site, documents, sink.mails[-1], sink)
+                self.check(given, documents, sink.mails[-1])
             except Exception as error:
                 wrong.append(f"{error!r}: {given}"[:700])
         print(f"{len(sink.mails)} mails, {time.monotonic() - begin:.1f} s", file=sys.stderr)
@@ -186,8 +165,8 @@ class NaughtyMails(MailLossTest):
         self.assertEqual(COUNT, len(sink.mails))
 
 
-class Refused(MailLossTest):
-    """What would be more than a name or an address in the dialogue or in a header."""
+class Refused(CrashTest):
+    """Settings that would be more than a name or an address in the SMTP dialogue or in a header."""
 
     ADDRESSES = ["a b@x.example", "a@x.example\t", "a@x\x0b.example", "<a@x.example>", "a@x.example>",
                  "a@x.example> SIZE=1",
@@ -210,10 +189,10 @@ class Refused(MailLossTest):
         yield from (("SMTPServer", value,
                      "(the mail server's name|.* is not a valid mail server name)") for value in self.SERVERS)
 
-    def check(self, number, setting, value, sink):
+    def log_of(self, number, setting, value, sink):
         site = MailSite(self.folder / str(number), sink.port)
         if setting == "recipient":
-            NaughtyMails.set_recipient(site, value)
+            HostileMails.set_recipient(site, value)
         else:
             site.set_options(**{setting: written(value)})
         document = site.queue("FLog.4711.200403151401.xml", [Entry()])
@@ -225,10 +204,10 @@ class Refused(MailLossTest):
         return log
 
     def test_nothing_is_sent(self):
-        sink, count = self.start_sink(LoginSink()), 0
+        sink, count = self.start_server(), 0
         for number, (setting, value, pattern) in enumerate(self.cases()):
             with self.subTest(setting=setting, value=value):
-                log = self.check(number, setting, value, sink)
+                log = self.log_of(number, setting, value, sink)
                 self.assert_one_failed_mail(log, r"Error: \d+ " + pattern)
                 self.assertTrue(log[0].isprintable(), log)
                 self.assertLess(len(log[0]), 1000)

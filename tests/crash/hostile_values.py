@@ -1,4 +1,4 @@
-"""Texts, names and addresses that are apt to break a mail, its dialogue or who reads it."""
+"""Texts, names and addresses that may break a mail, the SMTP dialogue or a mail reader."""
 
 # Texts of a header.
 TEXTS = [

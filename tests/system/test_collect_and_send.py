@@ -1,16 +1,16 @@
-"""From the Latest folders to the archive and the mailbox in one run."""
+"""End-to-end: from the Latest folders to the archive and the mailbox."""
 
 import re
 import unittest
 
-from support import (DEFAULT_RECIPIENT, SENDER, Entry, RoadTest, entries_of, fault_file, mode_of, parse, summary,
+from support import (DEFAULT_RECIPIENT, SENDER, Entry, SystemTest, entries_of, fault_file, mode_of, parse, summary,
                      today)
 
 
-class WholeRoad(RoadTest):
+class CollectAndSend(SystemTest):
     def setUp(self):
         super().setUp()
-        self.sink = self.start_sink()
+        self.sink = self.start_server()
         self.make_site(self.sink.port, recipient="faults@maker.example")
         self.first = [Entry(mode="A"), Entry(mode="e"), Entry(mode="F")]
         self.second = [Entry(mode="A"), Entry(mode="R")]
@@ -26,7 +26,7 @@ class WholeRoad(RoadTest):
         self.site.drop("running.xml", self.running)
         self.site.drop("notes.txt", b"not ours")
 
-    def test_files_are_filed_merged_put_aside_and_mailed(self):
+    def test_files_are_filed_merged_rejected_and_mailed(self):
         log = self.quiet_log_after("-fcs")
 
         self.assertEqual(["P100/unit1.xml", "Missing/unit2.XML"],
@@ -85,13 +85,13 @@ class WholeRoad(RoadTest):
         self.assertEqual("Not Sent", parse(attachments[0][1]).get("Mode"))
         self.assertEqual(summary("1/1", attachments), self.body_of(message))
 
-    def test_a_second_run_finds_nothing_and_sends_nothing(self):
+    def test_second_run_finds_nothing_and_sends_nothing(self):
         self.run_program("-fcs")
         log = self.log_after("-fcs")
         self.assertEqual(["[Search Latest]: 0 Files found in Latest folder(s)"], log)
         self.assertEqual(1, len(self.sink.mails))
 
-    def test_a_file_that_comes_later_is_merged_into_the_archived_one(self):
+    def test_later_file_is_merged_into_the_archived_one(self):
         self.run_program("-fcs")
         later = [Entry(), Entry(), Entry()]
         self.site.drop("unit1.xml", fault_file(later, "P100"))
@@ -102,7 +102,7 @@ class WholeRoad(RoadTest):
         self.assertEqual({entry.uid for entry in later},
                          set(entries_of(self.attachments_of(self.read_mail(self.sink.mails[1].content))[0][1])))
 
-    def test_a_connection_that_has_ended_is_filed_by_the_next_run(self):
+    def test_connection_that_has_ended_is_filed_by_the_next_run(self):
         self.run_program("-fcs")
         ended = self.running.replace(b"<MODEIND>f<", b"<MODEIND>A<")
         self.site.drop("running.xml", ended)
@@ -111,10 +111,10 @@ class WholeRoad(RoadTest):
         self.assertEqual(set(entries_of(ended)), set(entries_of(self.site.archive / "P100" / "running.xml")))
 
 
-class CollectThenSend(RoadTest):
+class CollectThenSend(SystemTest):
     def setUp(self):
         super().setUp()
-        self.sink = self.start_sink()
+        self.sink = self.start_server()
         self.make_site(self.sink.port)
 
     def test_collecting_leaves_documents_that_sending_mails(self):
@@ -148,7 +148,7 @@ class CollectThenSend(RoadTest):
                          [path.name for path in self.site.documents()])
         self.assertEqual(["FPProg_05032026.log"], [path.name for path in self.site.log_files()])
 
-    def test_what_waits_is_sent_with_what_is_collected_each_once(self):
+    def test_waiting_and_new_documents_are_sent_together_each_once(self):
         old = self.site.queue("FLog.4711.200403151401.xml", [Entry()])
         self.site.drop("unit.xml", fault_file([Entry()]))
         self.run_program("-fcs")
@@ -159,21 +159,21 @@ class CollectThenSend(RoadTest):
         self.assertEqual("Sent", mode_of(old))
         self.assertEqual(["Sent", "Sent"], self.modes())
 
-    def test_switches_know_no_letter_case(self):
+    def test_letter_case_of_switches_is_ignored(self):
         self.site.drop("unit.xml", fault_file([Entry()]))
         self.assertEqual(["[Search Latest]:Found 1 OK files"], self.quiet_log_after("-Fc"))
         self.assertEqual(["[Mail]:Mail Sent"], self.log_after("-FS"))
         self.site.drop("unit2.xml", fault_file([Entry()]))
         self.assertEqual(["[Search Latest]:Found 1 OK files", "[Mail]:Mail Sent"], self.log_after("-FCS"))
 
-    def test_a_document_that_says_sent_is_never_collected_again(self):
+    def test_sent_document_is_never_sent_again(self):
         self.site.queue("FLog.4711.200403151401.xml", [Entry(text="the lamp was Not Sent")], mode="Sent")
         self.assertEqual([], self.quiet_log_after("-fs"))
         self.assertEqual([], self.sink.mails)
 
 
-class NoSwitch(RoadTest):
-    def test_any_other_line_is_a_start_with_the_window_and_says_that_there_is_no_display(self):
+class NoSwitch(SystemTest):
+    def test_any_other_line_asks_for_the_window_and_says_that_there_is_no_display(self):
         site = self.make_site()
         file = site.drop("unit.xml", fault_file([Entry()]))
         for line in ([], ["-x"], [" -fcs"], ["-fcs "], ["-fcs", "-fc"], ["-fc", "now"], ["--help"]):
@@ -186,8 +186,8 @@ class NoSwitch(RoadTest):
                 self.assertTrue(file.exists())
 
 
-class EmptySite(RoadTest):
-    def test_the_first_run_makes_the_folder_tree_and_says_so(self):
+class EmptySite(SystemTest):
+    def test_first_run_makes_the_folders_and_says_so(self):
         site = self.make_site(latest=None)
         for folder in (*site.latest, site.faultlog):
             folder.rmdir()
@@ -199,7 +199,7 @@ class EmptySite(RoadTest):
         self.assertEqual(f"{site.suite}/Faultlog/Latest/\n",
                          re.sub("\r\n", "\n", (site.home / "LatestList.dat").read_text()))
 
-    def test_nothing_to_do_is_no_failure(self):
+    def test_nothing_to_do_is_success(self):
         self.make_site()
         self.assertEqual([], self.quiet_log_after("-fs"))
 

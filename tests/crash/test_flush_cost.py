@@ -1,4 +1,4 @@
-"""What it costs that nothing is lost: the same run with and without its flushes. Times are told, never asserted."""
+"""What durability costs: the same run with and without its flushes. Times are printed, never asserted."""
 
 import pathlib
 import statistics
@@ -6,7 +6,7 @@ import tempfile
 import time
 import unittest
 
-from loss_support import BUILD, MEMORY
+from crash_support import BUILD, MEMORY
 from support import PARTNER, SENDER, Entry, Site, fault_file
 
 FILES = 2000
@@ -16,7 +16,7 @@ TEMPLATE = fault_file([Entry(uid="THE-UID")], "THE-PRODUCT", size=10_000)  # the
 NO_FLUSH = BUILD / "tests" / "libno_flush.so"
 
 
-class PriceOfFlushes(unittest.TestCase):
+class FlushCost(unittest.TestCase):
     def make_site(self, folder):
         site = Site(pathlib.Path(folder) / "site")
         site.set_up({"SMTPServer": "127.0.0.1", "SMTPPort": "1", "SenderAddress": SENDER, "PartnerID": PARTNER},
@@ -37,19 +37,19 @@ class PriceOfFlushes(unittest.TestCase):
         return seconds
 
     def without_flushes(self, site):
-        """Seconds, and how many flushes were left out."""
+        """Returns the seconds of a run whose flushes do nothing, and how many they were."""
         count = site.root / "flushes"
         site.more_environment = {"LD_PRELOAD": str(NO_FLUSH), "NO_FLUSH_COUNT": str(count),
                                  "ASAN_OPTIONS": "verify_asan_link_order=0"}
         return self.seconds(site), int(count.read_text())
 
     def pair(self, folder):
-        with tempfile.TemporaryDirectory(prefix="fieldpost-price-", dir=folder) as one:
+        with tempfile.TemporaryDirectory(prefix="fieldpost-flush-", dir=folder) as one:
             flushed = self.seconds(self.make_site(one))
-        with tempfile.TemporaryDirectory(prefix="fieldpost-price-", dir=folder) as other:
+        with tempfile.TemporaryDirectory(prefix="fieldpost-flush-", dir=folder) as other:
             return flushed, *self.without_flushes(self.make_site(other))
 
-    def test_both_do_the_same_work(self):
+    def test_same_work_with_and_without(self):
         for name, folder in [("the system's folder for temporary files", None), ("memory", MEMORY)]:
             with self.subTest(name):
                 flushed, unflushed, flushes = zip(*[self.pair(folder) for _ in range(PAIRS)])
