@@ -88,7 +88,7 @@ std::vector<std::string> OptionsStore::SaveOptions(const OptionsValues& values,
   settings_.MailPassword = values.settings.MailPassword;
   SaveSettings(unsaved);
   latestFolders_ = values.latestFolders;
-  unsaved.Note(latestStore_.SaveLatestFolders(latestFolders_), Utf8FromPath(latestStore_.File()));
+  unsaved.Note(latestStore_.SaveLatestFolders(latestFolders_).empty(), Utf8FromPath(latestStore_.File()));
   return unsaved.Take();
 }
 
@@ -105,7 +105,7 @@ void OptionsStore::TakeMailOptions(const MailSettings& shown) {
 void OptionsStore::SaveSettings(UnsavedPlaces& unsaved) {
   MailSettings stored = settings_;
   if (stored.PartnerID.empty()) stored.PartnerID = settingsStore_.Load().PartnerID;
-  unsaved.Note(settingsStore_.Save(stored), Utf8FromPath(settingsStore_.File()));
+  unsaved.Note(settingsStore_.Save(stored).empty(), Utf8FromPath(settingsStore_.File()));
 }
 
 void OptionsStore::SavePartnerID(std::string_view partnerID, const std::filesystem::path& installPath,

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
 #include "outbox/DocumentMode.h"

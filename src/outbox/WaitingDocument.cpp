@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/Limits.h"
 #include "outbox/DocumentMode.h"
 
 namespace fieldpost {

@@ -1,4 +1,5 @@
 #include "faultlog/ArchivedFile.h"
+#include "common/Limits.h"
 
 #include <gmock/gmock.h>
 
@@ -24,7 +25,7 @@ std::string Nested(int levels, std::string_view in) {
 }
 
 TEST(MergeIntoArchived, MakesAFileThatLoadsWhenBothAreNestedAsDeepAsAllowed) {
-  constexpr int rest = FaultloggerFile::MaxDepth - 1;
+  constexpr int rest = static_cast<int>(MaxFaultloggerFileDepth) - 1;
   const std::string deepEntry = "<FAULTLOG><FLFILE/><PRODCODE/><MODEIND/>" + Nested(rest, "") + "</FAULTLOG>";
   ArchivedFile archived;
   ASSERT_TRUE(archived.Load(Nested(rest, "<FLFILE/>")));

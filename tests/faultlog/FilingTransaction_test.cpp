@@ -240,7 +240,7 @@ struct FlushSite : test::ScanSite {
     dying.changesLeft = changesLeft;
     const std::size_t before = dying.changes;
     try {
-      run.sendLoop.FinishInterruptedSend();
+      EXPECT_TRUE(run.sendLoop.FinishInterruptedSend());
       EXPECT_TRUE(run.scan.ProcessLatestFiles(display).succeeded);
     } catch (const test::Killed&) {
       return true;

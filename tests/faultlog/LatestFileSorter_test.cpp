@@ -1,4 +1,5 @@
 #include "faultlog/LatestFileSorter.h"
+#include "common/Limits.h"
 
 #include <gmock/gmock.h>
 

@@ -26,7 +26,7 @@ TEST(NextProcessSequence, IsOneMoreThanTheHighestOfTheHourUpTo99) {
 
 TEST(NextDocumentPath, NumbersTheDocumentsOfAnHour) {
   ScanSite site;
-  const RunContext& run = site.program.context;
+  const RunContext& run = site.program.run;
   for (const char* name : {"FLog.4711.200403151401.xml", "FLog.4711.200403151402.xml"}) {
     const fs::path next = NextDocumentPath(run, site.Tree("Process"));
     EXPECT_EQ(next, site.DocumentPath(name));
@@ -70,7 +70,7 @@ TEST(RestoreSupersededDocuments, ReturnsTheDocumentsThatItRenamed) {
     site.folder.Write(std::string("home/Faultlog/Process/") + name, name);
   }
   const std::vector<PendingFile> restored =
-      RestoreSupersededDocuments(site.program.context, site.Tree("Process"));
+      RestoreSupersededDocuments(site.program.run, site.Tree("Process"));
   const fs::path first = site.DocumentPath("FLog.4711.200403151401.xml");
   const fs::path second = site.DocumentPath("FLog.4711.200403151402.xml");
   EXPECT_THAT(test::PathsOf(restored), ElementsAre(first, second));
@@ -78,7 +78,7 @@ TEST(RestoreSupersededDocuments, ReturnsTheDocumentsThatItRenamed) {
   EXPECT_THAT(test::Names(site.Tree("Process")),
               ElementsAre(first.filename().string(), second.filename().string()));
   EXPECT_EQ(test::ReadFile(second), "d.xml.2.displaced");
-  EXPECT_THAT(RestoreSupersededDocuments(site.program.context, site.Tree("Process")), IsEmpty());
+  EXPECT_THAT(RestoreSupersededDocuments(site.program.run, site.Tree("Process")), IsEmpty());
 }
 
 TEST(RestoreSupersededDocuments, LeavesTheLastNumberOfAnHourFree) {
@@ -90,7 +90,7 @@ TEST(RestoreSupersededDocuments, LeavesTheLastNumberOfAnHourFree) {
     ScanSite site;
     for (int i = 1; i <= row.taken; ++i) site.WriteDocument(i, "<a/>");
     site.folder.Write("home/Faultlog/Process/d.xml.1.displaced", "<d/>");
-    EXPECT_EQ(RestoreSupersededDocuments(site.program.context, site.Tree("Process")).size(),
+    EXPECT_EQ(RestoreSupersededDocuments(site.program.run, site.Tree("Process")).size(),
               row.restored ? 1U : 0U)
         << row.taken;
     EXPECT_EQ(fs::exists(site.DocumentPath("FLog.4711.200403151498.xml")), row.taken == 98 || row.restored)

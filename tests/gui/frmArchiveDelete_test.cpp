@@ -269,7 +269,7 @@ TEST(frmArchiveDelete, ReleasesTheLockWhileTheResultIsShown) {
   DeleteSite site;
   const fs::path file = site.Archived("a/1.xml");
   LookingPrompt prompt(site);
-  frmArchiveDelete form(site.files, site.program.settings, site.program.log, prompt, "a");
+  frmArchiveDelete form(site.program.run, prompt, "a");
   form.DeleteItems({file});
   form.show();
   QTest::mouseClick(form.findChild<QPushButton*>(QStringLiteral("cmdDelete")), Qt::LeftButton);

@@ -417,8 +417,7 @@ TEST(frmArchive, RefillsAfterADeletion) {
   site.Open();
   QObject::connect(site.form.get(), &frmArchive::DeleteRequested, site.form.get(),
                    [&](const PathList& paths, const std::string& productCode) {
-                     frmArchiveDelete dialog(site.files, site.program.settings, site.program.log, site.prompt,
-                                             productCode, site.form.get());
+                     frmArchiveDelete dialog(site.program.run, site.prompt, productCode, site.form.get());
                      QObject::connect(&dialog, &QDialog::finished, site.form.get(), [&] {
                        bool firstTime = true;
                        site.form->UpdateList(firstTime);

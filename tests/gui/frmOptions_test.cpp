@@ -102,7 +102,7 @@ TEST_F(frmOptionsTest, StoresTheNumberOfAttachmentsAsAnIndex) {
 TEST_F(frmOptionsTest, CopiesTheSuitesPartnerIDWhenLoaded) {
   const fs::path suite = site_.folder.Write("home/faultlog.ini", "[PlaceInfo]\nPartnerID=\"AB12  \"\n");
   settings_.PartnerID = "OLD";
-  const frmOptions form(store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory);
+  const frmOptions form(Context());
   EXPECT_FALSE(form.isVisible());
   EXPECT_EQ(Part<QLineEdit>(form, "txtPartnerID").text(), "AB12");
   EXPECT_EQ(settings_.PartnerID, "AB12");
@@ -111,7 +111,7 @@ TEST_F(frmOptionsTest, CopiesTheSuitesPartnerIDWhenLoaded) {
 }
 
 TEST_F(frmOptionsTest, LoadsAgainEachTimeItIsShown) {
-  frmOptions form(store_, site_.files, program_.paths, site_.prompt, ping_, drives_, site_.memory);
+  frmOptions form(Context());
   site_.folder.Write("home/faultlog.ini", "[PlaceInfo]\nPartnerID=NEW7\n");
   settings_.SMTPServer = "other.example";
   for (const OptionsPage page : {OptionsPage::Partner, OptionsPage::MailServer}) {

@@ -1,4 +1,5 @@
 #include "outbox/WaitingDocument.h"
+#include "common/Limits.h"
 
 #include <gtest/gtest.h>
 

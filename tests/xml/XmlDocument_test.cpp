@@ -1,4 +1,5 @@
 #include "xml/XmlDocument.h"
+#include "common/Limits.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
