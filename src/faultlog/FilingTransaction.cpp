@@ -23,6 +23,7 @@ constexpr std::string_view JournalName = "FLog.journal";
 FilingTransaction::FilingTransaction(FileSystem& files, FilingFolders folders, StatusDisplay& display)
     : files_(files), folders_(std::move(folders)), display_(display) {}
 
+/// Crash safety, rule 3: one flush makes the journal and the files that it names durable together.
 void FilingTransaction::Commit(const FilingJournal& journal) {
   files_.WriteNew(JournalPath(), journal.ToBytes(), FileAccess::OwnerOnly);
   try {
@@ -33,8 +34,8 @@ void FilingTransaction::Commit(const FilingJournal& journal) {
   }
 }
 
-/// When even that fails, the batch is not committed all the same: its staged files are removed, and a journal
-/// of files that are missing commits nothing.
+/// When even that fails, the batch is still not committed: its staged files are removed, and a journal whose
+/// staged files are missing commits nothing.
 void FilingTransaction::RemoveJournalQuietly() {
   try {
     files_.Remove(JournalPath());
@@ -71,8 +72,8 @@ std::optional<FilingJournal> FilingTransaction::CommittedJournal() const {
   return journal;
 }
 
-/// No staged file is published before the commit is durable: a published one proves the commit. Where none is
-/// published, all must be whole under their temporary names.
+/// Crash safety, rule 4: no staged file is published before the commit is durable, so a published one proves
+/// the commit. Where none is published, all must be whole under their temporary names.
 bool FilingTransaction::WasCommitted(const FilingJournal& journal) const {
   const auto isPublished = [this](const FilingJournal::Staged& file) {
     return !files_.Exists(file.temporary) && Holds(file.target, file.content);
@@ -88,13 +89,14 @@ bool FilingTransaction::Holds(const fs::path& path, const ContentHash& content) 
   return files_.IsFile(path) && HashFile(files_, path, display_) == content;
 }
 
-/// Does the steps that the interrupted run did not come to.
+/// Crash safety, rule 5: does all steps after the commit again; those that are done have no effect.
 void FilingTransaction::PublishAgain(const FilingJournal& journal) {
   // What a killed program wrote may not be durable yet.
   files_.Flush(FoldersOf(journal));
   SetAside(journal);
   for (const FilingJournal::Staged& file : journal.staged) {
-    // A power cut may bring an old journal back; a file of that temporary name is then another batch's.
+    // Crash safety, rule 6: a power cut may bring an old journal back; a file of that temporary name is then
+    // another batch's.
     if (!Holds(file.temporary, file.content)) continue;
     CreateProductFolder(files_, file.target);
     files_.Rename(file.temporary, file.target);
@@ -102,8 +104,8 @@ void FilingTransaction::PublishAgain(const FilingJournal& journal) {
   RemoveSources(journal);
 }
 
-/// The new name must be durable before the old one is taken: after a power cut nothing else tells whether the
-/// old name still belongs to the superseded document.
+/// Crash safety, rule 8: the new name must be durable before the old one is taken. After a power cut nothing
+/// else tells whether the old name still belongs to the superseded document.
 void FilingTransaction::SetAside(const FilingJournal& journal) {
   if (!journal.superseded || files_.Exists(journal.superseded->to)) return;
   if (!files_.Exists(journal.superseded->from)) return;  // somebody removed it meanwhile
@@ -112,6 +114,8 @@ void FilingTransaction::SetAside(const FilingJournal& journal) {
   files_.Flush(folder);
 }
 
+/// Crash safety, rules 2 and 9: the published files are durable before a source is removed, and the removals
+/// before the journal is.
 void FilingTransaction::RemoveSources(const FilingJournal& journal) {
   const PathList folders = FoldersOf(journal);
   files_.Flush(folders);
@@ -123,7 +127,7 @@ void FilingTransaction::RemoveSources(const FilingJournal& journal) {
   files_.Remove(JournalPath());
 }
 
-/// A file that its device has written anew since is another one.
+/// Crash safety, rule 7: a file that its device has written anew since is another one.
 bool FilingTransaction::IsWhatWasFiled(const FilingJournal::Source& source) const {
   const std::optional<FileStamp> stamp = files_.RegularFileStamp(source.path);
   if (!stamp || source.stamp) return stamp && stamp == source.stamp;

@@ -34,6 +34,7 @@ SentDocuments SentMarking::PrepareNote(const Shipment& shipment) const {
   return sent;
 }
 
+/// Crash safety, rule 10: nothing but this stands between the server's reply and the note.
 void SentMarking::NoteSent(const SentDocuments& sent) {
   if (sent.empty()) return;
   try {
@@ -43,6 +44,7 @@ void SentMarking::NoteSent(const SentDocuments& sent) {
   }
 }
 
+/// Crash safety, rule 11: only called for a shipment that went whole.
 bool SentMarking::MarkSent(const Shipment& shipment, const SentDocuments& sent) {
   const MarkingResult marking = Mark(sent);
   for (const fs::path& changed : marking.changed) {

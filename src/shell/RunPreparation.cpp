@@ -35,7 +35,7 @@ PreparationResult RunPreparation::Prepare(EmptyLatestList empty) {
 std::string RunPreparation::LockOwnFolder() {
   std::string problem = StoreProblem();
   if (!problem.empty()) return problem;
-  // Two first starts at the same time would write the same settings.
+  // Crash safety, rule 12: two first starts at the same time would write the same settings.
   problem = lock_.Acquire(program_.ports.files, {program_.paths.OwnFolder()});
   if (!problem.empty()) CreateLogFolder();
   return problem;

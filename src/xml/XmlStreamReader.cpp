@@ -27,10 +27,6 @@ constexpr std::size_t PieceBytes = 8192;
 constexpr std::size_t LastPieceBytes = 32768;
 constexpr std::string_view DeclaresPrefix = "xmlns:";
 
-std::string MoreThan(std::size_t count, std::string_view what) {
-  return fmt::format("more than {} {}", count, what);
-}
-
 /// Whether a stretch without "<" has more than `most` "=". Only there can be a tag with as many attributes.
 bool HasCrowdedStretch(std::string_view text, std::size_t most) {
   std::size_t signs = 0;
@@ -131,8 +127,11 @@ struct XmlStreamReader::Callbacks {
     Do(context, [&](XmlStreamReader& reader) {
       // The parser has these in pairs, with those that an entity has from the element that it is used in.
       const int inForce = static_cast<xmlParserCtxt*>(context)->nsNr / 2;
-      reader.Enter(static_cast<std::size_t>(attributeCount), static_cast<std::size_t>(inForce));
+      const auto count = static_cast<std::size_t>(attributeCount);
+      reader.RefuseIf(reader.usage_.Enter(count, static_cast<std::size_t>(inForce)));
+      reader.inText_ = false;
       if (reader.handler_ == nullptr) {
+        reader.RefuseIf(reader.usage_.AddNodes(1 + 2 * count));
         xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount,
                               defaultedCount, attributes);
         return;
@@ -156,7 +155,7 @@ struct XmlStreamReader::Callbacks {
 
   static void OnEnd(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
     Do(context, [&](XmlStreamReader& reader) {
-      --reader.depth_;
+      reader.usage_.Leave();
       reader.inText_ = false;
       if (reader.handler_ != nullptr) return reader.handler_->EndElement();
       xmlSAX2EndElementNs(context, name, prefix, uri);
@@ -177,7 +176,7 @@ struct XmlStreamReader::Callbacks {
 
   static void OnEndAsWritten(void* context, const xmlChar* /*name*/) {
     Do(context, [](XmlStreamReader& reader) {
-      --reader.depth_;
+      reader.usage_.Leave();
       reader.scopes_.Leave();
       reader.handler_->EndElement();
     });
@@ -188,7 +187,8 @@ struct XmlStreamReader::Callbacks {
   static void DoNode(void* context, Handle handle, Build build) {
     Do(context, [&](XmlStreamReader& reader) {
       if (reader.handler_ != nullptr) return handle(*reader.handler_);
-      reader.CountNodes(1);
+      reader.inText_ = false;
+      reader.RefuseIf(reader.usage_.AddNodes(1));
       build();
     });
   }
@@ -196,7 +196,8 @@ struct XmlStreamReader::Callbacks {
   static void OnText(void* context, const xmlChar* text, int length) {
     Do(context, [&](XmlStreamReader& reader) {
       if (reader.handler_ != nullptr) return reader.handler_->Text(FromXml(text, length));
-      if (!reader.inText_) reader.CountNodes(1);
+      // libxml2 hands a long text over in parts, which become one node.
+      if (!reader.inText_) reader.RefuseIf(reader.usage_.AddNodes(1));
       reader.inText_ = true;
       xmlSAX2Characters(context, text, length);
     });
@@ -252,7 +253,7 @@ struct XmlStreamReader::Callbacks {
                                   const xmlChar* systemId, xmlChar* content) {
     const bool isInternal = type == XML_INTERNAL_GENERAL_ENTITY || type == XML_INTERNAL_PARAMETER_ENTITY;
     const bool mayDeclare = Do(context, [&](XmlStreamReader& reader) {
-      reader.CountDeclaration();
+      reader.RefuseIf(reader.usage_.AddDeclaration());
       const std::size_t most = reader.options_.limits.attributes;
       if (isInternal && HasCrowdedStretch(FromXml(content), most)) {
         reader.Refuse(MoreThan(most, "attributes in one tag"));
@@ -264,7 +265,7 @@ struct XmlStreamReader::Callbacks {
   static void OnAttributeDeclaration(void* context, const xmlChar* element, const xmlChar* name, int type,
                                      int kind, const xmlChar* value, xmlEnumeration* choices) {
     const bool mayDeclare = Do(context, [&](XmlStreamReader& reader) {
-      reader.CountDeclaration();
+      reader.RefuseIf(reader.usage_.AddDeclaration());
       if (value == nullptr || reader.handler_ == nullptr) return;
       reader.handler_->DocumentTypeUse();
       if (reader.options_.names == Names::Resolved) return;
@@ -283,8 +284,9 @@ struct XmlStreamReader::Callbacks {
   template <class... Arguments, void (*Record)(void*, Arguments...)>
   struct OnDeclaration<Record> {
     static void Call(void* context, Arguments... arguments) {
-      if (Do(context, [](XmlStreamReader& reader) { reader.CountDeclaration(); }))
-        Record(context, arguments...);
+      const bool mayDeclare =
+          Do(context, [](XmlStreamReader& reader) { reader.RefuseIf(reader.usage_.AddDeclaration()); });
+      if (mayDeclare) Record(context, arguments...);
     }
   };
 };
@@ -302,7 +304,8 @@ XmlStreamReader::XmlStreamReader(const XmlLimits& limits) : XmlStreamReader(null
 XmlStreamReader::XmlStreamReader(XmlHandler* handler, const XmlReadOptions& options)
     : handler_(handler),
       options_(options),
-      parser_(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr)) {
+      parser_(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr)),
+      usage_(options.limits) {
   if (!parser_) throw std::bad_alloc();
   parser_->_private = this;
   xmlCtxtUseOptions(parser_.get(), ParseOptions | (handler == nullptr ? XML_PARSE_NOBLANKS : 0) |
@@ -316,9 +319,25 @@ XmlStreamReader::XmlStreamReader(XmlHandler* handler, const XmlReadOptions& opti
 XmlStreamReader::~XmlStreamReader() = default;
 
 void XmlStreamReader::Feed(std::string_view bytes) {
-  for (; !bytes.empty(); bytes.remove_prefix(std::min(PieceBytes, bytes.size()))) {
-    Parse(bytes.substr(0, PieceBytes), false);
+  while (!bytes.empty()) {
+    const std::string_view piece = bytes.substr(0, PieceSize(bytes));
+    Parse(piece, false);
+    bytes.remove_prefix(piece.size());
   }
+}
+
+/// With each piece, libxml2 searches a document type for its end from the beginning. Pieces as large as what
+/// it holds already keep the time linear. But a piece must not hold the whole of a tag with too many
+/// attributes, which is seen only where the text is not converted.
+std::size_t XmlStreamReader::PieceSize(std::string_view bytes) const {
+  const xmlParserInput* const input = parser_->input;
+  if (parser_->instate != XML_PARSER_DTD || input == nullptr || input->buf == nullptr ||
+      input->buf->encoder != nullptr) {
+    return PieceBytes;
+  }
+  const auto held = static_cast<std::size_t>(input->end - input->cur);
+  if (HasCrowdedStretch(bytes.substr(0, held), options_.limits.attributes)) return PieceBytes;
+  return std::max(PieceBytes, held);
 }
 
 void XmlStreamReader::Finish(std::string_view bytes) {
@@ -351,6 +370,11 @@ void XmlStreamReader::Refuse(std::string_view reason) const {
   throw XmlError(fmt::format("line {}: {}", parser_->input == nullptr ? 0 : parser_->input->line, reason));
 }
 
+/// Refuses the document when a reason is given.
+void XmlStreamReader::RefuseIf(std::string_view reason) const {
+  if (!reason.empty()) Refuse(reason);
+}
+
 void XmlStreamReader::Stop(void* context) {
   xmlStopParser(static_cast<xmlParserCtxt*>(context));
   xmlStopParser(parser_.get());
@@ -366,7 +390,7 @@ void XmlStreamReader::Note(const xmlError& error, void* context) {
     const xmlParserInput* const input = parser_->input;
     padded_ = error.code == XML_ERR_DOCUMENT_END && parser_->instate == XML_PARSER_EPILOG &&
               input->cur < input->end && *input->cur == 0;
-    if (!padded_) throw XmlError(fmt::format("line {}: {}", error.line, Message(error, depth_ > 0)));
+    if (!padded_) throw XmlError(fmt::format("line {}: {}", error.line, Message(error, usage_.Depth() > 0)));
     CheckPadding(FromXml(input->cur, input->end - input->cur));
   } catch (...) {
     failure_ = std::current_exception();
@@ -383,38 +407,20 @@ void XmlStreamReader::CheckUnclosedTag() {
   if (padded_ || input == nullptr || input->end - input->cur < 2) return;
   if (input->cur[0] != '<' || input->cur[1] == '!' || input->cur[1] == '?') return;
   const std::uint64_t at = input->consumed + static_cast<std::uint64_t>(input->cur - input->base);
-  if (unclosed_.bytes == 0 || unclosed_.at != at) unclosed_ = {.at = at};
-  for (const xmlChar* c = input->cur + unclosed_.bytes; c < input->end; ++c) {
-    if (unclosed_.quote != 0) {
-      if (*c == static_cast<xmlChar>(unclosed_.quote)) unclosed_.quote = 0;
-    } else if (*c == '"' || *c == '\'') {
-      unclosed_.quote = static_cast<char>(*c);
-    } else if (*c == '=') {
-      ++unclosed_.attributes;
-    }
-  }
-  unclosed_.bytes = static_cast<std::size_t>(input->end - input->cur);
+  unclosed_.Read(at, FromXml(input->cur, input->end - input->cur));
   const XmlLimits& limits = options_.limits;
   const std::size_t declarations = options_.names == Names::Resolved ? limits.namespaces : 0;
-  if (unclosed_.attributes > limits.attributes + declarations) {
+  if (unclosed_.Attributes() > limits.attributes + declarations) {
     Refuse(MoreThan(limits.attributes, "attributes in one tag"));
   }
-  if (unclosed_.bytes > limits.tagBytes) Refuse(fmt::format("a tag of more than {} bytes", limits.tagBytes));
-}
-
-void XmlStreamReader::Enter(std::size_t attributes, std::size_t namespaces) {
-  const XmlLimits& limits = options_.limits;
-  inText_ = false;
-  if (++depth_ > limits.depth) Refuse(fmt::format("nested deeper than {} levels", limits.depth));
-  if (attributes > limits.attributes) Refuse(MoreThan(limits.attributes, "attributes in one tag"));
-  if (namespaces > limits.namespaces) Refuse(MoreThan(limits.namespaces, "namespaces at a time"));
-  CountNodes(1 + 2 * attributes);
+  if (unclosed_.Bytes() > limits.tagBytes)
+    Refuse(fmt::format("a tag of more than {} bytes", limits.tagBytes));
 }
 
 /// Namespaces are checked here, as libxml2 would search all that are in force at each element.
 void XmlStreamReader::EnterAsWritten(std::string_view name) {
   AddDefaults(name);
-  Enter(attributes_.size(), 0);
+  RefuseIf(usage_.Enter(attributes_.size(), 0));
   namespaces_.clear();
   for (const XmlAttribute& attribute : attributes_) {
     if (!attribute.name.starts_with(DeclaresPrefix)) continue;
@@ -447,21 +453,8 @@ void XmlStreamReader::AddDefaults(std::string_view element) {
     if (std::any_of(attributes_.begin(), attributes_.end(),
                     [&](const auto& one) { return one.name == wanted; }))
       continue;
-    CountEntityBytes(name.size() + value.size() + sizeof(xmlAttr));
+    RefuseIf(usage_.AddEntityBytes(name.size() + value.size() + sizeof(xmlAttr)));
     attributes_.push_back({.prefix = {}, .name = name, .value = value});
-  }
-}
-
-void XmlStreamReader::CountNodes(std::size_t count) {
-  inText_ = false;
-  nodes_ += count;
-  const std::size_t most = options_.limits.nodes;
-  if (handler_ == nullptr && nodes_ > most) Refuse(MoreThan(most, "elements, attributes and texts"));
-}
-
-void XmlStreamReader::CountDeclaration() {
-  if (++declarations_ > MaxXmlDeclarations) {
-    Refuse(MoreThan(MaxXmlDeclarations, "declarations in the document type"));
   }
 }
 
@@ -473,18 +466,10 @@ void XmlStreamReader::CountUse(const xmlEntity& entity) {
        node = node == entity.last ? nullptr : node->next) {
     measure.Add(*node, options_.limits.nodes);
   }
-  if (++entityUses_ > MaxEntityUses) {
-    Refuse(fmt::format("its entities are used more than {} times", MaxEntityUses));
-  }
-  CountEntityBytes(std::max(measure.bytes, static_cast<std::size_t>(std::max(entity.length, 0))));
-  CountNodes(measure.nodes);
-}
-
-void XmlStreamReader::CountEntityBytes(std::size_t bytes) {
-  entityBytes_ += bytes;
-  if (entityBytes_ > MaxEntityBytes) {
-    Refuse(fmt::format("its entities stand for more than {} bytes", MaxEntityBytes));
-  }
+  inText_ = false;
+  RefuseIf(
+      usage_.AddEntityUse(std::max(measure.bytes, static_cast<std::size_t>(std::max(entity.length, 0)))));
+  if (handler_ == nullptr) RefuseIf(usage_.AddNodes(measure.nodes));
 }
 
 }  // namespace fieldpost

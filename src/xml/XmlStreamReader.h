@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,9 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "common/Limits.h"
 #include "xml/NamespaceScopes.h"
 #include "xml/XmlHandler.h"
+#include "xml/XmlUnclosedTag.h"
+#include "xml/XmlUsage.h"
 
 struct _xmlDoc;         // NOLINT(bugprone-reserved-identifier): libxml2's own names
 struct _xmlEntity;      // NOLINT(bugprone-reserved-identifier)
@@ -22,19 +22,6 @@ struct _xmlError;       // NOLINT(bugprone-reserved-identifier)
 struct _xmlParserCtxt;  // NOLINT(bugprone-reserved-identifier)
 
 namespace fieldpost {
-
-/// What a document may ask of the parser; common/Limits.h says why. Declarations and entities are limited
-/// alike for all uses.
-struct XmlLimits {
-  static constexpr std::size_t Unlimited = std::numeric_limits<std::size_t>::max();
-
-  std::size_t depth = MaxXmlDepth;
-  std::size_t nodes = MaxXmlNodes;  ///< of a tree; a stream of events keeps none
-  std::size_t attributes = MaxXmlAttributes;
-  std::size_t namespaces = MaxXmlNamespaces;
-  std::size_t names = MaxXmlNames;
-  std::size_t tagBytes = Unlimited;  ///< of one start tag; libxml2's own limit is 10 MB
-};
 
 /// How XmlStreamReader reads, where not all uses need the same.
 struct XmlReadOptions {
@@ -94,32 +81,21 @@ class XmlStreamReader {
   struct FreeParser {
     void operator()(_xmlParserCtxt* parser) const;
   };
-  /// The start tag that is not complete yet: the parser waits for its end and would then read its attributes
-  /// in one go.
-  struct UnclosedTag {
-    std::uint64_t at = 0;
-    std::size_t bytes = 0;
-    std::size_t attributes = 0;  // "=" outside quotes
-    char quote = 0;
-  };
-
   XmlStreamReader(XmlHandler* handler, const XmlReadOptions& options);
 
   [[noreturn]] void Refuse(std::string_view reason) const;
+  void RefuseIf(std::string_view reason) const;
   void Stop(void* context);
   void Note(const _xmlError& error, void* context);
+  [[nodiscard]] std::size_t PieceSize(std::string_view bytes) const;
   void Parse(std::string_view piece, bool isLast);
   void CheckPadding(std::string_view bytes) const;
   void CheckUnclosedTag();
 
-  void Enter(std::size_t attributes, std::size_t namespaces);
   void EnterAsWritten(std::string_view name);
   [[nodiscard]] bool HasKnownPrefix(std::string_view name) const;
   void AddDefaults(std::string_view element);
-  void CountNodes(std::size_t count);
-  void CountDeclaration();
   void CountUse(const _xmlEntity& entity);
-  void CountEntityBytes(std::size_t bytes);
 
   XmlHandler* handler_;  // null: a tree is built
   XmlReadOptions options_;
@@ -127,13 +103,8 @@ class XmlStreamReader {
   std::exception_ptr failure_;  // nothing may be thrown through libxml2
   bool padded_ = false;         // zero bytes follow the root element
   std::uint64_t fed_ = 0;
-  UnclosedTag unclosed_;
-
-  std::size_t depth_ = 0;
-  std::size_t nodes_ = 0;
-  std::size_t declarations_ = 0;
-  std::size_t entityUses_ = 0;
-  std::size_t entityBytes_ = 0;
+  XmlUsage usage_;
+  XmlUnclosedTag unclosed_;
   bool inText_ = false;
 
   std::vector<XmlAttribute> attributes_;  // of the tag that is handed over

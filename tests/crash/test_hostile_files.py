@@ -46,9 +46,9 @@ HOSTILE_CONTENTS = {
     "tags of many attributes": (lambda: whole((b"<x" + numbered(b' a%(n)d=""', 9000) + b"/>") * 70),
                                 "more than 256 attributes"),
     "tag of a million attributes": (lambda: whole(root=b"FLFILE" + b" a=''" * 1_000_000), "more than 256 attributes"),
-    "tag of many name spaces": (lambda: whole(root=b"FLFILE" + numbered(b' xmlns:a%(n)d="u"', 100_000)),
+    "tag of many namespaces": (lambda: whole(root=b"FLFILE" + numbered(b' xmlns:a%(n)d="u"', 100_000)),
                                 "more than 200 namespaces|more than 256 attributes"),
-    "name spaces in force": (
+    "namespaces in force": (
         lambda: whole(b"".join(b"<x%s>" % numbered(b' xmlns:b%d_%%(n)d="u"' % level, 100) for level in range(200))
               + b"<b0_0:y/>" * 100_000 + b"</x>" * 200), "more than 200 namespaces"),
     "different names": (lambda: whole(numbered(b"<n%(n)d/>", 700_000)), "more than 20000 different names"),

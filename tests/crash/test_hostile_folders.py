@@ -134,7 +134,7 @@ class HostilePpcData(HostileTest):
         "external": b'<!DOCTYPE a [<!ENTITY e SYSTEM "file:///secret">]><a><PPCentry>&e;</PPCentry></a>',
         "many attributes": b"<a><PPCentry" + ATTRIBUTES + b"/></a>",
         "many tags of many attributes": b"<a>" + (b"<PPCentry" + numbered(b' a%(n)d=""', 9000) + b"/>") * 100 + b"</a>",
-        "many name spaces": b"<a><PPCentry" + numbered(b' xmlns:a%(n)d="u"', 20_000) + b"/></a>",
+        "many namespaces": b"<a><PPCentry" + numbered(b' xmlns:a%(n)d="u"', 20_000) + b"/></a>",
         "deep": b"<a>" * 100_000,
         "names": b"<a>" + numbered(b"<n%(n)d/>", 900_000) + b"</a>",
         "never ending tag": b"<a " + b"x" * 20_000_000,

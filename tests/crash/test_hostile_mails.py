@@ -81,7 +81,8 @@ def travel_name(name):
 
 
 def visible(name):
-    hidden = re.compile("[\x00-\x1f\x7f-\x9f\u2028-\u202e\u2066-\u2069\udc80-\udcff]".encode("unicode_escape").decode())
+    hidden = re.compile("[\x00-\x1f\x7f-\x9f\u061c\u200b-\u200f\u2028-\u202e\u2060-\u206f\ufeff\udc80-\udcff]"
+                        .encode("unicode_escape").decode())
     return hidden.sub(lambda found: "".join(f"\\x{byte:02X}" for byte in found[0].encode("utf-8", "surrogateescape")),
                       name)
 

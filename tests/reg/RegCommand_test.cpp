@@ -5,7 +5,6 @@
 
 #include <sstream>
 
-#include "environment/EditWinReg.h"
 #include "platform/SqliteKeyStore.h"
 #include "reg/RegKeyName.h"
 #include "support/TempFolder.h"
@@ -39,6 +38,15 @@ class RegCommandTest : public testing::Test {
     return {status, out.str(), err.str()};
   }
 
+  /// The value of a key as the store holds it.
+  KeyData Stored(std::string_view key, std::string_view value) {
+    OpenedKey opened(keys_);
+    KeyData data;
+    EXPECT_EQ(opened.Open(KeyHandle::LocalMachine, key, KeyReadAccess), KeyOk);
+    EXPECT_EQ(keys_.QueryValue(opened.Handle(), value, data), KeyOk);
+    return data;
+  }
+
   TempFolder folder_;
   DiskFileSystem files_;
   SqliteKeyStore keys_{files_, folder_.Path() / "registry.sqlite"};
@@ -53,7 +61,7 @@ TEST_F(RegCommandTest, AddedDataReadBackUnchanged) {
     EXPECT_EQ(Run({"query", R"(HKLM\K)", "--ve"}), (Outcome{0, data + "\n", ""})) << data;
     EXPECT_EQ(Run({"add", R"(HKLM\K)", "--value", "n", "--data=" + data}), Done) << data;
     EXPECT_EQ(Run({"query", R"(HKLM\K)", "--value", "N"}), (Outcome{0, data + "\n", ""})) << data;
-    EXPECT_EQ(EditWinReg(keys_).QueryText(HKEY_LOCAL_MACHINE, "k", "n"), data);
+    EXPECT_EQ(Stored("k", "n").bytes, data.empty() ? data : data + '\0') << data;
   }
 }
 
@@ -74,7 +82,8 @@ TEST_F(RegCommandTest, ReadsAndPrintsNumbers) {
     EXPECT_EQ(Run({"query", R"(HKLM\K)", "--value", "n"}), (Outcome{0, given.printed + "\n", ""}))
         << given.data;
   }
-  EXPECT_EQ(EditWinReg(keys_).QueryValue(HKEY_LOCAL_MACHINE, "K", "n"), RegValue(-1));
+  EXPECT_EQ(Stored("K", "n").type, KeyTypeNumber);
+  EXPECT_EQ(Stored("K", "n").bytes, "\xFF\xFF\xFF\xFF");
   for (const char* data : {"", "x", "1x", "4294967296", "-2147483649", "0x", "0x-1", "1.5", " 1"}) {
     const Outcome outcome = Run({"add", R"(HKLM\New)", "--ve", "--type", "REG_DWORD", "--data", data});
     EXPECT_EQ(outcome.status, 2) << data;
@@ -102,7 +111,7 @@ TEST_F(RegCommandTest, QueryListsValuesAndSubkeys) {
   Run({"add", R"(HKLM\A)", "--value", "Number", "--type", "REG_DWORD", "--data", "7"});
   Run({"add", R"(HKLM\A)", "--ve", "--data", "x"});
   OpenedKey key(keys_);
-  ASSERT_EQ(key.Open(HKEY_LOCAL_MACHINE, "A", KeyAllAccess), KeyOk);
+  ASSERT_EQ(key.Open(KeyHandle::LocalMachine, "A", KeyAllAccess), KeyOk);
   ASSERT_EQ(keys_.SetValue(key.Handle(), "Zbytes", KeyTypeBinary, "\x01\xAB"), KeyOk);
   EXPECT_EQ(Run({"query", R"(HKLM\A)"}).out,
             "HKEY_LOCAL_MACHINE\\A\n"

@@ -78,5 +78,21 @@ class Organization(SystemTest):
         self.assertEqual(name, self.read_mail(sink.mails[0].content)["Organization"])
 
 
+class FirstRunWithOpenSettings(SystemTest):
+    def test_closes_and_logs_them_without_failing(self):
+        sink = self.start_server()
+        site = self.make_site(sink.port)
+        options = site.home / "Options.ini"
+        options.chmod(0o644)
+        site.drop("unit.xml", fault_file([Entry()]))
+        self.assertFalse(site.faultlog.exists(), "it is a first run")
+        log = self.quiet_log_after("-fcs")
+        self.assertEqual("", site.printed)
+        self.assertEqual([f"[Error]:{options} was open to others; it is kept to its owner now. If somebody may have "
+                          "read it, change the mail password",
+                          "[Search Latest]:Found 1 OK files", "[Mail]:Mail Sent"], log)
+        self.assertEqual(0o600, options.stat().st_mode & 0o777)
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -1,5 +1,4 @@
 #include "xml/XmlStreamReader.h"
-#include "common/Limits.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -7,6 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include "common/Limits.h"
+#include "support/ProcessorTime.h"
 #include "xml/XmlDocument.h"
 
 namespace fieldpost {
@@ -304,6 +305,25 @@ TEST(XmlStreamReader, PassesOnWhatTheHandlerThrows) {
     XmlStreamReader reader(thrower);
     EXPECT_THROW(reader.Feed(xml), Thrower::Thrown) << xml;
   }
+}
+
+TEST(XmlStreamReader, ReadsAnUnclosedDocumentTypeInLinearTime) {
+  const auto seconds = [](std::size_t count) {
+    const std::string text = "<!DOCTYPE a [<!ENTITY a '" + Times("x>", count);
+    const double begin = test::ProcessorSeconds();
+    XmlDocument document;
+    EXPECT_FALSE(document.Load(text));
+    return test::ProcessorSeconds() - begin;
+  };
+  const double small = seconds(1'000'000);
+  EXPECT_LT(seconds(4'000'000), 8 * small + 0.05) << "16 times as long if it grew with the square";
+}
+
+TEST(XmlStreamReader, RefusesATagOfTooManyAttributesAfterALongDocumentType) {
+  XmlDocument document;
+  EXPECT_FALSE(document.Load("<!DOCTYPE a [<!ENTITY a '" + Times("x", 200'000) + "'>]><a" +
+                             Attributes(50'000) + "/>"));
+  EXPECT_THAT(document.Reason(), HasSubstr("more than 256 attributes in one tag"));
 }
 
 TEST(XmlStreamReader, CountsPositionsInUtf8) {

@@ -161,9 +161,7 @@ void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
 }
 
 void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& productCode) {
-  const RunContext run{program_.ports.files, program_.ports.clock, program_.paths, program_.settings,
-                       program_.log};
-  frmArchiveDelete dialog(run, ports_.prompt, productCode, this);
+  frmArchiveDelete dialog(program_.run, ports_.prompt, productCode, this);
   dialog.DeleteItems(files);
   dialog.exec();
   ports_.display.ProcessEvents();

@@ -1,19 +1,21 @@
-"""How often a run opens the documents that it collects and sends, and what a first run does about open settings."""
+"""How often a run opens the documents that it collects and sends."""
 
 import re
 import unittest
 
-from support import ALL_IN_ONE_MAIL, Entry, RoadTest, fault_file
+from capabilities import require_tracing
+from support import ALL_IN_ONE_MAIL, Entry, SystemTest, fault_file
 
 DOCUMENT = re.compile(r'"(?:[^"]*/)?(FLog\.[^"/]*\.xml)"')
 RENAME = re.compile(r'^\d+ +rename(?:at2?)?\(.*"(?:[^"]*/)?(FLog\.[^"/]*\.xml)"(?:, \w+)?\) ')
 OPEN = re.compile(r'^\d+ +open(?:at)?\(')
 
 
-class OpensOfDocuments(RoadTest):
+class OpensOfDocuments(SystemTest):
     def opens_between_rename_and_marking(self, *switches):
         """Runs the program; returns how often it opened each document between the rename that published it and the
         rename that replaced it by the marked one."""
+        require_tracing("strace", "-o", "/dev/null")
         trace = self.folder / "trace"
         self.run_program(*switches, under=("strace", "-f", "-qq", "-s", "4096", "-o", str(trace), "-e",
                                            "trace=open,openat,rename,renameat,renameat2"))
@@ -29,7 +31,7 @@ class OpensOfDocuments(RoadTest):
         return opens
 
     def check(self, **options):
-        sink = self.start_sink()
+        sink = self.start_server()
         site = self.make_site(sink.port, NumAttachments=ALL_IN_ONE_MAIL, **options)
         entries = [Entry() for _ in range(3)]
         for number, entry in enumerate(entries):
@@ -48,24 +50,8 @@ class OpensOfDocuments(RoadTest):
     def test_a_run_that_collects_and_sends_opens_each_document_at_most_twice(self):
         self.check(UseZip="False")
 
-    def test_so_it_does_when_it_packs_them(self):
+    def test_with_zip_it_opens_each_document_at_most_twice(self):
         self.check(UseZip="True")
-
-
-class FirstRun(RoadTest):
-    def test_settings_that_are_open_to_others_are_closed_and_logged_without_failing_the_run(self):
-        sink = self.start_sink()
-        site = self.make_site(sink.port)
-        options = site.home / "Options.ini"
-        options.chmod(0o644)
-        site.drop("unit.xml", fault_file([Entry()]))
-        self.assertFalse(site.faultlog.exists(), "it is a first run")
-        log = self.quiet_log_after("-fcs")
-        self.assertEqual("", site.printed)
-        self.assertEqual([f"[Error]:{options} was open to others; it is kept to its owner now. If somebody may have "
-                          "read it, change the mail password",
-                          "[Search Latest]:Found 1 OK files", "[Mail]:Mail Sent"], log)
-        self.assertEqual(0o600, options.stat().st_mode & 0o777)
 
 
 if __name__ == "__main__":
