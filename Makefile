@@ -1,5 +1,5 @@
-# A thin face for the CMake presets: `make` builds, `make run` shows the program at work on a sample site,
-# `make window` opens its window there, `make test` runs every test.
+# A thin face for the CMake presets: `make` builds the programs, `make run` shows them at work on a sample site,
+# `make window` opens the window there, `make test` builds and runs every test.
 
 BUILD := build
 PYTHON := /usr/bin/python3 -B
@@ -15,10 +15,11 @@ SWEEPS := ^crash\.(fault_sweep|flush_cost|full_disk|kill_sweep|power_cut|server_
 RUN_CTEST = $(PYTHON) tests/tools/run_ctest.py --jobs $(JOBS) $(if $(NO_SKIPS),--no-skips)
 LAUNCHER := $(if $(shell command -v ccache),-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all packages configure run window test sanitize-build sanitize fuzz-build fuzz bench coverage mutants format lint install clean
+.PHONY: all packages configure run window test-build test sanitize-build sanitize fuzz-build fuzz bench coverage mutants format lint install clean
 
+# The two programs, and the library of the windows.
 all: configure
-	@cmake --build --preset release -j$(JOBS)
+	@cmake --build --preset release -j$(JOBS) --target fieldpost fieldpost-reg
 
 packages:
 	@tools/install-packages
@@ -32,8 +33,11 @@ run: all
 window: all
 	@$(PYTHON) tools/run-window
 
+test-build: configure
+	@cmake --build --preset release -j$(JOBS)
+
 # It closes with what the crash tests have swept and measured, and with the counts.
-test: all
+test: test-build
 	@$(RUN_CTEST) release $(BUILD) --figures crash
 
 # Every test once more, in a build that ends with a report at any misuse of memory or undefined behaviour.
@@ -55,6 +59,7 @@ fuzz: fuzz-build
 
 # QUICK=1 takes small sizes alone; BENCH_DIR=/dev/shm/bench puts the files into another folder.
 bench: all
+	@cmake --build --preset release -j$(JOBS) --target benchmarks
 	@$(PYTHON) tests/bench/run_benchmarks.py $(if $(QUICK),--quick) $(if $(BENCH_DIR),--folder $(BENCH_DIR))
 
 # Coverage of the core by its tests, checked against tests/coverage/bars.py; line by line in build/coverage/html.
@@ -71,7 +76,7 @@ mutants: packages
 format: packages
 	@$(PYTHON) tests/tools/check_format.py clang-format --fix
 
-lint: configure
+lint: test-build
 	@tools/install-packages clang-tidy
 	@$(PYTHON) tests/tools/check_format.py clang-format
 	@$(PYTHON) tests/tools/check_text.py

@@ -42,7 +42,7 @@ endforeach()
 # still includes what it uses.
 # fp_precompiled(NAME HEADERS LIBRARIES...): the target fp_NAME_headers, for fp_use_precompiled.
 function(fp_precompiled name headers)
-  file(WRITE ${PROJECT_BINARY_DIR}/generated/${name}_headers.cpp "")
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/generated/${name}_headers.cpp CONTENT "")
   add_library(fp_${name}_headers OBJECT ${PROJECT_BINARY_DIR}/generated/${name}_headers.cpp)
   target_link_libraries(fp_${name}_headers PRIVATE ${ARGN} fp_warnings)
   target_precompile_headers(fp_${name}_headers PRIVATE ${headers})

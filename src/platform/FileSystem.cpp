@@ -70,7 +70,7 @@ void FileSystem::RemoveQuietly(const std::filesystem::path& temporary) {
   try {
     Remove(temporary);
   } catch (const FileError&) {
-    // The caller is told of the failure that made the temporary file useless.
+    // The caller gets the error that made the temporary file useless.
   }
 }
 

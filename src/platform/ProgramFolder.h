@@ -9,8 +9,8 @@ namespace fieldpost {
 
 /// Returns the program's own folder as an absolute path without a separator at its end; the folder need not
 /// exist. Outside Windows: the variable FIELDPOST_HOME; otherwise "fieldpost" below XDG_DATA_HOME, or below
-/// ".local/share" in the user's home folder. A relative XDG_DATA_HOME is ignored (XDG Base Directory
-/// Specification). Empty when no home folder is known.
+/// ".local/share" in the user's home folder. A relative XDG_DATA_HOME is ignored, as the XDG Base
+/// Directory rules demand. Empty when no home folder is known.
 std::filesystem::path OwnFolder();
 
 /// Returns the file of the key store that replaces the registry: the variable FIELDPOST_REGISTRY; otherwise
