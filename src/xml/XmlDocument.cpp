@@ -46,8 +46,9 @@ struct RootAttributes final : XmlHandler {
   std::map<std::string, std::string, std::less<>> values;
 };
 
-/// The node after `node` in document order; `depth` follows it.
-xmlNode* NextInDocument(xmlNode* node, std::size_t& depth) {
+/// The node after `node` in document order; `depth` follows it, and is negative above the level that it
+/// counts from.
+xmlNode* NextInDocument(xmlNode* node, std::ptrdiff_t& depth) {
   if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
     ++depth;
     return node->children;
@@ -124,7 +125,7 @@ std::string XmlElement::Text() const {
 
 bool XmlElement::Holds(std::span<const std::string_view> names) const {
   std::size_t place = 0;
-  std::size_t depth = 1;
+  std::ptrdiff_t depth = 1;
   for (xmlNode* node = node_->children; node != nullptr && depth > 0; node = NextInDocument(node, depth)) {
     if (IsNamed(node, names, place)) return true;
   }
@@ -193,9 +194,10 @@ bool XmlDocument::Load(std::string_view bytes, const XmlLimits& limits) {
 
 /// The depth is checked once more: the elements that an entity stands for were copied into place.
 void XmlDocument::Tidy(std::size_t maxDepth) {
-  std::size_t depth = 1;
+  std::ptrdiff_t depth = 1;
   for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;) {
-    if (depth > maxDepth) throw XmlError(fmt::format("nested deeper than {} levels", maxDepth));
+    if (depth > static_cast<std::ptrdiff_t>(maxDepth))
+      throw XmlError(fmt::format("nested deeper than {} levels", maxDepth));
     if (node->type == XML_ELEMENT_NODE) EscapeNamespaces(*node);
     xmlNode* const blank = IsBlankText(node) ? node : nullptr;
     node = NextInDocument(node, depth);
@@ -226,7 +228,7 @@ std::vector<XmlElement> XmlDocument::ElementsByTagName(std::string_view name) co
 std::vector<std::vector<XmlElement>> XmlDocument::ElementsByTagNames(
     const std::vector<std::string_view>& names) const {
   std::vector<std::vector<XmlElement>> found(names.size());
-  std::size_t depth = 1;
+  std::ptrdiff_t depth = 1;
   for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;
        node = NextInDocument(node, depth)) {
     std::size_t place = 0;

@@ -1,9 +1,12 @@
 #include "xml/XmlDocument.h"
-#include "common/Limits.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include <array>
+#include <string_view>
+
+#include "common/Limits.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost {
@@ -242,6 +245,21 @@ TEST(XmlDocument, IsWrittenInItsEncodingWhereThatKeepsEveryCharacter) {
     XmlDocument again;
     EXPECT_TRUE(again.Load(xml)) << row.encoding << again.Reason();
     EXPECT_EQ(again.Root().Text(), "äあz") << row.encoding;
+  }
+}
+
+TEST(XmlElement, HoldsNothingThatFollowsItWhenItIsTheLastOfSeveralElements) {
+  constexpr std::array names{std::string_view("Q")};
+  struct Row {
+    const char* xml;
+    bool holds;
+  };
+  for (const Row& row :
+       {Row{"<a><b><c><M>P</M></c></b><Q/></a>", false}, Row{"<a><b><M>P</M></b>text<Q/></a>", false},
+        Row{"<a><M>P</M><Q/></a>", false}, Row{"<a><M><x><Q/></x></M></a>", true}}) {
+    XmlDocument document;
+    ASSERT_TRUE(document.Load(row.xml));
+    EXPECT_EQ(document.ElementsByTagName("M").front().Holds(names), row.holds) << row.xml;
   }
 }
 
