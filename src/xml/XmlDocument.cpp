@@ -196,8 +196,9 @@ bool XmlDocument::Load(std::string_view bytes, const XmlLimits& limits) {
 void XmlDocument::Tidy(std::size_t maxDepth) {
   std::ptrdiff_t depth = 1;
   for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;) {
-    if (depth > static_cast<std::ptrdiff_t>(maxDepth))
+    if (std::cmp_greater(depth, maxDepth)) {
       throw XmlError(fmt::format("nested deeper than {} levels", maxDepth));
+    }
     if (node->type == XML_ELEMENT_NODE) EscapeNamespaces(*node);
     xmlNode* const blank = IsBlankText(node) ? node : nullptr;
     node = NextInDocument(node, depth);

@@ -352,6 +352,8 @@ void XmlStreamReader::Parse(std::string_view piece, bool isLast) {
   xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), isLast ? 1 : 0);
   if (failure_) std::rethrow_exception(failure_);
   if (!padded_ && parser_->wellFormed != 1) throw XmlError("not well-formed");
+  // Where it cannot convert the text any further, libxml2 ends without an error.
+  if (isLast && (!usage_.HasRoot() || usage_.Depth() > 0)) Refuse("the document ends too early");
   CheckUnclosedTag();
   if (static_cast<std::size_t>(xmlDictSize(parser_->dict)) > options_.limits.names) {
     Refuse(MoreThan(options_.limits.names, "different names"));

@@ -9,6 +9,7 @@ std::string MoreThan(std::size_t count, std::string_view what) {
 }
 
 std::string XmlUsage::Enter(std::size_t attributes, std::size_t namespaces) {
+  hasRoot_ = true;
   if (++depth_ > limits_.depth) return fmt::format("nested deeper than {} levels", limits_.depth);
   if (attributes > limits_.attributes) return MoreThan(limits_.attributes, "attributes in one tag");
   if (namespaces > limits_.namespaces) return MoreThan(limits_.namespaces, "namespaces at a time");

@@ -32,6 +32,9 @@ class XmlUsage {
   /// How many elements are open.
   [[nodiscard]] std::size_t Depth() const { return depth_; }
 
+  /// Whether any element was opened.
+  [[nodiscard]] bool HasRoot() const { return hasRoot_; }
+
   /// Opens an element; `namespaces` are in force at it.
   [[nodiscard]] std::string Enter(std::size_t attributes, std::size_t namespaces);
 
@@ -52,6 +55,7 @@ class XmlUsage {
 
  private:
   XmlLimits limits_;
+  bool hasRoot_ = false;
   std::size_t depth_ = 0;
   std::size_t nodes_ = 0;
   std::size_t declarations_ = 0;

@@ -307,6 +307,15 @@ TEST(XmlStreamReader, PassesOnWhatTheHandlerThrows) {
   }
 }
 
+TEST(XmlStreamReader, RefusesATextThatCannotBeConvertedBeforeTheRoot) {
+  // An unpaired surrogate in a comment, at which libxml2 ends without an error.
+  std::string text = InUtf16("<!-- ") + std::string("\x4C\xD8\x41\0", 4);
+  text += InUtf16(" --><a/>").substr(2);
+  XmlDocument document;
+  EXPECT_FALSE(document.Load(text));
+  EXPECT_NE(document.Reason(), "");
+}
+
 TEST(XmlStreamReader, ReadsAnUnclosedDocumentTypeInLinearTime) {
   const auto seconds = [](std::size_t count) {
     const std::string text = "<!DOCTYPE a [<!ENTITY a '" + Times("x>", count);
