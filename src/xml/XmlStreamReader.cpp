@@ -54,11 +54,21 @@ struct Measure {
   }
 };
 
+/// Receives what libxml2 would otherwise print to stderr: errors of its converters, which belong to no
+/// parser.
+void IgnoreError(void* /*context*/, xmlError* /*error*/) {}
+
 /// libxml2's message, or a better one where it has but one for several faults.
 std::string Message(const xmlError& error, bool isElementOpen) {
   switch (error.code) {
     case XML_ERR_DOCUMENT_END:
       if (isElementOpen) return "the document ends too early";
+      break;
+    case XML_ERR_INTERNAL_ERROR:
+      if (error.message != nullptr &&
+          std::string_view(error.message).find("Huge input") != std::string_view::npos) {
+        return "an attribute, a comment or a CDATA section of more than 10 MB";
+      }
       break;
     case XML_ERR_DOCUMENT_EMPTY:
       return "Start tag expected, '<' not found";
@@ -199,7 +209,11 @@ struct XmlStreamReader::Callbacks {
       // libxml2 hands a long text over in parts, which become one node.
       if (!reader.inText_) reader.RefuseIf(reader.usage_.AddNodes(1));
       reader.inText_ = true;
+      // Otherwise libxml2 ends the tree at a text of 10 MB, with an error that is not fatal.
+      int& parserOptions = static_cast<xmlParserCtxt*>(context)->options;
+      parserOptions |= XML_PARSE_HUGE;
       xmlSAX2Characters(context, text, length);
+      parserOptions &= ~XML_PARSE_HUGE;
     });
   }
 
@@ -307,6 +321,7 @@ XmlStreamReader::XmlStreamReader(XmlHandler* handler, const XmlReadOptions& opti
       parser_(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr)),
       usage_(options.limits) {
   if (!parser_) throw std::bad_alloc();
+  xmlSetStructuredErrorFunc(nullptr, IgnoreError);
   parser_->_private = this;
   xmlCtxtUseOptions(parser_.get(), ParseOptions | (handler == nullptr ? XML_PARSE_NOBLANKS : 0) |
                                        (options.encoding == Encoding::Utf8 ? XML_PARSE_IGNORE_ENC : 0));

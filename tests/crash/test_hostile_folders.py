@@ -59,6 +59,9 @@ class HostileArchivedFiles(HostileTest):
         site.drop("m.xml", whole(b"<a>12</a>" * 245_000 + b"<b>" + b"x" * 5_000_000 + b"</b>"))
         run = self.watched("-fc")
         self.assertEqual((0, []), (run.status, site.waiting()), site.log())
+        merged = (folder / "m.xml").read_bytes()
+        self.assertEqual((295_000, 17_000), (merged.count(b"<a>12</a>"), merged.count(b"x" * 1000)))
+        self.assertTrue(merged.rstrip().endswith(b"</FAULTLOG></FLFILE>"), merged[-100:])
         print(f"the largest merge took {run.megabytes:.0f} MB, {run.seconds:.1f} s")
 
 

@@ -55,6 +55,31 @@ TEST(XmlDocument, DropsTextOfWhiteSpaceAlone) {
             "<a xml:space=\"preserve\"> <b/> </a>");
 }
 
+TEST(XmlDocument, KeepsALongTextAndRefusesOtherPartsOfThatLength) {
+  constexpr std::string_view TooLong = "an attribute, a comment or a CDATA section of more than 10 MB";
+  const std::string line = std::string(99, 'x') + '\n';
+  std::string lines;
+  while (lines.size() < 11'000'000) lines += line;
+  struct Row {
+    std::string_view name;
+    std::string xml;
+    std::string_view reason;  // of the refusal
+  };
+  for (const Row& row : {
+           Row{"text of one line", "<a><b>" + std::string(11'000'000, 'x') + "</b><c/></a>", ""},
+           Row{"text of many lines", "<a><b>" + lines + "</b><c/></a>", ""},
+           Row{"CDATA section", "<a><![CDATA[" + lines + "]]><c/></a>", TooLong},
+           Row{"comment", "<a><!--" + lines + "--><c/></a>", TooLong},
+           Row{"attribute", "<a b=\"" + lines + "\"><c/></a>", TooLong},
+       }) {
+    SCOPED_TRACE(row.name);
+    XmlDocument document;
+    ASSERT_EQ(document.Load(row.xml), row.reason.empty()) << document.Reason();
+    EXPECT_TRUE(document.Reason().ends_with(row.reason)) << document.Reason();
+    EXPECT_TRUE(!row.reason.empty() || document.Root().Xml() == row.xml);
+  }
+}
+
 TEST(XmlDocument, ReportsInOneLineWhyItDidNotLoad) {
   struct Row {
     const char* name;
