@@ -15,20 +15,18 @@ std::string AttributeText(std::string_view value) {
 
 }  // namespace
 
-void NamespaceScopes::Enter(std::span<const XmlNamespace> declarations) {
-  ++depth_;
+void NamespaceScopes::Add(std::span<const XmlNamespace> declarations) {
   for (const auto& [prefix, uri] : declarations) {
     scopes_.push_back({.depth = depth_, .prefix = std::string(prefix), .uri = std::string(uri)});
     ++uses_[scopes_.back().prefix];
   }
 }
 
-void NamespaceScopes::Leave() {
+void NamespaceScopes::DropInnermost() {
   for (; !scopes_.empty() && scopes_.back().depth == depth_; scopes_.pop_back()) {
     const auto uses = uses_.find(scopes_.back().prefix);
     if (--uses->second == 0) uses_.erase(uses);
   }
-  --depth_;
 }
 
 bool NamespaceScopes::Declares(std::string_view prefix) const {

@@ -17,10 +17,16 @@ namespace fieldpost {
 class NamespaceScopes {
  public:
   /// Opens an element with these declarations of its own.
-  void Enter(std::span<const XmlNamespace> declarations);
+  void Enter(std::span<const XmlNamespace> declarations) {
+    ++depth_;
+    if (!declarations.empty()) Add(declarations);
+  }
 
   /// Closes the innermost open element.
-  void Leave();
+  void Leave() {
+    if (!scopes_.empty() && scopes_.back().depth == depth_) DropInnermost();
+    --depth_;
+  }
 
   /// Whether a prefix, not an empty one, is declared here.
   [[nodiscard]] bool Declares(std::string_view prefix) const;
@@ -35,6 +41,10 @@ class NamespaceScopes {
     std::string prefix;
     std::string uri;
   };
+
+  void Add(std::span<const XmlNamespace> declarations);
+  void DropInnermost();
+
   std::size_t depth_ = 0;
   std::vector<Scope> scopes_;                          // the latest last
   std::unordered_map<std::string, std::size_t> uses_;  // how many of these each prefix has

@@ -8,17 +8,14 @@ std::string MoreThan(std::size_t count, std::string_view what) {
   return fmt::format("more than {} {}", count, what);
 }
 
-std::string XmlUsage::Enter(std::size_t attributes, std::size_t namespaces) {
-  hasRoot_ = true;
-  if (++depth_ > limits_.depth) return fmt::format("nested deeper than {} levels", limits_.depth);
+std::string XmlUsage::ExceededAt(std::size_t attributes) const {
+  if (depth_ > limits_.depth) return fmt::format("nested deeper than {} levels", limits_.depth);
   if (attributes > limits_.attributes) return MoreThan(limits_.attributes, "attributes in one tag");
-  if (namespaces > limits_.namespaces) return MoreThan(limits_.namespaces, "namespaces at a time");
-  return {};
+  return MoreThan(limits_.namespaces, "namespaces at a time");
 }
 
-std::string XmlUsage::AddNodes(std::size_t count) {
-  nodes_ += count;
-  return nodes_ > limits_.nodes ? MoreThan(limits_.nodes, "elements, attributes and texts") : std::string();
+std::string XmlUsage::TooManyNodes() const {
+  return MoreThan(limits_.nodes, "elements, attributes and texts");
 }
 
 std::string XmlUsage::AddDeclaration() {
