@@ -10,13 +10,8 @@
 #include "platform/IniFile.h"
 
 namespace fieldpost {
-namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::string_view IniName = "faultlog.ini";
-
-}  // namespace
 
 FolderTree::FolderTree(FileSystem& files, const InstallPaths& paths, const FolderSettings& folders,
                        ModWriteLogFile& log)
@@ -49,7 +44,7 @@ void FolderTree::ReportUnsaved(std::string_view what, const std::string& problem
 
 std::string FolderTree::GetFaultlogRootFromIni(const std::string& installPath) {
   if (installPath.empty() || !IsFolder(installPath)) return {};
-  const fs::path ini = FindFileNoCase(files_, PathFromUtf8(installPath), IniName);
+  const fs::path ini = FindFileNoCase(files_, PathFromUtf8(installPath), FaultlogIniName);
   const std::string value = ReadIniValue(files_, ini, "Directories", "FaultLog");
   if (value.empty()) {
     log_.WriteLog("Faultlog path settings not found in Faultlog.ini", LogCategory::Error);
@@ -63,7 +58,7 @@ std::string FolderTree::GetFaultlogRootFromIni(const std::string& installPath) {
 
 void FolderTree::AdoptIniTree(const std::string& installPath) {
   if (installPath.empty()) return;
-  if (!files_.IsFile(FindFileNoCase(files_, PathFromUtf8(installPath), IniName))) return;
+  if (!files_.IsFile(FindFileNoCase(files_, PathFromUtf8(installPath), FaultlogIniName))) return;
   const std::string root = GetFaultlogRootFromIni(installPath);
   if (root.empty() || !IsFolder(root + "Faultlog")) return;
   const std::string tree = WithSeparator(root + "Faultlog");

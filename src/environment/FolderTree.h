@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "common/RunLists.h"
 #include "environment/InstallPaths.h"
@@ -12,6 +13,9 @@
 #include "platform/FileSystem.h"
 
 namespace fieldpost {
+
+/// The settings file of the service suite, in the installation path.
+inline constexpr std::string_view FaultlogIniName = "faultlog.ini";
 
 /// The settings that name folders of the tree, and the stores that keep them between runs.
 struct FolderSettings {

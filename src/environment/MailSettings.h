@@ -37,11 +37,6 @@ struct MailSettings {
   bool operator==(const MailSettings&) const = default;
 };
 
-/// The values used for empty settings.
-inline constexpr std::string_view DefaultSmtpPort = "25";
-inline constexpr std::string_view DefaultTryCount = "2";
-inline constexpr std::string_view DefaultTimeoutSeconds = "10";
-
 /// The values of the settings that are shown as check boxes.
 inline constexpr std::string_view CheckedText = "True";
 inline constexpr std::string_view UncheckedText = "False";

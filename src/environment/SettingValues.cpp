@@ -1,5 +1,8 @@
 #include "environment/SettingValues.h"
 
+#include <algorithm>
+#include <string>
+
 #include "common/Limits.h"
 #include "common/Numbers.h"
 #include "common/Text.h"
@@ -7,22 +10,33 @@
 namespace fieldpost {
 namespace {
 
-constexpr std::int32_t FallbackPort = 25;
-constexpr std::int32_t FallbackTries = 2;
-constexpr std::int32_t FallbackTimeoutSeconds = 10;
+bool FillIn(std::string& setting, std::int32_t number) {
+  if (!setting.empty()) return false;
+  setting = std::to_string(number);
+  return true;
+}
 
 }  // namespace
 
 MailServer ServerOf(const MailSettings& settings) {
+  const MailServer byDefault;
   return {.server = settings.SMTPServer,
-          .port = NumberOr(settings.SMTPPort, 1, MaxSmtpPort, FallbackPort),
-          .tryCount = NumberOr(settings.TryCount, 1, MaxTryCount, FallbackTries),
-          .timeoutSeconds = NumberOr(settings.Timeout, 1, MaxTimeoutSeconds, FallbackTimeoutSeconds),
+          .port = NumberOr(settings.SMTPPort, 1, MaxSmtpPort, byDefault.port),
+          .tryCount = NumberOr(settings.TryCount, 1, MaxTryCount, byDefault.tryCount),
+          .timeoutSeconds = NumberOr(settings.Timeout, 1, MaxTimeoutSeconds, byDefault.timeoutSeconds),
           .userName = settings.MailUserName,
           .password = settings.MailPassword,
           .hostName = settings.MailHostName,
           .tlsMode = TlsModeFrom(settings.TlsMode),
           .tlsCaFile = settings.TlsCaFile};
+}
+
+bool FillInNumberDefaults(MailSettings& settings) {
+  const MailServer byDefault;
+  const bool port = FillIn(settings.SMTPPort, byDefault.port);
+  const bool tries = FillIn(settings.TryCount, byDefault.tryCount);
+  const bool timeout = FillIn(settings.Timeout, byDefault.timeoutSeconds);
+  return port || tries || timeout;
 }
 
 bool IsChecked(std::string_view setting) {
@@ -51,9 +65,9 @@ std::size_t AttachmentsPerMail(const MailSettings& settings) {
 }
 
 TlsMode TlsModeFrom(std::string_view setting) {
-  if (EqualNoCase(Trimmed(setting), "required")) return TlsMode::Required;
-  if (EqualNoCase(Trimmed(setting), "none")) return TlsMode::None;
-  return TlsMode::Auto;
+  const auto isNamed = [&](std::string_view name) { return EqualNoCase(Trimmed(setting), name); };
+  const auto* const found = std::ranges::find_if(TlsModeNames, isNamed);
+  return found == TlsModeNames.end() ? TlsMode::Auto : static_cast<TlsMode>(found - TlsModeNames.begin());
 }
 
 }  // namespace fieldpost

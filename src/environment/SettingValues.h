@@ -1,6 +1,7 @@
 // The settings as typed values. A setting that is empty, malformed or out of range has its default here.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -11,9 +12,12 @@
 
 namespace fieldpost {
 
-/// Returns the mail server that the settings name. Port, attempts and timeout default to 25, 2 and 10
-/// seconds, the TLS mode to TlsMode::Auto.
+/// Returns the mail server that the settings name, with MailServer's defaults of port, attempts, timeout and
+/// TLS mode.
 [[nodiscard]] MailServer ServerOf(const MailSettings& settings);
+
+/// Sets port, attempts and timeout to MailServer's defaults where they are empty. Returns whether any was.
+bool FillInNumberDefaults(MailSettings& settings);
 
 /// Whether a check box setting is checked: its text is "True" in any letter case.
 [[nodiscard]] bool IsChecked(std::string_view setting);
@@ -39,8 +43,11 @@ inline constexpr std::size_t AllAttachments = std::numeric_limits<std::size_t>::
 /// Returns how many attachments a mail has at most: one more than the chosen index, or AllAttachments.
 [[nodiscard]] std::size_t AttachmentsPerMail(const MailSettings& settings);
 
+/// The texts of the setting `TlsMode`, in the order of TlsMode's values.
+inline constexpr std::array<std::string_view, 3> TlsModeNames{"auto", "required", "none"};
+
 /// Returns the TLS mode that the text of the setting `TlsMode` names, in any letter case and with blanks
-/// around it.
+/// around it; TlsMode::Auto when it names none.
 [[nodiscard]] TlsMode TlsModeFrom(std::string_view setting);
 
 }  // namespace fieldpost

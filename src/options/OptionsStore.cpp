@@ -4,25 +4,17 @@
 #include <utility>
 
 #include "common/PathText.h"
-#include "environment/DefaultRecipients.h"
 #include "environment/EditWinReg.h"
+#include "environment/FolderTree.h"
+#include "environment/Recipients.h"
+#include "environment/SettingValues.h"
 #include "platform/IniFile.h"
 
 namespace fieldpost {
 namespace {
 
-void FillIfEmpty(std::string& text, std::string_view value) {
-  if (text.empty()) text = value;
-}
-
 std::string_view WithoutTrailingBlanks(std::string_view text) {
   return text.substr(0, text.find_last_not_of(' ') + 1);
-}
-
-std::string Recipient(KeyStore& keys, std::string_view key, std::string_view builtIn) {
-  std::string address = EditWinReg(keys).QueryText(HKEY_LOCAL_MACHINE, key, DefaultValue);
-  FillIfEmpty(address, builtIn);
-  return address;
 }
 
 }  // namespace
@@ -51,15 +43,14 @@ OptionsStore::OptionsStore(FileSystem& files, KeyStore& keys, MailSettings& sett
       latestStore_(files, ownFolder) {}
 
 OptionsValues OptionsStore::LoadOptions(const std::filesystem::path& installPath) {
+  EditWinReg registry(keys_);
   OptionsValues values{
       .settings = settings_,
-      .faultlogRecipient = Recipient(keys_, FaultlogRecipientKey, DefaultFaultlogRecipient()),
-      .ppcRecipient = Recipient(keys_, PpcRecipientKey, DefaultPpcRecipient()),
+      .faultlogRecipient = FaultlogRecipient(registry),
+      .ppcRecipient = PpcRecipient(registry),
       .latestFolders = latestFolders_,
   };
-  FillIfEmpty(values.settings.SMTPPort, DefaultSmtpPort);
-  FillIfEmpty(values.settings.TryCount, DefaultTryCount);
-  FillIfEmpty(values.settings.Timeout, DefaultTimeoutSeconds);
+  FillInNumberDefaults(values.settings);
   values.settings.PartnerID = LoadPartnerID(installPath);
   return values;
 }

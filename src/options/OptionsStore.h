@@ -14,7 +14,6 @@
 
 namespace fieldpost {
 
-inline constexpr std::string_view FaultlogIniName = "faultlog.ini";
 inline constexpr std::string_view PlaceInfoSection = "PlaceInfo";
 
 /// The values that the options dialog shows. All texts are UTF-8.

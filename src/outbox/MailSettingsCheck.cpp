@@ -1,8 +1,8 @@
 #include "outbox/MailSettingsCheck.h"
 
 #include "common/DocumentNames.h"
-#include "environment/DefaultRecipients.h"
-#include "environment/RegistryKeys.h"
+#include "environment/Recipients.h"
+#include "environment/SettingValues.h"
 
 namespace fieldpost {
 namespace {
@@ -11,12 +11,6 @@ constexpr std::string_view ServerOrSenderText =
     "You have to setup mail options (SMTP Server or Sender address box is empty)";
 constexpr std::string_view PartnerBoxText = "You have to setup mail options (PartnerID box is empty)";
 constexpr std::string_view PartnerText = "You have to setup mail options (PartnerID is empty)";
-
-bool FillIn(std::string& setting, std::string_view value) {
-  if (!setting.empty()) return false;
-  setting = value;
-  return true;
-}
 
 }  // namespace
 
@@ -59,11 +53,7 @@ bool MailSettingsCheck::CheckSendSettings() {
 }
 
 std::string MailSettingsCheck::GetRecipientAddress(DataKind kind) const {
-  const bool isPpc = kind == DataKind::Ppc;
-  const std::string address =
-      registry_.QueryText(HKEY_LOCAL_MACHINE, isPpc ? PpcRecipientKey : FaultlogRecipientKey, "");
-  if (!address.empty()) return address;
-  return std::string(isPpc ? DefaultPpcRecipient() : DefaultFaultlogRecipient());
+  return kind == DataKind::Ppc ? PpcRecipient(registry_) : FaultlogRecipient(registry_);
 }
 
 bool MailSettingsCheck::ServerOrSenderMissing() const {
@@ -84,10 +74,7 @@ std::string_view MailSettingsCheck::FirstMissing() const {
 
 /// Returns whether the settings are stored with the defaults; a failure is logged.
 bool MailSettingsCheck::FillInDefaults() {
-  const bool port = FillIn(settings_.SMTPPort, DefaultSmtpPort);
-  const bool tries = FillIn(settings_.TryCount, DefaultTryCount);
-  const bool timeout = FillIn(settings_.Timeout, DefaultTimeoutSeconds);
-  const std::string problem = port || tries || timeout ? store_.Save(settings_) : "";
+  const std::string problem = FillInNumberDefaults(settings_) ? store_.Save(settings_) : "";
   if (!problem.empty()) log_.WriteLog("The mail settings were not saved: " + problem, LogCategory::Error);
   return problem.empty();
 }

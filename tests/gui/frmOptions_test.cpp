@@ -4,7 +4,7 @@
 #include <QComboBox>
 #include <set>
 
-#include "environment/DefaultRecipients.h"
+#include "environment/Recipients.h"
 #include "environment/RegistryKeys.h"
 #include "platform/IniFile.h"
 

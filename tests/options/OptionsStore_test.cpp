@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "environment/DefaultRecipients.h"
 #include "environment/EditWinReg.h"
+#include "environment/Recipients.h"
 #include "platform/IniFile.h"
 #include "platform/SqliteKeyStore.h"
 #include "support/TempFolder.h"

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "environment/DefaultRecipients.h"
+#include "environment/Recipients.h"
 #include "environment/RegistryKeys.h"
 #include "support/OutboxParts.h"
 

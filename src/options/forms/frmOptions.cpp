@@ -7,18 +7,16 @@
 #include <functional>
 
 #include "common/Limits.h"
-#include "common/Numbers.h"
+#include "common/MailServer.h"
 #include "common/Text.h"
 #include "common/forms/WidgetFileChoice.h"
 #include "common/forms/WidgetNumberValidator.h"
 #include "common/forms/WidgetText.h"
+#include "environment/SettingValues.h"
 #include "ui_frmOptions.h"
 
 namespace fieldpost {
 namespace {
-
-/// The values of TlsMode, in the order of the entries of its box.
-constexpr std::array<std::string_view, 3> TlsModes{"auto", "required", "none"};
 
 /// Disables the dialog and shows the busy pointer for its lifetime.
 class BusyDialog {
@@ -103,9 +101,10 @@ void frmOptions::SetUpBoxes() {
                      {ui_->chkFault, &MailSettings::SendFault},
                      {ui_->chkPPC, &MailSettings::SendPPC},
                      {ui_->ChkMailSetup, &MailSettings::UseDefaultMailSetup}}};
-  numberBoxes_ = {{{ui_->txtSMTPport, DefaultSmtpPort, MaxSmtpPort, {}},
-                   {ui_->txtTryCont, DefaultTryCount, MaxTryCount, {}},
-                   {ui_->txtTimeout, DefaultTimeoutSeconds, MaxTimeoutSeconds, {}}}};
+  const MailServer byDefault;
+  numberBoxes_ = {{{ui_->txtSMTPport, byDefault.port, MaxSmtpPort, {}},
+                   {ui_->txtTryCont, byDefault.tryCount, MaxTryCount, {}},
+                   {ui_->txtTimeout, byDefault.timeoutSeconds, MaxTimeoutSeconds, {}}}};
   for (const NumberBox& number : numberBoxes_) {
     number.box->setValidator(new WidgetNumberValidator(1, number.highest, number.box));
   }
@@ -183,13 +182,10 @@ void frmOptions::ShowValues() {
   ui_->ChkMailSetup->setChecked(false);
   for (const auto& [box, setting] : settingBoxes_) box->setText(ToQt(settings.*setting));
   for (const auto& [box, setting] : settingChecks_) {
-    box->setChecked(EqualNoCase(settings.*setting, CheckedText));
+    box->setChecked(IsChecked(settings.*setting));
   }
-  const int lastChoice = ui_->CmbNumAttachments->count() - 1;
-  ui_->CmbNumAttachments->setCurrentIndex(NumberOr(settings.NumAttachments, 0, lastChoice, 0));
-  const auto isMode = [&](std::string_view mode) { return EqualNoCase(mode, Trimmed(settings.TlsMode)); };
-  const auto* const mode = std::ranges::find_if(TlsModes, isMode);
-  ui_->CmbTlsMode->setCurrentIndex(mode == TlsModes.end() ? 0 : static_cast<int>(mode - TlsModes.begin()));
+  ui_->CmbNumAttachments->setCurrentIndex(AttachmentsChoice(settings));
+  ui_->CmbTlsMode->setCurrentIndex(static_cast<int>(TlsModeFrom(settings.TlsMode)));
   ui_->txtFaultMailAddress->setText(ToQt(loaded_.faultlogRecipient));
   ui_->txtPPCMailAddress->setText(ToQt(loaded_.ppcRecipient));
 }
@@ -202,7 +198,7 @@ OptionsValues frmOptions::ShownValues() const {
     settings.*setting = box->isChecked() ? CheckedText : UncheckedText;
   }
   settings.NumAttachments = std::to_string(ui_->CmbNumAttachments->currentIndex());
-  settings.TlsMode = TlsModes.at(static_cast<std::size_t>(ui_->CmbTlsMode->currentIndex()));
+  settings.TlsMode = TlsModeNames.at(static_cast<std::size_t>(ui_->CmbTlsMode->currentIndex()));
   shown.faultlogRecipient = TextOf(*ui_->txtFaultMailAddress, shown.faultlogRecipient);
   shown.ppcRecipient = TextOf(*ui_->txtPPCMailAddress, shown.ppcRecipient);
   for (std::string* pasted : {&settings.SMTPServer, &settings.SenderAddress, &settings.MailHostName,
@@ -281,7 +277,7 @@ void frmOptions::ShowDriveProblem(const std::string& problem) {
 void frmOptions::UseDefaultNumbers(bool byDefault) {
   for (NumberBox& number : numberBoxes_) {
     if (byDefault) number.own = number.box->text();
-    number.box->setText(byDefault ? ToQt(number.byDefault) : number.own);
+    number.box->setText(byDefault ? QString::number(number.byDefault) : number.own);
     number.box->setEnabled(!byDefault);
   }
 }

@@ -69,7 +69,7 @@ class frmOptions final : public QDialog {
   /// A number with a default, and the user's own number, which its box shows while the default is not chosen.
   struct NumberBox {
     QLineEdit* box;
-    std::string_view byDefault;
+    int byDefault;
     int highest;
     QString own;
   };
