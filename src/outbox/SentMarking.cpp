@@ -39,7 +39,7 @@ void SentMarking::NoteSent(const SentDocuments& sent) {
   if (sent.empty()) return;
   try {
     journal_.Write(JournalFolder(), sent);
-  } catch (const FileError& error) {
+  } catch (const std::exception& error) {
     run_.log.WriteLog(error.what(), LogCategory::Error);
   }
 }

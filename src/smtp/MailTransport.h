@@ -43,7 +43,7 @@ class MailTransport {
   virtual ~MailTransport() = default;
 
   /// Sends one mail. `onAccepted` is called as soon as the server has accepted the data, before anything else
-  /// is done; a mail stays accepted whatever happens to the connection then. Never throws.
+  /// is done, and reports its own failures; a mail stays accepted whatever happens then. Never throws.
   [[nodiscard]] virtual MailOutcome Send(const MailServer& server, const Mail& mail,
                                          const std::function<void()>& onAccepted) = 0;
 };

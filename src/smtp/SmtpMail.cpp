@@ -106,8 +106,12 @@ std::string SmtpMail::Deliver(const MailServer& server, const Mail& mail,
   MimeMessage message(files_, mail);
   const std::unique_ptr<SmtpConnection> connection = Connect(server);
   std::string reply = Submit(*connection, mail, message);
-  accepted();
-  connection->Quit();
+  try {
+    accepted();
+    connection->Quit();
+  } catch (const std::exception&) {
+    // The server has the mail: reported as failed, it would be sent twice.
+  }
   return reply;
 }
 
