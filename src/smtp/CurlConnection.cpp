@@ -17,7 +17,9 @@ CurlConnection::CurlConnection(const MailServer& server, TlsPlan plan, SmtpLogin
   SetUpLogin(server);
   SetUpTls(server, plan);
   SetUpCallbacks();
-  ::curl_multi_add_handle(multi_.get(), easy_.get());
+  if (const CURLMcode code = ::curl_multi_add_handle(multi_.get(), easy_.get()); code != CURLM_OK) {
+    throw SmtpError(CURLE_FAILED_INIT, ::curl_multi_strerror(code), false);
+  }
 }
 
 CurlConnection::~CurlConnection() {
@@ -145,8 +147,10 @@ std::optional<std::size_t> CurlConnection::Receive(std::span<char> buffer) {
 
 void CurlConnection::Wait(short events, std::chrono::milliseconds limit) {
   curl_waitfd extra{.fd = socket_, .events = events, .revents = 0};
-  ::curl_multi_poll(multi_.get(), events == 0 ? nullptr : &extra, events == 0 ? 0 : 1,
-                    static_cast<int>(limit.count()), nullptr);
+  const CURLMcode code = ::curl_multi_poll(multi_.get(), events == 0 ? nullptr : &extra, events == 0 ? 0 : 1,
+                                           static_cast<int>(limit.count()), nullptr);
+  // Without a wait, the caller would repeat its question until the timeout.
+  if (code != CURLM_OK) throw SmtpError(CURLE_RECV_ERROR, ::curl_multi_strerror(code), false);
 }
 
 std::string CurlConnection::PeerAddress() const {

@@ -104,7 +104,8 @@ TEST_F(CurlConnectionTest, FailsTheMailWhenLibcurlFails) {
       {"220 ready\r\n", "250 hello\r\n", "250 sender\r\n", "250 recipient\r\n", "354 go on\r\n"});
   server.port = scripted.Port();
   for (const auto& [call, number] : {std::pair{"curl_multi_init", 27}, std::pair{"curl_easy_init", 27},
-                                     std::pair{"curl_easy_setopt", 27}, std::pair{"curl_multi_perform", 2}}) {
+                                     std::pair{"curl_easy_setopt", 27}, std::pair{"curl_multi_add_handle", 2},
+                                     std::pair{"curl_multi_perform", 2}, std::pair{"curl_multi_poll", 56}}) {
     const FailingCall failing(call, ENOMEM);
     EXPECT_FALSE(Send()) << call;
     EXPECT_EQ(failing.Failures(), 1) << call;
