@@ -82,10 +82,12 @@ void StagedArchive::RollBack() noexcept {
 }
 
 void RemoveStaged(FileSystem& files, std::span<const FilingJournal::Staged> staged) noexcept {
-  try {
-    for (const FilingJournal::Staged& file : staged) files.Remove(file.temporary);
-  } catch (const std::exception&) {
-    // The next run removes what is left: without a journal it means nothing.
+  for (const FilingJournal::Staged& file : staged) {
+    try {
+      files.Remove(file.temporary);
+    } catch (const std::exception&) {
+      // The next run removes what is left: without a journal it means nothing.
+    }
   }
 }
 

@@ -84,6 +84,15 @@ void WriteExport(FileSystem& files, const std::vector<fs::path>& database, const
   target.Finish();
 }
 
+/// The error that led here is the one to report.
+void RemoveUnfinished(FileSystem& files, const fs::path& file) noexcept {
+  try {
+    if (files.Exists(file)) files.Remove(file);
+  } catch (const std::exception&) {
+    // The next export replaces it.
+  }
+}
+
 }  // namespace
 
 bool ExportPpcDatabase(FileSystem& files, std::string_view pattern, const fs::path& output,
@@ -97,7 +106,7 @@ bool ExportPpcDatabase(FileSystem& files, std::string_view pattern, const fs::pa
     files.Rename(temporary, output);
     return true;
   } catch (const std::exception&) {
-    if (files.Exists(temporary)) files.Remove(temporary);
+    RemoveUnfinished(files, temporary);
     throw;
   }
 }

@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+
 #include "support/BatchSite.h"
+#include "support/FailingCall.h"
 
 namespace fieldpost {
 namespace {
@@ -69,6 +72,21 @@ TEST(FilingBatch, RollsBackWhatWasNotFinished) {
   }
   EXPECT_THAT(site.Left(), IsEmpty());
   EXPECT_TRUE(fs::exists(source));
+}
+
+TEST(FilingBatch, RollsBackTheOthersWhenOneStagedFileCannotBeRemoved) {
+  BatchSite site;
+  {
+    FilingBatch batch = site.Batch();
+    site.Add(batch, "a.xml", "1");
+    site.Add(batch, "b.xml", "2");
+    site.Add(batch, "c.xml", "3");
+    EXPECT_EQ(site.Left().size(), 3U);
+    const test::FailingCall failing("unlink", EACCES);
+    batch.RollBack();
+    EXPECT_EQ(failing.Failures(), 1);
+  }
+  EXPECT_EQ(site.Left().size(), 1U);
 }
 
 TEST(FilingBatch, ForgetsWhatWasRolledBack) {

@@ -2,7 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
+
 #include "ppc/PpcError.h"
+#include "support/FailingCall.h"
 #include "support/Ppc.h"
 
 namespace fieldpost {
@@ -121,6 +124,15 @@ TEST(ExportPPCData, FailsWhenTheLibraryIsUnusable) {
   ModAttachment database(site.files, site.program.paths, site.program.registry, library);
   EXPECT_THROW(database.ExportPPCData(site.display), PpcError);
   EXPECT_FALSE(fs::exists(database.ExportFile()));
+}
+
+TEST(ExportPpcDatabase, NamesTheMalformedFileAlsoWhenTheUnfinishedExportCannotBeRemoved) {
+  PpcSite site;
+  site.Database("a.xml", "<R><PPCentry>");
+  constexpr int removedBefore = 2;  // an earlier export, and an unfinished one
+  const test::FailingCall failing("unlink", EACCES, removedBefore);
+  EXPECT_THAT(Fault(site), HasSubstr("a.xml: line 1: the document ends too early"));
+  EXPECT_EQ(failing.Failures(), 1);
 }
 
 TEST(ExportPpcDatabase, CollectsTheEntriesOfAllFiles) {
