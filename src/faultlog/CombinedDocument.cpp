@@ -28,11 +28,17 @@ void RemoveWrapper(std::string& text) {
   text.erase(0, begin + (breaks ? LineBreak.size() : 0));
 }
 
-/// A single element is the root of its document.
+/// Several elements get a common root.
+void AddCommonRoot(std::string& elements) {
+  elements.insert(0, fmt::format("{}{}>{}", Declaration, UnsentStartTag(CommonRootName), LineBreak));
+  elements += fmt::format("{}</{}>{}", LineBreak, CommonRootName, LineBreak);
+}
+
+/// A single element is the root of its document, unless it has a mode that cannot be changed.
 void MakeRootOfElement(std::string& element) {
   if (RootAttribute(element, ModeAttribute)) {
     XmlDocument document;
-    document.Load(element);
+    if (!document.Load(element)) return AddCommonRoot(element);
     document.Root().SetAttribute(ModeAttribute, NotSentMode);
     element = fmt::format("{}{}", Declaration, document.Root().Xml());
   } else {
@@ -41,12 +47,6 @@ void MakeRootOfElement(std::string& element) {
                     fmt::format("{}{}", Declaration, UnsentStartTag(element.substr(1, nameEnd - 1))));
   }
   element += LineBreak;
-}
-
-/// Several elements get a common root.
-void AddCommonRoot(std::string& elements) {
-  elements.insert(0, fmt::format("{}{}>{}", Declaration, UnsentStartTag(CommonRootName), LineBreak));
-  elements += fmt::format("{}</{}>{}", LineBreak, CommonRootName, LineBreak);
 }
 
 /// Makes a document of elements that no builder has counted.

@@ -45,7 +45,8 @@ class SendLoop {
   [[nodiscard]] bool FinishInterruptedSend();
 
   /// Collects the waiting documents of the Process folder and of `PendingFiles`, each once, and sends them;
-  /// then empties `PendingFiles`. Returns false when something failed; that nothing waits is not a failure.
+  /// empties `PendingFiles` when they were mailed. Returns false when something failed; that nothing waits is
+  /// not a failure.
   [[nodiscard]] bool SendQueuedFaultlogs();
 
   /// Packs a shipment when the settings ask for it, sends and finishes it. Without attachments it sends

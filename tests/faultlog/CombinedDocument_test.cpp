@@ -53,6 +53,14 @@ TEST(CombinedDocument, OfOneElementReplacesTheModeOfThatElement) {
   EXPECT_THAT(gathering.documents.front(), HasSubstr("\r\n<FLFILE Mode=\"Not Sent\"><PRODCODE/>"));
 }
 
+TEST(DocumentFromClosedText, GivesAnElementACommonRootWhenItsModeCannotBeChanged) {
+  std::string tooDeep;
+  for (int level = 0; level < 300; ++level) tooDeep = "<a>" + tooDeep + "</a>";
+  tooDeep = "<FLFILE Mode='Sent'>" + tooDeep + "</FLFILE>";
+  EXPECT_EQ(DocumentFromClosedText({.text = tooDeep, .elementCount = 1}).text,
+            "<?xml version=\"1.0\"?>\r\n<FLFILES Mode=\"Not Sent\">\r\n" + tooDeep + "\r\n</FLFILES>\r\n");
+}
+
 TEST(CombinedDocument, OfSeveralElementsHasACommonRootOnItsSecondLine) {
   Gathering gathering;
   gathering.Append(Empty);
