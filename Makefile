@@ -1,4 +1,4 @@
-# A thin face for the CMake presets: `make` builds the programs, `make run` shows them at work on a sample site,
+# Short commands for the CMake presets: `make` builds the programs, `make run` shows them at work on a sample site,
 # `make window` opens the window there, `make test` builds and runs every test.
 
 BUILD := build
@@ -8,8 +8,8 @@ JOBS := $(shell nproc)
 QT_OWNS := -cppcoreguidelines-owning-memory,-clang-analyzer-cplusplus.NewDeleteLeaks
 # How long each fuzz target runs.
 SECONDS := 60
-# Tests of thousands of states, which go the same few ways through the program again and again. An instrumented
-# program takes many times as long for each; they are left to `make test`.
+# The crash sweeps: tests of thousands of states that run the same code again and again. An instrumented program takes
+# many times as long for each, so only `make test` runs them.
 SWEEPS := ^crash\.(fault_sweep|flush_cost|full_disk|kill_sweep|power_cut|server_sweep)$$
 # NO_SKIPS=1: a test that is skipped, because the machine refuses what it needs, is a failure.
 RUN_CTEST = $(PYTHON) tests/tools/run_ctest.py --jobs $(JOBS) $(if $(NO_SKIPS),--no-skips)
@@ -36,11 +36,11 @@ window: all
 test-build: configure
 	@cmake --build --preset release -j$(JOBS)
 
-# It closes with what the crash tests have swept and measured, and with the counts.
+# Prints the figures of the crash tests and the counts.
 test: test-build
 	@$(RUN_CTEST) release $(BUILD) --figures crash
 
-# Every test once more, in a build that ends with a report at any misuse of memory or undefined behaviour.
+# All tests but the crash sweeps, in a build that ends with a report at any misuse of memory or undefined behaviour.
 sanitize-build: packages
 	@cmake --preset asan $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset asan -j$(JOBS)
@@ -52,12 +52,12 @@ fuzz-build: packages
 	@cmake --preset fuzz $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset fuzz -j$(JOBS)
 
-# SECONDS=30 lets each target run for 30 seconds; SEED=1 begins with the same inputs each time. What is found stays
-# under build/fuzz.
+# SECONDS=30 runs each target for 30 seconds; SEED=1 begins with the same inputs each time. Failing inputs stay under
+# build/fuzz.
 fuzz: fuzz-build
 	@$(PYTHON) tests/fuzz/run_fuzzers.py $(BUILD)/fuzz/fuzz $(SECONDS) $(if $(SEED),--seed $(SEED))
 
-# QUICK=1 takes small sizes alone; BENCH_DIR=/dev/shm/bench puts the files into another folder.
+# QUICK=1 runs small sizes only; BENCH_DIR=/dev/shm/bench puts the files into another folder.
 bench: all
 	@cmake --build --preset release -j$(JOBS) --target benchmarks
 	@$(PYTHON) tests/bench/run_benchmarks.py $(if $(QUICK),--quick) $(if $(BENCH_DIR),--folder $(BENCH_DIR))
@@ -68,7 +68,7 @@ coverage: packages
 	@cmake --build --preset coverage -j$(JOBS)
 	@$(PYTHON) tests/coverage/run_coverage.py $(BUILD)/coverage
 
-# ONLY=faultlog takes the sources whose path holds this word alone. A run that was ended is gone on with.
+# ONLY=faultlog mutates only sources whose path contains this word. An interrupted run is resumed.
 mutants: packages
 	@tools/install-packages python3-clang
 	@$(PYTHON) tests/mutants/mutants.py $(if $(ONLY),--only $(ONLY))

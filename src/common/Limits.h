@@ -81,7 +81,7 @@ inline constexpr std::size_t MaxArchiveDateBytes = 65'536;
 
 /// An INI file: the program's options, or the suite's settings.
 inline constexpr std::uint64_t MaxIniFileBytes = std::uint64_t{2} * 1024 * 1024;
-/// A value in an INI file; the rest is cut off.
+/// A value in Faultlog.ini; the rest is cut off.
 inline constexpr std::size_t MaxIniValueCharacters = 255;
 /// The stored list of Latest folders.
 inline constexpr std::uint64_t MaxLatestListBytes = std::uint64_t{4} * 1024 * 1024;

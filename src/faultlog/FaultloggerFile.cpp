@@ -33,7 +33,7 @@ bool FaultloggerFile::Load(std::string_view bytes) {
 /// Setting the mode would remove such elements.
 bool FaultloggerFile::HasRecordInsideMode() const {
   return std::any_of(modes_.begin(), modes_.end(),
-                     [](const XmlElement& mode) { return mode.Holds(RecordNames); });
+                     [](const XmlElement& mode) { return mode.Contains(RecordNames); });
 }
 
 bool FaultloggerFile::IsComplete() const {

@@ -12,8 +12,8 @@
 
 namespace fieldpost {
 
-/// Follows the elements of a document and knows which namespaces are declared. The time for an element
-/// depends on its own declarations alone.
+/// Keeps the namespaces declared at the current element of a document. The time for an element depends only
+/// on its own declarations.
 class NamespaceScopes {
  public:
   /// Opens an element with these declarations of its own.

@@ -12,7 +12,8 @@ using namespace std::string_view_literals;
 
 constexpr std::size_t BlockBytes = 65536;
 
-/// Returns which UTF-16 it is, by the mark or by the zero byte beside the first "<"; empty when it is none.
+/// Returns "UTF-16LE" or "UTF-16BE" by the mark or by the zero byte beside the first "<"; empty for any other
+/// encoding.
 std::string_view Utf16Kind(std::string_view beginning) {
   if (beginning.starts_with("\xFF\xFE"sv) || beginning.starts_with("<\0"sv)) return "UTF-16LE";
   if (beginning.starts_with("\xFE\xFF"sv) || beginning.starts_with("\0<"sv)) return "UTF-16BE";

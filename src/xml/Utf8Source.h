@@ -11,7 +11,7 @@
 namespace fieldpost {
 
 /// Reads a file from front to back as UTF-8, in pieces of some 64 KB. Its encoding is that of its byte order
-/// mark, else the declared one, else UTF-8; the mark is left out.
+/// mark, else the declared one, else UTF-8; the mark is skipped.
 class Utf8Source {
  public:
   explicit Utf8Source(std::unique_ptr<FileReader> reader);

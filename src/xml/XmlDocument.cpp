@@ -13,6 +13,7 @@
 #include "common/Limits.h"
 #include "common/Text.h"
 #include "xml/LibXml.h"
+#include "xml/QuietLibXml.h"
 #include "xml/XmlEncoding.h"
 #include "xml/XmlError.h"
 
@@ -24,9 +25,8 @@ struct FreeText {
 };
 using XmlText = std::unique_ptr<xmlChar, FreeText>;
 
-/// A document gathered of files that were each within the limits has all their names, and its root a `Mode`
-/// besides.
-constexpr XmlLimits GatheredLimits = {
+/// Limits of a combined document: it has the names of all its files, and its root has a `Mode` in addition.
+constexpr XmlLimits CombinedLimits = {
     .depth = XmlLimits::Unlimited, .attributes = MaxXmlAttributes + 1, .names = XmlLimits::Unlimited};
 
 const xmlChar* ToXml(const std::string& text) {
@@ -46,8 +46,8 @@ struct RootAttributes final : XmlHandler {
   std::map<std::string, std::string, std::less<>> values;
 };
 
-/// The node after `node` in document order; `depth` follows it, and is negative above the level that it
-/// counts from.
+/// Returns the next node in document order. Updates `depth`, which is relative to the first node and becomes
+/// negative above it.
 xmlNode* NextInDocument(xmlNode* node, std::ptrdiff_t& depth) {
   if (node->type == XML_ELEMENT_NODE && node->children != nullptr) {
     ++depth;
@@ -61,7 +61,8 @@ xmlNode* NextInDocument(xmlNode* node, std::ptrdiff_t& depth) {
   return node == nullptr ? nullptr : node->next;
 }
 
-/// Whether `node` is an element without a prefix and with one of these names; `place` is set to which.
+/// Whether `node` is an element without a prefix and with one of these names; sets `place` to the index of
+/// the name.
 bool IsNamed(const xmlNode* node, std::span<const std::string_view> names, std::size_t& place) {
   if (node->type != XML_ELEMENT_NODE) return false;
   if (node->ns != nullptr && node->ns->prefix != nullptr) return false;
@@ -123,7 +124,7 @@ std::string XmlElement::Text() const {
   return std::string(Trimmed(FromXml(content.get())));
 }
 
-bool XmlElement::Holds(std::span<const std::string_view> names) const {
+bool XmlElement::Contains(std::span<const std::string_view> names) const {
   std::size_t place = 0;
   std::ptrdiff_t depth = 1;
   for (xmlNode* node = node_->children; node != nullptr && depth > 0; node = NextInDocument(node, depth)) {
@@ -164,14 +165,11 @@ void XmlElement::AppendCopyOf(const XmlElement& element) {
 }
 
 std::string XmlElement::Xml() const {
+  const QuietLibXml quiet;
   DeclareNamespacesFromAbove(node_);
   std::string result;
   AppendNode(node_, result);
   return result;
-}
-
-void XmlDocument::Free::operator()(_xmlDoc* document) const {
-  xmlFreeDoc(document);
 }
 
 bool XmlDocument::Load(std::string_view bytes, const XmlLimits& limits) {
@@ -181,7 +179,7 @@ bool XmlDocument::Load(std::string_view bytes, const XmlLimits& limits) {
     if (bytes.empty()) throw XmlError("the file is empty");
     XmlStreamReader reader(limits);
     reader.Finish(bytes);
-    document_.reset(reader.TakeTree());
+    document_ = reader.TakeTree();
     Tidy(limits.depth);
     ChooseEncoding();
     return true;
@@ -192,7 +190,8 @@ bool XmlDocument::Load(std::string_view bytes, const XmlLimits& limits) {
   }
 }
 
-/// The depth is checked once more: the elements that an entity stands for were copied into place.
+/// Removes blank texts and escapes the namespace names. Checks the depth again, because libxml2 copies an
+/// entity's elements into the tree.
 void XmlDocument::Tidy(std::size_t maxDepth) {
   std::ptrdiff_t depth = 1;
   for (xmlNode* node = xmlDocGetRootElement(document_.get()); node != nullptr;) {
@@ -243,6 +242,7 @@ std::string XmlDocument::Xml() const {
 }
 
 std::string XmlDocument::Xml(std::string_view rootXml) const {
+  const QuietLibXml quiet;
   std::string result;
   if (!IsUtf8()) {
     const char* const encoding = reinterpret_cast<const char*>(document_->encoding);
@@ -270,7 +270,7 @@ std::string XmlDocument::Xml(std::string_view rootXml) const {
 
 bool IsWellFormedXml(std::string_view bytes) {
   XmlHandler ignoresAll;
-  XmlStreamReader reader(ignoresAll, {.limits = GatheredLimits, .texts = false, .attributes = false});
+  XmlStreamReader reader(ignoresAll, {.limits = CombinedLimits, .texts = false, .attributes = false});
   try {
     reader.Finish(bytes);
     return true;
@@ -282,7 +282,7 @@ bool IsWellFormedXml(std::string_view bytes) {
 std::optional<std::string> RootAttribute(std::string_view bytes, std::string_view name) {
   constexpr std::size_t pieceBytes = 1024;
   RootAttributes root;
-  XmlStreamReader reader(root, {.limits = GatheredLimits, .texts = false});
+  XmlStreamReader reader(root, {.limits = CombinedLimits, .texts = false});
   try {
     for (; !root.wasRead && !bytes.empty(); bytes.remove_prefix(std::min(pieceBytes, bytes.size()))) {
       reader.Feed(bytes.substr(0, pieceBytes));

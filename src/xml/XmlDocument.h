@@ -24,8 +24,8 @@ class XmlElement {
   /// Returns the text of the element and of those within it: references replaced, white space trimmed.
   [[nodiscard]] std::string Text() const;
 
-  /// Whether the element contains one of these names without a prefix, at any depth.
-  [[nodiscard]] bool Holds(std::span<const std::string_view> names) const;
+  /// Whether the element contains an element of one of these names without a prefix, at any depth.
+  [[nodiscard]] bool Contains(std::span<const std::string_view> names) const;
 
   /// Replaces the content by a text. Elements within it must not be used any more.
   void SetText(std::string_view text);
@@ -53,8 +53,8 @@ class XmlElement {
   _xmlNode* node_;
 };
 
-/// Loads and holds a document as a tree. Text of white space alone is not kept, unless xml:space="preserve";
-/// entities are replaced; nothing outside the document is ever opened.
+/// Loads a document and keeps it as a tree. Text of white space alone is not kept, unless
+/// xml:space="preserve"; entities are replaced; nothing outside the document is ever opened.
 class XmlDocument {
  public:
   /// Loads a document from its bytes, in the encoding that they declare. False when it is not well-formed or
@@ -80,24 +80,20 @@ class XmlDocument {
   /// for that one. Characters that the encoding lacks are written as character references.
   [[nodiscard]] std::string Xml() const;
 
-  /// As Xml(), for a caller that has the root's Xml() at hand; saves writing it again.
+  /// Returns the same bytes as Xml(). `rootXml` is the root's Xml(), which then is not written once more.
   [[nodiscard]] std::string Xml(std::string_view rootXml) const;
 
  private:
-  struct Free {
-    void operator()(_xmlDoc* document) const;
-  };
-
   void Tidy(std::size_t maxDepth);
   void ChooseEncoding();
   [[nodiscard]] bool IsUtf8() const;
 
-  std::unique_ptr<_xmlDoc, Free> document_;
+  LibXmlTree document_;
   std::string reason_;
 };
 
 /// Whether bytes are a well-formed document, without building a tree. Depth and the number of names are not
-/// limited, as a document gathered of many files may exceed these limits.
+/// limited, because a combined document may exceed these limits.
 [[nodiscard]] bool IsWellFormedXml(std::string_view bytes);
 
 /// Returns an attribute, without a prefix, of the root element of a document that begins with `bytes`.

@@ -2,15 +2,14 @@
 
 #include <fmt/format.h>
 #include <libxml/encoding.h>
-#include <libxml/globals.h>
 #include <libxml/tree.h>
-#include <libxml/xmlerror.h>
 
 #include <algorithm>
 #include <array>
 #include <new>
 
 #include "common/Text.h"
+#include "xml/QuietLibXml.h"
 #include "xml/XmlError.h"
 
 namespace fieldpost {
@@ -37,21 +36,6 @@ std::string_view Content(const _xmlBuffer* buffer) {
           static_cast<std::size_t>(xmlBufferLength(buffer))};
 }
 
-/// Keeps libxml2 from writing errors to standard error, which are thrown here.
-class Quiet {
- public:
-  Quiet() { xmlSetStructuredErrorFunc(nullptr, Ignore); }
-  Quiet(const Quiet&) = delete;
-  Quiet& operator=(const Quiet&) = delete;
-  ~Quiet() { xmlSetStructuredErrorFunc(context_, function_); }
-
- private:
-  static void Ignore(void*, xmlError*) {}
-
-  xmlStructuredErrorFunc function_ = xmlStructuredError;
-  void* context_ = xmlStructuredErrorContext;
-};
-
 bool IsBlank(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
@@ -62,7 +46,7 @@ std::string AllAscii() {
   return text;
 }
 
-/// Returns a UTF-8 text as the encoding has it, as far as it can be written.
+/// Converts UTF-8 to the encoding, up to the first character that cannot be converted.
 std::string Written(xmlCharEncodingHandler* handler, std::string_view utf8) {
   const Buffer in = NewBuffer();
   const Buffer out = NewBuffer();
@@ -76,8 +60,9 @@ bool KeepsAscii(xmlCharEncodingHandler* handler) {
   return Written(handler, ascii) == ascii;
 }
 
-/// Tests it with a character that hardly any encoding has.
-bool RefersToWhatItLacks(xmlCharEncodingHandler* handler) {
+/// Whether a character that the encoding lacks becomes a reference to it. Tested with a character that hardly
+/// any encoding has.
+bool WritesReferences(xmlCharEncodingHandler* handler) {
   const std::string written = Written(handler, "\xF4\x8F\xBF\xBDz");
   return written == "&#1114109;z" || written.find('&') == std::string::npos;
 }
@@ -99,11 +84,13 @@ std::string DeclaredEncoding(std::string_view beginning) {
 
 bool CanHoldAnyText(const std::string& encoding) {
   if (EqualNoCase(std::string_view(encoding).substr(0, 6), "UTF-16")) return true;
+  const QuietLibXml quiet;
   const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
-  return handler && KeepsAscii(handler.get()) && RefersToWhatItLacks(handler.get());
+  return handler && KeepsAscii(handler.get()) && WritesReferences(handler.get());
 }
 
 bool CanBeWrittenInPieces(const std::string& encoding) {
+  const QuietLibXml quiet;
   const Handler handler(xmlFindCharEncodingHandler(encoding.c_str()));
   return handler && std::ranges::all_of(std::array{"<", "\u00E9", "\u65E5", "\uD55C"}, [&](const char* text) {
            const std::string first = Written(handler.get(), text);
@@ -121,6 +108,7 @@ void CloseXmlEncoding::operator()(xmlCharEncodingHandler* handler) const {
 
 XmlEncoding::XmlEncoding(const std::string& name) : name_(name) {
   if (name.empty() || EqualNoCase(name, "UTF-8") || EqualNoCase(name, "UTF8")) return;
+  const QuietLibXml quiet;
   handler_.reset(xmlFindCharEncodingHandler(name.c_str()));
   if (!handler_) throw XmlError(fmt::format("unknown encoding \"{}\"", EscapeControls(name)));
   if (!CanBeWrittenInPieces(name))
@@ -133,7 +121,7 @@ std::string_view XmlEncoding::ToUtf8(std::string_view bytes) {
   if (IsUtf8()) return bytes;
   xmlBufferEmpty(out_.get());
   Add(in_.get(), bytes);
-  const Quiet quiet;
+  const QuietLibXml quiet;
   for (;;) {
     const int before = xmlBufferLength(in_.get());
     if (before == 0) break;
@@ -158,7 +146,7 @@ void XmlEncoding::AppendTo(std::string& target, std::string_view utf8) {
   xmlBufferEmpty(in_.get());
   xmlBufferEmpty(out_.get());
   Add(in_.get(), utf8);
-  const Quiet quiet;
+  const QuietLibXml quiet;
   for (int before = xmlBufferLength(in_.get()); before > 0;) {
     static_cast<void>(xmlCharEncOutFunc(handler_.get(), out_.get(), in_.get()));
     const int left = xmlBufferLength(in_.get());

@@ -27,8 +27,8 @@ std::string DeclaredEncoding(std::string_view beginning);
 /// another one. False for an unknown encoding.
 [[nodiscard]] bool CanHoldAnyText(const std::string& encoding);
 
-/// Whether a text is written as the same bytes wherever it stands. False for UTF-7 and the encodings of ISO
-/// 2022, where the bytes depend on what was written before, and for an unknown encoding.
+/// Whether the encoding is stateless: equal texts have equal bytes at every position. False for UTF-7 and the
+/// encodings of ISO 2022, where the bytes depend on the text before, and for an unknown encoding.
 [[nodiscard]] bool CanBeWrittenInPieces(const std::string& encoding);
 
 /// Converts text between one encoding and UTF-8, piece by piece.
@@ -41,7 +41,7 @@ class XmlEncoding {
   XmlEncoding& operator=(const XmlEncoding&) = delete;
   ~XmlEncoding() = default;
 
-  /// Whether nothing is to be converted, as the encoding is UTF-8.
+  /// Whether the encoding is UTF-8, so that nothing is converted.
   [[nodiscard]] bool IsUtf8() const { return handler_ == nullptr; }
 
   /// Returns the next bytes as UTF-8, valid until the next call. A character cut off at the end is kept for

@@ -19,7 +19,7 @@ struct XmlAttribute {
   std::string_view value;
 };
 
-/// The start tag of an element. All views end with the call that hands it over.
+/// The start tag of an element. All views are valid only during the call of StartElement.
 struct XmlStartTag {
   std::string_view prefix;  ///< empty when there is none, and when names are read as written
   std::string_view name;
@@ -27,8 +27,8 @@ struct XmlStartTag {
   std::span<const XmlNamespace> namespaces;  ///< declared by this tag; empty when names are read as written
 };
 
-/// Receives what XmlStreamReader reads, in document order, in UTF-8. A handler overrides what it needs; it
-/// may throw, which ends the reading, and the reader's caller gets the exception.
+/// Receives the events of XmlStreamReader in document order, in UTF-8. A handler overrides the functions that
+/// it needs. It may throw, which ends the reading; the reader's caller gets the exception.
 class XmlHandler {
  public:
   XmlHandler() = default;

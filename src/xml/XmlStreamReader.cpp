@@ -12,6 +12,7 @@
 #include "common/Limits.h"
 #include "common/Text.h"
 #include "xml/LibXml.h"
+#include "xml/QuietLibXml.h"
 #include "xml/XmlError.h"
 
 namespace fieldpost {
@@ -22,21 +23,21 @@ using Names = XmlReadOptions::Names;
 
 constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPACT | XML_PARSE_NOERROR |
                              XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
-/// What is fed is passed on in pieces, between which an unclosed tag is looked at.
+/// Input is passed to libxml2 in pieces; between two pieces an unclosed tag is checked.
 constexpr std::size_t PieceBytes = 8192;
 constexpr std::size_t LastPieceBytes = 32768;
 constexpr std::string_view DeclaresPrefix = "xmlns:";
 
-/// Whether a stretch without "<" has more than `most` "=". Only there can be a tag with as many attributes.
-bool HasCrowdedStretch(std::string_view text, std::size_t most) {
-  std::size_t signs = 0;
+/// Whether more than `most` "=" stand between two "<". Only then can a tag have more than `most` attributes.
+bool MayExceedAttributes(std::string_view text, std::size_t most) {
+  std::size_t equalsSigns = 0;
   return std::any_of(text.begin(), text.end(), [&](char c) {
-    if (c == '<') signs = 0;
-    return c == '=' && ++signs > most;
+    if (c == '<') equalsSigns = 0;
+    return c == '=' && ++equalsSigns > most;
   });
 }
 
-/// What a copy of nodes, and of those below them, is made of.
+/// Counts the nodes and text bytes of a subtree.
 struct Measure {
   std::size_t nodes = 0;
   std::size_t bytes = 0;
@@ -54,11 +55,7 @@ struct Measure {
   }
 };
 
-/// Receives what libxml2 would otherwise print to stderr: errors of its converters, which belong to no
-/// parser.
-void IgnoreError(void* /*context*/, xmlError* /*error*/) {}
-
-/// libxml2's message, or a better one where it has but one for several faults.
+/// Returns libxml2's message, or a more precise one where libxml2 uses one message for several faults.
 std::string Message(const xmlError& error, bool isElementOpen) {
   switch (error.code) {
     case XML_ERR_DOCUMENT_END:
@@ -73,7 +70,7 @@ std::string Message(const xmlError& error, bool isElementOpen) {
     case XML_ERR_DOCUMENT_EMPTY:
       return "Start tag expected, '<' not found";
     case XML_ERR_ENTITY_LOOP:
-      return "its entities stand for themselves, or for far more than is in the file";
+      return "an entity refers to itself, or its entities expand to far more text than the file contains";
     default:
       break;
   }
@@ -82,13 +79,14 @@ std::string Message(const xmlError& error, bool isElementOpen) {
 
 }  // namespace
 
-/// Entities are parsed in contexts of their own: the reader is found by what they have in common.
+/// libxml2 parses each entity in a parser context of its own; all of them point to the reader by `_private`.
 struct XmlStreamReader::Callbacks {
   static XmlStreamReader& Of(void* context) {
     return *static_cast<XmlStreamReader*>(static_cast<xmlParserCtxt*>(context)->_private);
   }
 
-  /// Does a step. False when it failed, or one before it: then the parser stops as soon as it can.
+  /// Runs one callback. Returns false when it throws or an earlier one has thrown; the parser is then
+  /// stopped.
   template <class Step>
   static bool Do(void* context, Step step) {
     XmlStreamReader& reader = Of(context);
@@ -123,19 +121,20 @@ struct XmlStreamReader::Callbacks {
     sax.unparsedEntityDecl = OnDeclaration<xmlSAX2UnparsedEntityDecl>::Call;
     sax.externalSubset = nullptr;
     if (options.names == Names::Resolved) return;
-    sax.initialized =
-        1;  // not the magic number, with which names would come split; errors have no message then
+    // Not XML_SAX2_MAGIC, with which libxml2 splits names. Its errors then have no message.
+    sax.initialized = 1;
     sax.startElement = OnStartAsWritten;
     sax.endElement = OnEndAsWritten;
   }
 
-  static void OnError(void* context, xmlError* error) { Of(context).Note(*error, context); }
+  static void OnError(void* context, xmlError* error) { Of(context).HandleError(*error, context); }
 
   static void OnStart(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
                       int namespaceCount, const xmlChar** namespaces, int attributeCount, int defaultedCount,
                       const xmlChar** attributes) {
     Do(context, [&](XmlStreamReader& reader) {
-      // The parser has these in pairs, with those that an entity has from the element that it is used in.
+      // libxml2 keeps pairs of prefix and URI. Within an entity they include those of the surrounding
+      // elements.
       const int inForce = static_cast<xmlParserCtxt*>(context)->nsNr / 2;
       const auto count = static_cast<std::size_t>(attributeCount);
       reader.RefuseIf(reader.usage_.Enter(count, static_cast<std::size_t>(inForce)));
@@ -192,7 +191,7 @@ struct XmlStreamReader::Callbacks {
     });
   }
 
-  /// Hands an event to the handler, or counts and builds the node that stands for it.
+  /// Passes an event to the handler; without a handler, counts and builds its node.
   template <class Handle, class Build>
   static void DoNode(void* context, Handle handle, Build build) {
     Do(context, [&](XmlStreamReader& reader) {
@@ -206,7 +205,7 @@ struct XmlStreamReader::Callbacks {
   static void OnText(void* context, const xmlChar* text, int length) {
     Do(context, [&](XmlStreamReader& reader) {
       if (reader.handler_ != nullptr) return reader.handler_->Text(FromXml(text, length));
-      // libxml2 hands a long text over in parts, which become one node.
+      // libxml2 passes a long text in parts, which become one node.
       if (!reader.inText_) reader.RefuseIf(reader.usage_.AddNodes(1));
       reader.inText_ = true;
       // Otherwise libxml2 ends the tree at a text of 10 MB, with an error that is not fatal.
@@ -232,15 +231,15 @@ struct XmlStreamReader::Callbacks {
            [&] { xmlSAX2ProcessingInstruction(context, target, data); });
   }
 
-  /// Where an external document type might declare the entity, libxml2 would go on without its text.
+  /// libxml2 would continue without the text of an entity that only an external document type can declare.
   static void OnUnresolved(void* context, const xmlChar* name) {
     Do(context, [&](XmlStreamReader& reader) {
       reader.Refuse(fmt::format("entity \"{}\" is not declared in the file", EscapeControls(FromXml(name))));
     });
   }
 
-  /// Not called for the five predefined entities. While it reads declarations, the parser only asks whether
-  /// it knows an entity already.
+  /// Not called for the five predefined entities. While libxml2 reads declarations, it only checks whether an
+  /// entity is already declared.
   static xmlEntity* OnEntity(void* context, const xmlChar* name) {
     xmlEntity* const entity = xmlSAX2GetEntity(context, name);
     const xmlParserInputState state = static_cast<xmlParserCtxt*>(context)->instate;
@@ -260,16 +259,15 @@ struct XmlStreamReader::Callbacks {
     return Do(context, [&](XmlStreamReader& reader) { reader.CountUse(*entity); }) ? entity : nullptr;
   }
 
-  /// An external entity is not declared at all, so that a reference to it is an error instead of a file that
-  /// is opened. The parser never waits for the end of a tag within an entity, so its attributes are counted
-  /// here.
+  /// External entities are not declared, so a reference to one is an error and no file is opened. libxml2
+  /// does not pause within an entity, so its attributes are counted here.
   static void OnEntityDeclaration(void* context, const xmlChar* name, int type, const xmlChar* publicId,
                                   const xmlChar* systemId, xmlChar* content) {
     const bool isInternal = type == XML_INTERNAL_GENERAL_ENTITY || type == XML_INTERNAL_PARAMETER_ENTITY;
     const bool mayDeclare = Do(context, [&](XmlStreamReader& reader) {
       reader.RefuseIf(reader.usage_.AddDeclaration());
       const std::size_t most = reader.options_.limits.attributes;
-      if (isInternal && HasCrowdedStretch(FromXml(content), most)) {
+      if (isInternal && MayExceedAttributes(FromXml(content), most)) {
         reader.Refuse(MoreThan(most, "attributes in one tag"));
       }
     });
@@ -292,7 +290,7 @@ struct XmlStreamReader::Callbacks {
     }
   }
 
-  /// For a declaration that is counted and recorded, no more.
+  /// For declarations that are only counted and recorded.
   template <auto Record>
   struct OnDeclaration;
   template <class... Arguments, void (*Record)(void*, Arguments...)>
@@ -304,6 +302,10 @@ struct XmlStreamReader::Callbacks {
     }
   };
 };
+
+void FreeLibXmlTree::operator()(xmlDoc* tree) const {
+  xmlFreeDoc(tree);
+}
 
 void XmlStreamReader::FreeParser::operator()(xmlParserCtxt* parser) const {
   xmlFreeDoc(parser->myDoc);
@@ -321,11 +323,10 @@ XmlStreamReader::XmlStreamReader(XmlHandler* handler, const XmlReadOptions& opti
       parser_(xmlCreatePushParserCtxt(nullptr, nullptr, nullptr, 0, nullptr)),
       usage_(options.limits) {
   if (!parser_) throw std::bad_alloc();
-  xmlSetStructuredErrorFunc(nullptr, IgnoreError);
   parser_->_private = this;
   xmlCtxtUseOptions(parser_.get(), ParseOptions | (handler == nullptr ? XML_PARSE_NOBLANKS : 0) |
                                        (options.encoding == Encoding::Utf8 ? XML_PARSE_IGNORE_ENC : 0));
-  // Not even what the first bytes look like counts.
+  // Otherwise libxml2 guesses the encoding from the first bytes.
   if (options.encoding == Encoding::Utf8) parser_->charset = XML_CHAR_ENCODING_UTF8;
   if (options.limits.names == XmlLimits::Unlimited) xmlDictSetLimit(parser_->dict, 0);
   Callbacks::Set(*parser_->sax, handler == nullptr, options);
@@ -341,18 +342,18 @@ void XmlStreamReader::Feed(std::string_view bytes) {
   }
 }
 
-/// With each piece, libxml2 searches a document type for its end from the beginning. Pieces as large as what
-/// it holds already keep the time linear. But a piece must not hold the whole of a tag with too many
-/// attributes, which is seen only where the text is not converted.
+/// With each piece, libxml2 searches a document type for its end from the beginning. Pieces as large as the
+/// text that it has buffered keep the time linear. But a piece must not contain a whole tag with too many
+/// attributes, which can be checked only when the text is not converted.
 std::size_t XmlStreamReader::PieceSize(std::string_view bytes) const {
   const xmlParserInput* const input = parser_->input;
   if (parser_->instate != XML_PARSER_DTD || input == nullptr || input->buf == nullptr ||
       input->buf->encoder != nullptr) {
     return PieceBytes;
   }
-  const auto held = static_cast<std::size_t>(input->end - input->cur);
-  if (HasCrowdedStretch(bytes.substr(0, held), options_.limits.attributes)) return PieceBytes;
-  return std::max(PieceBytes, held);
+  const auto buffered = static_cast<std::size_t>(input->end - input->cur);
+  if (MayExceedAttributes(bytes.substr(0, buffered), options_.limits.attributes)) return PieceBytes;
+  return std::max(PieceBytes, buffered);
 }
 
 void XmlStreamReader::Finish(std::string_view bytes) {
@@ -364,10 +365,11 @@ void XmlStreamReader::Finish(std::string_view bytes) {
 void XmlStreamReader::Parse(std::string_view piece, bool isLast) {
   fed_ += piece.size();
   if (padded_) return CheckPadding(piece);
+  const QuietLibXml quiet;  // errors of its converters belong to no parser, so OnError does not get them
   xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), isLast ? 1 : 0);
   if (failure_) std::rethrow_exception(failure_);
   if (!padded_ && parser_->wellFormed != 1) throw XmlError("not well-formed");
-  // Where it cannot convert the text any further, libxml2 ends without an error.
+  // libxml2 ends without an error at text that it cannot convert.
   if (isLast && (!usage_.HasRoot() || usage_.Depth() > 0)) Refuse("the document ends too early");
   CheckUnclosedTag();
   if (static_cast<std::size_t>(xmlDictSize(parser_->dict)) > options_.limits.names) {
@@ -379,8 +381,8 @@ std::uint64_t XmlStreamReader::Position() const {
   return padded_ ? fed_ : static_cast<std::uint64_t>(xmlByteConsumed(parser_.get()));
 }
 
-xmlDoc* XmlStreamReader::TakeTree() {
-  return std::exchange(parser_->myDoc, nullptr);
+LibXmlTree XmlStreamReader::TakeTree() {
+  return LibXmlTree(std::exchange(parser_->myDoc, nullptr));
 }
 
 void XmlStreamReader::Refuse(std::string_view reason) const {
@@ -397,9 +399,9 @@ void XmlStreamReader::Stop(void* context) {
   xmlStopParser(parser_.get());
 }
 
-/// Keeps the first error: later ones are mostly its consequences. After a fatal one the parser would go on
-/// and report nothing of what it reads. Errors of validity are no concern of this program.
-void XmlStreamReader::Note(const xmlError& error, void* context) {
+/// Keeps the first error: later ones are mostly its consequences. Stops the parser at a fatal error, after
+/// which it would read on without calling the handler. Validity errors are ignored.
+void XmlStreamReader::HandleError(const xmlError& error, void* context) {
   const bool isFatal = error.level == XML_ERR_FATAL;
   const bool breaksNamespaces = error.level == XML_ERR_ERROR && error.domain == XML_FROM_NAMESPACE;
   if (failure_ || (!isFatal && !breaksNamespaces)) return;
@@ -434,7 +436,7 @@ void XmlStreamReader::CheckUnclosedTag() {
     Refuse(fmt::format("a tag of more than {} bytes", limits.tagBytes));
 }
 
-/// Namespaces are checked here, as libxml2 would search all that are in force at each element.
+/// Checks the namespaces of a start tag. libxml2 would search all namespaces in force at each element.
 void XmlStreamReader::EnterAsWritten(std::string_view name) {
   AddDefaults(name);
   RefuseIf(usage_.Enter(attributes_.size(), 0));
@@ -442,7 +444,9 @@ void XmlStreamReader::EnterAsWritten(std::string_view name) {
   for (const XmlAttribute& attribute : attributes_) {
     if (!attribute.name.starts_with(DeclaresPrefix)) continue;
     const std::string_view prefix = attribute.name.substr(DeclaresPrefix.size());
-    if (attribute.value.empty() || prefix == "xmlns") Refuse("a prefix is declared that cannot be");
+    if (attribute.value.empty() || prefix == "xmlns") {
+      Refuse("a namespace declaration is not allowed: empty URI, or the prefix xmlns");
+    }
     namespaces_.push_back({.prefix = prefix, .uri = attribute.value});
   }
   scopes_.Enter(namespaces_);
@@ -475,8 +479,8 @@ void XmlStreamReader::AddDefaults(std::string_view element) {
   }
 }
 
-/// Each reference counts, also those in the text that another one stands for. In a tree, the nodes of an
-/// entity are copied for each reference but the first.
+/// Counts one reference to an entity, also a reference within the text of another entity. In a tree, libxml2
+/// copies the nodes of an entity for each reference but the first.
 void XmlStreamReader::CountUse(const xmlEntity& entity) {
   Measure measure;
   for (const xmlNode* node = entity.children; node != nullptr && measure.nodes <= options_.limits.nodes;

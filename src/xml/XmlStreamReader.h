@@ -23,23 +23,29 @@ struct _xmlParserCtxt;  // NOLINT(bugprone-reserved-identifier)
 
 namespace fieldpost {
 
-/// How XmlStreamReader reads, where not all uses need the same.
+/// Frees libxml2's tree of a document.
+struct FreeLibXmlTree {
+  void operator()(_xmlDoc* tree) const;
+};
+using LibXmlTree = std::unique_ptr<_xmlDoc, FreeLibXmlTree>;
+
+/// Options of XmlStreamReader.
 struct XmlReadOptions {
   enum class Encoding {
     Declared,  ///< bytes in the encoding that the document declares
-    Utf8,      ///< UTF-8, whatever the document declares, so that Position() is a place in the text
+    Utf8,      ///< UTF-8, whatever the document declares, so that Position() is a position in the text
   };
   enum class Names {
-    Resolved,   ///< split into prefix and local name; namespaces as libxml2 checks them
-    AsWritten,  ///< with the prefix, declarations among the attributes: the document as its reader sees it.
-                ///< The time for an element does not grow with the number of namespaces, so they need no
-                ///< limit. Errors have no reason, and zero bytes are not ignored
+    Resolved,   ///< split into prefix and local name; libxml2 checks the namespaces
+    AsWritten,  ///< with the prefix; namespace declarations are among the attributes. The time for an element
+                ///< does not grow with the number of namespaces, so they need no limit. Errors have no
+                ///< reason, and zero bytes are not ignored
   };
 
   XmlLimits limits = {};
   Encoding encoding = Encoding::Declared;
   Names names = Names::Resolved;
-  // What a handler does not look at need not be prepared for it, which saves up to a tenth of the time:
+  // Events that a handler ignores can be switched off, which saves up to a tenth of the time:
   bool texts = true;       ///< false: neither Text nor Cdata is called
   bool attributes = true;  ///< false: start tags come without attributes; only for Names::Resolved
 };
@@ -53,8 +59,8 @@ class XmlStreamReader {
   /// Calls `handler`, which must outlive the reader.
   explicit XmlStreamReader(XmlHandler& handler, const XmlReadOptions& options = {});
 
-  /// Builds libxml2's tree of the document instead of calling a handler; white space between elements is left
-  /// out where libxml2 can tell.
+  /// Builds libxml2's tree of the document instead of calling a handler, without the white space between
+  /// elements as far as libxml2 recognises it.
   explicit XmlStreamReader(const XmlLimits& limits);
 
   XmlStreamReader(const XmlStreamReader&) = delete;
@@ -65,16 +71,17 @@ class XmlStreamReader {
   /// the reader must not be used again.
   void Feed(std::string_view bytes);
 
-  /// Reads the last bytes and ends the document. Throws as Feed does, also when something is missing. Faster
-  /// than Feed with all and Finish with none, as the parser need not look for the ends of tags first.
+  /// Reads the last bytes and ends the document. Throws as Feed does, also when the document is incomplete.
+  /// Finish(all) is faster than Feed(all) and Finish(), because the parser does not search for the end of
+  /// each tag first.
   void Finish(std::string_view bytes = {});
 
-  /// How many bytes were fed that are parsed. Within a call of the handler: up to the end of an end tag, or
-  /// to a place after the start tag's "<" and before its ">". Only for Encoding::Utf8.
+  /// Returns how many of the bytes fed have been parsed. In a handler call: the end of an end tag, or a place
+  /// between the "<" and ">" of a start tag. Only for Encoding::Utf8.
   [[nodiscard]] std::uint64_t Position() const;
 
-  /// Hands the tree over to the caller, who frees it. Once, after Finish.
-  [[nodiscard]] _xmlDoc* TakeTree();
+  /// Transfers the tree to the caller. Once, after Finish.
+  [[nodiscard]] LibXmlTree TakeTree();
 
  private:
   struct Callbacks;  // libxml2's
@@ -86,7 +93,7 @@ class XmlStreamReader {
   [[noreturn]] void Refuse(std::string_view reason) const;
   void RefuseIf(std::string_view reason) const;
   void Stop(void* context);
-  void Note(const _xmlError& error, void* context);
+  void HandleError(const _xmlError& error, void* context);
   [[nodiscard]] std::size_t PieceSize(std::string_view bytes) const;
   void Parse(std::string_view piece, bool isLast);
   void CheckPadding(std::string_view bytes) const;
@@ -107,7 +114,7 @@ class XmlStreamReader {
   XmlUnclosedTag unclosed_;
   bool inText_ = false;
 
-  std::vector<XmlAttribute> attributes_;  // of the tag that is handed over
+  std::vector<XmlAttribute> attributes_;  // of the current start tag
   std::vector<XmlNamespace> namespaces_;
   // For names as written:
   NamespaceScopes scopes_;

@@ -10,8 +10,8 @@
 
 namespace fieldpost {
 
-/// Keeps what was fed to an XmlStreamReader, so that elements can be cut out as they stand. Positions count
-/// bytes from the beginning of the text, as XmlStreamReader::Position does.
+/// Keeps the text fed to an XmlStreamReader, so that the source text of an element can be copied. Positions
+/// count bytes from the beginning of the text, as XmlStreamReader::Position does.
 class XmlTextWindow {
  public:
   void Append(std::string_view text) { text_ += text; }
@@ -32,7 +32,7 @@ class XmlTextWindow {
     return begin_ + at;
   }
 
-  /// Drops what lies before a position.
+  /// Drops the text before a position.
   void DropBefore(std::uint64_t position) {
     text_.erase(0, Between(begin_, position).size());
     begin_ = position;

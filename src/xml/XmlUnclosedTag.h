@@ -7,18 +7,18 @@
 
 namespace fieldpost {
 
-/// Follows a start tag that the parser holds back until it has read its end. The parser would then read all
-/// attributes at once, in a time that grows with the square of their number.
+/// Counts the attributes of a start tag whose end was not read yet. libxml2 parses all attributes at once
+/// when the end arrives, in time that grows with the square of their number.
 class XmlUnclosedTag {
  public:
-  /// Reads the part of the tag that is new. `at` is the tag's position in the document, `text` all of it that
+  /// Reads the new part of the tag. `at` is the tag's position in the document, `text` all of the tag that
   /// was read so far. Another position begins another tag.
   void Read(std::uint64_t at, std::string_view text);
 
   /// How many bytes of the tag were read.
   [[nodiscard]] std::size_t Bytes() const { return bytes_; }
 
-  /// How many "=" it has outside quotes: as many as attributes.
+  /// Returns the number of attributes, counted as the "=" outside quotes.
   [[nodiscard]] std::size_t Attributes() const { return attributes_; }
 
  private:

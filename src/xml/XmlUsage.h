@@ -1,4 +1,4 @@
-// What a document uses of its limits.
+// Counts what a document uses and compares it with its limits.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 
 namespace fieldpost {
 
-/// What a document may use; common/Limits.h says why. Declarations and entities are limited alike for all
-/// documents.
+/// Limits of a document; common/Limits.h gives the reasons. Declarations and entities have the same limits in
+/// all documents.
 struct XmlLimits {
   static constexpr std::size_t Unlimited = std::numeric_limits<std::size_t>::max();
 
@@ -24,7 +24,7 @@ struct XmlLimits {
 };
 
 /// Counts what a document uses while it is read. Each function returns the limit that is exceeded, in words,
-/// or an empty text. What is called for every element is inline: it takes a measurable part of the time.
+/// or an empty text. Functions called for every element are inline: they take a measurable part of the time.
 class XmlUsage {
  public:
   explicit XmlUsage(const XmlLimits& limits) : limits_(limits) {}
@@ -55,7 +55,7 @@ class XmlUsage {
   /// Counts a declaration in the document type.
   [[nodiscard]] std::string AddDeclaration();
 
-  /// Counts a reference to an entity that stands for so many bytes.
+  /// Counts a reference to an entity of `bytes` bytes.
   [[nodiscard]] std::string AddEntityUse(std::size_t bytes);
 
   /// Counts bytes that the document type adds to the document.

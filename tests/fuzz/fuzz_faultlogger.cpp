@@ -62,7 +62,7 @@ void CheckRefused(const FaultloggerFile& file) {
 /// Setting a mode changes no product code, unless the mode lies within it.
 bool HoldsModes(const XmlElement& productCode) {
   constexpr std::array names{std::string_view("MODEIND")};
-  return productCode.Holds(names);
+  return productCode.Contains(names);
 }
 
 /// The file as it is archived.

@@ -273,18 +273,18 @@ TEST(XmlDocument, IsWrittenInItsEncodingWhereThatKeepsEveryCharacter) {
   }
 }
 
-TEST(XmlElement, HoldsNothingThatFollowsItWhenItIsTheLastOfSeveralElements) {
+TEST(XmlElement, DoesNotContainFollowingSiblingsOfItOrOfAParent) {
   constexpr std::array names{std::string_view("Q")};
   struct Row {
     const char* xml;
-    bool holds;
+    bool expected;
   };
   for (const Row& row :
        {Row{"<a><b><c><M>P</M></c></b><Q/></a>", false}, Row{"<a><b><M>P</M></b>text<Q/></a>", false},
         Row{"<a><M>P</M><Q/></a>", false}, Row{"<a><M><x><Q/></x></M></a>", true}}) {
     XmlDocument document;
     ASSERT_TRUE(document.Load(row.xml));
-    EXPECT_EQ(document.ElementsByTagName("M").front().Holds(names), row.holds) << row.xml;
+    EXPECT_EQ(document.ElementsByTagName("M").front().Contains(names), row.expected) << row.xml;
   }
 }
 

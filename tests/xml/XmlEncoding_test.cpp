@@ -7,7 +7,7 @@
 namespace fieldpost {
 namespace {
 
-TEST(DeclaredEncoding, IsWhatTheDeclarationNames) {
+TEST(DeclaredEncoding, ReturnsTheEncodingOfTheXmlDeclaration) {
   struct Row {
     const char* text;
     const char* encoding;
