@@ -90,6 +90,7 @@ class XmlStreamReader {
   };
   XmlStreamReader(XmlHandler* handler, const XmlReadOptions& options);
 
+  void SetCallbacks();
   [[noreturn]] void Refuse(std::string_view reason) const;
   void RefuseIf(std::string_view reason) const;
   void Stop(void* context);

@@ -7,6 +7,10 @@
 
 namespace fieldpost {
 
+/// Whether more than `most` "=" stand between two "<" of a text. Only then can a tag have more than `most`
+/// attributes.
+[[nodiscard]] bool MayExceedAttributes(std::string_view text, std::size_t most);
+
 /// Counts the attributes of a start tag whose end was not read yet. libxml2 parses all attributes at once
 /// when the end arrives, in time that grows with the square of their number.
 class XmlUnclosedTag {
