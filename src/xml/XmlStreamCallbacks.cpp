@@ -36,6 +36,10 @@ struct Measure {
   }
 };
 
+bool IsWhiteSpace(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
 }  // namespace
 
 /// libxml2 parses each entity in a parser context of its own; all of them point to the reader by `_private`.
@@ -139,9 +143,11 @@ struct XmlStreamReader::Callbacks {
   static void OnText(void* context, const xmlChar* text, int length) {
     Do(context, [&](XmlStreamReader& reader) {
       if (reader.handler_ != nullptr) return reader.handler_->Text(FromXml(text, length));
-      // libxml2 passes a long text in parts, which become one node.
-      if (!reader.inText_) reader.RefuseIf(reader.usage_.AddNodes(1));
-      reader.inText_ = true;
+      // libxml2 passes a long text in parts, which become one node. XmlDocument drops texts of white space.
+      if (!reader.inText_ && !IsWhiteSpace(FromXml(text, length))) {
+        reader.RefuseIf(reader.usage_.AddNodes(1));
+        reader.inText_ = true;
+      }
       // Otherwise libxml2 ends the tree at a text of 10 MB, with an error that is not fatal.
       int& parserOptions = static_cast<xmlParserCtxt*>(context)->options;
       parserOptions |= XML_PARSE_HUGE;
@@ -242,13 +248,12 @@ void FreeLibXmlTree::operator()(xmlDoc* tree) const {
 }
 
 void XmlStreamReader::SetCallbacks() {
-  const bool buildsTree = handler_ == nullptr;
   xmlSAXHandler& sax = *parser_->sax;
   sax.serror = Callbacks::OnError;
   sax.startElementNs = Callbacks::OnStart;
   sax.endElementNs = Callbacks::OnEnd;
   sax.characters = options_.texts ? Callbacks::OnText : nullptr;
-  if (!buildsTree) sax.ignorableWhitespace = sax.characters;
+  sax.ignorableWhitespace = sax.characters;
   sax.cdataBlock = options_.texts ? Callbacks::OnCdata : nullptr;
   sax.comment = Callbacks::OnComment;
   sax.processingInstruction = Callbacks::OnInstruction;

@@ -5,12 +5,15 @@
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
+#include <array>
+#include <limits>
 #include <new>
 
 #include "common/Limits.h"
 #include "common/Text.h"
 #include "xml/LibXml.h"
 #include "xml/QuietLibXml.h"
+#include "xml/XmlEncoding.h"
 #include "xml/XmlError.h"
 
 namespace fieldpost {
@@ -23,19 +26,35 @@ constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPA
                              XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
 /// Input is passed to libxml2 in pieces; between two pieces an unclosed tag is checked.
 constexpr std::size_t PieceBytes = 8192;
-constexpr std::size_t LastPieceBytes = 32768;
+constexpr std::size_t SmallBytes = 32768;
+
+/// Whether an encoding writes "<" and "=" as the bytes that they are in ASCII, and nothing else as these.
+bool IsLikeAscii(std::string_view encoding) {
+  constexpr std::array<std::string_view, 5> beginnings{"utf-8", "iso-8859-", "us-ascii", "windows-125",
+                                                       "ascii"};
+  const std::string lower = ToLowerAscii(encoding);
+  return encoding.empty() ||
+         std::any_of(beginnings.begin(), beginnings.end(),
+                     [&](std::string_view beginning) { return lower.starts_with(beginning); });
+}
+
+/// Whether the tags of a document can be found in its bytes.
+bool ShowsItsTags(std::string_view bytes) {
+  constexpr std::string_view mark = "\xEF\xBB\xBF";
+  if (bytes.starts_with(mark)) bytes.remove_prefix(mark.size());
+  return bytes.starts_with('<') && !bytes.substr(1).starts_with('\0') && IsLikeAscii(DeclaredEncoding(bytes));
+}
 
 /// Returns libxml2's message, or a more precise one where libxml2 uses one message for several faults.
 std::string Message(const xmlError& error, bool isElementOpen) {
+  const std::string_view message = error.message == nullptr ? "not well-formed" : error.message;
+  for (const std::string_view tooLong : {"Huge input lookup", "too big found", "AttValue length too long"}) {
+    if (message.find(tooLong) != std::string_view::npos)
+      return "an attribute, a comment or another part of more than 10 MB";
+  }
   switch (error.code) {
     case XML_ERR_DOCUMENT_END:
       if (isElementOpen) return "the document ends too early";
-      break;
-    case XML_ERR_INTERNAL_ERROR:
-      if (error.message != nullptr &&
-          std::string_view(error.message).find("Huge input") != std::string_view::npos) {
-        return "an attribute, a comment or a CDATA section of more than 10 MB";
-      }
       break;
     case XML_ERR_DOCUMENT_EMPTY:
       return "Start tag expected, '<' not found";
@@ -44,7 +63,7 @@ std::string Message(const xmlError& error, bool isElementOpen) {
     default:
       break;
   }
-  return error.message == nullptr ? "not well-formed" : EscapeControls(Trimmed(error.message));
+  return EscapeControls(Trimmed(message));
 }
 
 }  // namespace
@@ -66,8 +85,8 @@ XmlStreamReader::XmlStreamReader(XmlHandler* handler, const XmlReadOptions& opti
       usage_(options.limits) {
   if (!parser_) throw std::bad_alloc();
   parser_->_private = this;
-  xmlCtxtUseOptions(parser_.get(), ParseOptions | (handler == nullptr ? XML_PARSE_NOBLANKS : 0) |
-                                       (options.encoding == Encoding::Utf8 ? XML_PARSE_IGNORE_ENC : 0));
+  xmlCtxtUseOptions(parser_.get(),
+                    ParseOptions | (options.encoding == Encoding::Utf8 ? XML_PARSE_IGNORE_ENC : 0));
   // Otherwise libxml2 guesses the encoding from the first bytes.
   if (options.encoding == Encoding::Utf8) parser_->charset = XML_CHAR_ENCODING_UTF8;
   if (options.limits.names == XmlLimits::Unlimited) xmlDictSetLimit(parser_->dict, 0);
@@ -79,7 +98,7 @@ XmlStreamReader::~XmlStreamReader() = default;
 void XmlStreamReader::Feed(std::string_view bytes) {
   while (!bytes.empty()) {
     const std::string_view piece = bytes.substr(0, PieceSize(bytes));
-    Parse(piece, false);
+    ParsePiece(piece, false);
     bytes.remove_prefix(piece.size());
   }
 }
@@ -99,21 +118,43 @@ std::size_t XmlStreamReader::PieceSize(std::string_view bytes) const {
 }
 
 void XmlStreamReader::Finish(std::string_view bytes) {
-  const std::size_t last = std::min(LastPieceBytes, bytes.size());
-  Feed(bytes.substr(0, bytes.size() - last));
-  Parse(bytes.substr(bytes.size() - last), true);
+  if (fed_ == 0 && MayParseWhole(bytes)) return ParseWhole(bytes);
+  Feed(bytes);
+  ParsePiece({}, true);
 }
 
-void XmlStreamReader::Parse(std::string_view piece, bool isLast) {
+/// The number of attributes in a tag cannot be checked before libxml2 parses the tag, so a document is parsed
+/// whole only when it is small or visibly has no such tag.
+bool XmlStreamReader::MayParseWhole(std::string_view bytes) const {
+  if (options_.encoding != Encoding::Declared || options_.names != Names::Resolved) return false;
+  if (bytes.size() <= SmallBytes) return true;
+  return bytes.size() <= static_cast<std::size_t>(std::numeric_limits<int>::max()) && ShowsItsTags(bytes) &&
+         !MayExceedAttributes(bytes, options_.limits.attributes);
+}
+
+void XmlStreamReader::ParseWhole(std::string_view bytes) {
+  const QuietLibXml quiet;  // errors of its converters belong to no parser, so OnError does not get them
+  parser_->myDoc = xmlCtxtReadMemory(parser_.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                     nullptr, ParseOptions);
+  CheckParsed(true);
+  const xmlParserInput* const input = parser_->input;
+  if (input != nullptr) CheckPadding(FromXml(input->cur, input->end - input->cur));
+}
+
+void XmlStreamReader::ParsePiece(std::string_view piece, bool isLast) {
   fed_ += piece.size();
   if (padded_) return CheckPadding(piece);
-  const QuietLibXml quiet;  // errors of its converters belong to no parser, so OnError does not get them
+  const QuietLibXml quiet;
   xmlParseChunk(parser_.get(), piece.data(), static_cast<int>(piece.size()), isLast ? 1 : 0);
+  CheckParsed(isLast);
+  CheckUnclosedTag();
+}
+
+void XmlStreamReader::CheckParsed(bool isWhole) const {
   if (failure_) std::rethrow_exception(failure_);
   if (!padded_ && parser_->wellFormed != 1) throw XmlError("not well-formed");
   // libxml2 ends without an error at text that it cannot convert.
-  if (isLast && (!usage_.HasRoot() || usage_.Depth() > 0)) Refuse("the document ends too early");
-  CheckUnclosedTag();
+  if (isWhole && (!usage_.HasRoot() || usage_.Depth() > 0)) Refuse("the document ends too early");
   if (static_cast<std::size_t>(xmlDictSize(parser_->dict)) > options_.limits.names) {
     Refuse(MoreThan(options_.limits.names, "different names"));
   }

@@ -316,6 +316,45 @@ TEST(XmlStreamReader, RefusesATextThatCannotBeConvertedBeforeTheRoot) {
   EXPECT_NE(document.Reason(), "");
 }
 
+TEST(XmlStreamReader, KeepsWhatIsBetweenTheTags) {
+  struct Row {
+    std::string_view name;
+    std::string xml;
+    std::string expected;
+  };
+  const std::string latin1 = "<?xml version='1.0' encoding='ISO-8859-1'" + Times(" ", 300);
+  for (const Row& row : {
+           Row{"long declaration in UTF-16",
+               InUtf16(R"(<?xml version="1.0" encoding="UTF-16" standalone="no"?><a>x</a>)"), "<a>x</a>"},
+           Row{"the same in a long document",
+               InUtf16(R"(<?xml version="1.0" encoding="UTF-16" standalone="no"?><a>x)" + Times("y", 40'000) +
+                       "</a>"),
+               "<a>x" + Times("y", 40'000) + "</a>"},
+           Row{"long declaration in Latin-1", latin1 + "?><a>\xE4</a>", "<a>\xC3\xA4</a>"},
+           Row{"one quotation mark in the document type", "<!DOCTYPE a [<?pi don't?>]><a>x</a>", "<a>x</a>"},
+           Row{"line ends in CDATA", "<a><![CDATA[x\r\ny\rz]]></a>", "<a><![CDATA[x\ny\nz]]></a>"},
+           Row{"blanks before a line end", "<a>  \r\n  y<b/></a>", "<a>  \n  y<b/></a>"},
+           Row{"a text of many equals signs after blanks", "<a>  \r\n" + Times("=", 40'000) + "</a>",
+               "<a>  \n" + Times("=", 40'000) + "</a>"},
+       }) {
+    XmlDocument document;
+    ASSERT_TRUE(document.Load(row.xml)) << row.name << ": " << document.Reason();
+    EXPECT_EQ(document.Root().Xml(), row.expected) << row.name;
+  }
+}
+
+TEST(XmlStreamReader, ReadsALongAttributeInLinearTime) {
+  const auto seconds = [](std::size_t count) {
+    const std::string text = "<a b='" + Times("a>b ", count) + "'/>";
+    const double begin = test::ProcessorSeconds();
+    XmlDocument document;
+    EXPECT_TRUE(document.Load(text)) << document.Reason();
+    return test::ProcessorSeconds() - begin;
+  };
+  const double small = seconds(500'000);
+  EXPECT_LT(seconds(2'000'000), 8 * small + 0.05) << "16 times as long if it grew with the square";
+}
+
 TEST(XmlStreamReader, ReadsAnUnclosedDocumentTypeInLinearTime) {
   const auto seconds = [](std::size_t count) {
     const std::string text = "<!DOCTYPE a [<!ENTITY a '" + Times("x>", count);
