@@ -10,15 +10,15 @@ namespace fieldpost {
 // Shape of an XML file. Time or memory of the parser grows faster than the file with each of these, so that a
 // small hostile file could stall a run. Devices stay far below all of them.
 
-/// Nesting of elements. libxml2 builds trees up to 256 levels; what is read here must still be readable when
-/// it stands a few levels deeper in another document.
+/// Nesting of elements. libxml2 builds trees up to 256 levels; an element must still be readable when it is
+/// copied a few levels deeper into another document.
 inline constexpr std::size_t MaxXmlDepth = 250;
 /// Elements, attributes (two each), texts, comments and instructions of a file that is kept as a tree: each
 /// takes about 128 bytes of memory.
 inline constexpr std::size_t MaxXmlNodes = 500'000;
 /// Attributes of one element, namespace declarations not counted. The parser compares each with each.
 inline constexpr std::size_t MaxXmlAttributes = 256;
-/// Attributes of one element of a file that is only shown, and may come from elsewhere.
+/// Attributes of one element of a file that is only displayed.
 inline constexpr std::size_t MaxShownAttributes = 10'000;
 /// Namespaces in force at an element. The parser searches them one after the other.
 inline constexpr std::size_t MaxXmlNamespaces = 200;
@@ -28,15 +28,15 @@ inline constexpr std::size_t MaxXmlNames = 20'000;
 inline constexpr std::size_t MaxXmlDeclarations = 1000;
 /// References to entities that the document declares, those within entities included.
 inline constexpr std::size_t MaxEntityUses = 5000;
-/// Bytes that all these references stand for.
+/// Bytes by which all these references are replaced.
 inline constexpr std::size_t MaxEntityBytes = std::size_t{16} * 1024 * 1024;
 
 // Filing.
 
 /// A file in a Latest folder. Real ones are small; the tree needs many times the file's size in memory.
 inline constexpr std::uint64_t MaxFaultloggerFileBytes = std::uint64_t{8} * 1024 * 1024;
-/// Nesting of elements in a file in a Latest folder: an entry may come to lie in an archived file's `FLFILE`
-/// that is nested as deep, and the two together must still be read.
+/// Nesting of elements in a file in a Latest folder. Merging copies an entry into an archived `FLFILE` that
+/// may be nested equally deep; the result must stay within MaxXmlDepth.
 inline constexpr std::size_t MaxFaultloggerFileDepth = MaxXmlDepth / 2;
 /// An archived file that new entries are merged into; a larger one stays as it is.
 inline constexpr std::size_t MaxArchivedFileBytes = std::size_t{20} * 1024 * 1024;
@@ -49,11 +49,11 @@ inline constexpr std::uint64_t MaxJournalBytes = std::uint64_t{64} * 1024 * 1024
 
 // Documents and mails.
 
-/// A document is closed with the first file or entry that takes it beyond this.
+/// A document is complete once the file or entry added last makes it longer than this.
 inline constexpr std::size_t MaxDocumentCharacters = 1'300'000;
 /// Faultlogger documents whose names begin with the same hour: the number in the name has two digits.
 inline constexpr int MaxDocumentsAnHour = 99;
-/// A document that is to be mailed: larger than any that this program writes.
+/// The largest document that is mailed. This program writes smaller ones.
 inline constexpr std::uint64_t MaxDocumentBytes = std::uint64_t{64} * 1024 * 1024;
 /// All attachments of one run together: their sum is shown as a 32-bit number.
 inline constexpr std::uint64_t MaxAttachmentBytes = 2'147'483'647;
@@ -70,7 +70,7 @@ inline constexpr int MaxFinalReplySeconds = 600;
 
 // PPC data.
 
-/// A file whose entities are replaced by what they stand for: that takes the whole document in memory.
+/// A file that uses entities of its own. Replacing them needs the whole document in memory.
 inline constexpr std::uint64_t MaxExpandedPpcBytes = std::uint64_t{1024} * 1024;
 /// One start tag: it is kept in memory until it is complete.
 inline constexpr std::size_t MaxPpcTagBytes = std::size_t{256} * 1024;
@@ -98,7 +98,7 @@ inline constexpr std::int32_t MaxTimeoutSeconds = 3600;
 
 // The log.
 
-/// One line; what is longer is cut.
+/// One line; a longer one is cut.
 inline constexpr std::size_t MaxLogLineBytes = 2000;
 /// What the viewer shows of a log, from its end. Qt's text view needs several times as much memory.
 inline constexpr std::uint64_t MaxShownLogBytes = std::uint64_t{64} * 1024 * 1024;

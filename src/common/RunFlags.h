@@ -1,9 +1,9 @@
-// The flags by which a driver tells the steps of a run what kind of run it is.
+// Program-wide flags of a run.
 #pragma once
 
 namespace fieldpost {
 
-/// Program-wide flags, set by the driver of a run and read by its steps.
+/// Set when a run begins and read by its steps.
 struct RunFlags {
   bool ShowMessages = false;      ///< A user is at the screen: message boxes may be shown.
   bool SendingPPC = false;        ///< PPC data are collected and mailed, not faultlogger data.

@@ -10,8 +10,8 @@ namespace fieldpost {
 /// Whether a byte is an ASCII control character; tabs and line ends are.
 bool IsControl(char c);
 
-/// Whether a UTF-8 text holds a control character (C0, C1 or DEL), a line separator, or a character that
-/// turns the direction of writing. Bytes that are not UTF-8 are ignored.
+/// Whether a UTF-8 text contains a control character (C0, C1 or DEL), a line separator, or a character that
+/// changes the direction of writing. Bytes that are not UTF-8 are ignored.
 bool HoldsControl(std::string_view text);
 
 /// Returns `text` with its ASCII letters in lower case.

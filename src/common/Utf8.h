@@ -1,5 +1,5 @@
-// UTF-8 by characters (Unicode code points): decoding, validation, and the one table of characters that show
-// as nothing.
+// UTF-8 by characters (Unicode code points): decoding, validation, and the one table of characters that are
+// not visible.
 #pragma once
 
 #include <cstddef>

@@ -48,7 +48,7 @@ class FolderTree {
 
   /// Returns the Error folder, ending in the separator. Creates it when it is missing, and removes a file in
   /// it that has the name of `filePath`, so that the caller can move `filePath` there. When `filePath` is not
-  /// a regular file, nothing is removed. Failures are left for that move to report.
+  /// a regular file, nothing is removed. The move reports any failure.
   std::filesystem::path PrepareErrorFolder(const std::filesystem::path& filePath);
 
  private:

@@ -37,7 +37,7 @@ inline constexpr std::int32_t AllAttachmentsChoice = 9;
 /// Returns the index, from 0, that is chosen in the list of attachments per mail; 0 by default.
 [[nodiscard]] std::int32_t AttachmentsChoice(const MailSettings& settings);
 
-/// As a number of attachments per mail: all that there are.
+/// Returned by AttachmentsPerMail: all attachments in one mail.
 inline constexpr std::size_t AllAttachments = std::numeric_limits<std::size_t>::max();
 
 /// Returns how many attachments a mail has at most: one more than the chosen index, or AllAttachments.

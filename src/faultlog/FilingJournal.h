@@ -13,11 +13,11 @@
 namespace fieldpost {
 
 /// The steps that publish one batch, in this order. The batch is committed once this journal and the staged
-/// files are durable on disk. From then on every step that is not done yet is done by whoever finds the
-/// journal, and doing a step twice does no harm.
+/// files are durable on disk. From then on, a run that finds the journal completes the missing steps; every
+/// step can be repeated.
 struct FilingJournal {
   /// A document whose name the batch's own document takes, and the name under which it is set aside. The new
-  /// name is free when the batch is committed; once a file bears it, the step is done.
+  /// name is free when the batch is committed; the step is done once a file has it.
   struct Superseded {
     std::filesystem::path from;
     std::filesystem::path to;

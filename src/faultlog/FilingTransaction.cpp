@@ -34,7 +34,7 @@ void FilingTransaction::Commit(const FilingJournal& journal) {
   }
 }
 
-/// When even that fails, the batch is still not committed: its staged files are removed, and a journal whose
+/// When that fails too, the batch is still not committed: its staged files are removed, and a journal whose
 /// staged files are missing commits nothing.
 void FilingTransaction::RemoveJournalQuietly() {
   try {
@@ -63,7 +63,7 @@ std::optional<FiledBatch> FilingTransaction::Recover() {
   return FiledBatch{.files = journal->sources.size(), .document = DocumentOf(*journal)};
 }
 
-/// The journal of a batch that an interrupted run had committed.
+/// Returns the journal of a batch that an interrupted run had committed.
 std::optional<FilingJournal> FilingTransaction::CommittedJournal() const {
   const std::optional<std::string> bytes = ReadJournalFile(files_, JournalPath());
   if (!bytes) return std::nullopt;
@@ -73,7 +73,7 @@ std::optional<FilingJournal> FilingTransaction::CommittedJournal() const {
 }
 
 /// Crash safety, rule 4: no staged file is published before the commit is durable, so a published one proves
-/// the commit. Where none is published, all must be whole under their temporary names.
+/// the commit. When none is published, all must be complete under their temporary names.
 bool FilingTransaction::WasCommitted(const FilingJournal& journal) const {
   const auto isPublished = [this](const FilingJournal::Staged& file) {
     return !files_.Exists(file.temporary) && Holds(file.target, file.content);
@@ -91,12 +91,12 @@ bool FilingTransaction::Holds(const fs::path& path, const ContentHash& content) 
 
 /// Crash safety, rule 5: does all steps after the commit again; those that are done have no effect.
 void FilingTransaction::PublishAgain(const FilingJournal& journal) {
-  // What a killed program wrote may not be durable yet.
+  // Files that a killed program wrote may not be durable yet.
   files_.Flush(FoldersOf(journal));
   SetAside(journal);
   for (const FilingJournal::Staged& file : journal.staged) {
-    // Crash safety, rule 6: a power cut may bring an old journal back; a file of that temporary name is then
-    // another batch's.
+    // Crash safety, rule 6: a power cut may bring an old journal back; a file of that temporary name then
+    // belongs to another batch.
     if (!Holds(file.temporary, file.content)) continue;
     CreateProductFolder(files_, file.target);
     files_.Rename(file.temporary, file.target);
@@ -104,8 +104,8 @@ void FilingTransaction::PublishAgain(const FilingJournal& journal) {
   RemoveSources(journal);
 }
 
-/// Crash safety, rule 8: the new name must be durable before the old one is taken. After a power cut nothing
-/// else tells whether the old name still belongs to the superseded document.
+/// Crash safety, rule 8: the new name must be durable before the old one is reused. After a power cut nothing
+/// else shows whether the old name still belongs to the superseded document.
 void FilingTransaction::SetAside(const FilingJournal& journal) {
   if (!journal.superseded || files_.Exists(journal.superseded->to)) return;
   if (!files_.Exists(journal.superseded->from)) return;  // somebody removed it meanwhile
@@ -127,15 +127,15 @@ void FilingTransaction::RemoveSources(const FilingJournal& journal) {
   files_.Remove(JournalPath());
 }
 
-/// Crash safety, rule 7: a file that its device has written anew since is another one.
+/// Crash safety, rule 7: a file that its device has rewritten is not removed.
 bool FilingTransaction::IsWhatWasFiled(const FilingJournal::Source& source) const {
   const std::optional<FileStamp> stamp = files_.RegularFileStamp(source.path);
   if (!stamp || source.stamp) return stamp && stamp == source.stamp;
   return HashFile(files_, source.path, display_) == source.content;
 }
 
-/// The document of a recovered batch. After a power cut brought an old journal back, the document may have
-/// been mailed and marked since, so its hash is returned only when the document still has it.
+/// Returns the document of a recovered batch. After a power cut brought an old journal back, the document may
+/// have been mailed and marked since, so its hash is returned only when the document still has it.
 PendingFile FilingTransaction::DocumentOf(const FilingJournal& journal) const {
   PendingFile document{.path = journal.document, .content = std::nullopt};
   const auto staged =
@@ -145,7 +145,7 @@ PendingFile FilingTransaction::DocumentOf(const FilingJournal& journal) const {
   try {
     if (Holds(journal.document, staged->content)) document.content = staged->content;
   } catch (const FileError&) {
-    // Whoever mails the document reads it, and reports the error.
+    // The send reads the document again and reports the error.
   }
   return document;
 }

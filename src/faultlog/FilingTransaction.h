@@ -26,24 +26,24 @@ struct FiledBatch {
 /// nothing; for one that ends later, Recover() of the next run does the rest. So an entry is in the Archive
 /// and in a combined document once each, or still in its Latest folder.
 ///
-/// One flush is for the staged files and the journal, which keeps its cost small. The journal may become
-/// durable before the files that it names, so it holds their hashes.
+/// One flush makes the staged files and the journal durable. The journal may reach the disk first, so it
+/// contains their hashes.
 class FilingTransaction {
  public:
   /// The transaction processes events on `display` while it publishes and recovers.
   FilingTransaction(FileSystem& files, FilingFolders folders, StatusDisplay& display);
 
-  /// Commits a batch whose files are staged. Throws FileError when it could not; the staged files are then
-  /// the caller's to remove, and nothing is committed.
+  /// Commits a batch whose files are staged. Throws FileError on failure: nothing is committed, and the
+  /// caller removes the staged files.
   void Commit(const FilingJournal& journal);
 
   /// Publishes a committed batch. Throws FileError when a step failed; the next run recovers the batch.
   void Publish(const FilingJournal& journal);
 
-  /// Publishes a batch that an interrupted run had committed, and removes what that run left of a batch that
-  /// it had not. Returns the batch, or nothing when there was none. The document's hash is empty when the
-  /// document on disk is not, or cannot be read to be, the one that was staged. Throws FileError when a step
-  /// failed; nothing may be filed then.
+  /// Publishes a batch that an interrupted run had committed, and removes the files of an uncommitted batch.
+  /// Returns the published batch, or nothing. The document's hash is empty when the document on disk is
+  /// unreadable or differs from the staged one. Throws FileError when a step failed; nothing may be filed
+  /// then.
   [[nodiscard]] std::optional<FiledBatch> Recover();
 
  private:

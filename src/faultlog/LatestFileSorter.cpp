@@ -81,7 +81,7 @@ fs::path LatestFileSorter::TargetOf(const fs::path& source, std::string_view pro
       fmt::format("{}{}{}{}", archiveFolder_, productFolder, PathSeparator, Utf8FromPath(source.filename())));
 }
 
-/// A file that loads but is not complete has no reason: only the counts of the report tell of it.
+/// A file that loads but is not complete has no reason: it is only counted in the report.
 SortedFile LatestFileSorter::MoveToError(const fs::path& source, std::string_view reason) {
   const std::string place = fmt::format("[..\\Error\\{}]", EscapeControls(Utf8FromPath(source.filename())));
   if (reason.empty()) {

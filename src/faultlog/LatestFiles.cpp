@@ -8,7 +8,7 @@
 namespace fieldpost {
 namespace {
 
-/// As many files of one name are put together; the order of the folders holds for fewer.
+/// From this many files of one name on, they are grouped; fewer stay in folder order.
 constexpr std::size_t ManyOfOneName = 8;
 
 std::vector<LatestFile> WithSameNamesTogether(std::vector<LatestFile> files) {

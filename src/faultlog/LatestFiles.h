@@ -17,7 +17,7 @@ struct LatestFolder {
   bool canRemoveFrom = false;  ///< this user may remove files from it
 };
 
-/// A file of a Latest folder, by its place in LatestFiles::folders and its name in UTF-8. There may be a
+/// A file of a Latest folder, by its index in LatestFiles::folders and its name in UTF-8. There may be a
 /// hundred thousand files, so none has its whole path.
 struct LatestFile {
   std::uint32_t folder;
@@ -32,8 +32,8 @@ struct LatestFiles {
 };
 
 /// Lists the regular files "*.xml" of the Latest folders, folder by folder, each in the order of its names'
-/// bytes. Files of one name that lie in many folders are put together at the place of the first, so that
-/// their archived file is read and written once. A missing folder is skipped.
+/// bytes. Files of one name that lie in many folders are grouped at the position of the first, so that their
+/// archived file is read and written once. A missing folder is skipped.
 [[nodiscard]] LatestFiles CollectLatestFiles(const FileSystem& files, const PathList& latestFolders);
 
 }  // namespace fieldpost

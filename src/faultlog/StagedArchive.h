@@ -37,7 +37,7 @@ class StagedArchive {
   void Add(FaultloggerFile& file, const FileStamp& stamp, const std::filesystem::path& source,
            const std::filesystem::path& target);
 
-  /// Hands over the staged files; whoever takes them publishes them or removes them with RemoveStaged. Throws
+  /// Transfers the staged files to the caller, who publishes them or removes them with RemoveStaged. Throws
   /// FileError when the archived file that was merged into last cannot be written.
   [[nodiscard]] std::vector<FilingJournal::Staged> Take();
 

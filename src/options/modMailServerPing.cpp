@@ -70,7 +70,8 @@ PingResult modMailServerPing::PingMailServer(std::string_view hostName) {
     hosts_.Stop();
     return {.status = PingResult::HostNotFound, .message = "Unable To Resolve Host"};
   }
-  // From here on the sockets stay started: each check that gets this far leaves one start without a stop.
+  // Stop is not called after this point; every completed check leaves one Start without a Stop. That does no
+  // harm, because SystemHostLookup keeps no state between the two.
   const std::uint32_t address = addresses.front();
   display_.ProcessEvents();
   const std::uint32_t status = SendIcmpEcho(address, Dotted(address), EchoDataSize);

@@ -1,4 +1,4 @@
-// Divides a shipment into mails, packs it, and removes what packing and mailing leave.
+// Divides a shipment into mails, packs it, and deletes its temporary files.
 #pragma once
 
 #include <cstddef>
@@ -33,10 +33,10 @@ class AttachmentPackaging {
   /// Returns how many of this number of attachments one mail has at most.
   [[nodiscard]] std::size_t AttachmentsPerMail(std::size_t attachments) const;
 
-  /// Packs the attachments of a shipment into one zip, of which the file name has the partner ID and the
-  /// hour. The attachments move to the list of packed files, and the zip becomes the only attachment; on
-  /// failure no attachment is left. Missing files are skipped. A failure is logged. The bar of the display
-  /// shows the percentage.
+  /// Packs the attachments of a shipment into one zip, whose name contains the partner ID and the hour. The
+  /// attachments move to the list of packed files, and the zip becomes the only attachment; on failure no
+  /// attachment is left. Missing files are skipped. A failure is logged. The bar of the display shows the
+  /// percentage.
   [[nodiscard]] PackingResult ZipAttachments(Shipment& shipment);
 
   /// Deletes every file of the PPCTemp folder. Returns false when a file could not be deleted, which is

@@ -26,13 +26,13 @@ struct CollectedDocuments {
   std::vector<PendingFile> documents;  ///< in the order of their names, each with its hash
   std::vector<std::string>
       problems;            ///< one line for each document that is unreadable or too large to be mailed
-  bool cancelled = false;  ///< the user cancelled; some documents may not have been looked at
+  bool cancelled = false;  ///< the user cancelled; some documents may not have been checked
 };
 
 /// Collects each document of `source` that waits, once: those of the folder in the order of their names, then
 /// the other pending ones. A pending document whose hash is known is not opened, because it was just written
-/// as "Not Sent". A document that the send journal of the folder names as mailed with this content does not
-/// wait. Shows each document on `display`. Throws FileError when the folder or the journal is unreadable.
+/// as "Not Sent". A document is not collected when the folder's send journal lists it with this content.
+/// Shows each document on `display`. Throws FileError when the folder or the journal is unreadable.
 [[nodiscard]] CollectedDocuments CollectWaitingDocuments(FileSystem& files, const CollectionSource& source,
                                                          StatusDisplay& display);
 

@@ -20,7 +20,7 @@ std::string UnmarkableLine(const fs::path& document) {
       .what();
 }
 
-/// Writes the replacements of documents, and lets them take their places in groups.
+/// Stages marked copies of documents and publishes them in groups.
 class Marker {
  public:
   explicit Marker(FileSystem& files) : files_(files) {}

@@ -21,8 +21,8 @@ SentDocuments SendJournal::Read(const fs::path& folder) const {
   return SentDocumentsFrom(*bytes).value_or(SentDocuments());
 }
 
-/// A new journal is written under its own name at once, so that it counts even when the program is killed
-/// before the flush.
+/// A new journal is written under its own name at once, so that the next run finds it even when the program
+/// is killed before the flush.
 void SendJournal::Write(const fs::path& folder, const SentDocuments& documents) {
   const fs::path file = folder / JournalName;
   if (files_.Exists(file)) {

@@ -15,15 +15,15 @@ namespace fieldpost {
 /// Documents that were mailed, with the hash of the content that was mailed.
 using SentDocuments = std::map<std::filesystem::path, ContentHash>;
 
-/// A file "FLog.sent" beside the documents that only its owner may read. A document that it names, and that
-/// still has the content given there, was mailed and is yet to be marked; it must not be mailed again.
+/// A file "FLog.sent" in the folder of the documents, which only its owner may read. A listed document that
+/// still has the listed content was mailed and is not marked yet; it must not be mailed again.
 /// Operations that fail throw FileError.
 class SendJournal {
  public:
   explicit SendJournal(FileSystem& files) : files_(files) {}
 
-  /// Returns the documents in the journal of a folder. Empty when there is no journal, or an incomplete one,
-  /// which a program left that ended while it wrote it.
+  /// Returns the documents in the journal of a folder. Empty when the journal is missing, or incomplete
+  /// because the program ended while it wrote the journal.
   [[nodiscard]] SentDocuments Read(const std::filesystem::path& folder) const;
 
   /// Writes the journal of a folder and flushes it.

@@ -12,7 +12,7 @@
 
 namespace fieldpost {
 
-/// As a number of lines to read: all lines of the document.
+/// Passed as `lines`: search the whole document.
 inline constexpr std::size_t AllLines = std::numeric_limits<std::size_t>::max();
 
 /// Whether one of the first `lines` lines of a document contains "Not Sent" in any letter case. A document

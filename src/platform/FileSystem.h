@@ -164,10 +164,10 @@ class FileSystem {
   [[nodiscard]] virtual std::string ReadWhole(const std::filesystem::path& path,
                                               std::uint64_t maxBytes) const = 0;
 
-  /// Returns the whole content of a regular file that instructs the program, as ReadWhole does. A file that
-  /// belongs neither to the user of the process nor to the owner of its folder throws FileError, because
-  /// another user could have written it. (Network drives report the folder's owner as the owner of each
-  /// file.) Where the system has no owners, the owner is not checked.
+  /// Returns the whole content of a journal, as ReadWhole does. A file that belongs neither to the user of
+  /// the process nor to the owner of its folder throws FileError, because another user could have written it.
+  /// (Network drives report the folder's owner as the owner of each file.) Where the system has no owners,
+  /// the owner is not checked.
   [[nodiscard]] virtual std::string ReadOwn(const std::filesystem::path& path,
                                             std::uint64_t maxBytes) const = 0;
 

@@ -29,7 +29,7 @@ class TopLevelWindows {
   /// Returns the windows on the same screen as `window`, which is one of them, each once, front to back where
   /// the system has that order. Hidden windows are included. A window that is closed meanwhile may be
   /// missing. Empty when the window system cannot be reached. Never throws.
-  [[nodiscard]] virtual std::vector<TopLevelWindow> OnLevelOf(std::uint64_t window) = 0;
+  [[nodiscard]] virtual std::vector<TopLevelWindow> OnScreenOf(std::uint64_t window) = 0;
 };
 
 /// The windows of an X server; a handle is an X window.
@@ -46,7 +46,7 @@ class X11TopLevelWindows final : public TopLevelWindows {
   /// variable.
   explicit X11TopLevelWindows(std::string display = {}) : display_(std::move(display)) {}
 
-  [[nodiscard]] std::vector<TopLevelWindow> OnLevelOf(std::uint64_t window) override;
+  [[nodiscard]] std::vector<TopLevelWindow> OnScreenOf(std::uint64_t window) override;
 
  private:
   std::string display_;
@@ -65,7 +65,7 @@ class ProcessTopLevelWindows final : public TopLevelWindows {
  public:
   explicit ProcessTopLevelWindows(std::string caption) : caption_(std::move(caption)) {}
 
-  [[nodiscard]] std::vector<TopLevelWindow> OnLevelOf(std::uint64_t window) override;
+  [[nodiscard]] std::vector<TopLevelWindow> OnScreenOf(std::uint64_t window) override;
 
  private:
   std::string caption_;

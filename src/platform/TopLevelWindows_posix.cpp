@@ -87,7 +87,7 @@ std::vector<pid_t> OtherProcessesWith(std::string_view library) {
 
 }  // namespace
 
-std::vector<TopLevelWindow> ProcessTopLevelWindows::OnLevelOf(std::uint64_t /*window*/) {
+std::vector<TopLevelWindow> ProcessTopLevelWindows::OnScreenOf(std::uint64_t /*window*/) {
   std::vector<TopLevelWindow> result;
   result.push_back({static_cast<std::uint64_t>(::getpid()), caption_, true});
   for (const pid_t process : OtherProcessesWith(WindowLibraryName)) {

@@ -60,7 +60,8 @@ Atoms LookUpAtoms(xcb_connection_t* server) {
 /// The longest part of a property that is read, in units of four bytes. A title that is compared is shorter.
 constexpr std::uint32_t PropertyLimit = 1024;
 
-xcb_get_property_cookie_t AskProperty(xcb_connection_t* server, xcb_window_t window, xcb_atom_t property) {
+xcb_get_property_cookie_t RequestProperty(xcb_connection_t* server, xcb_window_t window,
+                                          xcb_atom_t property) {
   return ::xcb_get_property(server, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, PropertyLimit);
 }
 
@@ -121,12 +122,12 @@ class WindowReader {
   }
 
   [[nodiscard]] std::vector<TopLevelWindow> Describe(const std::vector<xcb_window_t>& windows) const {
-    std::vector<Questions> questions;
-    questions.reserve(windows.size());
-    for (const xcb_window_t window : windows) questions.push_back(Ask(window));
+    std::vector<PendingReplies> pending;
+    pending.reserve(windows.size());
+    for (const xcb_window_t window : windows) pending.push_back(Request(window));
     std::vector<TopLevelWindow> result;
-    for (const Questions& asked : questions) {
-      if (std::optional<TopLevelWindow> window = Describe(asked)) result.push_back(std::move(*window));
+    for (const PendingReplies& replies : pending) {
+      if (std::optional<TopLevelWindow> window = Describe(replies)) result.push_back(std::move(*window));
     }
     return result;
   }
@@ -146,7 +147,7 @@ class WindowReader {
     xcb_query_tree_cookie_t tree;
   };
 
-  struct Questions {
+  struct PendingReplies {
     xcb_window_t window;
     xcb_get_window_attributes_cookie_t attributes;
     xcb_get_property_cookie_t state;
@@ -157,14 +158,14 @@ class WindowReader {
     xcb_get_property_cookie_t oldName;
   };
 
-  /// Examines every open window and opens the children of those without WM_STATE. Whether any window is open
-  /// afterwards.
+  /// Examines every open window and opens the children of those without WM_STATE. Returns whether any window
+  /// is open afterwards.
   bool Descend(std::vector<Branch>& branches) const {
     std::vector<Look> looks;
     for (Branch& branch : branches) {
       for (const xcb_window_t window : branch.open) {
-        looks.push_back(
-            {&branch, window, AskProperty(server_, window, atoms_.state), ::xcb_query_tree(server_, window)});
+        looks.push_back({&branch, window, RequestProperty(server_, window, atoms_.state),
+                         ::xcb_query_tree(server_, window)});
       }
       branch.open.clear();
     }
@@ -186,7 +187,7 @@ class WindowReader {
     for (const xcb_window_t child : Children(tree.get())) look.branch->open.push_back(child);
   }
 
-  /// Returns each window once: one that is moved into its frame meanwhile is found in both places.
+  /// Returns each window once: a window that was moved into its frame meanwhile is found in both places.
   static std::vector<xcb_window_t> Found(const std::vector<Branch>& branches) {
     std::vector<xcb_window_t> result;
     std::unordered_set<xcb_window_t> seen;
@@ -200,35 +201,35 @@ class WindowReader {
     return result;
   }
 
-  [[nodiscard]] Questions Ask(xcb_window_t window) const {
+  [[nodiscard]] PendingReplies Request(xcb_window_t window) const {
     return {window,
             ::xcb_get_window_attributes(server_, window),
-            AskProperty(server_, window, atoms_.state),
-            AskProperty(server_, window, atoms_.clientLeader),
-            AskProperty(server_, window, atoms_.motifHints),
-            AskProperty(server_, window, atoms_.windowType),
-            AskProperty(server_, window, atoms_.name),
-            AskProperty(server_, window, XCB_ATOM_WM_NAME)};
+            RequestProperty(server_, window, atoms_.state),
+            RequestProperty(server_, window, atoms_.clientLeader),
+            RequestProperty(server_, window, atoms_.motifHints),
+            RequestProperty(server_, window, atoms_.windowType),
+            RequestProperty(server_, window, atoms_.name),
+            RequestProperty(server_, window, XCB_ATOM_WM_NAME)};
   }
 
   /// Describes a window by the replies; empty when the window is gone. Every reply is read, so that none
   /// stays in the connection's queue.
-  [[nodiscard]] std::optional<TopLevelWindow> Describe(const Questions& asked) const {
+  [[nodiscard]] std::optional<TopLevelWindow> Describe(const PendingReplies& pending) const {
     const Reply<xcb_get_window_attributes_reply_t> attributes(
-        ::xcb_get_window_attributes_reply(server_, asked.attributes, nullptr));
-    const auto state = PropertyReply(server_, asked.state);
-    const auto leader = PropertyReply(server_, asked.leader);
-    const auto hints = PropertyReply(server_, asked.hints);
-    const auto types = PropertyReply(server_, asked.types);
-    const auto name = PropertyReply(server_, asked.name);
-    const auto oldName = PropertyReply(server_, asked.oldName);
+        ::xcb_get_window_attributes_reply(server_, pending.attributes, nullptr));
+    const auto state = PropertyReply(server_, pending.state);
+    const auto leader = PropertyReply(server_, pending.leader);
+    const auto hints = PropertyReply(server_, pending.hints);
+    const auto types = PropertyReply(server_, pending.types);
+    const auto name = PropertyReply(server_, pending.name);
+    const auto oldName = PropertyReply(server_, pending.oldName);
     if (!attributes) return std::nullopt;
     const bool helper = attributes->map_state == XCB_MAP_STATE_UNMAPPED && !IsThere(state.get()) &&
-                        std::ranges::count(Numbers(leader.get()), asked.window) > 0;
+                        std::ranges::count(Numbers(leader.get()), pending.window) > 0;
     const bool bordered = attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT &&
                           attributes->override_redirect == 0 && !helper && !RefusesDecorations(hints.get()) &&
                           IsNormal(types.get());
-    return TopLevelWindow{asked.window, Title(name.get(), oldName.get()), bordered};
+    return TopLevelWindow{pending.window, Title(name.get(), oldName.get()), bordered};
   }
 
   static bool RefusesDecorations(const xcb_get_property_reply_t* hints) {
@@ -255,7 +256,7 @@ class WindowReader {
 
 }  // namespace
 
-std::vector<TopLevelWindow> X11TopLevelWindows::OnLevelOf(std::uint64_t window) {
+std::vector<TopLevelWindow> X11TopLevelWindows::OnScreenOf(std::uint64_t window) {
   const Connection server(::xcb_connect(display_.empty() ? nullptr : display_.c_str(), nullptr));
   if (::xcb_connection_has_error(server.get()) != 0) return {};
   const WindowReader reader(server.get());

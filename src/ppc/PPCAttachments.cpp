@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view PlainHeader = "<?xml version=\"1.0\"?>";
-constexpr std::size_t LongestHeader = 8192;  // bytes; what is longer is no header
+constexpr std::size_t LongestHeader = 8192;  // bytes; a longer one is ignored
 constexpr std::size_t WholeBar = 100;
 
 /// Counts the entries of a scan.

@@ -31,14 +31,15 @@ class PpcEntrySink {
   virtual void FoundArchiveDate(std::string_view xml) = 0;
 };
 
-/// Reads an XML file once, from front to back, and hands over its `PPCentry` elements as they stand;
-/// namespaces declared above an entry are declared in it. An entry within another one is part of that one.
-/// Memory does not grow with the file or an entry. Nothing outside the file is ever opened; only a file of at
-/// most MaxExpandedPpcBytes may use entities of its own, which are then replaced. Processes events through
-/// `display`.
+/// Reads an XML file once, from front to back, and passes the source text of its `PPCentry` elements to the
+/// sink; namespaces declared above an entry are declared in it. An entry within another one is part of that
+/// one. Memory does not grow with the file or an entry. Nothing outside the file is ever opened; only a file
+/// of at most MaxExpandedPpcBytes may use entities of its own, which are then replaced. Processes events
+/// through `display`.
 ///
 /// Throws XmlError with the reason when the file is not well-formed or exceeds a limit, which may be noticed
-/// only after entries were handed over; FileError; what the sink throws; and Cancelled when the user cancels.
+/// only after entries were passed to the sink; FileError; exceptions of the sink; and Cancelled when the user
+/// cancels.
 void ScanPpcFile(const FileSystem& files, const std::filesystem::path& path, PpcEntrySink& sink,
                  StatusDisplay& display);
 

@@ -73,8 +73,8 @@ bool InteractiveSend::Run() {
   return SendChosen(faultlogs, ppc) && finished;
 }
 
-/// A failure of one half does not keep the other from being done; cancelling does, and so does an empty list
-/// of Latest folders.
+/// When one half fails, the other is still done, unless the user cancelled or the list of Latest folders is
+/// empty.
 bool InteractiveSend::SendChosen(bool faultlogs, bool ppc) {
   const bool faultlogsSent = !faultlogs || Do(&InteractiveSend::SendFaultlogs);
   if (faultlogs && program_.lists.LatestFolderList.empty()) return false;

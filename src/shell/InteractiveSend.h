@@ -26,10 +26,10 @@ struct CollectionOutcome {
   bool succeeded = false;
 };
 
-/// Collects and mails faultlogger data, then PPC data, as the settings ask for. Shows its progress on the
+/// Collects and mails faultlogger data, then PPC data, as the settings say. Shows its progress on the
 /// program's display, asks and reports in message boxes, and logs. Its procedures never throw. When the user
-/// cancels, the step in hand ends as after a failure, the rest is left for the next send, and the log says so
-/// in one line.
+/// cancels, the current step ends as after a failure, the rest is left for the next send, and one line of the
+/// log says so.
 class InteractiveSend {
  public:
   /// `program` must outlive the object.
@@ -44,7 +44,7 @@ class InteractiveSend {
   [[nodiscard]] CollectionOutcome ProcessFaultlogData();
 
   /// Collects the documents of the Process folder whose first five lines contain "Not Sent". A document that
-  /// is unreadable or too large is reported and left out. Returns nothing when the folder is unreadable,
+  /// is unreadable or too large is reported and not returned. Returns nothing when the folder is unreadable,
   /// which is reported.
   [[nodiscard]] std::optional<CollectedDocuments> CollectUnsentFiles();
 

@@ -14,10 +14,10 @@ std::vector<std::string> KeepSecrets(const Ports& ports, const MailSettingsStore
   for (const std::filesystem::path& file : secrets) {
     try {
       if (!ports.files.KeepToOwner(file)) continue;
-      lines.push_back(
-          fmt::format("{} was open to others; it is kept to its owner now. If somebody may have read "
-                      "it, change the mail password",
-                      EscapeControls(Utf8FromPath(file))));
+      lines.push_back(fmt::format(
+          "{} was accessible to other users; now only its owner can access it. If somebody may have "
+          "read it, change the mail password",
+          EscapeControls(Utf8FromPath(file))));
     } catch (const FileError& error) {
       lines.emplace_back(error.what());
     }

@@ -9,8 +9,8 @@
 namespace fieldpost {
 
 /// Removes other users' access to the settings and to the registry's file. The program creates these files
-/// for their owner only; somebody may have changed that. Returns one line for the log for each file that was
-/// open to others, or of which the permissions cannot be set. The caller logs them, because the log may not
+/// for their owner only; somebody may have changed that. Returns one log line for each file that other users
+/// could access, or whose permissions cannot be set. The caller logs them, because the log may not
 /// have its folder yet.
 [[nodiscard]] std::vector<std::string> KeepSecrets(const Ports& ports, const MailSettingsStore& settings);
 

@@ -60,14 +60,14 @@ bool ModFPHide::Run(const Switch& wanted) {
 bool ModFPHide::DoSteps(const Switch& wanted) {
   const bool firstDone = Do(wanted.first);
   if (wanted.second == Step::None) return firstDone;
-  // What the first step queued must not be sent again by the second.
+  // The second step must not send the documents of the first again.
   program_.lists.PendingFiles.clear();
   program_.flags.SendingPPC = wanted.second == Step::CollectPpcData;
   const bool secondDone = Do(wanted.second);
   return firstDone && secondDone;
 }
 
-/// A failure of any kind does not keep the other step from being done.
+/// Catches and logs every std::exception, so that the other step still runs.
 bool ModFPHide::Do(Step step) {
   try {
     return DoUncaught(step);

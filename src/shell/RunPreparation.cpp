@@ -14,11 +14,11 @@ void LogErrors(ModWriteLogFile& log, const std::vector<std::string>& lines) {
 }  // namespace
 
 bool PrepareFolders(FieldpostProgram& program) {
-  // The tree is created in between: it stores the settings anew, for their owner only, and gives the log its
-  // folder.
-  const std::vector<std::string> openToOthers = KeepSecrets(program.ports, program.settingsStore);
+  // KeepSecrets comes first, because creating the tree rewrites Options.ini. Its lines are logged last,
+  // because the tree contains the log folder.
+  const std::vector<std::string> exposed = KeepSecrets(program.ports, program.settingsStore);
   program.tree.CreateFolderTree();
-  LogErrors(program.log, openToOthers);
+  LogErrors(program.log, exposed);
   return program.tree.IsWhole();
 }
 
@@ -49,7 +49,7 @@ bool RunPreparation::CreateFolders(EmptyLatestList empty) {
   return true;
 }
 
-/// A run that is refused may be faster than the first start, which creates the folders.
+/// When two first starts overlap, the refused run logs before the other has created the folder.
 void RunPreparation::CreateLogFolder() {
   try {
     program_.ports.files.CreateFolders(program_.paths.FaultlogFolder("Log"));

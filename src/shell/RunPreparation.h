@@ -8,8 +8,9 @@
 
 namespace fieldpost {
 
-/// Removes other users' access to the files that hold secrets, creates the folder tree, and then logs which
-/// of these files were open to others. Returns false when a part of the tree could not be created or stored.
+/// Removes other users' access to the files that contain secrets, creates the folder tree, and then logs
+/// which of these files other users could access. Returns false when a part of the tree could not be created
+/// or stored.
 [[nodiscard]] bool PrepareFolders(FieldpostProgram& program);
 
 /// What came of preparing a run.

@@ -14,7 +14,7 @@ constexpr int MatchesOfTwoCopies = 2;
 bool SingleInstanceGuard::IsAlreadyOpen(std::uint64_t ownWindow, std::string_view caption) {
   int matches = 0;
   std::uint16_t examined = 0;
-  for (const TopLevelWindow& window : windows_.OnLevelOf(ownWindow)) {
+  for (const TopLevelWindow& window : windows_.OnScreenOf(ownWindow)) {
     if (!HasBorderStyle(window) || window.title.empty()) continue;
     if (window.title != caption && window.title != FixedTitle) {
       ++examined;

@@ -30,9 +30,9 @@ class CurlConnection {
         0;  ///< of name lookup, connection and encryption; counted while it is opened
   };
 
-  /// Configures the connection. `server` has passed CheckMail. `login` is told each line of the dialogue
-  /// until the connection is open, and must outlive the object. Throws SmtpError when libcurl refuses a
-  /// setting or has no memory.
+  /// Configures the connection. `server` has passed CheckMail. `login` receives each line of the
+  /// dialogue until the connection is open, and must outlive the object. Throws SmtpError when libcurl
+  /// refuses a setting or has no memory.
   CurlConnection(const MailServer& server, TlsPlan plan, SmtpLogin& login);
   CurlConnection(const CurlConnection&) = delete;
   CurlConnection& operator=(const CurlConnection&) = delete;

@@ -26,7 +26,7 @@ std::string WithoutPassword(std::string_view text, const MailServer& server) {
   return result;
 }
 
-/// The log takes a line that contains "error: 0" for a success, so a failure must not contain it.
+/// ModWriteLogFile logs "Mail Sent" for a line with "error: 0", so a failure must not contain it.
 std::string WithoutSuccess(std::string text) {
   constexpr std::string_view success = "error: 0";
   const std::string lower = ToLowerAscii(text);

@@ -9,8 +9,7 @@
 namespace fieldpost {
 namespace {
 
-/// Well below the 50 ms within which window events are processed: a wait that ends just before them would
-/// double the time.
+/// Well below 50 ms, the longest time between two calls that process window events.
 constexpr std::chrono::milliseconds LongestWait{20};
 
 TlsPlan PlanOf(const MailServer& server, const SmtpLimits& limits) {

@@ -49,8 +49,8 @@ class SmtpConnection {
   /// Whether MAIL may announce the size of the message (RFC 1870).
   [[nodiscard]] bool OffersSize() const { return login_.OffersSize(); }
 
-  /// Tells that the end of the data is sent next. The server may accept the mail from then on, and only its
-  /// reply can tell, so cancelling no longer ends a wait but limits it to the settings' timeout.
+  /// Call before sending the end of the data. From then on the server may have accepted the mail, which only
+  /// its reply shows, so cancelling no longer ends a wait but limits it to the settings' timeout.
   void BeginHandover() { handingOver_ = true; }
 
   /// Sends all of `bytes`. Throws when the connection is lost or makes no progress for the settings' timeout.

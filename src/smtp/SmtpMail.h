@@ -16,8 +16,8 @@ namespace fieldpost {
 
 /// Opens a connection for each mail. Every wait processes window events at least every 50 ms. When the user
 /// cancels before the end of the data is sent, the connection is closed at the next such moment, and the
-/// server has accepted nothing. After the end of the data, its reply is awaited all the same, but for no
-/// longer than any other reply.
+/// server has accepted nothing. After the end of the data, its reply is still awaited, but no longer than any
+/// other.
 class SmtpMail final : public MailTransport {
  public:
   /// `files`, `clock` and `display` must outlive the object. `limits` differ from the default only in tests.

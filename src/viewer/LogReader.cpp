@@ -78,8 +78,7 @@ void LogReader::Skip() {
   held_.clear();
 }
 
-/// Appends up to `wanted` bytes of the file to the held ones. Nothing is left of a file that has become
-/// shorter than it was.
+/// Appends up to `wanted` bytes of the file to the buffer. Ends reading when the file has become shorter.
 void LogReader::ReadMore(std::size_t wanted) {
   const std::size_t before = held_.size();
   held_.resize(before + static_cast<std::size_t>(std::min<std::uint64_t>(wanted, left_)));
@@ -88,7 +87,7 @@ void LogReader::ReadMore(std::size_t wanted) {
   left_ = got == 0 ? 0 : left_ - got;
 }
 
-/// Takes the rows that the held bytes hold whole; at the end of the file, all of them.
+/// Returns the complete rows of the buffer; at the end of the file, all rows.
 std::string LogReader::TakeRows() {
   std::string_view rest = held_;
   if (isInsideLine_) rest.remove_prefix(std::min(rest.find('\n') + 1, rest.size()));

@@ -130,7 +130,7 @@ class XmlTree {
 
   BlockList<NodeData, 16384> nodes_;
   BlockList<char, 1048576> text_;
-  // The rest of a label that was appended to when labels of other nodes followed it already.
+  // Later pieces of labels that were extended after other labels had been stored.
   std::unordered_map<Node, std::vector<Piece>> more_;
   Node open_ = None;
 };

@@ -10,7 +10,7 @@
 namespace fieldpost {
 namespace {
 
-/// One call reads as much: the window answers in between.
+/// Bytes per call; the window processes events between calls.
 constexpr std::size_t SliceBytes = 8192;
 
 /// Whatever is in the archive can be shown: only what the parser compares with each other is limited.

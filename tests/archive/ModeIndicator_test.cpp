@@ -175,7 +175,7 @@ TEST(ModeIndicator, IsCutWhenLongButNeverToALetter) {
   EXPECT_LT(Read(InFlFile("<MODEIND>" + std::string(2'000'000, 'p') + "</MODEIND>"))->size(), 1010U);
 }
 
-TEST(ModeIndicator, LimitsWhatEntitiesStandFor) {
+TEST(ModeIndicator, LimitsTheExpandedSizeOfEntities) {
   std::string laughs = "<!DOCTYPE F [<!ENTITY a0 \"ha\">";
   for (int i = 1; i < 40; ++i) {
     const std::string before = "&a" + std::to_string(i - 1) + ";";

@@ -2,17 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "support/SampleTime.h"
+
 namespace fieldpost {
 namespace {
 
-constexpr LocalTime Afternoon{.year = 2004,
-                              .month = 3,
-                              .day = 15,
-                              .hour = 14,
-                              .minute = 7,
-                              .second = 9,
-                              .weekday = 1,
-                              .offsetMinutes = 60};
+using test::Afternoon;
 
 TEST(DateText, FormatsEachForm) {
   EXPECT_EQ(CompactDate(Afternoon), "20040315");

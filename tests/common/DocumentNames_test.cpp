@@ -2,17 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "support/SampleTime.h"
+
 namespace fieldpost {
 namespace {
 
-constexpr LocalTime Afternoon{.year = 2004,
-                              .month = 3,
-                              .day = 15,
-                              .hour = 14,
-                              .minute = 7,
-                              .second = 9,
-                              .weekday = 1,
-                              .offsetMinutes = 60};
+using test::Afternoon;
 
 TEST(DocumentNames, AreBuiltFromPartnerIdAndHour) {
   const std::string stem = DocumentStem(FaultlogPrefix, "4711", Afternoon);

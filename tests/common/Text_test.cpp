@@ -53,7 +53,7 @@ TEST(EscapeControls, EscapesWhatIsNotVisibleOrNotUtf8) {
   }
 }
 
-TEST(HoldsControl, FindsWhatForgesALineOrTurnsText) {
+TEST(HoldsControl, FindsControlAndDirectionCharacters) {
   struct Row {
     const char* name;
     std::string_view text;

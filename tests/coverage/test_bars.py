@@ -16,7 +16,7 @@ class Shortfalls(unittest.TestCase):
         with mock.patch.multiple(bars, CORE=(90, 80), CRITICAL=(100, 95), CRITICAL_FILES=["outbox/Send*"]):
             return bars.shortfalls(files, sources)
 
-    def test_table(self):
+    def test_names_every_shortfall(self):
         all_lines = lines(10, 10)
         for name, files, expected in [
                 ("all reached", {"common/A.cpp": lines(89, 90, 8, 10), "outbox/SendLoop.cpp": lines(10, 10, 19, 20)}, []),

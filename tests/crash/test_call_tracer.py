@@ -189,7 +189,7 @@ class CallTracer(CrashTest):
             with self.subTest(options):
                 self.assertEqual(2, self.trace("", *options))
 
-    def test_faults(self):
+    def test_one_call_fails_as_asked(self):
         trial = ("def trial(name, step):\n  try: print(name, step(), end=' ')\n"
                  "  except OSError as e: print(name, e.errno, end=' ')\n"
                  "make('a'); f = os.open('a', os.O_RDWR)\n"  # calls 1 to 4
@@ -214,7 +214,7 @@ class CallTracer(CrashTest):
         self.assertEqual("2", self.printed.strip())
         self.assertEqual(b"12", (self.work / "a").read_bytes())
 
-    def test_from_then_on(self):
+    def test_every_call_fails_from_then_on(self):
         steps = "".join(f"\ntry: {step}\nexcept OSError as e: print(e.errno, end=' ')"
                         for step in ("os.mkdir('a')", "os.mkdir('b')", "open('there').read()", "os.mkdir('c')",
                                      "open('c', 'w')", "open('there').read()"))

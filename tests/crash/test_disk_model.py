@@ -96,7 +96,7 @@ class StatesAtTheEnd(unittest.TestCase):
         ("calls outside the root", "a=1", "create ../e/x, write ../e/x y, unlink ../e/x", {"a=1"}),
     ]
 
-    def test_table(self):
+    def test_states_that_a_power_cut_can_leave(self):
         for name, start, trace, expected in self.TABLE:
             with self.subTest(name):
                 self.assertEqual(expected, states_at_end(start, trace))
@@ -137,7 +137,7 @@ class DistinctStates(unittest.TestCase):
         left = {text_of(tree) for _, tree in distinct_states(ROOT, tree_of("a=1"), without_flushes(trace))}
         self.assertIn("", left)
 
-    def test_since(self):
+    def test_states_after_a_call(self):
         self.assertEqual([(2, "a=1 b=x"), (2, "a=1 b="), (2, "a=1"), (3, "b=x"), (3, "b="), (3, "")],
                          self.states("a=1", "create b, write b x, unlink a", since=2))
 

@@ -70,7 +70,7 @@ class Permissions(PermissionsTest):
                 self.assertEqual(0, self.watched("-fc").status, site.log())
                 self.assertEqual(0o600, mode_of(site.home / name))
                 (line,) = self.errors_about(site.log(), name)
-                self.assertIn("was open to others; it is kept to its owner now", line)
+                self.assertIn("was accessible to other users; now only its owner can access it", line)
                 self.assertEqual([], self.errors_about(self.log_after("-fc"), name))
 
 

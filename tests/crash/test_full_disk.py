@@ -9,7 +9,7 @@ from capabilities import mounting
 
 
 class FullDisk(CrashTest):
-    def test_with_each_block_more(self):
+    def test_completes_on_the_first_disk_with_enough_room(self):
         done = subprocess.run([*mounting(), "/usr/bin/python3", "-B", HERE / "full_disk.py", self.folder],
                               capture_output=True, text=True, timeout=120, check=False)
         self.assertEqual(0, done.returncode, done.stderr)

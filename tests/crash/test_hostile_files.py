@@ -191,7 +191,7 @@ class HostileFiles(HostileTest):
         print(f"{len(table)} files; most memory {peak[0]:.0f} MB ({peak[1]}), "
               f"longest {slowest[0]:.1f} s ({slowest[1]})")
 
-    def test_contents(self):
+    def test_hostile_content_goes_to_error_with_its_reason(self):
         self.check_all(HOSTILE_CONTENTS)
 
     def test_product_codes(self):

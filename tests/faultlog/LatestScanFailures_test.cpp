@@ -168,7 +168,7 @@ struct FullSite : test::ScanSite {
   }
 };
 
-TEST(ProcessLatestFiles, LosesAndDoublesNothingWhicheverSystemCallFails) {
+TEST(ProcessLatestFiles, NeitherLosesNorDuplicatesEntriesWhicheverSystemCallFails) {
   const std::size_t swept = test::ForEachFailingCall([](std::string_view call, int n) {
     FullSite site;
     ScanResult result;

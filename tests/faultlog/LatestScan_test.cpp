@@ -101,7 +101,7 @@ TEST(ProcessLatestFiles, ShowsItsProgressOnlyWhenMessagesMayBeShown) {
   }
 }
 
-TEST(ProcessLatestFiles, SendsWhatItQueuedWhenToldTo) {
+TEST(ProcessLatestFiles, SendsQueuedDocumentsWithSendAfterCollect) {
   ScanSite site;
   site.program.flags.SendAfterCollect = true;
   site.Latest("a.xml", test::FaultlogXml("A"));

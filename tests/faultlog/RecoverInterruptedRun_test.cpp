@@ -84,7 +84,7 @@ std::size_t ChangesOfAWholeRun() {
   return site.files.changes - before;
 }
 
-TEST_F(RecoverInterruptedRun, LosesAndDoublesNothingWhereverTheProgramIsKilled) {
+TEST_F(RecoverInterruptedRun, NeitherLosesNorDuplicatesEntriesWhereverTheProgramIsKilled) {
   const std::size_t changes = ChangesOfAWholeRun();
   ASSERT_GT(changes, 20U);
   for (std::size_t n = 0; n < changes; ++n) {
@@ -255,7 +255,7 @@ TEST_F(RecoverInterruptedRun, LosesNoSupersededDocumentWhereverTheProgramIsKille
   ASSERT_GT(changes, 20U);
 }
 
-TEST_F(RecoverInterruptedRun, LosesAndDoublesNothingWhenTheJournalCouldNotBeRemovedEither) {
+TEST_F(RecoverInterruptedRun, NeitherLosesNorDuplicatesEntriesWhenTheJournalCannotBeRemovedEither) {
   int journalsLeft = 0;
   for (int removals = 0; removals < 10; ++removals) {
     BusySite site;

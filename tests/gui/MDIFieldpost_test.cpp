@@ -29,7 +29,7 @@ using testing::IsEmpty;
 struct Desktop final : TopLevelWindows {
   std::vector<TopLevelWindow> windows;
 
-  [[nodiscard]] std::vector<TopLevelWindow> OnLevelOf(std::uint64_t) override { return windows; }
+  [[nodiscard]] std::vector<TopLevelWindow> OnScreenOf(std::uint64_t) override { return windows; }
 };
 
 struct MainWindow : test::WindowSite {

@@ -73,7 +73,7 @@ TEST(frmProcessPPC, CountsTheEntriesAndTheirDocumentsAreMailed) {
   watch.ExpectAnswers("PPC entries");
 }
 
-TEST(frmProcessPPC, ShowsHowFarThePackingIs) {
+TEST(frmProcessPPC, ShowsThePackingProgress) {
   const SmtpServer server;
   PpcMailSite site(server);
   site.program.settings.UseZip = "True";
@@ -91,7 +91,7 @@ TEST(frmProcessPPC, ShowsHowFarThePackingIs) {
   EXPECT_THAT(test::Names(site.Tree("PPCTemp")), IsEmpty());
 }
 
-TEST(frmProcessPPC, ClosingItEndsTheSend) {
+TEST(frmProcessPPC, ClosingCancelsTheSend) {
   for (const bool whilePacking : {false, true}) {
     const SmtpServer server;
     PpcMailSite site(server);
@@ -121,7 +121,7 @@ TEST(frmProcessPPC, ClosingItEndsTheSend) {
   }
 }
 
-TEST(frmProcessPPC, GivesTheDisplayBack) {
+TEST(frmProcessPPC, RestoresTheDisplay) {
   test::WindowSite site;
   QLabel label;
   site.display.ShowIn({.label = &label, .bar = nullptr, .lines = nullptr});

@@ -42,7 +42,7 @@ constexpr std::array WaysToClose{
     +[](QDialog& dialog) { dialog.close(); },
 };
 
-TEST(frmSending, MailsRealFilesAndSaysSo) {
+TEST(frmSending, MailsFilesAndShowsTheResult) {
   const SmtpServer server({"--mode", "late-at-end", "--delay", "0.15"});
   MailSite site(server);
   site.Latest("a.xml", test::FaultlogXml("AB12", "F", "20040101", std::string(1'400'000, 'x')));
@@ -65,7 +65,7 @@ TEST(frmSending, MailsRealFilesAndSaysSo) {
   EXPECT_EQ(site.display.Shown().label, nullptr) << "the display is given back";
 }
 
-TEST(frmSending, ShowsWhereItIs) {
+TEST(frmSending, ShowsStepLabelAndProgress) {
   const SmtpServer server;
   MailSite site(server);
   for (int i = 0; i < 1000; ++i) site.Latest(fmt::format("{:04}.xml", i), test::FaultlogXml("AB12"));
@@ -82,7 +82,7 @@ TEST(frmSending, ShowsWhereItIs) {
   watch.ExpectAnswers("1000 files");
 }
 
-TEST(frmSending, ClosingItInWhateverWayAsksTheJobToEnd) {
+TEST(frmSending, EveryWayOfClosingCancelsTheJob) {
   for (const auto close : WaysToClose) {
     test::WindowSite site;
     DialogWatch watch("frmSending");
@@ -101,7 +101,7 @@ TEST(frmSending, ClosingItInWhateverWayAsksTheJobToEnd) {
   }
 }
 
-TEST(frmSending, ClosingItEndsTheSendAndLosesNothing) {
+TEST(frmSending, ClosingCancelsTheSendAndLosesNoEntry) {
   const SmtpServer server;
   MailSite site(server);
   constexpr std::size_t count = 1000;
@@ -137,7 +137,7 @@ TEST(frmSending, ClosingItEndsTheSendAndLosesNothing) {
   EXPECT_EQ(entries, count) << "each is in a document once";
 }
 
-TEST(frmSending, AnswersAndClosesWhileTheServerStalls) {
+TEST(frmSending, StaysResponsiveWhileTheServerStalls) {
   for (const char* mode : {"silent", "stall-at-hello", "stall-in-data"}) {
     const SmtpServer server({"--mode", mode});
     MailSite site(server);
@@ -164,7 +164,7 @@ TEST(frmSending, AnswersAndClosesWhileTheServerStalls) {
   }
 }
 
-TEST(frmSending, NoSecondCommandCanStartMeanwhile) {
+TEST(frmSending, BlocksOtherCommandsDuringASend) {
   const SmtpServer server({"--mode", "silent"});
   MailSite site(server);
   site.Latest("a.xml", test::FaultlogXml("AB12"));
@@ -189,7 +189,7 @@ TEST(frmSending, NoSecondCommandCanStartMeanwhile) {
   EXPECT_EQ(started, 2);
 }
 
-TEST(frmSending, AMailThatFailsIsShown) {
+TEST(frmSending, ShowsAFailedMail) {
   const SmtpServer server({"--mode", "refuse-recipient"});
   MailSite site(server);
   site.Latest("a.xml", test::FaultlogXml("AB12"));
@@ -203,7 +203,7 @@ TEST(frmSending, AMailThatFailsIsShown) {
   EXPECT_THAT(site.Log(), testing::Not(Contains(Ended)));
 }
 
-TEST(frmSending, AsksForWhatIsMissing) {
+TEST(frmSending, OpensTheOptionsForAMissingSetting) {
   const SmtpServer server;
   MailSite neither(server);
   neither.program.settings.SendFault = "False";
@@ -241,7 +241,7 @@ class FolderHolder {
   std::FILE* input_;
 };
 
-TEST(frmSending, LeavesTheFoldersToAnotherProcessThatHasThem) {
+TEST(frmSending, RefusesFoldersLockedByAnotherProcess) {
   const SmtpServer server;
   MailSite site(server);
   site.Latest("a.xml", test::FaultlogXml("AB12"));
@@ -254,7 +254,7 @@ TEST(frmSending, LeavesTheFoldersToAnotherProcessThatHasThem) {
   EXPECT_TRUE(fs::exists(site.Tree("Latest") / "a.xml"));
 }
 
-TEST(frmSending, CanBeUsedByKeyboardAndRead) {
+TEST(frmSending, WorksByKeyboardAndScreenReader) {
   test::WindowSite site;
   frmSending dialog([] {}, site.display, site.memory);
   EXPECT_EQ(FromQt(dialog.objectName()), "frmSending");
@@ -267,7 +267,7 @@ TEST(frmSending, CanBeUsedByKeyboardAndRead) {
   EXPECT_TRUE(dialog.findChild<QPlainTextEdit*>("txtStatus")->isReadOnly());
 }
 
-TEST(frmSending, AWishToEndIsForOneSendAlone) {
+TEST(frmSending, CancellingAffectsOneSendOnly) {
   test::WindowSite site;
   site.display.RequestStop(true);
   bool stopAtBegin = true;

@@ -187,7 +187,7 @@ TEST_F(OptionsStoreTest, ReturnsTheUnsavedPlacesInTheOrderOfSaving) {
   EXPECT_THAT(store_.SaveOptions(Shown(), inst_), testing::IsEmpty());
 }
 
-TEST(DefaultRecipientsTest, TheyAreAddresses) {
+TEST(DefaultRecipientsTest, ReturnsAddresses) {
   EXPECT_THAT(std::string(DefaultFaultlogRecipient()), testing::MatchesRegex("[^@ ]+@[^@ ]+"));
   EXPECT_THAT(std::string(DefaultPpcRecipient()), testing::MatchesRegex("[^@ ]+@[^@ ]+"));
   EXPECT_NE(DefaultFaultlogRecipient(), DefaultPpcRecipient());

@@ -41,7 +41,7 @@ TEST(CollectWaitingDocuments, TakesTheLastHashOfAPendingDocument) {
   EXPECT_THAT(collected.documents, ElementsAre(PendingFile{document, HashContent("second")}));
 }
 
-TEST(CollectWaitingDocuments, LeavesOutWhatTheJournalNamesWithThisContent) {
+TEST(CollectWaitingDocuments, ExcludesDocumentsListedInTheJournal) {
   SendSite site;
   const fs::path mailed = site.Document("a.xml");
   const fs::path changed = site.Document("b.xml");

@@ -158,7 +158,7 @@ void Block(const fs::path& document) {
   fs::create_directories(TemporaryNameFor(document) / "in the way");
 }
 
-TEST(FinishInterruptedSend, KeepsUnmarkableDocumentsFromBeingSentAgain) {
+TEST(FinishInterruptedSend, DocumentWhoseMarkedCopyCannotBeWrittenIsNotSentAgain) {
   WaitingSite site;
   Block(site.documents[1]);
   EXPECT_FALSE(site.program.sendLoop.SendQueuedFaultlogs());

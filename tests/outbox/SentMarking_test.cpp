@@ -123,7 +123,7 @@ TEST(SentMarking, DocumentThatChangedAfterItWasMailedIsMailedAgain) {
   EXPECT_EQ(site.transport.mails.size(), 1U);
 }
 
-TEST(SentMarking, JournalDoesNotHoldBackAnotherDocumentOfThatName) {
+TEST(SentMarking, JournalDoesNotExcludeADocumentWithOtherContent) {
   SendSite site;
   const fs::path document = site.Document("a.xml");
   fs::create_directories(TemporaryNameFor(document) / "in the way");

@@ -46,7 +46,7 @@ class LoadingProcess {
 };
 
 std::vector<TopLevelWindow> Windows() {
-  return SessionTopLevelWindows(false, "Fieldpost")->OnLevelOf(0);
+  return SessionTopLevelWindows(false, "Fieldpost")->OnScreenOf(0);
 }
 
 TopLevelWindow Counted(std::uint64_t process) {

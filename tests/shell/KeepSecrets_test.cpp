@@ -43,10 +43,11 @@ TEST(KeepSecrets, ClosesAnOpenFileAndLogsWhatToDo) {
   site.Keep();
   EXPECT_EQ(fs::status(site.settings).permissions(), static_cast<fs::perms>(0600));
   const std::string name = Utf8FromPath(site.settings);
-  EXPECT_THAT(site.Log(),
-              ElementsAre("[Error]:" + name +
-                          " was open to others; it is kept to its owner now. If somebody may have "
-                          "read it, change the mail password"));
+  EXPECT_THAT(
+      site.Log(),
+      ElementsAre("[Error]:" + name +
+                  " was accessible to other users; now only its owner can access it. If somebody may have "
+                  "read it, change the mail password"));
 }
 
 TEST(KeepSecrets, LogsWhyAFileStaysOpen) {

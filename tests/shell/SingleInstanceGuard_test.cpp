@@ -25,7 +25,7 @@ class FakeWindows final : public TopLevelWindows {
   std::vector<TopLevelWindow> windows;
   std::vector<std::uint64_t> asked;
 
-  std::vector<TopLevelWindow> OnLevelOf(std::uint64_t window) override {
+  std::vector<TopLevelWindow> OnScreenOf(std::uint64_t window) override {
     asked.push_back(window);
     return windows;
   }

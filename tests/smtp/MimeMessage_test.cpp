@@ -205,9 +205,9 @@ void PrintTo(const Change& given, std::ostream* out) {
   *out << given.name;
 }
 
-class MimeChangeTest : public MimeMessageTest, public testing::WithParamInterface<Change> {};
+class MimeMessageChangeTest : public MimeMessageTest, public testing::WithParamInterface<Change> {};
 
-TEST_P(MimeChangeTest, FailsWhenAnAttachmentHasChanged) {
+TEST_P(MimeMessageChangeTest, FailsWhenAnAttachmentHasChanged) {
   mail.attachments = {folder.Write("a.xml", std::string(1'000'000, 'a'))};
   MimeMessage message(files, mail);
   std::string buffer(1000, '\0');
@@ -224,7 +224,7 @@ TEST_P(MimeChangeTest, FailsWhenAnAttachmentHasChanged) {
   EXPECT_THROW(readOn(), FileError);
 }
 
-INSTANTIATE_TEST_SUITE_P(Changes, MimeChangeTest,
+INSTANTIATE_TEST_SUITE_P(Changes, MimeMessageChangeTest,
                          testing::Values(Change{"Longer", std::string(1'000'001, 'a')},
                                          Change{"MuchLonger", std::string(5'000'000, 'a')},
                                          Change{"Shorter", std::string(999'999, 'a')}, Change{"Empty", ""},

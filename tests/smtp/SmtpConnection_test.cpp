@@ -39,9 +39,9 @@ TEST_F(SmtpConnectionTest, FailsWhenTheServerRepliesAmongTheData) {
   EXPECT_THAT(status, testing::AnyOf(HasSubstr("552 5.3.4 that is too much"), HasSubstr("was lost")));
 }
 
-class SlowReplyTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+class SmtpConnectionSlowReplyTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(SlowReplyTest, LimitsTheTimeOfTheWholeReply) {
+TEST_P(SmtpConnectionSlowReplyTest, LimitsTheTimeOfTheWholeReply) {
   const SmtpServer sink({"--mode", GetParam(), "--delay", "0.3"});
   limits.timeoutsPerReply = 2;
   limits.finalReply = seconds(2);
@@ -50,7 +50,7 @@ TEST_P(SlowReplyTest, LimitsTheTimeOfTheWholeReply) {
   EXPECT_LT(duration, seconds(4));
 }
 
-INSTANTIATE_TEST_SUITE_P(SmtpConnection, SlowReplyTest,
+INSTANTIATE_TEST_SUITE_P(SmtpConnection, SmtpConnectionSlowReplyTest,
                          testing::Values("drip-lines-greeting", "drip-lines-hello", "drip-lines",
                                          "drip-lines-at-end"),
                          [](const auto& given) { return Replaced(given.param, "-", "_"); });
@@ -61,9 +61,9 @@ TEST_F(SmtpConnectionTest, ProcessesEventsWhileItAwaitsTheFinalReply) {
   EXPECT_GE(display.turns, 12U);
 }
 
-class CancelledSendTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+class SmtpConnectionCancelTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(CancelledSendTest, ClosesTheConnectionWhenEventsAreProcessedNext) {
+TEST_P(SmtpConnectionCancelTest, ClosesTheConnectionWhenEventsAreProcessedNext) {
   const SmtpServer sink({"--mode", GetParam(), "--delay", "0.05"});
   AttachBytes(20'000'000);
   server.tryCount = 3;
@@ -79,7 +79,7 @@ TEST_P(CancelledSendTest, ClosesTheConnectionWhenEventsAreProcessedNext) {
   EXPECT_LT(duration, seconds(2));
 }
 
-INSTANTIATE_TEST_SUITE_P(SmtpConnection, CancelledSendTest,
+INSTANTIATE_TEST_SUITE_P(SmtpConnection, SmtpConnectionCancelTest,
                          testing::Values("silent", "stall-at-hello", "slow-hello", "stall-in-data", "slow"),
                          [](const auto& given) { return Replaced(given.param, "-", "_"); });
 

@@ -30,7 +30,7 @@ bool Allows(SmtpLogin& login, const Lines& lines) {
 
 class SmtpLoginTest : public SmtpMailTest {};
 
-TEST(SmtpLogin, AllowsAPasswordOnlyWhereNobodyElseCanReadIt) {
+TEST_F(SmtpLoginTest, AllowsAPasswordOnlyWhereNobodyElseCanReadIt) {
   const Lines plain{"S: 220 x", "C: EHLO a", "S: 250-x", "S: 250 AUTH PLAIN"};
   const Lines offered{"S: 220 x", "C: EHLO a", "S: 250-x", "S: 250-starttls", "S: 250 AUTH PLAIN"};
   const Lines unoffered{"S: 220 x", "C: EHLO a", "S: 250 x", "C: AUTH PLAIN", "S: 334 "};
@@ -55,7 +55,7 @@ TEST(SmtpLogin, AllowsAPasswordOnlyWhereNobodyElseCanReadIt) {
   }
 }
 
-TEST(SmtpLogin, AllowsAnUnencryptedPasswordOnThisMachine) {
+TEST_F(SmtpLoginTest, AllowsAnUnencryptedPasswordOnThisMachine) {
   SmtpLogin login(TlsPlan::IfOffered, true, [] { return true; });
   EXPECT_TRUE(Allows(login, {"S: 220 x", "C: EHLO a", "S: 250 AUTH PLAIN", "C: AUTH PLAIN", "S: 334 "}));
 }

@@ -75,9 +75,9 @@ void PrintTo(const Misbehaviour& given, std::ostream* out) {
   *out << given.mode;
 }
 
-class SmtpFailureTest : public SmtpMailTest, public testing::WithParamInterface<Misbehaviour> {};
+class SmtpMailFailureTest : public SmtpMailTest, public testing::WithParamInterface<Misbehaviour> {};
 
-TEST_P(SmtpFailureTest, FailsWithTheReason) {
+TEST_P(SmtpMailFailureTest, FailsWithTheReason) {
   const Misbehaviour& given = GetParam();
   const SmtpServer sink({"--mode", given.mode});
   AttachBytes(20'000'000);
@@ -92,7 +92,7 @@ TEST_P(SmtpFailureTest, FailsWithTheReason) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Modes, SmtpFailureTest,
+    Modes, SmtpMailFailureTest,
     testing::Values(
         Misbehaviour{"refuse-421", "421 too busy", 3}, Misbehaviour{"refuse-554", "554 no service", 3},
         Misbehaviour{"error-zero", "554 Error:0 of us", 3},
@@ -118,9 +118,9 @@ INSTANTIATE_TEST_SUITE_P(
         Misbehaviour{"hang-up-at-end", "was lost; the mail may", 1, true}),
     [](const auto& given) { return Replaced(given.param.mode, "-", "_"); });
 
-class SmtpSuccessTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
+class SmtpMailSuccessTest : public SmtpMailTest, public testing::WithParamInterface<const char*> {};
 
-TEST_P(SmtpSuccessTest, SucceedsOnceTheServerHasAcceptedTheMail) {
+TEST_P(SmtpMailSuccessTest, SucceedsOnceTheServerHasAcceptedTheMail) {
   const SmtpServer sink({"--mode", GetParam(), "--delay", "0.7"});
   AttachBytes(500'000);
   limits.finalReply = seconds(10);
@@ -129,7 +129,7 @@ TEST_P(SmtpSuccessTest, SucceedsOnceTheServerHasAcceptedTheMail) {
   EXPECT_LT(display.longestGap, milliseconds(500));
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, SmtpSuccessTest,
+INSTANTIATE_TEST_SUITE_P(Modes, SmtpMailSuccessTest,
                          testing::Values("cut-after-accept", "stall-at-quit", "late-at-end", "slow",
                                          "slow-hello"),
                          [](const auto& given) { return Replaced(given.param, "-", "_"); });

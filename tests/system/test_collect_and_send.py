@@ -173,7 +173,7 @@ class CollectThenSend(SystemTest):
 
 
 class NoSwitch(SystemTest):
-    def test_any_other_line_asks_for_the_window_and_says_that_there_is_no_display(self):
+    def test_other_arguments_need_a_display(self):
         site = self.make_site()
         file = site.drop("unit.xml", fault_file([Entry()]))
         for line in ([], ["-x"], [" -fcs"], ["-fcs "], ["-fcs", "-fc"], ["-fc", "now"], ["--help"]):

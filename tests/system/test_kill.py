@@ -83,7 +83,7 @@ class Killed(SystemTest):
                 for _, content in self.attachments_of(self.read_mail(received.content))
                 for uid in entries_of(content)}
 
-    def test_repeatedly(self):
+    def test_loses_and_duplicates_no_entry_when_killed_repeatedly(self):
         whole = self.measure("-fc")
         self.fill()
         for step in range(1, MOMENTS):

@@ -88,8 +88,8 @@ class FirstRunWithOpenSettings(SystemTest):
         self.assertFalse(site.faultlog.exists(), "it is a first run")
         log = self.quiet_log_after("-fcs")
         self.assertEqual("", site.printed)
-        self.assertEqual([f"[Error]:{options} was open to others; it is kept to its owner now. If somebody may have "
-                          "read it, change the mail password",
+        self.assertEqual([f"[Error]:{options} was accessible to other users; now only its owner can access it. "
+                          "If somebody may have read it, change the mail password",
                           "[Search Latest]:Found 1 OK files", "[Mail]:Mail Sent"], log)
         self.assertEqual(0o600, options.stat().st_mode & 0o777)
 

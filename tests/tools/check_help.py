@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""Checks that the help holds every message of the program, lists every page, and has no dead links."""
+"""Checks that the help explains every message of the program and no other, lists every page, and has no dead links."""
 
+import html
 import html.parser
 import re
 import sys
@@ -10,6 +11,7 @@ import tree
 
 FOLDER = "docs/help"
 PROJECT = "FPhelp.qhp"
+MESSAGES = "messages.html"
 # Whoever calls one of these speaks to the user, at once or in the end.
 SPEAKERS = re.compile(r"\b(?:ShowMessage|AskYesNo|WriteLog|ShowStatus|SetLabel|Fail|FileError|SmtpError|PpcError|XmlError|"
                       r"LatestRefusal|MissingOption|PathNotFound)\(")
@@ -18,6 +20,11 @@ NAMED = re.compile(r'constexpr std::string_view (\w+) =\s*((?:"(?:[^"\\\n]|\\.)*
 # What differs from case to case; the help writes "..." there.
 HOLE = re.compile(r"\{[^{}]*\}|\\x[0-9A-Fa-f]{2}|\\[rnt0]")
 WORD = re.compile(r"[A-Za-z]{3,}")
+# The first cell of each row of the page of messages; the texts of a form.
+EXPLAINED = re.compile(r"<tr><td><b>(.*?)</b></td>")
+FORM_TEXT = re.compile(r"<string>([^<]*)</string>")
+# A phrase of a message between names, numbers and punctuation, each of which may begin another text of the program.
+PHRASE = re.compile(r"[A-Za-z][A-Za-z' -]*[A-Za-z]")
 LINK = re.compile(r'\b(?:href|src)="([^"]*)"')
 ANCHOR = re.compile(r'\b(?:name|id)="([^"]*)"')
 
@@ -78,6 +85,22 @@ def message_faults(path, source, book):
     return sorted(set(faults))
 
 
+def texts(path, source):
+    """Returns every text of a source file or form, one a line."""
+    if path.suffix == ".ui":
+        return "\n".join(html.unescape(text) for text in FORM_TEXT.findall(source))
+    source = re.sub(r"^\s*//.*$", "", source, flags=re.MULTILINE).replace("'\"'", "")
+    return "\n".join(" ".join(HOLE.sub(" ", text).split()) for text in joined_literals(source))
+
+
+def explanation_faults(page, program):
+    """Returns the phrases of explained messages that the program lacks. page: that of messages; program: all its texts."""
+    explained = html.unescape(" ... ".join(EXPLAINED.findall(page)))
+    phrases = {" ".join(phrase.split()) for phrase in PHRASE.findall(re.sub("<[^>]*>", "", explained))}
+    return [f"{FOLDER}/{MESSAGES}: no source contains \"{phrase}\"" for phrase in sorted(phrases)
+            if WORD.search(phrase) and phrase not in program]
+
+
 def link_faults(pages):
     """Returns every dead link. pages: their texts by their names."""
     anchors = {name: set(ANCHOR.findall(text)) for name, text in pages.items()}
@@ -113,10 +136,15 @@ def main():
     book = " ".join(plain(text) for name, text in sorted(pages.items()) if name.endswith(".html"))
     faults = project_faults((tree.ROOT / FOLDER / PROJECT).read_text(encoding="utf-8"), pages)
     faults += link_faults(pages)
+    program = []
     for path in tree.files("src"):
-        if path.suffix in (".cpp", ".h"):
-            faults += message_faults(path, (tree.ROOT / path).read_text(encoding="utf-8"), book)
-    return tree.report(faults)
+        if path.suffix not in (".cpp", ".h", ".ui"):
+            continue
+        source = (tree.ROOT / path).read_text(encoding="utf-8")
+        program.append(texts(path, source))
+        if path.suffix != ".ui":
+            faults += message_faults(path, source, book)
+    return tree.report(faults + explanation_faults(pages[MESSAGES], "\n".join(program)))
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-"""The checks of the tree find what they are there to find."""
+"""The checks of the tree find the faults that they are meant to find."""
 
 import pathlib
 import unittest
@@ -38,6 +38,19 @@ class Help(unittest.TestCase):
             with self.subTest(code=code):
                 self.assertEqual(expected, len(check_help.message_faults("x.cpp", code, self.BOOK)))
 
+    def test_explanations(self):
+        program = "\n".join(check_help.texts(pathlib.PurePath(name), text) for name, text in [
+            ("a.cpp", '// "only a comment"\nThrow("cannot "\n    "read {}: \\"{}\\" is gone", c == \'"\');\nF("too long");'),
+            ("a.ui", "<string>Save &amp; close</string>")])
+        for message, missing in [
+                ("cannot read ...: \"...\" is gone", []), ("cannot <i>read</i> ...", []), ("too long / is gone", []),
+                ("cannot write ... / too long", ["cannot write"]), ("only a comment", ["only a comment"]),
+                ("read is gone", ["read is gone"]), ("is gone (Save)", []), ("is gone (Load)", ["Load"])]:
+            with self.subTest(message=message):
+                page = f"<p><b>Other</b></p><tr><td><b>{message}</b></td><td><b>Any</b> meaning</td></tr>"
+                self.assertEqual([f'docs/help/messages.html: no source contains "{phrase}"' for phrase in missing],
+                                 check_help.explanation_faults(page, program))
+
     def test_links(self):
         self.assertEqual([], check_help.link_faults(self.PAGES))
         for link, expected in [("b.html", 0), ("b.html#two", 0), ("#one", 0), ("b.html#one", 1), ("d.html", 1),
@@ -59,7 +72,7 @@ class Layers(unittest.TestCase):
     def faults(self, path, include):
         return len(check_layers.faults_in(path, f"// A line.\n#include {include}\n"))
 
-    def test_table(self):
+    def test_refuses_includes_that_modules_do_not_allow(self):
         for path, include, expected in [
                 ("outbox/SendLoop.cpp", '"outbox/Zip.h"', 0),
                 ("outbox/SendLoop.cpp", '"common/Text.h"', 0),
@@ -97,7 +110,7 @@ inline constexpr std::uint64_t MaxBytes =
     PAGE = """<td><span id="MaxDepth">1,250</span>, then <span id="MaxHalfDepth">625</span></td>
 <td>2 MiB (<span id="MaxBytes">2,097,152</span> bytes)</td>"""
 
-    def test_faults(self):
+    def test_compares_the_page_with_the_header(self):
         for old, new, expected in [
                 ("", "", []),
                 ("1'250", "1'248", ["MaxDepth is 1,250, should be 1,248", "MaxHalfDepth is 625, should be 624"]),
@@ -131,7 +144,7 @@ class Registered(unittest.TestCase):
 
 
 class Text(unittest.TestCase):
-    def test_table(self):
+    def test_refuses_unclean_text(self):
         for name, content, expected in [("a.cpp", b"x\n", 0), ("a.cpp", b"", 0), ("a.cpp", b"x", 1),
                                         ("a.cpp", b"x\r\n", 1), ("a.cpp", b"x \n", 1), ("a.cpp", b"\tx\n", 1),
                                         ("Makefile", b"\tx\n", 0), ("a.md", b"\xfc\n", 1)]:
@@ -172,7 +185,7 @@ MENUS = """<ui version="4.0"><class>frmMenus</class><widget class="QMainWindow" 
 
 
 class Forms(unittest.TestCase):
-    def test_faults(self):
+    def test_names_every_wrong_control(self):
         geometry = '<property name="geometry"><rect><width>9</width></rect></property>'
         for old, new, expected in [
                 ("", "", []),

@@ -44,7 +44,7 @@ class OutcomeTest(unittest.TestCase):
 
 
 class ClosingLines(unittest.TestCase):
-    def test_table(self):
+    def test_ends_with_failures_skips_and_counts(self):
         passed, failed = outcome("crash.kill", "7 calls\n"), outcome("a.b", "wrong\n", "fail", "<failure/>")
         skipped = [outcome(name, "Skipped test_x (X): refused\n", "notrun", SKIP) for name in ("c.d", "e.f")]
         for outcomes, label, expected in [

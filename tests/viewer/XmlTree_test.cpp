@@ -124,7 +124,7 @@ TEST(XmlTree, AddsTheElementsOfAnEntityForEachReference) {
               ElementsAre("a:  y", ".b:  x", ".b:  x"));
 }
 
-TEST(XmlTree, AParameterEntityDeclaresWhatItHolds) {
+TEST(XmlTree, ReadsDeclarationsFromAParameterEntity) {
   EXPECT_THAT(LabelsOf("<!DOCTYPE a [<!ENTITY % p '<!ENTITY e \"x\">'>%p;]><a>&e;</a>"),
               ElementsAre("a:  x"));
 }

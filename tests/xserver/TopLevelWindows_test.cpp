@@ -32,7 +32,7 @@ struct XSite {
   }
 
   [[nodiscard]] std::vector<TopLevelWindow> All(xcb_window_t own) const {
-    return X11TopLevelWindows(server.Display()).OnLevelOf(own);
+    return X11TopLevelWindows(server.Display()).OnScreenOf(own);
   }
 };
 
@@ -169,7 +169,7 @@ TEST(X11TopLevelWindowsTest, ReturnsNothingWhenTheServerIsGone) {
   XServer server;
   const std::string display = server.Display();
   server.End();
-  EXPECT_THAT(X11TopLevelWindows(display).OnLevelOf(1), IsEmpty());
+  EXPECT_THAT(X11TopLevelWindows(display).OnScreenOf(1), IsEmpty());
 }
 
 TEST(X11TopLevelWindowsTest, ListsHundredsOfWindowsInMilliseconds) {

@@ -69,7 +69,7 @@ void FrmLogFile::EndLoading() {
 
 void FrmLogFile::Append(std::string_view text) {
   QString shown = ToQt(text);
-  // The document would take these two, which no text uses, for the borders of a frame, and break the row.
+  // QTextDocument uses these two noncharacters as frame markers and would break the row.
   shown.replace(QChar(0xFDD0), QStringLiteral("\\xEF\\xB7\\x90"));
   shown.replace(QChar(0xFDD1), QStringLiteral("\\xEF\\xB7\\x91"));
   QTextCursor end(ui_->txtLogFile->document());

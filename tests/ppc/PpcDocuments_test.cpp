@@ -1,4 +1,4 @@
-// The order of flushes from the PPC export to its documents.
+// PpcDocuments: the order of its flushes, and a date that is known only after the entries.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -18,22 +18,22 @@ bool IsPublished(const Change& change) {
 }
 
 const std::array Rules{
-    FlushRule{"a document is written before it gets its name",
+    FlushRule{"a document is written before it is published",
               [](const Change& first, const Change& then) {
                 return (first.what == "write" || first.what == "append") && IsPublished(then) &&
                        first.path == then.path;
               }},
-    FlushRule{"a document with its date put in is whole before it gets its name",
+    FlushRule{"a document with a late date is complete before it is published",
               [](const Change& first, const Change& then) {
                 return first.what == "rename" && IsPublished(then) && first.to == then.path;
               }},
-    FlushRule{"the documents have their names before the export goes",
+    FlushRule{"the documents are published before the export is removed",
               [](const Change& first, const Change& then) {
                 return IsPublished(first) && then.what == "remove" && then.path.filename() == "PPCData.xml";
               }},
 };
 
-TEST(PpcFlushOrder, HoldsForAWholeRun) {
+TEST(PpcDocuments, FlushesDocumentsBeforeTheExportIsRemoved) {
   test::PpcSite site;
   const std::string long1 = "<PPCentry>" + std::string(2'900'000, 'x') + "</PPCentry>";
   site.Export("<R>" + long1 + "<PPCentry/><ArchiveDate>20040315</ArchiveDate></R>");
@@ -45,7 +45,7 @@ TEST(PpcFlushOrder, HoldsForAWholeRun) {
   for (const FlushRule& rule : Rules) EXPECT_GT(ExpectFlushed(trace, rule, "whole run"), 0U) << rule.name;
 }
 
-TEST(MakePPCFiles, LateDateChangesNothingElse) {
+TEST(PpcDocuments, ALateDateChangesNothingElse) {
   std::string entries;
   for (int i = 0; i < 700'000; ++i) entries += std::to_string(i) + " ";
   entries = "<PPCentry>" + entries + "</PPCentry>";
@@ -61,7 +61,7 @@ TEST(MakePPCFiles, LateDateChangesNothingElse) {
   EXPECT_TRUE(documents[0] == documents[1]);
 }
 
-TEST(PpcFlushOrder, LargeEntryIsWrittenInPieces) {
+TEST(PpcDocuments, WritesALargeEntryInPieces) {
   struct Row {
     std::size_t characters;
     std::size_t least;
