@@ -32,9 +32,7 @@ std::string UpperAscii(std::string_view text) {
 }  // namespace
 
 XmlTreeReader::XmlTreeReader(XmlTree& tree, std::unique_ptr<FileReader> file)
-    : tree_(tree), text_(tree), source_(std::move(file)), reader_(*this, Options) {
-  tree_.Clear();
-}
+    : tree_(tree), text_(tree), source_(std::move(file)), reader_(*this, Options) {}
 
 XmlTreeReader::State XmlTreeReader::ReadSlice() {
   if (state_ != State::Reading) return state_;
@@ -49,7 +47,6 @@ XmlTreeReader::State XmlTreeReader::ReadSlice() {
     reader_.Feed(slice);
     bytesRead_ += slice.size();
   } catch (const std::exception&) {
-    tree_.Clear();
     state_ = State::Failed;
   }
   return state_;

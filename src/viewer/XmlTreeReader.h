@@ -28,10 +28,10 @@ class XmlTreeReader final : private XmlHandler {
   enum class State {
     Reading,  ///< there is more to read
     Done,     ///< the file is read, and is well-formed
-    Failed,   ///< the file is not well-formed or cannot be read; the tree is empty
+    Failed,   ///< the file is not well-formed or cannot be read; what was read before stays in the tree
   };
 
-  /// Clears the tree, which must outlive the reader.
+  /// Adds to the tree, which is empty and must outlive the reader.
   XmlTreeReader(XmlTree& tree, std::unique_ptr<FileReader> file);
 
   /// Reads about 8 KB more and returns the state after that. Never throws.

@@ -60,12 +60,8 @@ void frmXMLfile::ConnectFind() {
 }
 
 void frmXMLfile::Load() {
-  search_.reset();
-  searching_.stop();
-  reader_.reset();
-  tree_.Clear();
-  rows_.ShowNothing();
-  ui_->TWXML->MeasureNewNodes();
+  StopReading();
+  ClearTree();
   if (!files_.IsFile(path_)) {
     log_.WriteLog("File Not Found (" + Utf8FromPath(path_) + ")", LogCategory::Error);
     return;
@@ -74,7 +70,7 @@ void frmXMLfile::Load() {
     fileBytes_ = files_.Stamp(path_).size;
     reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
   } catch (const std::exception&) {
-    return EndLoading(false);
+    return LogFailure();
   }
   ui_->mnuPrint->setEnabled(false);
   ui_->mnuPreview->setEnabled(false);
@@ -95,9 +91,14 @@ void frmXMLfile::ReadOn() {
   while (state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
     state = reader_->ReadSlice();
   }
-  if (state != XmlTreeReader::State::Reading) return EndLoading(state == XmlTreeReader::State::Done);
-  ShowRead(false);
-  ShowProgress();
+  if (state == XmlTreeReader::State::Reading) {
+    ShowRead(false);
+    return ShowProgress();
+  }
+  StopReading();
+  if (state == XmlTreeReader::State::Done) return ShowRead(true);
+  ClearTree();
+  LogFailure();
 }
 
 /// The list lays out all its rows again whenever rows are added. Therefore new nodes are shown at first, and
@@ -113,17 +114,30 @@ void frmXMLfile::ShowRead(bool all) {
   ui_->TWXML->MeasureNewNodes();
 }
 
-void frmXMLfile::EndLoading(bool good) {
+void frmXMLfile::StopReading() {
   reading_.stop();
   reader_.reset();
   ui_->mnuPrint->setEnabled(true);
   ui_->mnuPreview->setEnabled(true);
   ui_->statusBar->hide();
-  if (good) return ShowRead(true);
-  tree_.Clear();
+}
+
+void frmXMLfile::StopSearch() {
+  searching_.stop();
+  search_.reset();
+  ui_->fraFind->ShowResult({});
+}
+
+/// The search, the rows and the selection refer to nodes, so they end before the tree is cleared.
+void frmXMLfile::ClearTree() {
+  StopSearch();
   rows_.ShowNothing();
+  tree_.Clear();
   ui_->TWXML->MeasureNewNodes();
   setWindowTitle(QStringLiteral("XML File"));
+}
+
+void frmXMLfile::LogFailure() {
   log_.WriteLog("File is not XML format (" + Utf8FromPath(path_) + ")", LogCategory::Error);
 }
 
@@ -159,17 +173,13 @@ void frmXMLfile::CopyLabel() {
 }
 
 void frmXMLfile::LeaveFindBar() {
-  ui_->fraFind->ShowResult({});
-  searching_.stop();
-  search_.reset();
+  StopSearch();
   ui_->TWXML->setFocus(Qt::OtherFocusReason);
 }
 
 /// With `mayStay`, as while the text is being typed, the current node itself may be the match.
 void frmXMLfile::Find(SearchDirection direction, bool mayStay) {
-  searching_.stop();
-  search_.reset();
-  ui_->fraFind->ShowResult({});
+  StopSearch();
   const QString text = ui_->fraFind->Text();
   if (text.isEmpty()) {
     if (!mayStay) ui_->fraFind->Open();

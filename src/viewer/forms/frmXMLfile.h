@@ -53,7 +53,10 @@ class frmXMLfile final : public QMainWindow {
   void ConnectFind();
   void ReadOn();
   void ShowRead(bool all);
-  void EndLoading(bool good);
+  void StopReading();
+  void StopSearch();
+  void ClearTree();
+  void LogFailure();
   void ShowProgress();
   void Print();
   void Preview();
