@@ -37,12 +37,18 @@ class TextFile final : public FileReader {
   bool breaks_;
 };
 
+using State = XmlTreeReader::State;
+
+/// Reads until the state is another, and returns the last slice.
+XmlTreeReader::Slice Rest(XmlTreeReader& reader) {
+  XmlTreeReader::Slice slice;
+  while (slice.state == State::Reading) slice = reader.ReadSlice();
+  return slice;
+}
+
 bool Read(XmlTree& tree, std::unique_ptr<FileReader> file) {
   XmlTreeReader reader(tree, std::move(file));
-  for (;;) {
-    const XmlTreeReader::State state = reader.ReadSlice();
-    if (state != XmlTreeReader::State::Reading) return state == XmlTreeReader::State::Done;
-  }
+  return Rest(reader).state == State::Done;
 }
 
 bool Read(XmlTree& tree, std::string text) {
@@ -134,12 +140,12 @@ TEST(XmlTree, ReportsHowMuchOfTheFileIsRead) {
   XmlTree tree;
   XmlTreeReader reader(tree, std::make_unique<TextFile>(text));
   std::uint64_t before = 0;
-  while (reader.ReadSlice() == XmlTreeReader::State::Reading) {
+  while (reader.ReadSlice().state == State::Reading) {
     EXPECT_GT(reader.BytesRead(), before);
     before = reader.BytesRead();
   }
   EXPECT_EQ(reader.BytesRead(), text.size());
-  EXPECT_EQ(reader.ReadSlice(), XmlTreeReader::State::Done) << "nothing more comes";
+  EXPECT_EQ(reader.ReadSlice().state, State::Done) << "nothing more comes";
 }
 
 TEST(XmlTree, KeysCountFromOne) {
@@ -222,9 +228,25 @@ TEST(XmlTree, RefusesAFileThatIsNotWellFormed) {
   }
 }
 
-TEST(XmlTree, RefusesAFileThatCannotBeRead) {
-  XmlTree tree;
-  EXPECT_FALSE(Read(tree, std::make_unique<TextFile>("<a><b/></a>", 4, true)));
+TEST(XmlTree, DistinguishesAnUnreadableFileFromAMalformedOne) {
+  struct Row {
+    const char* what;
+    bool breaks;
+    State state;
+    std::string problem;
+  };
+  for (const Row& row : {Row{"well-formed", false, State::Done, ""},
+                         Row{"malformed", false, State::Malformed, "not well-formed"},
+                         Row{"unreadable", true, State::Unreadable, "cannot read x.xml: the disk is gone"}}) {
+    const std::string text = row.state == State::Done ? "<a/>" : "<a></b>";
+    XmlTree tree;
+    XmlTreeReader reader(tree, std::make_unique<TextFile>(row.breaks ? "<a>" : text, 4, row.breaks));
+    for (int i = 0; i < 2; ++i) {
+      const XmlTreeReader::Slice slice = Rest(reader);
+      EXPECT_EQ(slice.state, row.state) << row.what;
+      EXPECT_EQ(slice.problem, row.problem) << row.what;
+    }
+  }
 }
 
 TEST(XmlTree, HoldsWhatWasReadBeforeTheFileEnds) {
@@ -232,11 +254,9 @@ TEST(XmlTree, HoldsWhatWasReadBeforeTheFileEnds) {
   for (int i = 0; i < 100'000; ++i) text += "<b/>";
   XmlTree tree;
   XmlTreeReader reader(tree, std::make_unique<TextFile>(text + "</c>"));
-  EXPECT_EQ(reader.ReadSlice(), XmlTreeReader::State::Reading);
+  EXPECT_EQ(reader.ReadSlice().state, State::Reading);
   EXPECT_GT(tree.Size(), 1'000U);
-  XmlTreeReader::State state = XmlTreeReader::State::Reading;
-  while (state == XmlTreeReader::State::Reading) state = reader.ReadSlice();
-  EXPECT_EQ(state, XmlTreeReader::State::Failed);
+  EXPECT_EQ(Rest(reader).state, State::Malformed);
   EXPECT_EQ(tree.Size(), 100'001U) << "its owner clears it";
 }
 

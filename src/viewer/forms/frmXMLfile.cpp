@@ -1,8 +1,11 @@
 #include "viewer/forms/frmXMLfile.h"
 
+#include <fmt/format.h>
+
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <system_error>
 
 #include "common/forms/WidgetText.h"
 #include "ui_frmXMLfile.h"
@@ -13,6 +16,10 @@ namespace {
 
 // Window events are processed between two slices; a user does not notice so short a delay.
 constexpr int SliceMilliseconds = 15;
+
+bool IsMissing(const FileError& error) {
+  return std::errc(error.Number()) == std::errc::no_such_file_or_directory;
+}
 
 }  // namespace
 
@@ -62,15 +69,16 @@ void frmXMLfile::ConnectFind() {
 void frmXMLfile::Load() {
   StopReading();
   ClearTree();
-  if (!files_.IsFile(path_)) {
+  try {
+    reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
+    fileBytes_ = files_.Stamp(path_).size;
+  } catch (const FileError& error) {
+    reader_.reset();
+    if (!IsMissing(error)) return LogFailure(error.what());
     log_.WriteLog("File Not Found (" + Utf8FromPath(path_) + ")", LogCategory::Error);
     return;
-  }
-  try {
-    fileBytes_ = files_.Stamp(path_).size;
-    reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
-  } catch (const std::exception&) {
-    return LogFailure();
+  } catch (const std::exception& error) {
+    return LogFailure(error.what());
   }
   ui_->mnuPrint->setEnabled(false);
   ui_->mnuPreview->setEnabled(false);
@@ -87,18 +95,19 @@ QSize frmXMLfile::sizeHint() const {
 void frmXMLfile::ReadOn() {
   QElapsedTimer time;
   time.start();
-  XmlTreeReader::State state = XmlTreeReader::State::Reading;
-  while (state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
-    state = reader_->ReadSlice();
+  XmlTreeReader::Slice slice;
+  while (slice.state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
+    slice = reader_->ReadSlice();
   }
-  if (state == XmlTreeReader::State::Reading) {
+  if (slice.state == XmlTreeReader::State::Reading) {
     ShowRead(false);
     return ShowProgress();
   }
   StopReading();
-  if (state == XmlTreeReader::State::Done) return ShowRead(true);
+  if (slice.state == XmlTreeReader::State::Done) return ShowRead(true);
   ClearTree();
-  LogFailure();
+  const bool isMalformed = slice.state == XmlTreeReader::State::Malformed;
+  LogFailure(isMalformed ? fmt::format("{}[{}]", slice.problem, Utf8FromPath(path_)) : slice.problem);
 }
 
 /// The list lays out all its rows again whenever rows are added. Therefore new nodes are shown at first, and
@@ -137,8 +146,9 @@ void frmXMLfile::ClearTree() {
   setWindowTitle(QStringLiteral("XML File"));
 }
 
-void frmXMLfile::LogFailure() {
+void frmXMLfile::LogFailure(std::string_view reason) {
   log_.WriteLog("File is not XML format (" + Utf8FromPath(path_) + ")", LogCategory::Error);
+  log_.WriteLog(fmt::format("Reason: {}", reason), LogCategory::Error);
 }
 
 void frmXMLfile::ShowProgress() {

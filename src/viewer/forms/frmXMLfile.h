@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "common/UserPrompt.h"
 #include "environment/ModWriteLogFile.h"
@@ -36,7 +37,7 @@ class frmXMLfile final : public QMainWindow {
   void SetPath(std::filesystem::path path) { path_ = std::move(path); }
 
   /// Starts to read the file, and returns after the first slice, which is the whole of a small file. A file
-  /// that is missing, or is not well-formed, leaves the tree empty and is logged.
+  /// that is missing, unreadable or malformed leaves the tree empty, and the reason is logged.
   void Load();
 
   /// Whether the file is being read.
@@ -56,7 +57,7 @@ class frmXMLfile final : public QMainWindow {
   void StopReading();
   void StopSearch();
   void ClearTree();
-  void LogFailure();
+  void LogFailure(std::string_view reason);
   void ShowProgress();
   void Print();
   void Preview();
