@@ -9,7 +9,6 @@
 
 #include "common/forms/WidgetText.h"
 #include "ui_frmXMLfile.h"
-#include "viewer/forms/CPrintTreeJob.h"
 
 namespace fieldpost {
 namespace {
@@ -164,15 +163,16 @@ QString frmXMLfile::Title() const {
 
 void frmXMLfile::Print() {
   CPrintTreeJob job(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename()));
-  if (job.Print() == CPrintTreeJob::Outcome::Failed) NoPrinter();
+  ReportPrinting(job.Print());
 }
 
 void frmXMLfile::Preview() {
-  if (rows_.rowCount() == 0) return NoPrinter();
-  CPrintTreeJob(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename())).Preview();
+  CPrintTreeJob job(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename()));
+  ReportPrinting(job.Preview());
 }
 
-void frmXMLfile::NoPrinter() {
+void frmXMLfile::ReportPrinting(CPrintTreeJob::Outcome outcome) {
+  if (outcome != CPrintTreeJob::Outcome::Failed) return;
   prompt_.ShowMessage("Default printer not found", MessageIcon::Exclamation, "");
 }
 

@@ -13,6 +13,7 @@
 #include "platform/FileSystem.h"
 #include "viewer/XmlTree.h"
 #include "viewer/XmlTreeReader.h"
+#include "viewer/forms/CPrintTreeJob.h"
 #include "viewer/forms/WidgetXmlTreeModel.h"
 #include "viewer/forms/WidgetXmlTreeSearch.h"
 
@@ -66,7 +67,7 @@ class frmXMLfile final : public QMainWindow {
   void Find(SearchDirection direction, bool mayStay);
   void SearchOn();
   void ShowFound();
-  void NoPrinter();
+  void ReportPrinting(CPrintTreeJob::Outcome outcome);
   [[nodiscard]] QString Title() const;
 
   std::unique_ptr<Ui::frmXMLfile> ui_;
