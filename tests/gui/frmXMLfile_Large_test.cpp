@@ -39,9 +39,8 @@ class Gaps {
 qint64 FirstScreen(test::ViewerSite& viewer, const std::filesystem::path& path) {
   QElapsedTimer time;
   time.start();
-  viewer.form->SetPath(path);
   viewer.form->resize(600, 400);
-  viewer.form->Load();
+  viewer.form->Load(path);
   viewer.form->show();
   EXPECT_TRUE(QTest::qWaitForWindowExposed(viewer.form.get()));
   EXPECT_GT(viewer.Tree().PrintedRows(), 10);
@@ -121,8 +120,7 @@ TEST(frmXMLfile, StaysResponsiveWithAHundredThousandLevels) {
 
 TEST(frmXMLfile, StopsReadingWhenClosed) {
   test::ViewerSite viewer;
-  viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
-  viewer.form->Load();
+  viewer.form->Load(test::WriteMany(viewer.folder, 200'000));
   viewer.form->show();
   ASSERT_TRUE(viewer.form->IsLoading());
   EXPECT_FALSE(viewer.Find<QAction>("mnuPrint").isEnabled());
@@ -141,8 +139,7 @@ TEST(frmXMLfile, EndsTheSearchWhenTheFileTurnsOutToBeMalformed) {
   std::string text = "<a><b>" + std::string(40'000'000, 'x') + "</b>";
   for (int i = 0; i < 500'000; ++i) text += "<c/>";
   const std::filesystem::path path = viewer.folder.Write("x.xml", text + "</a>");
-  viewer.form->SetPath(path);
-  viewer.form->Load();
+  viewer.form->Load(path);
   viewer.form->show();
   ASSERT_TRUE(QTest::qWaitFor([&] { return viewer.form->Tree().Size() > 2; }, 20'000));
   ASSERT_TRUE(viewer.form->IsLoading());
@@ -162,8 +159,7 @@ TEST(frmXMLfile, EndsTheSearchWhenTheFileTurnsOutToBeMalformed) {
 
 TEST(frmXMLfile, EndsTheFirstLoadWhenTheSecondFileIsMissing) {
   test::ViewerSite viewer;
-  viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
-  viewer.form->Load();
+  viewer.form->Load(test::WriteMany(viewer.folder, 200'000));
   ASSERT_TRUE(viewer.form->IsLoading());
   viewer.Open(viewer.folder / "none.xml");
   QTest::qWait(20);
@@ -174,8 +170,7 @@ TEST(frmXMLfile, EndsTheFirstLoadWhenTheSecondFileIsMissing) {
 
 TEST(frmXMLfile, ReplacesTheFirstLoadByTheSecond) {
   test::ViewerSite viewer;
-  viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
-  viewer.form->Load();
+  viewer.form->Load(test::WriteMany(viewer.folder, 200'000));
   ASSERT_TRUE(viewer.form->IsLoading());
   viewer.OpenText("<a/>");
   QTest::qWait(20);

@@ -238,9 +238,8 @@ TEST(frmXMLfile, KeysActOnTheActiveViewerOnly) {
   std::vector<frmXMLfile*> forms;
   for (const char* name : {"1.xml", "2.xml"}) {
     auto* const form = new frmXMLfile(viewer.files, viewer.program.log, viewer.prompt);
-    form->SetPath(viewer.folder.Write(name, "<a><b/></a>"));
     area.addSubWindow(form)->show();
-    form->Load();
+    form->Load(viewer.folder.Write(name, "<a><b/></a>"));
     forms.push_back(form);
     EXPECT_GT(form->width(), 300);
   }
@@ -269,10 +268,9 @@ TEST(frmXMLfile, ClosesItsSubWindowFromTheMenu) {
   area.show();
   auto* const form = viewer.form.release();
   form->setAttribute(Qt::WA_DeleteOnClose);
-  form->SetPath(viewer.folder.Write("x.xml", "<a/>"));
   QMdiSubWindow* const frame = area.addSubWindow(form);
   frame->show();
-  form->Load();
+  form->Load(viewer.folder.Write("x.xml", "<a/>"));
   EXPECT_EQ(frame->windowTitle(), form->windowTitle());
   const QPointer<QMdiSubWindow> alive(frame);
   form->findChild<QAction*>(QStringLiteral("mnuClose"))->trigger();

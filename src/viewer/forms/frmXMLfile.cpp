@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <system_error>
+#include <utility>
 
 #include "common/forms/WidgetText.h"
 #include "ui_frmXMLfile.h"
@@ -65,9 +66,10 @@ void frmXMLfile::ConnectFind() {
   connect(ui_->fraFind, &WidgetFindBar::Closed, this, &frmXMLfile::LeaveFindBar);
 }
 
-void frmXMLfile::Load() {
+void frmXMLfile::Load(std::filesystem::path path) {
   StopReading();
   ClearTree();
+  path_ = std::move(path);
   try {
     reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
     fileBytes_ = files_.Stamp(path_).size;

@@ -34,12 +34,10 @@ class frmXMLfile final : public QMainWindow {
   frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent = nullptr);
   ~frmXMLfile() override;
 
-  /// Sets the full path of the file; to be called before Load.
-  void SetPath(std::filesystem::path path) { path_ = std::move(path); }
-
-  /// Starts to read the file, and returns after the first slice, which is the whole of a small file. A file
-  /// that is missing, unreadable or malformed leaves the tree empty, and the reason is logged.
-  void Load();
+  /// Starts to read the file of this full path in the place of the shown one, and returns after the first
+  /// slice, which is the whole of a small file. A file that is missing, unreadable or malformed leaves the
+  /// tree empty, and the reason is logged.
+  void Load(std::filesystem::path path);
 
   /// Whether the file is being read.
   [[nodiscard]] bool IsLoading() const { return reader_ != nullptr; }
