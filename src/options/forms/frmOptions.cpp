@@ -9,9 +9,9 @@
 #include "common/Limits.h"
 #include "common/Numbers.h"
 #include "common/Text.h"
-#include "common/forms/WidgetFileChoice.h"
-#include "common/forms/WidgetNumberValidator.h"
 #include "common/forms/WidgetText.h"
+#include "options/forms/WidgetFileChoice.h"
+#include "options/forms/WidgetNumberValidator.h"
 #include "ui_frmOptions.h"
 
 namespace fieldpost {
