@@ -28,15 +28,15 @@ std::optional<std::vector<std::string>> NamesBelow(const fs::path& folder, const
   return names;
 }
 
-void Note(DeletionResult& result, const FileError& error) {
-  if (result.failed++ == 0) result.firstFailure = error.what();
+void Note(DeletionResult& result, std::string_view problem) {
+  if (result.failed++ == 0) result.firstFailure = problem;
 }
 
 void DeleteIn(FolderHandle& folder, const std::string& name, DeletionResult& result) {
   try {
     if (folder.Remove(name)) ++result.deleted;
   } catch (const FileError& error) {
-    Note(result, error);
+    Note(result, error.what());
   }
 }
 
@@ -51,13 +51,8 @@ bool ShowDone(StatusDisplay& display, std::size_t position) {
 ArchiveDeletion::ArchiveDeletion(const FileSystem& files, fs::path archive)
     : files_(files), archive_(std::move(archive)) {}
 
-std::vector<std::string> ArchiveDeletion::ProductCodes() const {
-  if (!files_.IsFolder(archive_)) return {};
-  try {
-    return files_.OpenFolder(archive_)->ListFolders();
-  } catch (const FileError&) {
-    return {};
-  }
+ProductCodeList ArchiveDeletion::ProductCodes() const {
+  return ListProductCodes(files_, archive_);
 }
 
 DeletionResult ArchiveDeletion::DeleteAll(StatusDisplay& display) {
@@ -71,7 +66,7 @@ DeletionResult ArchiveDeletion::DeleteAll(StatusDisplay& display) {
       if (!ShowDone(display, i)) break;
     }
   } catch (const FileError& error) {
-    Note(result, error);
+    Note(result, error.what());
   }
   return result;
 }
@@ -86,14 +81,15 @@ void ArchiveDeletion::DeleteProductCode(const FolderHandle& archive, const std::
       if (display.IsCancelled()) return;
     }
   } catch (const FileError& error) {
-    Note(result, error);
+    Note(result, error.what());
   }
 }
 
 DeletionResult ArchiveDeletion::DeleteProcess(const std::string& productCode, StatusDisplay& display) {
   DeletionResult result;
-  const std::vector<std::string> productCodes = ProductCodes();
-  if (std::find(productCodes.begin(), productCodes.end(), productCode) == productCodes.end()) return result;
+  const ProductCodeList codes = ProductCodes();
+  if (codes.state == ProductCodeList::State::Unreadable) Note(result, codes.problem);
+  if (std::find(codes.names.begin(), codes.names.end(), productCode) == codes.names.end()) return result;
   try {
     const std::unique_ptr<FolderHandle> folder = files_.OpenFolder(archive_)->OpenFolder(productCode);
     const std::vector<std::string> names = folder->ListFiles("");
@@ -103,17 +99,18 @@ DeletionResult ArchiveDeletion::DeleteProcess(const std::string& productCode, St
       if (!ShowDone(display, i)) break;
     }
   } catch (const FileError& error) {
-    Note(result, error);
+    Note(result, error.what());
   }
   return result;
 }
 
-/// An unreadable file is kept.
+/// An unreadable file is kept, and counted.
 void ArchiveDeletion::DeleteIfProcess(FolderHandle& folder, const std::string& name, DeletionResult& result,
                                       StatusDisplay& display) {
   try {
     if (!IsProcessMode(reader_.Read(*folder.OpenRegularFile(name), display))) return;
-  } catch (const FileError&) {
+  } catch (const FileError& error) {
+    if (!IsMissing(error)) Note(result, error.what());
     return;
   }
   if (!display.IsCancelled()) DeleteIn(folder, name, result);
@@ -123,7 +120,7 @@ DeletionResult ArchiveDeletion::DeleteSelected(const PathList& paths, StatusDisp
   DeletionResult result;
   display.SetRange(paths.size());
   for (std::size_t i = 0; i < paths.size(); ++i) {
-    if (files_.Exists(paths[i])) DeleteOne(paths[i], result);
+    DeleteOne(paths[i], result);
     if (!ShowDone(display, i)) break;
   }
   return result;
@@ -137,12 +134,12 @@ void ArchiveDeletion::DeleteOne(const fs::path& path, DeletionResult& result) {
     for (auto name = names->begin(); name + 1 != names->end(); ++name) folder = folder->OpenFolder(*name);
     DeleteIn(*folder, names->back(), result);
   } catch (const FileError& error) {
-    Note(result, error);
+    if (!IsMissing(error)) Note(result, error.what());
   }
 }
 
 void ArchiveDeletion::RemoveEmptyProductFolders(StatusDisplay& display) {
-  for (const std::string& productCode : ProductCodes()) {
+  for (const std::string& productCode : ProductCodes().names) {
     try {
       const std::unique_ptr<FolderHandle> archive = files_.OpenFolder(archive_);
       if (archive->OpenFolder(productCode)->IsEmpty()) archive->RemoveEmptyFolder(productCode);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "archive/ModeIndicator.h"
+#include "archive/ProductCodes.h"
 #include "common/RunLists.h"
 #include "common/StatusDisplay.h"
 #include "platform/FileSystem.h"
@@ -16,7 +17,7 @@ namespace fieldpost {
 /// The result of a deletion rule.
 struct DeletionResult {
   std::size_t deleted = 0;
-  std::size_t failed = 0;    ///< files that exist and could not be deleted
+  std::size_t failed = 0;    ///< files and folders that exist and could not be read or deleted
   std::string firstFailure;  ///< one line about the first of these; empty when there is none
 };
 
@@ -25,19 +26,20 @@ struct DeletionResult {
 /// A link in the place of a product-code folder is ignored, and so are folders in product-code folders.
 ///
 /// Each rule sets the range and position of `display`, processes events after each item, and ends early when
-/// it is cancelled. A file that cannot be deleted is counted, and the rule continues. Nothing here throws.
+/// it is cancelled. What cannot be read or deleted is counted, and the rule continues. Nothing here throws.
 class ArchiveDeletion {
  public:
   /// `archive` is the Archive folder.
   ArchiveDeletion(const FileSystem& files, std::filesystem::path archive);
 
-  /// Returns the names of the product-code folders; none when the Archive folder cannot be listed.
-  [[nodiscard]] std::vector<std::string> ProductCodes() const;
+  /// Lists the product-code folders.
+  [[nodiscard]] ProductCodeList ProductCodes() const;
 
   /// Deletes every file of every product-code folder.
   DeletionResult DeleteAll(StatusDisplay& display);
 
-  /// Deletes the files of one product code whose mode indicator is "p", in either case.
+  /// Deletes the files of one product code whose mode indicator is "p", in either case. A product code that
+  /// does not exist has none.
   DeletionResult DeleteProcess(const std::string& productCode, StatusDisplay& display);
 
   /// Deletes these files. A file that does not exist is ignored; a path outside the Archive folder counts as

@@ -31,7 +31,8 @@ class ModCreatures {
   bool ScanArchiveFolders(std::int16_t mode, std::vector<std::string>& productCodes, PathList& paths);
 
  private:
-  [[nodiscard]] PathList AllFiles(const std::filesystem::path& archive) const;
+  [[nodiscard]] PathList AllFiles(const std::filesystem::path& archive,
+                                  const std::vector<std::string>& productCodes) const;
 
   const FileSystem& files_;
   const MailSettings& settings_;

@@ -8,23 +8,13 @@
 #include "common/Limits.h"
 #include "common/PathText.h"
 #include "common/Text.h"
+#include "common/Utf8.h"
 
 namespace fieldpost {
 namespace {
 
-bool IsContinuation(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
 bool NeedsNoEscape(char byte) {
   return (byte >= ' ' && byte < 0x7F) || byte == '\t';
-}
-
-/// Where a line that is too long for one row is cut: between two characters, if it is UTF-8.
-std::size_t CutOf(std::string_view line) {
-  std::size_t cut = LogReader::MaxRowBytes;
-  for (int i = 0; i < 3 && IsContinuation(line[cut]); ++i) --cut;
-  return cut;
 }
 
 void AppendShown(std::string_view line, std::string& piece) {
@@ -105,7 +95,9 @@ bool LogReader::TakeRow(std::string_view& rest, std::string& piece) const {
   const std::string_view line = row.substr(0, row.find('\n'));
   const std::size_t end = line.substr(0, line.find('\r')).size();
   if (end > MaxRowBytes) {
-    const std::size_t cut = CutOf(rest);
+    constexpr std::size_t restOfCharacter = 3;
+    if (rest.size() < MaxRowBytes + restOfCharacter && !isAtEnd_) return false;
+    const std::size_t cut = CharacterBoundary(rest, MaxRowBytes);
     AppendShown(rest.substr(0, cut), piece);
     piece += '\n';
     rest.remove_prefix(cut);

@@ -35,7 +35,6 @@ Twips TreePrintLayout::ColumnOf(std::size_t level) const {
 
 void TreePrintLayout::BreakPageFor(Twips height) {
   if (y_ + height <= measures_.pageHeight - Margin || y_ == Margin) return;
-  if (beforeNewPage_) beforeNewPage_();
   ++page_;
   y_ = Margin;
 }

@@ -3,9 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
-#include <utility>
 #include <vector>
 
 namespace fieldpost {
@@ -46,9 +44,7 @@ class TreePrintLayout {
   /// The margin at the top and at the bottom of each page.
   static constexpr Twips Margin = 100;
 
-  /// `beforeNewPage` is called before each page break; it may be empty.
-  TreePrintLayout(const PrintMeasures& measures, std::function<void()> beforeNewPage)
-      : measures_(measures), beforeNewPage_(std::move(beforeNewPage)) {}
+  explicit TreePrintLayout(const PrintMeasures& measures) : measures_(measures) {}
 
   /// Places the next node. `level` is the number of its ancestors, at most one more than that of the previous
   /// node; `textHeight` is the height of its label. A line that is taller than a page gets a page of its own.
@@ -60,7 +56,6 @@ class TreePrintLayout {
   void AddVerticals(PrintedNode& node, std::size_t level) const;
 
   PrintMeasures measures_;
-  std::function<void()> beforeNewPage_;
   std::size_t page_ = 0;
   Twips y_ = Margin;
   std::vector<bool> hasNextSibling_;  // of the node and its ancestors, by level

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 
@@ -36,25 +37,28 @@ std::string XmlTree::Label(Node node, std::size_t maxBytes) const {
 
 std::string XmlTree::LabelPart(Node node, std::size_t from, std::size_t maxBytes) const {
   std::string part;
-  std::uint64_t skip = from;
-  const auto take = [&](const Piece& piece) {
-    const std::uint64_t skipped = std::min(skip, piece.bytes);
-    CopyText(piece.at + skipped, std::min<std::uint64_t>(piece.bytes - skipped, maxBytes - part.size()),
-             part);
-    skip -= skipped;
+  std::uint64_t next = from;
+  const auto take = [&](std::uint64_t at, std::uint64_t begin, std::uint64_t end) {
+    const std::uint64_t bytes = std::min<std::uint64_t>(end - next, maxBytes - part.size());
+    CopyText(at + (next - begin), bytes, part);
+    next += bytes;
   };
-  take({.at = nodes_[node].textAt, .bytes = nodes_[node].textBytes});
-  for (const Piece& piece : MorePieces(node)) {
-    if (part.size() == maxBytes) break;
-    take(piece);
+  std::uint64_t begin = nodes_[node].textBytes;
+  if (next < begin) take(nodes_[node].textAt, 0, begin);
+  const std::vector<Piece>& pieces = MorePieces(node);
+  auto piece = std::upper_bound(pieces.begin(), pieces.end(), next,
+                                [](std::uint64_t offset, const Piece& one) { return offset < one.end; });
+  if (piece != pieces.begin()) begin = std::prev(piece)->end;
+  for (; piece != pieces.end() && part.size() < maxBytes; ++piece) {
+    take(piece->at, begin, piece->end);
+    begin = piece->end;
   }
   return part;
 }
 
 std::size_t XmlTree::LabelBytes(Node node) const {
-  std::uint64_t bytes = nodes_[node].textBytes;
-  for (const Piece& piece : MorePieces(node)) bytes += piece.bytes;
-  return static_cast<std::size_t>(bytes);
+  const std::vector<Piece>& pieces = MorePieces(node);
+  return static_cast<std::size_t>(pieces.empty() ? nodes_[node].textBytes : pieces.back().end);
 }
 
 const std::vector<XmlTree::Piece>& XmlTree::MorePieces(Node node) const {
@@ -90,10 +94,11 @@ void XmlTree::AppendToLabel(std::string_view text) {
     return;
   }
   std::vector<Piece>& pieces = more_[open_];
-  if (!pieces.empty() && pieces.back().at + pieces.back().bytes == at) {
-    pieces.back().bytes += text.size();
+  const std::uint64_t begin = pieces.size() > 1 ? pieces.rbegin()[1].end : data.textBytes;
+  if (!pieces.empty() && pieces.back().at + (pieces.back().end - begin) == at) {
+    pieces.back().end += text.size();
   } else {
-    pieces.push_back({.at = at, .bytes = text.size()});
+    pieces.push_back({.at = at, .end = LabelBytes(open_) + text.size()});
   }
 }
 

@@ -121,8 +121,9 @@ class XmlTree {
     std::uint32_t level;
   };
   struct Piece {
-    std::uint64_t at;
-    std::uint64_t bytes;
+    std::uint64_t at;  // offset in text_
+    std::uint64_t
+        end;  // offset in the label after the piece, so that a part of a label is found by bisection
   };
 
   [[nodiscard]] const std::vector<Piece>& MorePieces(Node node) const;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "common/Limits.h"
+#include "xml/XmlError.h"
 
 namespace fieldpost {
 namespace {
@@ -32,27 +33,27 @@ std::string UpperAscii(std::string_view text) {
 }  // namespace
 
 XmlTreeReader::XmlTreeReader(XmlTree& tree, std::unique_ptr<FileReader> file)
-    : tree_(tree), text_(tree), source_(std::move(file)), reader_(*this, Options) {
-  tree_.Clear();
-}
+    : tree_(tree), text_(tree), source_(std::move(file)), reader_(*this, Options) {}
 
-XmlTreeReader::State XmlTreeReader::ReadSlice() {
-  if (state_ != State::Reading) return state_;
+XmlTreeReader::Slice XmlTreeReader::ReadSlice() {
+  if (slice_.state != State::Reading) return slice_;
   try {
     if (unread_.empty()) unread_ = source_.Next();
     if (unread_.empty()) {
       reader_.Finish();
-      return state_ = State::Done;
+      slice_.state = State::Done;
+      return slice_;
     }
     const std::string_view slice = unread_.substr(0, SliceBytes);
     unread_.remove_prefix(slice.size());
     reader_.Feed(slice);
     bytesRead_ += slice.size();
-  } catch (const std::exception&) {
-    tree_.Clear();
-    state_ = State::Failed;
+  } catch (const XmlError& error) {
+    slice_ = {.state = State::Malformed, .problem = error.what()};
+  } catch (const std::exception& error) {
+    slice_ = {.state = State::Unreadable, .problem = error.what()};
   }
-  return state_;
+  return slice_;
 }
 
 void XmlTreeReader::StartElement(const XmlStartTag& tag) {

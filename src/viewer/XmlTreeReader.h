@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/FileSystem.h"
@@ -26,16 +27,23 @@ namespace fieldpost {
 class XmlTreeReader final : private XmlHandler {
  public:
   enum class State {
-    Reading,  ///< there is more to read
-    Done,     ///< the file is read, and is well-formed
-    Failed,   ///< the file is not well-formed or cannot be read; the tree is empty
+    Reading,     ///< there is more to read
+    Done,        ///< the file is read, and is well-formed
+    Malformed,   ///< the file is not well-formed, or exceeds a limit; what was read stays in the tree
+    Unreadable,  ///< the file cannot be read to its end; what was read stays in the tree
   };
 
-  /// Clears the tree, which must outlive the reader.
+  /// How far a file is read.
+  struct Slice {
+    State state = State::Reading;
+    std::string problem;  ///< why it is malformed or unreadable, in one line; else empty
+  };
+
+  /// Adds to the tree, which is empty and must outlive the reader.
   XmlTreeReader(XmlTree& tree, std::unique_ptr<FileReader> file);
 
   /// Reads about 8 KB more and returns the state after that. Never throws.
-  State ReadSlice();
+  [[nodiscard]] Slice ReadSlice();
 
   /// Returns how many bytes of text were read so far, in UTF-8, whatever the file's own encoding is.
   [[nodiscard]] std::uint64_t BytesRead() const { return bytesRead_; }
@@ -54,7 +62,7 @@ class XmlTreeReader final : private XmlHandler {
   std::string_view unread_;  // of what the source returned last
   XmlStreamReader reader_;
   std::uint64_t bytesRead_ = 0;
-  State state_ = State::Reading;
+  Slice slice_;  // the last one
 };
 
 }  // namespace fieldpost

@@ -237,7 +237,10 @@ TEST_F(ArchiveDeletionTest, ContinuesAfterAFolderThatCannotBeOpened) {
   Write("b/2.xml");
   {
     const test::FailingCall listing("openat", EACCES);
-    EXPECT_THAT(deletion.ProductCodes(), IsEmpty());
+    const ProductCodeList codes = deletion.ProductCodes();
+    EXPECT_EQ(codes.state, ProductCodeList::State::Unreadable);
+    EXPECT_THAT(codes.problem, HasSubstr("Permission denied"));
+    EXPECT_THAT(codes.names, IsEmpty());
   }
   constexpr int afterTheProductCodes = 1;
   {
@@ -255,13 +258,43 @@ TEST_F(ArchiveDeletionTest, ContinuesAfterAFolderThatCannotBeOpened) {
   EXPECT_THAT(Left(), ElementsAre("a/1.xml", "b"));
 }
 
-TEST_F(ArchiveDeletionTest, KeepsUnreadableFiles) {
+TEST_F(ArchiveDeletionTest, KeepsUnreadableFilesAndReportsThem) {
   Write("a/1.xml");
   constexpr int afterTheLists = 3;
   const test::FailingCall failing("openat", EACCES, afterTheLists);
-  EXPECT_EQ(deletion.DeleteProcess("a", display).deleted, 0U);
+  const DeletionResult result = deletion.DeleteProcess("a", display);
+  EXPECT_EQ(result.deleted, 0U);
+  EXPECT_EQ(result.failed, 1U);
+  EXPECT_THAT(result.firstFailure, HasSubstr("1.xml: Permission denied"));
   EXPECT_EQ(failing.Failures(), 1);
   EXPECT_THAT(Left(), ElementsAre("a/1.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, AnEmptyArchiveFolderIsListed) {
+  EXPECT_EQ(deletion.ProductCodes().state, ProductCodeList::State::Listed);
+  EXPECT_EQ(deletion.ProductCodes().problem, "");
+  EXPECT_THAT(deletion.ProductCodes().names, IsEmpty());
+}
+
+TEST_F(ArchiveDeletionTest, ReportsAFolderThatCannotBeListed) {
+  Write("a/1.xml");
+  using Rule = std::function<DeletionResult()>;
+  for (const Rule& rule : {Rule([&] { return deletion.DeleteAll(display); }),
+                           Rule([&] { return deletion.DeleteProcess("a", display); })}) {
+    const test::FailingCall failing("openat", EIO);
+    const DeletionResult result = rule();
+    EXPECT_EQ(result.deleted, 0U);
+    EXPECT_EQ(result.failed, 1U);
+    EXPECT_THAT(result.firstFailure, HasSubstr("cannot list "));
+    EXPECT_THAT(result.firstFailure, HasSubstr("Input/output error"));
+  }
+  EXPECT_THAT(Left(), ElementsAre("a/1.xml"));
+}
+
+TEST_F(ArchiveDeletionTest, ReportsASelectedFileThatCannotBeReached) {
+  const DeletionResult result = deletion.DeleteSelected({archive / std::string(300, 'x') / "1.xml"}, display);
+  EXPECT_EQ(result.failed, 1U);
+  EXPECT_THAT(result.firstFailure, HasSubstr("File name too long"));
 }
 
 TEST_F(ArchiveDeletionTest, IgnoresAnEmptyFolderThatCannotBeRemoved) {
@@ -275,7 +308,8 @@ TEST_F(ArchiveDeletionTest, IgnoresAnEmptyFolderThatCannotBeRemoved) {
 TEST_F(ArchiveDeletionTest, DeletesNothingWithoutAnArchiveFolder) {
   for (const fs::path& none : {fs::path(), folder.Path() / "none"}) {
     ArchiveDeletion other(files, none);
-    EXPECT_THAT(other.ProductCodes(), IsEmpty());
+    EXPECT_EQ(other.ProductCodes().state, ProductCodeList::State::Missing);
+    EXPECT_THAT(other.ProductCodes().problem, HasSubstr("cannot list "));
     EXPECT_EQ(other.DeleteAll(display).deleted, 0U);
     EXPECT_EQ(other.DeleteProcess("a", display).deleted, 0U);
     EXPECT_EQ(other.DeleteSelected({Outside("x.xml")}, display).deleted, 0U);

@@ -89,6 +89,15 @@ TEST(ModCreatures, ReturnsFalseAndLogsWhenTheFolderCannotBeListed) {
               testing::MatchesRegex("15.03.2004 14:37:09  \\[Error\\]:cannot list .*Input/output error\r\n"));
 }
 
+TEST(ModCreatures, LogsAFolderThatCannotBeReached) {
+  CreatureSite site;
+  const fs::path loop = site.home / "loop";
+  fs::create_directory_symlink(loop, loop);
+  site.settings.ArchiveFolder = Utf8FromPath(loop);
+  EXPECT_FALSE(site.Codes());
+  EXPECT_THAT(test::ReadFile(site.log.TodaysFile()), testing::HasSubstr("Too many levels of symbolic links"));
+}
+
 TEST(ModCreatures, ReturnsFalseWithoutAnArchiveFolder) {
   CreatureSite site;
   site.codes = {"kept"};

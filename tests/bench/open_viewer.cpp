@@ -35,13 +35,13 @@ struct Site {
 /// Begins with the window, ends with its last element.
 class Opening {
  public:
-  explicit Opening(frmXMLfile& form) : form_(form) {
+  Opening(frmXMLfile& form, const std::filesystem::path& file) : form_(form) {
     QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { Look(); });
     time_.start();
     since_.start();
     timer_.start(10);
     form_.resize(800, 600);
-    form_.Load();
+    form_.Load(file);
     form_.show();
     Look();
   }
@@ -76,8 +76,7 @@ int main(int count, char** arguments) {
   const QApplication application(count, arguments);
   Site site(PathFromUtf8(arguments[1]));
   frmXMLfile form(site.files, site.log, site.prompt);
-  form.SetPath(PathFromUtf8(arguments[2]));
   std::optional<Opening> opening;
-  QTimer::singleShot(0, &form, [&] { opening.emplace(form); });
+  QTimer::singleShot(0, &form, [&] { opening.emplace(form, PathFromUtf8(arguments[2])); });
   return QApplication::exec();
 }

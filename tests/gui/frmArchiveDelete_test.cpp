@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include "support/ArchiveFiles.h"
+#include "support/DyingFileSystem.h"
 
 namespace fieldpost {
 namespace {
@@ -112,6 +113,62 @@ TEST(frmArchiveDelete, SaysThatTheArchiveIsEmpty) {
   EXPECT_THAT(boxes.seen, ElementsAre(Result("Archive folder is empty")));
   EXPECT_FALSE(site.Find<QPushButton>("cmdDelete").isEnabled());
   EXPECT_TRUE(site.form->isVisible());
+}
+
+TEST(frmArchiveDelete, SaysWhyTheArchiveCannotBeListed) {
+  struct Row {
+    const char* name;
+    std::function<void(const fs::path&)> replace;
+    const char* reason;
+  };
+  for (const Row& row :
+       {Row{"missing", [](const fs::path&) {}, "No such file or directory"},
+        Row{"unreadable", [](const fs::path& path) { fs::create_directory_symlink(path, path); },
+            "Too many levels of symbolic links"}}) {
+    DeleteSite site;
+    fs::remove_all(site.Tree("Archive"));
+    row.replace(site.Tree("Archive"));
+    const MessageBoxes boxes;
+    site.Open("");
+    QTRY_COMPARE(boxes.seen.size(), 1U);
+    EXPECT_THAT(boxes.seen[0].text, HasSubstr("cannot list ")) << row.name;
+    EXPECT_THAT(boxes.seen[0].text, HasSubstr(row.reason)) << row.name;
+    EXPECT_EQ(boxes.seen[0].icon, QMessageBox::Warning) << row.name;
+    EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + boxes.seen[0].text)) << row.name;
+    EXPECT_FALSE(site.Find<QPushButton>("cmdDelete").isEnabled()) << row.name;
+  }
+}
+
+/// A disk whose folders cannot be listed once `fails` is set.
+struct FailingDisk final : test::DyingFileSystem {
+  bool fails = false;
+
+  [[nodiscard]] std::unique_ptr<FolderHandle> OpenFolder(const fs::path& path) const override {
+    if (fails) throw FileError("cannot list", path, "Input/output error");
+    return DyingFileSystem::OpenFolder(path);
+  }
+};
+
+TEST(frmArchiveDelete, SaysWhenTheArchiveBecomesUnreadable) {
+  for (const char* rule : {"optDeleteAll", "optDeleteProcess", "optDeleteSelected"}) {
+    DeleteSite site;
+    const fs::path file = site.Archived("a/1.xml");
+    FailingDisk disk;
+    const RunContext run{disk, site.clock, site.program.paths, site.program.settings, site.program.log};
+    site.form = std::make_unique<frmArchiveDelete>(run, site.prompt, "a");
+    site.form->DeleteItems({file});
+    site.form->show();
+    site.Choose(rule);
+    disk.fails = true;
+    const MessageBoxes boxes({Qt::Key_Y});
+    site.Click("cmdDelete");
+    ASSERT_EQ(boxes.seen.size(), 2U) << rule;
+    EXPECT_THAT(boxes.seen[1].text, HasSubstr("could not be read or deleted; the first: cannot list "))
+        << rule;
+    EXPECT_EQ(boxes.seen[1].icon, QMessageBox::Warning) << rule;
+    EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + boxes.seen[1].text)) << rule;
+    EXPECT_TRUE(fs::exists(file)) << rule;
+  }
 }
 
 TEST(frmArchiveDelete, DeletesNothingWhenTheAnswerIsNo) {
@@ -221,17 +278,18 @@ TEST(frmArchiveDelete, ShowsTheProductCodeAsText) {
   EXPECT_TRUE(fs::exists(file)) << "it lies beside the product codes";
 }
 
-TEST(frmArchiveDelete, LogsFilesThatCouldNotBeDeleted) {
+TEST(frmArchiveDelete, ReportsFilesThatCouldNotBeDeleted) {
   DeleteSite site;
   const fs::path outside = site.folder.Write("outside.xml", "x");
   const fs::path file = site.Archived("a/1.xml");
   site.Open("a", {outside, file, site.folder.Folder("home/Faultlog/Archive/a/x.xml")});
   const MessageBoxes boxes({Qt::Key_Y});
   site.Click("cmdDelete");
-  EXPECT_THAT(boxes.seen, ElementsAre(Question, Result("All selected files are deleted in a")));
-  EXPECT_THAT(site.Log(),
-              ElementsAre("[Error]:2 archived files could not be deleted; the first: cannot delete " +
-                          Utf8FromPath(outside) + ": it is not in the Archive folder"));
+  const std::string line =
+      "2 files or folders of the archive could not be read or deleted; the first: cannot delete " +
+      Utf8FromPath(outside) + ": it is not in the Archive folder";
+  EXPECT_THAT(boxes.seen, ElementsAre(Question, SeenBox{line, QMessageBox::Warning, "Fieldpost"}));
+  EXPECT_THAT(site.Log(), ElementsAre("[Error]:" + line));
   EXPECT_TRUE(fs::exists(outside));
 }
 

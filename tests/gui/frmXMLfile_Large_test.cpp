@@ -39,9 +39,8 @@ class Gaps {
 qint64 FirstScreen(test::ViewerSite& viewer, const std::filesystem::path& path) {
   QElapsedTimer time;
   time.start();
-  viewer.form->SetPath(path);
   viewer.form->resize(600, 400);
-  viewer.form->Load();
+  viewer.form->Load(path);
   viewer.form->show();
   EXPECT_TRUE(QTest::qWaitForWindowExposed(viewer.form.get()));
   EXPECT_GT(viewer.Tree().PrintedRows(), 10);
@@ -121,8 +120,7 @@ TEST(frmXMLfile, StaysResponsiveWithAHundredThousandLevels) {
 
 TEST(frmXMLfile, StopsReadingWhenClosed) {
   test::ViewerSite viewer;
-  viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
-  viewer.form->Load();
+  viewer.form->Load(test::WriteMany(viewer.folder, 200'000));
   viewer.form->show();
   ASSERT_TRUE(viewer.form->IsLoading());
   EXPECT_FALSE(viewer.Find<QAction>("mnuPrint").isEnabled());
@@ -135,10 +133,44 @@ TEST(frmXMLfile, StopsReadingWhenClosed) {
   EXPECT_THAT(viewer.Log(), IsEmpty());
 }
 
+TEST(frmXMLfile, EndsTheSearchWhenTheFileTurnsOutToBeMalformed) {
+  test::ViewerSite viewer;
+  // The text takes longer to search than the window searches at a time.
+  std::string text = "<a><b>" + std::string(40'000'000, 'x') + "</b>";
+  for (int i = 0; i < 500'000; ++i) text += "<c/>";
+  const std::filesystem::path path = viewer.folder.Write("x.xml", text + "</a>");
+  viewer.form->Load(path);
+  viewer.form->show();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return viewer.form->Tree().Size() > 2; }, 20'000));
+  ASSERT_TRUE(viewer.form->IsLoading());
+  viewer.Press(Qt::Key_F, Qt::ControlModifier);
+  viewer.Find<QLineEdit>("txtFind").setText(QStringLiteral("nowhere"));
+  viewer.Press(Qt::Key_Return);
+  const auto& found = viewer.Find<QLabel>("lblFound");
+  ASSERT_EQ(FromQt(found.text()), "Searching...");
+  std::filesystem::resize_file(path, 0);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !viewer.form->IsLoading(); }, 20'000));
+  QTest::qWait(50);
+  EXPECT_THAT(viewer.Rows(), IsEmpty());
+  EXPECT_EQ(FromQt(found.text()), "");
+  viewer.Press(Qt::Key_Return);
+  EXPECT_EQ(FromQt(found.text()), "Not found");
+}
+
+TEST(frmXMLfile, EndsTheFirstLoadWhenTheSecondFileIsMissing) {
+  test::ViewerSite viewer;
+  viewer.form->Load(test::WriteMany(viewer.folder, 200'000));
+  ASSERT_TRUE(viewer.form->IsLoading());
+  viewer.Open(viewer.folder / "none.xml");
+  QTest::qWait(20);
+  EXPECT_THAT(viewer.Rows(), IsEmpty());
+  EXPECT_EQ(viewer.Title(), "XML File");
+  EXPECT_TRUE(viewer.Find<QAction>("mnuPrint").isEnabled());
+}
+
 TEST(frmXMLfile, ReplacesTheFirstLoadByTheSecond) {
   test::ViewerSite viewer;
-  viewer.form->SetPath(test::WriteMany(viewer.folder, 200'000));
-  viewer.form->Load();
+  viewer.form->Load(test::WriteMany(viewer.folder, 200'000));
   ASSERT_TRUE(viewer.form->IsLoading());
   viewer.OpenText("<a/>");
   QTest::qWait(20);

@@ -81,6 +81,29 @@ TEST(frmXMLfile, ShowsOneMessageForEveryPrintingFailure) {
   }
 }
 
+TEST(frmXMLfile, ReportsAPrintingFailureOfThePreview) {
+  test::ViewerSite viewer;
+  viewer.OpenText("<a/>");
+  const std::filesystem::path target = viewer.folder / "a-folder-that-is-not-there" / "x.pdf";
+  test::MessageBoxes boxes;
+  int targets = 0;
+  boxes.onDialog = [&](QDialog& dialog) {
+    if (auto* const file = dialog.findChild<QLineEdit*>(QStringLiteral("filename"))) {
+      ++targets;
+      file->setText(PathToQt(target));
+      return dialog.accept();
+    }
+    for (QAction* const action : dialog.findChildren<QAction*>()) {
+      // The printer dialog opens within the action.
+      if (action->text() == QStringLiteral("Print")) QTimer::singleShot(0, action, &QAction::trigger);
+    }
+  };
+  viewer.Trigger("mnuPreview");
+  EXPECT_EQ(targets, 1);
+  EXPECT_THAT(boxes.seen, testing::ElementsAre(NoPrinter));
+  EXPECT_THAT(viewer.Log(), testing::ElementsAre(testing::HasSubstr("a-folder-that-is-not-there")));
+}
+
 TEST(frmXMLfile, PreviewsThePages) {
   test::ViewerSite viewer;
   viewer.Open(test::WriteMany(viewer.folder, 300));

@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMenuBar>
 
+#include "support/DyingFileSystem.h"
 #include "support/ViewerSite.h"
 
 namespace fieldpost {
@@ -52,10 +53,53 @@ TEST(frmXMLfile, LeavesTheTreeEmptyWhenTheFileIsMalformed) {
     viewer.OpenText(row.text);
     EXPECT_THAT(viewer.Rows(), IsEmpty()) << row.what;
     EXPECT_EQ(viewer.Title(), "XML File") << row.what;
-    EXPECT_THAT(viewer.Log(), ElementsAre("[Error]:File is not XML format (" +
-                                          Utf8FromPath(viewer.folder.Path() / "x.xml") + ")"))
+    const std::string path = Utf8FromPath(viewer.folder.Path() / "x.xml");
+    EXPECT_THAT(viewer.Log(), ElementsAre("[Error]:File is not XML format (" + path + ")",
+                                          "[Error]:Reason: not well-formed[" + path + "]"))
         << row.what;
   }
+}
+
+/// A disk whose files cannot be read.
+class FailingDisk final : public test::DyingFileSystem {
+ public:
+  [[nodiscard]] std::unique_ptr<FileReader> OpenForReading(const std::filesystem::path& path) const override {
+    return std::make_unique<FailingReader>(path);
+  }
+
+ private:
+  class FailingReader final : public FileReader {
+   public:
+    explicit FailingReader(std::filesystem::path path) : path_(std::move(path)) {}
+    std::size_t Read(std::span<char> /*buffer*/) override {
+      throw FileError("cannot read", path_, "Input/output error");
+    }
+
+   private:
+    std::filesystem::path path_;
+  };
+};
+
+TEST(frmXMLfile, LogsWhyTheFileIsUnreadable) {
+  test::ViewerSite viewer;
+  FailingDisk disk;
+  viewer.form = std::make_unique<frmXMLfile>(disk, viewer.program.log, viewer.prompt);
+  viewer.OpenText("<a/>");
+  const std::string path = Utf8FromPath(viewer.folder.Path() / "x.xml");
+  EXPECT_THAT(viewer.Rows(), IsEmpty());
+  EXPECT_THAT(viewer.Log(), ElementsAre("[Error]:File is not XML format (" + path + ")",
+                                        "[Error]:Reason: cannot read " + path + ": Input/output error"));
+}
+
+TEST(frmXMLfile, DistinguishesAnUnreadableFileFromAMissingOne) {
+  test::ViewerSite viewer;
+  const std::filesystem::path path = viewer.folder / "loop.xml";
+  std::filesystem::create_symlink("loop.xml", path);
+  viewer.Open(path);
+  EXPECT_THAT(viewer.Rows(), IsEmpty());
+  EXPECT_THAT(viewer.Log(), ElementsAre("[Error]:File is not XML format (" + Utf8FromPath(path) + ")",
+                                        "[Error]:Reason: cannot open " + Utf8FromPath(path) +
+                                            ": Too many levels of symbolic links"));
 }
 
 TEST(frmXMLfile, LeavesTheTreeEmptyWhenTheFileIsMissing) {
@@ -194,9 +238,8 @@ TEST(frmXMLfile, KeysActOnTheActiveViewerOnly) {
   std::vector<frmXMLfile*> forms;
   for (const char* name : {"1.xml", "2.xml"}) {
     auto* const form = new frmXMLfile(viewer.files, viewer.program.log, viewer.prompt);
-    form->SetPath(viewer.folder.Write(name, "<a><b/></a>"));
     area.addSubWindow(form)->show();
-    form->Load();
+    form->Load(viewer.folder.Write(name, "<a><b/></a>"));
     forms.push_back(form);
     EXPECT_GT(form->width(), 300);
   }
@@ -225,10 +268,9 @@ TEST(frmXMLfile, ClosesItsSubWindowFromTheMenu) {
   area.show();
   auto* const form = viewer.form.release();
   form->setAttribute(Qt::WA_DeleteOnClose);
-  form->SetPath(viewer.folder.Write("x.xml", "<a/>"));
   QMdiSubWindow* const frame = area.addSubWindow(form);
   frame->show();
-  form->Load();
+  form->Load(viewer.folder.Write("x.xml", "<a/>"));
   EXPECT_EQ(frame->windowTitle(), form->windowTitle());
   const QPointer<QMdiSubWindow> alive(frame);
   form->findChild<QAction*>(QStringLiteral("mnuClose"))->trigger();

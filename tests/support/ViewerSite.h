@@ -30,9 +30,8 @@ struct ViewerSite : WindowSite {
 
   /// Shows the viewer with a file, and waits until the file is read.
   void Open(const std::filesystem::path& path) {
-    form->SetPath(path);
     form->resize(600, 400);
-    form->Load();
+    form->Load(path);
     form->show();
     form->activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowActive(form.get()));

@@ -102,6 +102,25 @@ TEST_F(LogReaderTest, ContinuesALongLineInFurtherRowsBetweenCharacters) {
   EXPECT_EQ(Shown(part + "\xC3\xBC" + part + "\r\nend"), part + "\n\xC3\xBC" + part.substr(1) + "\nx\nend");
 }
 
+TEST_F(LogReaderTest, CutsALongLineBetweenCharactersWhereAPieceEnds) {
+  const std::string character = "\xF0\x9F\x98\x80";
+  for (const std::size_t inFirstPiece : {1U, 2U, 3U, 4U}) {
+    // The character is across the cut, and as many of its bytes are in the first piece.
+    const std::string part(LogReader::MaxRowBytes - 1, 'x');
+    const std::string filler(
+        (LogReader::PieceBytes - part.size() - inFirstPiece - 1) % LogReader::MaxRowBytes, 'f');
+    std::string bytes = filler + "\n";
+    std::string expected = bytes;
+    while (bytes.size() + part.size() + inFirstPiece < LogReader::PieceBytes) {
+      bytes += std::string(LogReader::MaxRowBytes, 'y');
+      expected += std::string(LogReader::MaxRowBytes, 'y') + "\n";
+    }
+    EXPECT_EQ(bytes.size() + part.size() + inFirstPiece, LogReader::PieceBytes);
+    EXPECT_EQ(Shown(bytes + part + character + "z\n"), expected + part + "\n" + character + "z\n")
+        << inFirstPiece;
+  }
+}
+
 TEST_F(LogReaderTest, CutsALineOfContinuationBytesAlone) {
   std::string shown = Shown(std::string(5 * LogReader::MaxRowBytes, '\x80'));
   std::size_t rows = 1;

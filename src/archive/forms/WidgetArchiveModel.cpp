@@ -1,7 +1,7 @@
 #include "archive/forms/WidgetArchiveModel.h"
 
-#include <algorithm>
 #include <array>
+#include <compare>
 
 #include "archive/forms/WidgetArchiveIcons.h"
 #include "common/Text.h"
@@ -10,27 +10,16 @@
 namespace fieldpost {
 namespace {
 
-char LowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool ComesBeforeNoCase(std::string_view left, std::string_view right) {
-  return std::lexicographical_compare(
-      left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
-        return static_cast<unsigned char>(LowerAscii(a)) < static_cast<unsigned char>(LowerAscii(b));
-      });
-}
-
-bool ComesBefore(const ArchiveRow& left, const ArchiveRow& right, int column) {
+std::strong_ordering Compare(const ArchiveRow& left, const ArchiveRow& right, int column) {
   switch (column) {
     case ArchiveColumn::Filename:
-      return ComesBeforeNoCase(left.name, right.name);
+      return ToLowerAscii(left.name) <=> ToLowerAscii(right.name);
     case ArchiveColumn::Size:
-      return left.stamp.size < right.stamp.size;
+      return left.stamp.size <=> right.stamp.size;
     case ArchiveColumn::Modified:
-      return left.stamp.modifiedNanoseconds < right.stamp.modifiedNanoseconds;
+      return left.stamp.modifiedNanoseconds <=> right.stamp.modifiedNanoseconds;
     default:
-      return ComesBeforeNoCase(left.mode, right.mode);
+      return ToLowerAscii(left.mode) <=> ToLowerAscii(right.mode);
   }
 }
 
@@ -102,8 +91,8 @@ WidgetArchiveOrder::WidgetArchiveOrder(WidgetArchiveModel& rows, QObject* parent
 bool WidgetArchiveOrder::lessThan(const QModelIndex& left, const QModelIndex& right) const {
   const ArchiveRow& one = rows_.Row(left.row());
   const ArchiveRow& other = rows_.Row(right.row());
-  if (ComesBefore(one, other, left.column())) return true;
-  if (ComesBefore(other, one, left.column())) return false;
+  const std::strong_ordering order = Compare(one, other, left.column());
+  if (order != std::strong_ordering::equal) return order == std::strong_ordering::less;
   return sortOrder() == Qt::AscendingOrder ? left.row() < right.row() : left.row() > right.row();
 }
 

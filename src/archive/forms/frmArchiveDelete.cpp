@@ -47,9 +47,14 @@ void frmArchiveDelete::showEvent(QShowEvent* event) {
 
 /// The message is posted, so that it appears over the visible dialog.
 void frmArchiveDelete::CheckArchive() {
-  if (!deletion_.ProductCodes().empty()) return;
+  const ProductCodeList codes = deletion_.ProductCodes();
+  if (!codes.names.empty()) return;
   ui_->cmdDelete->setEnabled(false);
-  const auto show = [this] { prompt_.ShowMessage("Archive folder is empty", MessageIcon::Information, {}); };
+  if (!codes.problem.empty()) run_.log.WriteLog(codes.problem, LogCategory::Error);
+  const auto show = [this, problem = codes.problem] {
+    if (!problem.empty()) return prompt_.ShowMessage(problem, MessageIcon::Exclamation, {});
+    prompt_.ShowMessage("Archive folder is empty", MessageIcon::Information, {});
+  };
   QMetaObject::invokeMethod(this, show, Qt::QueuedConnection);
 }
 
@@ -104,13 +109,18 @@ frmArchiveDelete::Outcome frmArchiveDelete::RunRule() {
   return outcome;
 }
 
+/// The messages of success are shown only when nothing failed.
 void frmArchiveDelete::ShowOutcome(const Outcome& outcome) {
-  if (outcome.result.failed > 0) {
-    run_.log.WriteLog(fmt::format("{} archived files could not be deleted; the first: {}",
-                                  outcome.result.failed, outcome.result.firstFailure),
-                      LogCategory::Error);
+  const DeletionResult& result = outcome.result;
+  std::string problem;
+  if (result.failed > 0) {
+    problem = fmt::format("{} files or folders of the archive could not be read or deleted; the first: {}",
+                          result.failed, result.firstFailure);
+    run_.log.WriteLog(problem, LogCategory::Error);
   }
-  if (!display_.IsCancelled()) prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
+  if (display_.IsCancelled()) return;
+  if (!problem.empty()) return prompt_.ShowMessage(problem, MessageIcon::Exclamation, {});
+  prompt_.ShowMessage(outcome.message, MessageIcon::Information, {});
 }
 
 /// Another run may have started while the message box was open, and may be about to file into an empty

@@ -20,8 +20,8 @@ namespace fieldpost {
 
 /// Lets the user choose a rule, deletes, shows the result, removes the product-code folders that are now
 /// empty, and closes. Deletes nothing while another run works on the Archive folder. Closing the dialog
-/// during the deletion cancels it after the current file, without showing a result. Files that could not be
-/// deleted are counted in one line of the log.
+/// during the deletion cancels it after the current file, without showing a result. What could not be read or
+/// deleted is counted in one line, which is logged and is the result.
 class frmArchiveDelete final : public QDialog {
   Q_OBJECT
 

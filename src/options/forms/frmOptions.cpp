@@ -9,10 +9,10 @@
 #include "common/Limits.h"
 #include "common/MailServer.h"
 #include "common/Text.h"
-#include "common/forms/WidgetFileChoice.h"
-#include "common/forms/WidgetNumberValidator.h"
 #include "common/forms/WidgetText.h"
 #include "environment/SettingValues.h"
+#include "options/forms/WidgetFileChoice.h"
+#include "options/forms/WidgetNumberValidator.h"
 #include "ui_frmOptions.h"
 
 namespace fieldpost {

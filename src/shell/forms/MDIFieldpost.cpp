@@ -155,9 +155,8 @@ void MDIFieldpost::OpenFile(const std::filesystem::path& file) {
   if (!program_.ports.files.IsFile(file)) return;
   auto viewer = std::make_unique<frmXMLfile>(program_.ports.files, program_.log, ports_.prompt);
   frmXMLfile& shown = *viewer;
-  shown.SetPath(file);
   ShowChild(std::move(viewer));
-  shown.Load();
+  shown.Load(file);
 }
 
 void MDIFieldpost::ShowDeletion(const PathList& files, const std::string& productCode) {

@@ -29,14 +29,24 @@ CPrintTreeJob::Outcome CPrintTreeJob::Print() {
   return PrintWithSettings(printer);
 }
 
-void CPrintTreeJob::Preview() {
+CPrintTreeJob::Outcome CPrintTreeJob::Preview() {
+  if (tree_.PrintedRows() == 0) return Outcome::Failed;
   QPrinter printer(QPrinter::HighResolution);
   printer.setDocName(title_);
   QPrintPreviewDialog dialog(&printer, &window_);
   dialog.setObjectName(QStringLiteral("CDPreview"));
+  Outcome outcome = Outcome::Printed;
   QObject::connect(&dialog, &QPrintPreviewDialog::paintRequested, &dialog,
-                   [this](QPrinter* pages) { PrintOn(*pages); });
+                   [&](QPrinter* pages) { outcome = PrintFromPreview(*pages); });
   dialog.exec();
+  return outcome;
+}
+
+/// The dialog asks for the pages to draw them, and once more to print them; the name of a PDF file is chosen
+/// in between.
+CPrintTreeJob::Outcome CPrintTreeJob::PrintFromPreview(QPrinter& printer) {
+  const bool isFile = printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty();
+  return isFile ? PrintToFile(printer, PathFromQt(printer.outputFileName())) : PrintOn(printer);
 }
 
 CPrintTreeJob::Outcome CPrintTreeJob::PrintWithSettings(QPrinter& printer) {

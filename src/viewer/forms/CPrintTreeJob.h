@@ -17,10 +17,10 @@ namespace fieldpost {
 /// printer.
 class CPrintTreeJob {
  public:
-  enum class Outcome {
-    Printed,
-    Cancelled,  ///< by the user
-    Failed,     ///< no printer, nothing to print, or a device error; the reason of a file's failure is logged
+  enum class [[nodiscard]] Outcome{
+      Printed,
+      Cancelled,  ///< by the user
+      Failed,  ///< no printer, nothing to print, or a device error; the reason of a file's failure is logged
   };
 
   /// The dialogs belong to `window`; `title` names the document. The references outlive the job.
@@ -29,13 +29,15 @@ class CPrintTreeJob {
       : tree_(tree), window_(window), files_(files), log_(log), title_(std::move(title)) {}
 
   /// Shows the printer dialog `CDPrinter`, and prints with its settings.
-  [[nodiscard]] Outcome Print();
+  Outcome Print();
 
-  /// Shows the preview of the pages, which can print too.
-  void Preview();
+  /// Shows the preview of the pages, which can print too. Returns what came of the last time that the pages
+  /// were printed or drawn.
+  Outcome Preview();
 
  private:
   Outcome PrintWithSettings(QPrinter& printer);
+  Outcome PrintFromPreview(QPrinter& printer);
   Outcome PrintToFile(const QPrinter& settings, const std::filesystem::path& file);
   Outcome PrintOn(QPagedPaintDevice& device);
 

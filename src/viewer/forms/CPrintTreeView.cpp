@@ -51,12 +51,15 @@ bool CPrintTreeView::PrintControl() {
   painter.setPen(QPen(Qt::black, LineWidth));
   const QFontMetricsF text(painter.font());
   const PrintMeasures measures = MeasuresFor(printer_, *control_);
-  TreePrintLayout layout(measures, [this] { Q_EMIT BeforeNewPage(); });
+  TreePrintLayout layout(measures);
   std::size_t page = 0;
   for (int row = 0; row < rows; ++row) {
     const PrintableTree::Row one = control_->PrintedRow(row);
     const PrintedNode node = layout.Place(one.level, one.hasNextSibling, text.height());
-    if (node.page != page && !printer_.newPage()) return false;
+    if (node.page != page) {
+      Q_EMIT BeforeNewPage();
+      if (!printer_.newPage()) return false;
+    }
     page = node.page;
     if (node.labelX <= measures.pageWidth) DrawNode(painter, node, one.label, text.ascent());
     if (progress_ && !progress_(row + 1, rows)) return false;

@@ -19,13 +19,13 @@ class WidgetXmlTreeModel final : public QAbstractListModel {
   /// Bytes of a label that are shown at most. Copying copies the whole label.
   static constexpr std::size_t MaxShownBytes = 1000;
 
-  /// `tree` outlives the model. ShowNewNodes and ShowNothing are to be called after each change of it.
+  /// `tree` outlives the model. ShowNewNodes is to be called after nodes were added to it.
   WidgetXmlTreeModel(const XmlTree& tree, QObject* parent) : QAbstractListModel(parent), tree_(tree) {}
 
   /// Shows the nodes that were added to the tree.
   void ShowNewNodes();
 
-  /// Removes all rows, after the tree was cleared.
+  /// Removes all rows; to be called before the tree is cleared.
   void ShowNothing();
 
   /// The number of nodes that the model knows, including those below collapsed nodes.

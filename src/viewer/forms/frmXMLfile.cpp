@@ -1,18 +1,25 @@
 #include "viewer/forms/frmXMLfile.h"
 
+#include <fmt/format.h>
+
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <system_error>
+#include <utility>
 
 #include "common/forms/WidgetText.h"
 #include "ui_frmXMLfile.h"
-#include "viewer/forms/CPrintTreeJob.h"
 
 namespace fieldpost {
 namespace {
 
 // Window events are processed between two slices; a user does not notice so short a delay.
 constexpr int SliceMilliseconds = 15;
+
+bool IsMissing(const FileError& error) {
+  return std::errc(error.Number()) == std::errc::no_such_file_or_directory;
+}
 
 }  // namespace
 
@@ -59,22 +66,20 @@ void frmXMLfile::ConnectFind() {
   connect(ui_->fraFind, &WidgetFindBar::Closed, this, &frmXMLfile::LeaveFindBar);
 }
 
-void frmXMLfile::Load() {
-  search_.reset();
-  searching_.stop();
-  reader_.reset();
-  tree_.Clear();
-  rows_.ShowNothing();
-  ui_->TWXML->MeasureNewNodes();
-  if (!files_.IsFile(path_)) {
+void frmXMLfile::Load(std::filesystem::path path) {
+  StopReading();
+  ClearTree();
+  path_ = std::move(path);
+  try {
+    reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
+    fileBytes_ = files_.Stamp(path_).size;
+  } catch (const FileError& error) {
+    reader_.reset();
+    if (!IsMissing(error)) return LogFailure(error.what());
     log_.WriteLog("File Not Found (" + Utf8FromPath(path_) + ")", LogCategory::Error);
     return;
-  }
-  try {
-    fileBytes_ = files_.Stamp(path_).size;
-    reader_ = std::make_unique<XmlTreeReader>(tree_, files_.OpenForReading(path_));
-  } catch (const std::exception&) {
-    return EndLoading(false);
+  } catch (const std::exception& error) {
+    return LogFailure(error.what());
   }
   ui_->mnuPrint->setEnabled(false);
   ui_->mnuPreview->setEnabled(false);
@@ -91,13 +96,19 @@ QSize frmXMLfile::sizeHint() const {
 void frmXMLfile::ReadOn() {
   QElapsedTimer time;
   time.start();
-  XmlTreeReader::State state = XmlTreeReader::State::Reading;
-  while (state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
-    state = reader_->ReadSlice();
+  XmlTreeReader::Slice slice;
+  while (slice.state == XmlTreeReader::State::Reading && time.elapsed() < SliceMilliseconds) {
+    slice = reader_->ReadSlice();
   }
-  if (state != XmlTreeReader::State::Reading) return EndLoading(state == XmlTreeReader::State::Done);
-  ShowRead(false);
-  ShowProgress();
+  if (slice.state == XmlTreeReader::State::Reading) {
+    ShowRead(false);
+    return ShowProgress();
+  }
+  StopReading();
+  if (slice.state == XmlTreeReader::State::Done) return ShowRead(true);
+  ClearTree();
+  const bool isMalformed = slice.state == XmlTreeReader::State::Malformed;
+  LogFailure(isMalformed ? fmt::format("{}[{}]", slice.problem, Utf8FromPath(path_)) : slice.problem);
 }
 
 /// The list lays out all its rows again whenever rows are added. Therefore new nodes are shown at first, and
@@ -113,18 +124,32 @@ void frmXMLfile::ShowRead(bool all) {
   ui_->TWXML->MeasureNewNodes();
 }
 
-void frmXMLfile::EndLoading(bool good) {
+void frmXMLfile::StopReading() {
   reading_.stop();
   reader_.reset();
   ui_->mnuPrint->setEnabled(true);
   ui_->mnuPreview->setEnabled(true);
   ui_->statusBar->hide();
-  if (good) return ShowRead(true);
-  tree_.Clear();
+}
+
+void frmXMLfile::StopSearch() {
+  searching_.stop();
+  search_.reset();
+  ui_->fraFind->ShowResult({});
+}
+
+/// The search, the rows and the selection refer to nodes, so they end before the tree is cleared.
+void frmXMLfile::ClearTree() {
+  StopSearch();
   rows_.ShowNothing();
+  tree_.Clear();
   ui_->TWXML->MeasureNewNodes();
   setWindowTitle(QStringLiteral("XML File"));
+}
+
+void frmXMLfile::LogFailure(std::string_view reason) {
   log_.WriteLog("File is not XML format (" + Utf8FromPath(path_) + ")", LogCategory::Error);
+  log_.WriteLog(fmt::format("Reason: {}", reason), LogCategory::Error);
 }
 
 void frmXMLfile::ShowProgress() {
@@ -140,15 +165,16 @@ QString frmXMLfile::Title() const {
 
 void frmXMLfile::Print() {
   CPrintTreeJob job(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename()));
-  if (job.Print() == CPrintTreeJob::Outcome::Failed) NoPrinter();
+  ReportPrinting(job.Print());
 }
 
 void frmXMLfile::Preview() {
-  if (rows_.rowCount() == 0) return NoPrinter();
-  CPrintTreeJob(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename())).Preview();
+  CPrintTreeJob job(*ui_->TWXML, *this, files_, log_, PathToQt(path_.filename()));
+  ReportPrinting(job.Preview());
 }
 
-void frmXMLfile::NoPrinter() {
+void frmXMLfile::ReportPrinting(CPrintTreeJob::Outcome outcome) {
+  if (outcome != CPrintTreeJob::Outcome::Failed) return;
   prompt_.ShowMessage("Default printer not found", MessageIcon::Exclamation, "");
 }
 
@@ -159,17 +185,13 @@ void frmXMLfile::CopyLabel() {
 }
 
 void frmXMLfile::LeaveFindBar() {
-  ui_->fraFind->ShowResult({});
-  searching_.stop();
-  search_.reset();
+  StopSearch();
   ui_->TWXML->setFocus(Qt::OtherFocusReason);
 }
 
 /// With `mayStay`, as while the text is being typed, the current node itself may be the match.
 void frmXMLfile::Find(SearchDirection direction, bool mayStay) {
-  searching_.stop();
-  search_.reset();
-  ui_->fraFind->ShowResult({});
+  StopSearch();
   const QString text = ui_->fraFind->Text();
   if (text.isEmpty()) {
     if (!mayStay) ui_->fraFind->Open();

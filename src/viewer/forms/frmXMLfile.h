@@ -6,12 +6,14 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "common/UserPrompt.h"
 #include "environment/ModWriteLogFile.h"
 #include "platform/FileSystem.h"
 #include "viewer/XmlTree.h"
 #include "viewer/XmlTreeReader.h"
+#include "viewer/forms/CPrintTreeJob.h"
 #include "viewer/forms/WidgetXmlTreeModel.h"
 #include "viewer/forms/WidgetXmlTreeSearch.h"
 
@@ -32,12 +34,10 @@ class frmXMLfile final : public QMainWindow {
   frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent = nullptr);
   ~frmXMLfile() override;
 
-  /// Sets the full path of the file; to be called before Load.
-  void SetPath(std::filesystem::path path) { path_ = std::move(path); }
-
-  /// Starts to read the file, and returns after the first slice, which is the whole of a small file. A file
-  /// that is missing, or is not well-formed, leaves the tree empty and is logged.
-  void Load();
+  /// Starts to read the file of this full path in the place of the shown one, and returns after the first
+  /// slice, which is the whole of a small file. A file that is missing, unreadable or malformed leaves the
+  /// tree empty, and the reason is logged.
+  void Load(std::filesystem::path path);
 
   /// Whether the file is being read.
   [[nodiscard]] bool IsLoading() const { return reader_ != nullptr; }
@@ -53,7 +53,10 @@ class frmXMLfile final : public QMainWindow {
   void ConnectFind();
   void ReadOn();
   void ShowRead(bool all);
-  void EndLoading(bool good);
+  void StopReading();
+  void StopSearch();
+  void ClearTree();
+  void LogFailure(std::string_view reason);
   void ShowProgress();
   void Print();
   void Preview();
@@ -62,7 +65,7 @@ class frmXMLfile final : public QMainWindow {
   void Find(SearchDirection direction, bool mayStay);
   void SearchOn();
   void ShowFound();
-  void NoPrinter();
+  void ReportPrinting(CPrintTreeJob::Outcome outcome);
   [[nodiscard]] QString Title() const;
 
   std::unique_ptr<Ui::frmXMLfile> ui_;

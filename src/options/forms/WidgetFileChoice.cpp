@@ -1,4 +1,4 @@
-#include "common/forms/WidgetFileChoice.h"
+#include "options/forms/WidgetFileChoice.h"
 
 #include <QDir>
 #include <QFileDialog>
