@@ -59,6 +59,13 @@ bool EqualNoCase(std::string_view left, std::string_view right) {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(), SameNoCase);
 }
 
+std::strong_ordering CompareNoCase(std::string_view left, std::string_view right) {
+  return std::lexicographical_compare_three_way(
+      left.begin(), left.end(), right.begin(), right.end(), [](char a, char b) {
+        return static_cast<unsigned char>(LowerAscii(a)) <=> static_cast<unsigned char>(LowerAscii(b));
+      });
+}
+
 bool ContainsNoCase(std::string_view text, std::string_view part) {
   return std::search(text.begin(), text.end(), part.begin(), part.end(), SameNoCase) != text.end() ||
          part.empty();

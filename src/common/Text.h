@@ -1,6 +1,7 @@
 // Small operations on UTF-8 text. Only ASCII letters have a case here, whatever the system's locale.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -19,6 +20,9 @@ std::string ToLowerAscii(std::string_view text);
 
 /// Whether two texts are equal except for the case of ASCII letters.
 bool EqualNoCase(std::string_view left, std::string_view right);
+
+/// Compares two texts byte by byte, ignoring the case of ASCII letters.
+std::strong_ordering CompareNoCase(std::string_view left, std::string_view right);
 
 /// Whether `text` contains `part`, ignoring the case of ASCII letters.
 bool ContainsNoCase(std::string_view text, std::string_view part);

@@ -9,6 +9,10 @@ TEST(Text, ComparesIgnoringTheCaseOfAsciiLetters) {
   EXPECT_EQ(ToLowerAscii("-FCS Ä"), "-fcs Ä");
   EXPECT_TRUE(EqualNoCase("Not Sent", "nOT sENT"));
   EXPECT_FALSE(EqualNoCase("a", "ab"));
+  EXPECT_EQ(CompareNoCase("Not Sent", "nOT sENT"), std::strong_ordering::equal);
+  EXPECT_EQ(CompareNoCase("a", "B"), std::strong_ordering::less);
+  EXPECT_EQ(CompareNoCase("ab", "A"), std::strong_ordering::greater);
+  EXPECT_EQ(CompareNoCase("z", "\xC3"), std::strong_ordering::less) << "bytes have no sign";
   EXPECT_TRUE(ContainsNoCase("x NOT SENT y", "not sent"));
   EXPECT_FALSE(ContainsNoCase("not  sent", "not sent"));
   EXPECT_TRUE(EndsWithNoCase("A.XmL", ".xml"));

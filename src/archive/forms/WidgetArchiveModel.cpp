@@ -13,13 +13,13 @@ namespace {
 std::strong_ordering Compare(const ArchiveRow& left, const ArchiveRow& right, int column) {
   switch (column) {
     case ArchiveColumn::Filename:
-      return ToLowerAscii(left.name) <=> ToLowerAscii(right.name);
+      return CompareNoCase(left.name, right.name);
     case ArchiveColumn::Size:
       return left.stamp.size <=> right.stamp.size;
     case ArchiveColumn::Modified:
       return left.stamp.modifiedNanoseconds <=> right.stamp.modifiedNanoseconds;
     default:
-      return ToLowerAscii(left.mode) <=> ToLowerAscii(right.mode);
+      return CompareNoCase(left.mode, right.mode);
   }
 }
 
