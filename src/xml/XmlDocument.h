@@ -59,7 +59,7 @@ class XmlDocument {
  public:
   /// Loads a document from its bytes, in the encoding that they declare. False when it is not well-formed or
   /// exceeds a limit; Reason() then says why, and no document is loaded.
-  bool Load(std::string_view bytes, const XmlLimits& limits = {});
+  [[nodiscard]] bool Load(std::string_view bytes, const XmlLimits& limits = {});
 
   /// Why the last Load failed, in one line.
   [[nodiscard]] const std::string& Reason() const { return reason_; }

@@ -72,7 +72,7 @@ void CheckFiled(FaultloggerFile& file, const std::string& productCode) {
   Expect(again.IsComplete(), "a filed file stays complete");
   Expect(again.EntryCount() == file.EntryCount(), "a filed file holds its entries");
   XmlDocument document;
-  document.Load(file.Xml());
+  Expect(document.Load(file.Xml()), "a filed file is well-formed");
   Expect(again.ProductCode() == productCode || HoldsModes(document.ElementsByTagName("PRODCODE").front()),
          "a filed file keeps its product code");
   const std::vector<XmlElement> modes = document.ElementsByTagName("MODEIND");
