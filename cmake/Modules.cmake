@@ -72,6 +72,9 @@ function(fp_core module)
   fp_use_precompiled(fp_${module} core)
 endfunction()
 
+# What Qt's tools make of the forms: all that clang-tidy needs of a build.
+add_custom_target(generated_code)
+
 # fp_forms(MODULE LIBRARIES...): the library fp_MODULE_forms of every source and .ui file in the folder forms/. It links
 # the forms of the modules that MODULE may include, and the LIBRARIES.
 function(fp_forms module)
@@ -84,12 +87,13 @@ function(fp_forms module)
   add_library(fp_${module}_forms STATIC ${sources} ${forms})
   # A form that is new in the folder has its .ui compiled too, which CMake's own list of causes leaves out.
   # Generated code lies in a folder of its own, so that nobody takes it for the module's.
-  set_target_properties(fp_${module}_forms PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON
+  set_target_properties(fp_${module}_forms PROPERTIES AUTOMOC ON AUTOUIC ON AUTORCC ON AUTOGEN_ORIGIN_DEPENDS OFF
                         AUTOGEN_BUILD_DIR ${PROJECT_BINARY_DIR}/generated/${module}
                         AUTOGEN_TARGET_DEPENDS "${sources};${forms}")
   # Without Qt's macros `signals`, `slots`, `emit`, and without its silent conversions of narrow text.
   target_compile_definitions(fp_${module}_forms PUBLIC QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII)
   target_link_libraries(fp_${module}_forms PUBLIC fp_${module} ${ARGN} Qt6::Widgets PRIVATE fp_warnings)
+  add_dependencies(generated_code fp_${module}_forms_autogen)
   fp_use_precompiled(fp_${module}_forms forms)
   foreach(below ${FIELDPOST_ALLOWED_${module}})
     if(TARGET fp_${below}_forms)
