@@ -1,7 +1,6 @@
 """What durability costs: the same run with and without its flushes. Times are printed, never asserted."""
 
 import pathlib
-import statistics
 import tempfile
 import time
 import unittest
@@ -9,8 +8,7 @@ import unittest
 from crash_support import BUILD, MEMORY
 from support import PARTNER, SENDER, Entry, Site, fault_file
 
-FILES = 2000
-PAIRS = 3
+FILES = 1000
 PRODUCTS = 20
 TEMPLATE = fault_file([Entry(uid="THE-UID")], "THE-PRODUCT", size=10_000)  # the size that devices write
 NO_FLUSH = BUILD / "tests" / "libno_flush.so"
@@ -52,13 +50,12 @@ class FlushCost(unittest.TestCase):
     def test_same_work_with_and_without(self):
         for name, folder in [("the system's folder for temporary files", None), ("memory", MEMORY)]:
             with self.subTest(name):
-                flushed, unflushed, flushes = zip(*[self.pair(folder) for _ in range(PAIRS)])
-                with_them, without = (FILES / statistics.median(times) for times in (flushed, unflushed))
+                flushed, unflushed, flushes = self.pair(folder)
+                with_them, without = FILES / flushed, FILES / unflushed
                 print(f"In {folder or tempfile.gettempdir()}: {with_them:.0f} files/s with flushes, {without:.0f} "
-                      f"without ({without / with_them:.2f} times), {flushes[0] * 1000 / FILES:g} flushes for "
-                      f"1,000 files", flush=True)
-                self.assertEqual(1, len(set(flushes)), flushes)
-                self.assertGreater(flushes[0], 0)
+                      f"without ({without / with_them:.2f} times), {flushes} flushes for {FILES} files",
+                      flush=True)
+                self.assertGreater(flushes, 0)
 
 
 if __name__ == "__main__":
