@@ -76,6 +76,7 @@ struct XmlStreamReader::Callbacks {
       const int inForce = static_cast<xmlParserCtxt*>(context)->nsNr / 2;
       const auto count = static_cast<std::size_t>(attributeCount);
       reader.RefuseIf(reader.usage_.Enter(count, static_cast<std::size_t>(inForce)));
+      if (reader.fed_ == 0) reader.CheckNames();  // what comes in pieces is checked after each piece
       reader.inText_ = false;
       if (reader.handler_ == nullptr) {
         reader.RefuseIf(reader.usage_.AddNodes(1 + 2 * count));

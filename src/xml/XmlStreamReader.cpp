@@ -155,6 +155,10 @@ void XmlStreamReader::CheckParsed(bool isWhole) const {
   if (!padded_ && parser_->wellFormed != 1) throw XmlError("not well-formed");
   // libxml2 ends without an error at text that it cannot convert.
   if (isWhole && (!usage_.HasRoot() || usage_.Depth() > 0)) Refuse("the document ends too early");
+  CheckNames();
+}
+
+void XmlStreamReader::CheckNames() const {
   if (static_cast<std::size_t>(xmlDictSize(parser_->dict)) > options_.limits.names) {
     Refuse(MoreThan(options_.limits.names, "different names"));
   }

@@ -100,6 +100,7 @@ class XmlStreamReader {
   void ParseWhole(std::string_view bytes);
   [[nodiscard]] bool MayParseWhole(std::string_view bytes) const;
   void CheckParsed(bool isWhole) const;
+  void CheckNames() const;
   void CheckPadding(std::string_view bytes) const;
   void CheckUnclosedTag();
 

@@ -85,6 +85,13 @@ TEST(XmlStreamReader, AcceptsWhatIsWithinALimitAndNamesTheLimitThatIsExceeded) {
   }
 }
 
+TEST(XmlStreamReader, CountsNamesWhileItReads) {
+  const std::string names = Numbered([](std::size_t i) { return fmt::format("<n{}/>", i); }, MaxXmlNodes + 1);
+  XmlDocument document;
+  EXPECT_FALSE(document.Load("<a>" + names + "</a>"));
+  EXPECT_THAT(document.Reason(), HasSubstr("more than 20000 different names"));
+}
+
 TEST(XmlStreamReader, CountsTheNodesOfATree) {
   struct Row {
     const char* name;
