@@ -50,7 +50,7 @@ bool SendLoop::FinishInterruptedSend() {
         fmt::format("-\r\nMarked {} documents that an interrupted run had mailed", recovery.marked),
         LogCategory::Mail);
   }
-  return marking_.Forget();
+  return marking_.RemoveJournal();
 }
 
 bool SendLoop::SendQueuedFaultlogs() {
@@ -100,12 +100,12 @@ bool SendLoop::Finish(const Shipment& shipment, const SentDocuments& sent) {
   const bool isPpc = shipment.kind == DataKind::Ppc;
   bool whole = isPpc ? packaging_.ClearPPCTemp() : marking_.MarkSent(shipment, sent);
   whole = packaging_.DeleteZipFiles() && whole;
-  return whole && (isPpc || marking_.Forget());
+  return whole && (isPpc || marking_.RemoveJournal());
 }
 
 MailingResult SendLoop::SendMail(const Shipment& shipment) {
   try {
-    SentDocuments sent = marking_.PrepareNote(shipment);
+    SentDocuments sent = marking_.JournalFor(shipment);
     if (SendNumbered(shipment, sent)) return {.accepted = true, .sent = std::move(sent)};
   } catch (const std::exception& error) {
     run_.log.WriteLog(error.what(), LogCategory::Error);
@@ -127,7 +127,7 @@ bool SendLoop::SendNumbered(const Shipment& shipment, const SentDocuments& sent)
     screen_.display.ProcessEvents();
     if (screen_.display.IsCancelled()) return false;
     const auto note = [&] {
-      if (number == count) marking_.NoteSent(sent);
+      if (number == count) marking_.WriteJournal(sent);
     };
     if (!SendOneMail(mail, note)) return false;
   }

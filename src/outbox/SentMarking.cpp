@@ -24,7 +24,7 @@ bool HasDocument(const Shipment& shipment, const fs::path& path) {
 SentMarking::SentMarking(const RunContext& run, const Screen& screen)
     : run_(run), screen_(screen), journal_(run.files) {}
 
-SentDocuments SentMarking::PrepareNote(const Shipment& shipment) const {
+SentDocuments SentMarking::JournalFor(const Shipment& shipment) const {
   if (shipment.kind == DataKind::Ppc) return {};
   SentDocuments sent = journal_.Read(JournalFolder());
   for (const auto& [path, content] : shipment.documents) {
@@ -35,7 +35,7 @@ SentDocuments SentMarking::PrepareNote(const Shipment& shipment) const {
 }
 
 /// Crash safety, rule 10: nothing but this stands between the server's reply and the note.
-void SentMarking::NoteSent(const SentDocuments& sent) {
+void SentMarking::WriteJournal(const SentDocuments& sent) {
   if (sent.empty()) return;
   try {
     journal_.Write(JournalFolder(), sent);
@@ -69,7 +69,7 @@ MarkingResult SentMarking::Mark(const SentDocuments& sent) {
   return marking;
 }
 
-bool SentMarking::Forget() {
+bool SentMarking::RemoveJournal() {
   try {
     journal_.Remove(JournalFolder());
     return true;

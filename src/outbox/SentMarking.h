@@ -24,11 +24,11 @@ class SentMarking {
   /// Returns what the journal must hold once the server has accepted the shipment: its documents, and those
   /// that an earlier send could not mark. Empty for PPC data. Called before the first mail, so that only the
   /// writing of the journal stands between the server's answer and the journal. Throws FileError.
-  [[nodiscard]] SentDocuments PrepareNote(const Shipment& shipment) const;
+  [[nodiscard]] SentDocuments JournalFor(const Shipment& shipment) const;
 
   /// Writes the journal. A failure is logged: the documents are marked all the same, and only a run that is
   /// interrupted before that mails them again.
-  void NoteSent(const SentDocuments& sent);
+  void WriteJournal(const SentDocuments& sent);
 
   /// Marks the documents that were mailed. A document that changed since it was collected is not marked,
   /// because its new content may not have been mailed; the log says so for the documents of `shipment`.
@@ -38,7 +38,7 @@ class SentMarking {
 
   /// Removes the journal, once all documents in it are marked. Returns false when that fails, which is logged
   /// and shown.
-  [[nodiscard]] bool Forget();
+  [[nodiscard]] bool RemoveJournal();
 
   /// What came of marking documents that an interrupted run had mailed.
   struct Recovery {

@@ -12,7 +12,7 @@ LEAVES = {Kind.RETURN_STMT, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_THROW_
 # Calls whose loss would lose or repeat data, and the files in which they are critical.
 CRITICAL_CALL = re.compile(r"^(Flush|Rename|Remove|Move$|SaveAtomically|Write(New|Replacement|Marked)?$|"
                            r"Replace(All|Written)|Mark|SetAside|Commit|RollBack|Stage|Publish|"
-                           r"Delete|Refuse|Note|PrepareNote|Forget|ClearPPCTemp|DeleteZipFiles)")
+                           r"Delete|Refuse|Note|JournalFor|WriteJournal|ClearPPCTemp|DeleteZipFiles)")
 # Functions that decide whether a file is removed, marked or mailed again.
 CRITICAL_FUNCTION = re.compile(r"^(WasSent|WasCommitted|Holds|IsWhatWasFiled|RefuseSameFile)$")
 CRITICAL_FILES = re.compile(r"^src/(faultlog/|outbox/(SendLoop|SendJournal|SentMarking|DocumentCollection|"

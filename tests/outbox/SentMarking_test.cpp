@@ -143,7 +143,7 @@ TEST(MarkSent, FailsWhenADocumentOfAnEarlierSendIsUnreadable) {
   fs::remove_all(TemporaryNameFor(document));
   SentMarking marking(site.program.run, site.program.screen);
   const Shipment shipment = site.ShipmentOf({});
-  const SentDocuments noted = marking.PrepareNote(shipment);
+  const SentDocuments noted = marking.JournalFor(shipment);
   {
     const test::FailingCall failing("read", EIO);
     EXPECT_FALSE(marking.MarkSent(shipment, noted));
