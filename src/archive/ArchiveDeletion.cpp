@@ -110,7 +110,7 @@ void ArchiveDeletion::DeleteIfProcess(FolderHandle& folder, const std::string& n
   try {
     if (!IsProcessMode(reader_.Read(*folder.OpenRegularFile(name), display))) return;
   } catch (const FileError& error) {
-    if (!IsMissing(error)) Note(result, error.what());
+    if (!error.IsMissing()) Note(result, error.what());
     return;
   }
   if (!display.IsCancelled()) DeleteIn(folder, name, result);
@@ -134,7 +134,7 @@ void ArchiveDeletion::DeleteOne(const fs::path& path, DeletionResult& result) {
     for (auto name = names->begin(); name + 1 != names->end(); ++name) folder = folder->OpenFolder(*name);
     DeleteIn(*folder, names->back(), result);
   } catch (const FileError& error) {
-    if (!IsMissing(error)) Note(result, error.what());
+    if (!error.IsMissing()) Note(result, error.what());
   }
 }
 

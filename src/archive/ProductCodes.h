@@ -25,7 +25,4 @@ struct ProductCodeList {
 /// Lists the product-code folders of an Archive folder. Never throws FileError.
 [[nodiscard]] ProductCodeList ListProductCodes(const FileSystem& files, const std::filesystem::path& archive);
 
-/// Whether an operation failed because the file or folder does not exist.
-[[nodiscard]] bool IsMissing(const FileError& error);
-
 }  // namespace fieldpost

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace fieldpost {
@@ -25,6 +26,9 @@ class FileError : public std::runtime_error {
 
   /// Returns the system's error number; 0 where the system reported none.
   [[nodiscard]] int Number() const { return number_; }
+
+  /// Whether the file or folder does not exist.
+  [[nodiscard]] bool IsMissing() const { return std::errc(number_) == std::errc::no_such_file_or_directory; }
 
  private:
   int number_;

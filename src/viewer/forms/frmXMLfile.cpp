@@ -17,10 +17,6 @@ namespace {
 // Window events are processed between two slices; a user does not notice so short a delay.
 constexpr int SliceMilliseconds = 15;
 
-bool IsMissing(const FileError& error) {
-  return std::errc(error.Number()) == std::errc::no_such_file_or_directory;
-}
-
 }  // namespace
 
 frmXMLfile::frmXMLfile(FileSystem& files, ModWriteLogFile& log, UserPrompt& prompt, QWidget* parent)
@@ -75,7 +71,7 @@ void frmXMLfile::Load(std::filesystem::path path) {
     fileBytes_ = files_.Stamp(path_).size;
   } catch (const FileError& error) {
     reader_.reset();
-    if (!IsMissing(error)) return LogFailure(error.what());
+    if (!error.IsMissing()) return LogFailure(error.what());
     log_.WriteLog("File Not Found (" + Utf8FromPath(path_) + ")", LogCategory::Error);
     return;
   } catch (const std::exception& error) {
