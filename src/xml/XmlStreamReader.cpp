@@ -52,6 +52,7 @@ std::string Message(const xmlError& error, bool isElementOpen) {
     if (message.find(tooLong) != std::string_view::npos)
       return "an attribute, a comment or another part of more than 10 MB";
   }
+  if (message.starts_with("Premature end of data")) return "the document ends too early";
   switch (error.code) {
     case XML_ERR_DOCUMENT_END:
       if (isElementOpen) return "the document ends too early";

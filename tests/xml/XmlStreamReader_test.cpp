@@ -218,7 +218,10 @@ TEST(XmlStreamReader, BuildsTheSameTreeFromSeveralPiecesAsFromOne) {
   EXPECT_EQ(whole.ElementsByTagName("c").front().Xml(), pieces.ElementsByTagName("c").front().Xml());
 }
 
-TEST(XmlStreamReader, NamesTheEndAsTheFaultOfALongDocumentThatIsCutOff) {
+TEST(XmlStreamReader, NamesTheEndAsTheFaultOfADocumentThatIsCutOff) {
+  XmlDocument small;
+  EXPECT_FALSE(small.Load("<a>\n<b>x"));
+  EXPECT_EQ(small.Reason(), "line 2: the document ends too early");
   XmlDocument document;
   EXPECT_FALSE(document.Load("<a>" + LongAndCrowded));
   EXPECT_THAT(document.Reason(), HasSubstr("the document ends too early"));
