@@ -12,6 +12,7 @@
 #include "common/Utf8.h"
 #include "smtp/Base64.h"
 #include "support/CommandOutput.h"
+#include "support/FakeClock.h"
 #include "support/TempFolder.h"
 
 namespace fieldpost::test {
@@ -30,14 +31,7 @@ class MimeMessageTest : public testing::Test {
     mail.subject = "1/1   Partner ID:4711  Sent:15.03.2004 14:37:09";
     mail.body = "1/1\r\n\r\nsummary";
     mail.messageId = "<1.2@partner.example>";
-    mail.date = {.year = 2004,
-                 .month = 3,
-                 .day = 15,
-                 .hour = 14,
-                 .minute = 37,
-                 .second = 9,
-                 .weekday = 1,
-                 .offsetMinutes = 60};
+    mail.date = test::FakeClock().now;
   }
 
   /// Returns the whole message, read `piece` bytes at a time.
