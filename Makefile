@@ -40,7 +40,7 @@ test-build: configure
 test: test-build
 	@$(RUN_CTEST) release $(BUILD) --figures crash
 
-# All tests but the crash sweeps, in a build that ends with a report at any misuse of memory or undefined behaviour.
+# All tests but those of SWEEPS, in a build that ends with a report at any misuse of memory or undefined behaviour.
 sanitize-build: packages
 	@cmake --preset asan $(LAUNCHER) --log-level=NOTICE > /dev/null
 	@cmake --build --preset asan -j$(JOBS)

@@ -26,6 +26,7 @@ constexpr int ParseOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPA
                              XML_PARSE_NOWARNING | XML_PARSE_BIG_LINES;
 /// Input is passed to libxml2 in pieces; between two pieces an unclosed tag is checked.
 constexpr std::size_t PieceBytes = 8192;
+/// So short a document is parsed whole: even if it is one tag, its attributes take little time.
 constexpr std::size_t SmallBytes = 32768;
 
 /// Whether an encoding writes "<" and "=" as the bytes that they are in ASCII, and nothing else as these.
